@@ -1,0 +1,47 @@
+// Writes bitstream files: RBT (text) and BIT (binary), well-formed or with a chosen defect.
+#ifndef KVN_FPGA_BITSTREAM_FILES_H
+#define KVN_FPGA_BITSTREAM_FILES_H
+
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+namespace fpga
+{
+
+/// What a file's header says.
+struct FileLabels {
+    std::string part;         ///< "2v3000fg676"
+    std::string architecture; ///< "virtex2"; RBT files alone
+    std::string design = "example.ncd";
+    std::string rbt_date = "Fri Feb 17 12:00:00 2006";
+    std::string bit_date = "2006/02/17";
+    std::string bit_time = "12:00:00";
+};
+
+/// What is wrong with the file around its data.
+enum class FileDefect {
+    none,
+    title,            ///< RBT: another first line; BIT: another magic
+    carriage_returns, ///< RBT: lines end in CR LF
+    short_line,       ///< RBT: one data line lacks its last character
+    missing_key,      ///< BIT: the key 'c' is another letter
+    stated_size,      ///< the header states 32 bits more than there are
+    trailing_bytes    ///< BIT: four bytes follow the stated data
+};
+
+/// Writes a RBT file of 32 characters a line; the data (in file order) must be a multiple of 4 bytes long.
+/// With frame_bits, lines as tools write them for the length-count families: 40 characters, a line for each
+/// frame of that many, and the rest. Throws std::invalid_argument for data or defects that do not fit, and
+/// std::runtime_error when the file cannot be written.
+void write_rbt(const std::string& path, std::span<const std::uint8_t> data, const FileLabels& labels,
+               FileDefect defect = FileDefect::none, unsigned frame_bits = 0);
+
+/// Writes a BIT file.
+void write_bit(const std::string& path, std::span<const std::uint8_t> data, const FileLabels& labels,
+               FileDefect defect = FileDefect::none);
+
+} // namespace fpga
+
+#endif

@@ -1,0 +1,226 @@
+// Real bitstreams, in the folder that KVN_REAL_BITSTREAMS names: each starts its device, whole and as far as
+// it may be cut.
+#include "port_support.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+namespace
+{
+
+namespace fs = std::filesystem;
+using Bytes = std::vector<std::uint8_t>;
+
+const char* folder()
+{
+    return std::getenv("KVN_REAL_BITSTREAMS");
+}
+
+/// Files whose names begin with a device that modules carry; the others serve as wrong devices.
+std::vector<fs::path> files(bool of_known_devices)
+{
+    std::vector<fs::path> found;
+    if (folder() == nullptr || !fs::is_directory(folder()))
+        return found;
+    for (const auto& entry : fs::directory_iterator(folder())) {
+        const std::string name = entry.path().filename().string();
+        const bool bitstream =
+            name.find(".bit") != std::string::npos || name.find(".rbt") != std::string::npos;
+        const fpga::Device* device = fpga::find_device(name);
+        const bool known = device != nullptr && device->carried_by_modules();
+        if (bitstream && known == of_known_devices)
+            found.push_back(entry.path());
+    }
+    std::ranges::sort(found);
+    return found;
+}
+
+struct PipeCloser {
+    void operator()(std::FILE* pipe) const noexcept { (void)::pclose(pipe); }
+};
+
+Bytes read(const fs::path& path)
+{
+    const std::string reader = path.extension() == ".xz" ? "xz -dc '" : "cat '";
+    const std::unique_ptr<std::FILE, PipeCloser> pipe{::popen((reader + path.string() + "'").c_str(), "r")};
+    Bytes content;
+    std::array<std::uint8_t, 65536> piece{};
+    while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), pipe.get()))
+        content.insert(content.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
+    return content;
+}
+
+// Data lines hold nothing but 0 and 1.
+Bytes rbt_data(const Bytes& content)
+{
+    Bytes data;
+    unsigned count = 0;
+    for (auto at = content.begin(); at != content.end();) {
+        const auto end = std::find(at, content.end(), '\n');
+        const bool is_data =
+            end - at > 8 && std::all_of(at, end, [](int c) { return c == '0' || c == '1' || c == '\r'; });
+        for (; is_data && at != end; ++at) {
+            if (*at == '\r')
+                continue;
+            if (count++ % 8 == 0)
+                data.push_back(0);
+            data.back() = static_cast<std::uint8_t>(data.back() << 1 | (*at == '1' ? 1 : 0));
+        }
+        at = end == content.end() ? end : end + 1;
+    }
+    return data;
+}
+
+Bytes bit_data(const Bytes& content)
+{
+    std::size_t at = 13;
+    const auto length16 = [&] { return std::size_t{content.at(at)} << 8 | content.at(at + 1); };
+    for (int field = 0; field < 4; ++field) {
+        ++at;
+        at += 2 + length16();
+    }
+    return {content.begin() + static_cast<std::ptrdiff_t>(at + 5), content.end()};
+}
+
+// RBT files that another program converted from driver data hold each group of eight characters the other way
+// round.
+bool converted(const Bytes& content)
+{
+    const std::string head{content.begin(), content.begin() + static_cast<std::ptrdiff_t>(
+                                                                  std::min<std::size_t>(64, content.size()))};
+    return head.find("\nConverted from ") != std::string::npos;
+}
+
+Bytes data_of(const fs::path& path)
+{
+    const Bytes content = read(path);
+    if (path.filename().string().find(".rbt") == std::string::npos)
+        return bit_data(content);
+    return converted(content) ? fpga::reverse_each(rbt_data(content)) : rbt_data(content);
+}
+
+std::uint32_t word_at(const Bytes& stream, std::size_t at)
+{
+    return static_cast<std::uint32_t>(stream[at]) << 24 | static_cast<std::uint32_t>(stream[at + 1]) << 16 |
+           static_cast<std::uint32_t>(stream[at + 2]) << 8 | stream[at + 3];
+}
+
+/// Offsets of the bytes that hold frame data, by the packet headers alone.
+std::vector<std::size_t> frame_bytes(const fpga::Device& device, const Bytes& stream)
+{
+    std::vector<std::size_t> offsets;
+    if (device.architecture() == fpga::Architecture::length_count) {
+        const std::size_t frame_bits = std::size_t{device.frame_size} * device.frames();
+        for (std::size_t at = 6; at < (40 + frame_bits) / 8; ++at)
+            offsets.push_back(at);
+        return offsets;
+    }
+    unsigned address = 0;
+    for (std::size_t at = 8; at + 4 <= stream.size();) {
+        const std::uint32_t header = word_at(stream, at);
+        at += 4;
+        if ((header >> 27 & 3) == 0)
+            continue;
+        const bool type1 = header >> 29 == 1;
+        if (type1)
+            address = header >> 13 & 0x1F;
+        const std::uint32_t words = header & (type1 ? 0x7FFU : 0x07FFFFFFU);
+        const std::size_t end = std::min(at + std::size_t{4} * words, stream.size());
+        for (; at < end; ++at) {
+            if (address == 2)
+                offsets.push_back(at);
+        }
+        if (address == 2 && words != 0 && device.architecture() == fpga::Architecture::virtex2)
+            at += 4;
+    }
+    return offsets;
+}
+
+class EachRealBitstream : public testing::TestWithParam<fs::path>
+{
+protected:
+    const fpga::Device& device = *fpga::find_device(GetParam().filename().string());
+    const Bytes stream = data_of(GetParam());
+    [[nodiscard]] bool packets() const { return device.architecture() != fpga::Architecture::length_count; }
+};
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(EachRealBitstream);
+
+TEST_P(EachRealBitstream, StartsItsDevice)
+{
+    const fpga::PortReport report = configure(device, stream);
+    EXPECT_EQ(report.outcome, fpga::Outcome::done) << report.reason;
+}
+
+// Packet streams end in padding; streams of the length-count families lose their last frame.
+TEST_P(EachRealBitstream, StartsItsDeviceWithoutTheTailOnlyInPacketFamilies)
+{
+    const fpga::Outcome expected = packets() ? fpga::Outcome::done : fpga::Outcome::data_short;
+    EXPECT_EQ(configure(device, less_words(stream, 1)).outcome, expected);
+    EXPECT_EQ(configure(device, less_words(stream, 4)).outcome, expected);
+    EXPECT_EQ(configure(device, less_words(stream, 7)).outcome, fpga::Outcome::data_short);
+}
+
+TEST_P(EachRealBitstream, ASingleFlippedBitInFrameDataIsACrcError)
+{
+    constexpr std::size_t SAMPLES = 32;
+    const std::vector<std::size_t> offsets = frame_bytes(device, stream);
+    ASSERT_FALSE(offsets.empty());
+    Bytes spoilt = stream;
+    for (std::size_t sample = 0; sample < SAMPLES; ++sample) {
+        const std::size_t at = offsets[(offsets.size() - 1) * sample / (SAMPLES - 1)];
+        const auto mask = static_cast<std::uint8_t>(1U << sample % 8);
+        spoilt[at] = static_cast<std::uint8_t>(spoilt[at] ^ mask);
+        EXPECT_EQ(configure(device, spoilt).outcome, fpga::Outcome::crc_error) << "byte " << at;
+        spoilt[at] = static_cast<std::uint8_t>(spoilt[at] ^ mask);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, EachRealBitstream, testing::ValuesIn(files(true)),
+                         [](const auto& tested) { return test_name(tested.param.filename().string()); });
+
+class EachForeignBitstream : public testing::TestWithParam<fs::path>
+{
+};
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(EachForeignBitstream);
+
+TEST_P(EachForeignBitstream, StartsNoDeviceThatModulesCarryButItsTwin)
+{
+    const Bytes stream = data_of(GetParam());
+    const std::string name = GetParam().filename().string();
+    for (const fpga::Device& device : fpga::devices()) {
+        // The XC4005E shares frame format and size with the XCS10, Spartan-2E all its logic with Virtex-E;
+        // only the part name in the file tells them apart.
+        const fpga::Device* made_for = fpga::find_device(name);
+        const bool twin =
+            (name.starts_with("4005e") && device.name == "s10") ||
+            (made_for != nullptr && device.family == fpga::Family::virtex_e &&
+             device.frame_size == made_for->frame_size && device.frames() == made_for->frames());
+        if (device.carried_by_modules()) {
+            EXPECT_EQ(configure(device, stream).outcome == fpga::Outcome::done, twin) << device.name;
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, EachForeignBitstream, testing::ValuesIn(files(false)),
+                         [](const auto& tested) { return test_name(tested.param.filename().string()); });
+
+TEST(RealBitstreams, AreTestedWhereTheirFolderIsGiven)
+{
+    if (folder() == nullptr) {
+        std::cout << "KVN_REAL_BITSTREAMS is not set: no real bitstream was tested.\n";
+        SUCCEED();
+        return;
+    }
+    std::cout << "Real bitstreams tested: " << files(true).size() << " of known devices, "
+              << files(false).size() << " of others, from " << folder() << ".\n";
+    EXPECT_FALSE(files(true).empty()) << "KVN_REAL_BITSTREAMS names a folder without bitstreams";
+}
+
+} // namespace
