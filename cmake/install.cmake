@@ -1,0 +1,13 @@
+# Puts library, public headers, utility, virtual carrier and the CMake package in their places.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS kvn_fpga mwapi EXPORT kvn_fpgaTargets
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+        RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES include/kvn_fpga.h platform/mwapi.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(EXPORT kvn_fpgaTargets NAMESPACE kvn_fpga:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvn_fpga)
+configure_package_config_file(cmake/kvn_fpgaConfig.cmake.in ${PROJECT_BINARY_DIR}/kvn_fpgaConfig.cmake
+                              INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvn_fpga)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvn_fpgaConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/kvn_fpgaConfig.cmake ${PROJECT_BINARY_DIR}/kvn_fpgaConfigVersion.cmake
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvn_fpga)
