@@ -1,0 +1,127 @@
+// All output and all questions of the library: the caller's functions, or else standard output and input.
+#include "kvnfpgai.h"
+#include "support/text.h"
+
+#include <stdio_ext.h>
+
+#include <cstdarg>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace
+{
+constexpr std::size_t ANSWER_SIZE = 256;
+
+/// Writes a question as a line and makes sure that it is seen before the answer is awaited.
+void show_question(const char* text, const char* prompt_mark)
+{
+    std::fputs(text, stdout);
+    std::fputc('\n', stdout);
+    std::fputs(prompt_mark, stdout);
+    std::fflush(stdout);
+}
+
+/// Reads a line without its newline, cut to size; the rest of a longer line is dropped.
+/// @return false when the input had ended before the line
+bool read_line(char* line, std::size_t size)
+{
+    std::size_t length = 0;
+    int c = std::getchar();
+    if (c == EOF) {
+        line[0] = '\0';
+        return false;
+    }
+    for (; c != EOF && c != '\n'; c = std::getchar())
+        if (length + 1 < size)
+            line[length++] = static_cast<char>(c);
+    line[length] = '\0';
+    return true;
+}
+} // namespace
+
+void kvn_fpga_imp::print(const char* format, ...)
+{
+    char text[1024];
+    std::va_list values;
+    va_start(values, format);
+    std::va_list again;
+    va_copy(again, values);
+    const int length = std::vsnprintf(text, sizeof text, format, values);
+    va_end(values);
+
+    // Only texts that quote a BIT file's header are ever this long.
+    std::unique_ptr<char[]> long_text;
+    if (length >= static_cast<int>(sizeof text)) {
+        const std::size_t size = static_cast<std::size_t>(length) + 1;
+        long_text.reset(new (std::nothrow) char[size]);
+        if (long_text)
+            std::vsnprintf(long_text.get(), size, format, again);
+    }
+    va_end(again);
+    xprint(long_text ? long_text.get() : text);
+}
+
+void kvn_fpga_imp::xprint(const char* text)
+{
+    if (user_print != nullptr) {
+        user_print(const_cast<char*>(text)); // NOLINT: the text stands in print's buffer
+        return;
+    }
+    // Written as it stands: a percent sign in a file name is no conversion.
+    std::fputs(text, stdout);
+    // A terminal shows progress at once. Its buffering tells what it is without asking the system for each
+    // text.
+    const std::size_t length = std::strlen(text);
+    if (__flbf(stdout) != 0 && length > 0 && text[length - 1] != '\n')
+        std::fflush(stdout);
+}
+
+int kvn_fpga_imp::xprompt(const char* text)
+{
+    if (user_prompt != nullptr) {
+        char shown[ANSWER_SIZE];
+        copy_text(shown, text);
+        return user_prompt(shown, nullptr);
+    }
+    show_question(text, "");
+    return std::getchar();
+}
+
+/// On the console the result is 0 when the input had ended, else 1.
+int kvn_fpga_imp::xaskstring(const char* prompt, char* answer)
+{
+    const std::size_t size = answer == board_type ? sizeof board_type : ANSWER_SIZE;
+    if (user_askstring != nullptr) {
+        char shown[ANSWER_SIZE];
+        copy_text(shown, prompt);
+        // The function may write 256 bytes whatever the answer holds; what it leaves untouched stays.
+        char given[ANSWER_SIZE] = {};
+        std::strncpy(given, answer, size - 1);
+        const int result = user_askstring(shown, given);
+        given[size - 1] = '\0';
+        std::memcpy(answer, given, std::strlen(given) + 1);
+        return result;
+    }
+    show_question(prompt, "> ");
+    return read_line(answer, size) ? 1 : 0;
+}
+
+signed char kvn_fpga_imp::xask_yn(const char* question)
+{
+    if (user_ask_yn != nullptr) {
+        char shown[ANSWER_SIZE];
+        copy_text(shown, question);
+        // Required: only the low byte counts.
+        return static_cast<signed char>(user_ask_yn(shown, nullptr));
+    }
+    char line[ANSWER_SIZE];
+    show_question(question, "");
+    read_line(line, sizeof line);
+    return static_cast<signed char>(line[0]);
+}
+
+int kvn_fpga_imp::Pause()
+{
+    return xprompt("\n\nPress any key to continue . . .");
+}
