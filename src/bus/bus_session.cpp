@@ -1,0 +1,80 @@
+// Opens and closes a board's serial bus, and gathers configuration data into the pieces that are sent over
+// it.
+#include "bus/api_text.h"
+#include "kvnfpgai.h"
+
+#include <cstring>
+
+namespace
+{
+constexpr unsigned BOARDS = 16;
+
+// Required: the buffer goes out at 8 bytes although it holds 8192.
+constexpr std::size_t PIECE_SIZE = 8;
+} // namespace
+
+int kvn_fpga_imp::Initialise_Host_KSB(const char* given_type, int given_number)
+{
+    if (handle_is_external)
+        return 0;
+    if (static_cast<unsigned>(given_number) >= BOARDS)
+        return fail("Error 9200: Invalid board number %d (should be 0..15).", given_number);
+    handle = nullptr;
+    ReadIoStatus = 0;
+    WriteIoStatus = 0;
+    std::uint32_t unused = 0;
+    if (const auto status =
+            MwOpenS(given_type, static_cast<std::uint16_t>(given_number), "ksb", &handle, &unused))
+        return fail("Error 9201. Cannot open KSB device on board \"%s %d\" (%s).", given_type, given_number,
+                    ApiText{status});
+    // From here on a failure leaves the device open; the caller's Close_KSB closes it.
+    if (const auto status = MwInitIoStatus(handle, &ReadIoStatus))
+        return fail("Error 9202. Cannot initialise ReadIoStatus, board \"%s %d\" (%s).", given_type,
+                    given_number, ApiText{status});
+    if (const auto status = MwInitIoStatus(handle, &WriteIoStatus))
+        return fail("Error 9203. Cannot initialise WriteIoStatus, board \"%s %d\" (%s).", given_type,
+                    given_number, ApiText{status});
+    return 0;
+}
+
+int kvn_fpga_imp::Close_KSB()
+{
+    if (handle_is_external || handle == nullptr)
+        return 0;
+    MwClose(&handle);
+    handle = nullptr;
+    return 0;
+}
+
+int kvn_fpga_imp::BufferedKsbSendMessageData(MW_HANDLE* given_handle, const unsigned char* data,
+                                             unsigned long length, int /*timeout*/)
+{
+    if (data != nullptr)
+        return static_cast<int>(send_buffered(given_handle, data, length).status);
+    if (send_count == 0)
+        return 0;
+    const auto status = MwKSBSendMessageDataEx(given_handle, send_buffer, send_count, KSB_TIMEOUT);
+    send_count = 0;
+    return static_cast<int>(status);
+}
+
+kvn_fpga_imp::SendResult kvn_fpga_imp::send_buffered(MW_HANDLE* given_handle, const unsigned char* data,
+                                                     std::size_t length)
+{
+    std::size_t done = 0;
+    while (send_count + (length - done) >= PIECE_SIZE) {
+        const std::size_t missing = PIECE_SIZE - send_count;
+        if (missing == PIECE_SIZE) // the usual case, with a size that the compiler knows
+            std::memcpy(send_buffer, data + done, PIECE_SIZE);
+        else
+            std::memcpy(send_buffer + send_count, data + done, missing);
+        done += missing;
+        send_count = 0;
+        if (const auto status = MwKSBSendMessageDataEx(given_handle, send_buffer, PIECE_SIZE, KSB_TIMEOUT))
+            return {status, done - 1};
+    }
+    if (length > done)
+        std::memcpy(send_buffer + send_count, data + done, length - done);
+    send_count += static_cast<std::uint32_t>(length - done);
+    return {0, 0};
+}
