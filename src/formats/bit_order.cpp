@@ -1,0 +1,35 @@
+// Reverses the bit order of bytes.
+#include "formats/bit_order.h"
+
+#include "kvnfpgai.h"
+
+namespace
+{
+constexpr std::size_t BLOCK = 16;
+
+std::uint8_t reverse_byte(std::uint8_t byte)
+{
+    return static_cast<std::uint8_t>(portable::reverse_bits(byte));
+}
+} // namespace
+
+void reverse_bytes(std::uint8_t* out, const std::uint8_t* in, std::size_t size)
+{
+    std::size_t i = 0;
+    for (; i + BLOCK <= size; i += BLOCK)
+        fastest::reverse_block(out + i, in + i);
+    for (; i < size; ++i)
+        out[i] = reverse_byte(in[i]);
+}
+
+unsigned char kvn_fpga_imp::bit_reverse_byte(unsigned char b)
+{
+    return reverse_byte(b);
+}
+
+int kvn_fpga_imp::bit_reverse(unsigned char* destination, const unsigned char* source, int n)
+{
+    if (n > 0)
+        reverse_bytes(destination, source, static_cast<std::size_t>(n));
+    return 0;
+}

@@ -1,0 +1,166 @@
+// Bit order: reversing bytes, and turning the characters of RBT lines into bytes and back.
+//
+// Inside the system a byte holds the first of its eight configuration bits in bit 0. Each operation has a
+// form for SSE2, which every x86-64 has, and one in 64-bit arithmetic for other machines; both are always
+// compiled and tested against each other.
+#ifndef KVN_FPGA_FORMATS_BIT_ORDER_H
+#define KVN_FPGA_FORMATS_BIT_ORDER_H
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+/// The bytes of one RBT line, and its characters without and with the line feed.
+inline constexpr std::size_t WORD_SIZE = 4;
+inline constexpr std::size_t WORD_CHARS = 32;
+inline constexpr std::size_t LINE_CHARS = 33;
+
+namespace portable
+{
+inline std::uint64_t load(const void* bytes)
+{
+    const auto* byte = static_cast<const unsigned char*>(bytes);
+    std::uint64_t value = 0;
+    for (int i = 7; i >= 0; --i)
+        value = value << 8 | byte[i];
+    return value;
+}
+
+inline void store(void* bytes, std::uint64_t value)
+{
+    auto* byte = static_cast<unsigned char*>(bytes);
+    for (int i = 0; i < 8; ++i, value >>= 8)
+        byte[i] = static_cast<unsigned char>(value);
+}
+
+constexpr std::uint64_t repeat(unsigned char byte)
+{
+    return 0x0101010101010101U * byte;
+}
+
+/// Reverses the bits of each of 8 bytes: halves, pairs and neighbours change places.
+constexpr std::uint64_t reverse_bits(std::uint64_t v)
+{
+    v = (v >> 4 & repeat(0x0F)) | (v & repeat(0x0F)) << 4;
+    v = (v >> 2 & repeat(0x33)) | (v & repeat(0x33)) << 2;
+    return (v >> 1 & repeat(0x55)) | (v & repeat(0x55)) << 1;
+}
+
+inline void reverse_block(std::uint8_t* out, const std::uint8_t* in)
+{
+    store(out, reverse_bits(load(in)));
+    store(out + 8, reverse_bits(load(in + 8)));
+}
+
+/// Reads a line of 32 characters and a line feed.
+/// @return false, with out undefined, when the line is not made of '0' and '1' alone
+inline bool read_plain_line(std::uint8_t* out, const char* line)
+{
+    std::uint64_t other = 0;
+    for (std::size_t group = 0; group < WORD_SIZE; ++group) {
+        const std::uint64_t chars = load(line + 8 * group);
+        other |= (chars & repeat(0xFE)) ^ repeat('0');
+        // The multiplication gathers the lowest bit of each character in the top byte, the first one in bit
+        // 0.
+        out[group] = static_cast<std::uint8_t>((chars & repeat(1)) * 0x0102040810204080U >> 56);
+    }
+    return other == 0 && line[WORD_CHARS] == '\n';
+}
+
+/// Writes a byte as 8 characters.
+inline void write_chars(char* chars, std::uint8_t byte)
+{
+    const std::uint64_t each_bit = repeat(byte) & 0x8040201008040201U;
+    // Adding 0x7F carries whichever bit it is into the top.
+    const std::uint64_t ones = (each_bit + repeat(0x7F)) >> 7 & repeat(1);
+    store(chars, repeat('0') + ones);
+}
+
+inline void write_line(char* line, const std::uint8_t* word)
+{
+    for (std::size_t group = 0; group < WORD_SIZE; ++group)
+        write_chars(line + 8 * group, word[group]);
+    line[WORD_CHARS] = '\n';
+}
+} // namespace portable
+
+#if defined(__SSE2__)
+namespace sse2
+{
+inline __m128i load(const void* bytes)
+{
+    return _mm_loadu_si128(static_cast<const __m128i*>(bytes));
+}
+
+inline void store(void* bytes, __m128i value)
+{
+    _mm_storeu_si128(static_cast<__m128i*>(bytes), value);
+}
+
+inline __m128i repeat(int byte)
+{
+    return _mm_set1_epi8(static_cast<char>(byte));
+}
+
+/// Swaps the groups of bits under mask with those above them.
+template <int Distance>
+__m128i swap_bits(__m128i v, __m128i mask)
+{
+    return _mm_or_si128(_mm_and_si128(_mm_srli_epi16(v, Distance), mask),
+                        _mm_slli_epi16(_mm_and_si128(v, mask), Distance));
+}
+
+inline void reverse_block(std::uint8_t* out, const std::uint8_t* in)
+{
+    __m128i v = load(in);
+    v = swap_bits<4>(v, repeat(0x0F));
+    v = swap_bits<2>(v, repeat(0x33));
+    store(out, swap_bits<1>(v, repeat(0x55)));
+}
+
+inline bool read_plain_line(std::uint8_t* out, const char* line)
+{
+    const __m128i first = load(line);
+    const __m128i second = load(line + 16);
+    const __m128i other = _mm_or_si128(_mm_xor_si128(_mm_and_si128(first, repeat(0xFE)), repeat('0')),
+                                       _mm_xor_si128(_mm_and_si128(second, repeat(0xFE)), repeat('0')));
+    // The lowest bit of each character goes to the top of its byte, where movemask gathers it.
+    const int low = _mm_movemask_epi8(_mm_slli_epi16(first, 7));
+    const int high = _mm_movemask_epi8(_mm_slli_epi16(second, 7));
+    const auto bits = static_cast<std::uint32_t>(low | high << 16);
+    std::memcpy(out, &bits, sizeof bits);
+    const bool plain = _mm_movemask_epi8(_mm_cmpeq_epi8(other, _mm_setzero_si128())) == 0xFFFF;
+    return plain && line[WORD_CHARS] == '\n';
+}
+
+/// Writes two bytes as 16 characters.
+inline void write_chars(char* chars, std::uint8_t first, std::uint8_t second)
+{
+    const __m128i each_bit = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201U));
+    const __m128i bytes = _mm_set_epi64x(static_cast<long long>(portable::repeat(second)),
+                                         static_cast<long long>(portable::repeat(first)));
+    // The comparison gives -1 where the bit is set, and '0' less -1 is '1'.
+    const __m128i ones = _mm_cmpeq_epi8(_mm_and_si128(bytes, each_bit), each_bit);
+    store(chars, _mm_sub_epi8(repeat('0'), ones));
+}
+
+inline void write_line(char* line, const std::uint8_t* word)
+{
+    write_chars(line, word[0], word[1]);
+    write_chars(line + 16, word[2], word[3]);
+    line[WORD_CHARS] = '\n';
+}
+} // namespace sse2
+namespace fastest = sse2;
+#else
+namespace fastest = portable;
+#endif
+
+/// Reverses the bit order of each byte; out and in may be the same.
+void reverse_bytes(std::uint8_t* out, const std::uint8_t* in, std::size_t size);
+
+#endif

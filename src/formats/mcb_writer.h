@@ -1,0 +1,65 @@
+// Writes an MCB file: header fields, then runs. Both converters to MCB use it, each with its own error
+// numbers.
+#ifndef KVN_FPGA_FORMATS_MCB_WRITER_H
+#define KVN_FPGA_FORMATS_MCB_WRITER_H
+
+#include "formats/block_file.h"
+#include "formats/mcb_format.h"
+#include "formats/progress.h"
+#include "formats/run_coding.h"
+#include "kvnfpgai.h"
+
+#include <span>
+#include <string_view>
+
+/// The failures of the data, each about the MCB file.
+struct McbDataMessages {
+    Message<const char*> count;
+    Message<const char*> value;
+    Message<const char*> last_count;
+    Message<const char*> last_value;
+};
+
+class McbWriter
+{
+public:
+    /// @param file_name the MCB file's name, for the messages
+    McbWriter(kvn_fpga_imp& session, const char* file_name, File file, const McbDataMessages& messages)
+        : session_{session}, file_name_{file_name}, messages_{messages}, output_{std::move(file)}
+    {
+    }
+
+    // Each field comes with the message of its failure; the result is 0 or its number.
+    int write_number(std::uint32_t number, const Message<const char*>& message);
+    int write_text(std::string_view text, const Message<const char*>& message);
+
+    /// Codes the next words and counts them. After the words of a report the progress is shown.
+    int write_words(std::span<const std::uint8_t> bytes, BitTally& bits);
+
+    /// Writes the last run, shows the final line and closes the file.
+    int finish(const BitTally& bits);
+
+    /// Whether everything that was written reached the file; known after finish.
+    /// @return 0, or the number of the last write
+    int check_file();
+
+private:
+    int write_field(const void* field, std::size_t size, const Message<const char*>& message);
+    int write_pairs(const std::uint8_t* pairs, std::size_t size, const Message<const char*>& count,
+                    const Message<const char*>& value);
+
+    kvn_fpga_imp& session_;
+    const char* file_name_;
+    const McbDataMessages& messages_;
+    BlockWriter output_;
+    RunEncoder runs_;
+    bool complete_ = false;
+};
+
+/// The name of a conversion's output: the input's with its last three characters replaced.
+struct OutputName {
+    char text[256];
+    OutputName(const char* input, const char* extension);
+};
+
+#endif

@@ -1,0 +1,125 @@
+// The RBT text format.
+#include "formats/rbt_format.h"
+
+#include "kvnfpgai.h"
+#include "support/text.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+int findin(const char* line, const char* word, std::int32_t* position)
+{
+    if (*word == '\0')
+        return 0;
+    for (const char* start = line; *start != '\0'; ++start) {
+        std::size_t same = 0;
+        while (word[same] != '\0' && lower(start[same]) == lower(word[same]))
+            ++same;
+        if (word[same] == '\0') {
+            *position = static_cast<std::int32_t>(start - line);
+            return 1;
+        }
+    }
+    return 0;
+}
+
+int isinline(const char* line, const char* word)
+{
+    std::int32_t position = 0;
+    return findin(line, word, &position);
+}
+
+bool RbtLine::is_title() const
+{
+    return std::strcmp(text, "Xilinx ASCII Bitstream\n") == 0;
+}
+
+void RbtLine::copy_device(char (&device)[255]) const
+{
+    const char* start = skip_blanks(find_blank(text));
+    copy_text(device, {start, std::strcspn(start, "\n")});
+}
+
+bool RbtLine::find_bit_count(std::int32_t& bits) const
+{
+    constexpr std::size_t label_length = 5;
+    std::int32_t position = 0;
+    if (findin(text, "bits:", &position) == 0)
+        return false;
+    bits = to_number(text + position + label_length);
+    return true;
+}
+
+bool read_part_line(FILE* stream, RbtLine& line)
+{
+    for (int number = 2; number <= 5; ++number)
+        if (!line.read(stream))
+            return false;
+    return true;
+}
+
+namespace
+{
+// What one read of a data line takes at the most: a longer line comes in pieces.
+constexpr std::size_t LONGEST_READ = 39;
+} // namespace
+
+std::size_t RbtDataReader::read(std::uint8_t* bytes, std::size_t limit)
+{
+    std::size_t words = 0;
+    while (words < limit) {
+        const auto chars = input_.peek(LONGEST_READ);
+        const auto* line = reinterpret_cast<const char*>(chars.data()); // NOLINT: the text of the file
+        const std::size_t whole_lines = std::min(limit - words, chars.size() / LINE_CHARS);
+        std::size_t plain = 0;
+        while (plain < whole_lines && fastest::read_plain_line(bytes, line)) {
+            ++plain;
+            line += LINE_CHARS;
+            bytes += WORD_SIZE;
+        }
+        input_.skip(plain * LINE_CHARS);
+        words += plain;
+        if (plain > 0)
+            continue;
+        if (!read_odd_line(bytes))
+            break;
+        bytes += WORD_SIZE;
+        ++words;
+    }
+    return words;
+}
+
+/// Reads a line that is not plain '0' and '1': cut as fgets cuts it into a buffer of 40 bytes, and measured
+/// as strlen measures it. So 33 characters at the end of the file are a line even without a line feed, and a
+/// zero byte ends one.
+bool RbtDataReader::read_odd_line(std::uint8_t* word)
+{
+    const auto bytes = input_.peek(LONGEST_READ);
+    std::string_view line{reinterpret_cast<const char*>(bytes.data()), // NOLINT: the text of the file
+                          std::min(bytes.size(), LONGEST_READ)};
+    const std::size_t line_feed = line.find('\n');
+    if (line_feed != std::string_view::npos)
+        line = line.substr(0, line_feed + 1);
+    else if (line.empty() || (line.size() < LONGEST_READ && input_.failed()))
+        return false; // the end; and what a read error cuts off is no line
+    const std::size_t length = std::min(line.find('\0'), line.size());
+    if (length != LINE_CHARS) {
+        wrong_line_ = true;
+        wrong_length_ = static_cast<int>(length);
+        return false;
+    }
+    kvn_fpga_imp::process_Bitstream_Word(line.data(), word);
+    input_.skip(line.size());
+    return true;
+}
+
+int kvn_fpga_imp::write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes)
+{
+    char line[LINE_CHARS];
+    fastest::write_line(line, bytes);
+    const std::size_t written = std::fwrite(line, 1, sizeof line, stream);
+    if (written < sizeof line)
+        return fail(rbt_write_failure(line[written]), file_name);
+    return 0;
+}
