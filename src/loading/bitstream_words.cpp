@@ -1,0 +1,45 @@
+// Turns single words of a bitstream into bytes, and sends them.
+#include "bus/api_text.h"
+#include "formats/bit_order.h"
+#include "kvnfpgai.h"
+
+void kvn_fpga_imp::process_Bitstream_Word(const char* chars, unsigned char* out)
+{
+    for (std::size_t group = 0; group < WORD_SIZE; ++group) {
+        unsigned byte = 0;
+        for (unsigned bit = 0; bit < 8; ++bit)
+            if (*chars++ == '1')
+                byte |= 1U << bit;
+        out[group] = static_cast<unsigned char>(byte);
+    }
+}
+
+int kvn_fpga_imp::Transmit_Bitstream_Word(const char* chars)
+{
+    unsigned char word[WORD_SIZE];
+    process_Bitstream_Word(chars, word);
+    return transmit_rbt_bytes(word, sizeof word);
+}
+
+int kvn_fpga_imp::Transmit_Bitstream_Bytes(const unsigned char* word)
+{
+    unsigned char reversed[WORD_SIZE];
+    bit_reverse(reversed, word, static_cast<int>(sizeof reversed));
+    return transmit_bit_bytes(reversed, sizeof reversed);
+}
+
+int kvn_fpga_imp::transmit_rbt_bytes(const unsigned char* bytes, std::size_t size)
+{
+    if (const auto status = send_buffered(handle, bytes, size).status)
+        return fail("Error 9140. Cannot send KSB message data, board \"%s %d\" (%s).", board_type,
+                    board_number, ApiText{status});
+    return 0;
+}
+
+int kvn_fpga_imp::transmit_bit_bytes(const unsigned char* bytes, std::size_t size)
+{
+    if (const auto status = send_buffered(handle, bytes, size).status)
+        return fail("Error 9390. Cannot send KSB message data, board \"%s %d\" (%s).", board_type,
+                    board_number, ApiText{status});
+    return 0;
+}
