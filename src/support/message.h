@@ -34,8 +34,8 @@ public:
 private:
     static constexpr int stated_number(const char* words)
     {
-        for (const char c : {'E', 'r', 'r', 'o', 'r', ' '})
-            if (*words++ != c)
+        for (const char* begin = "Error "; *begin != '\0'; ++begin)
+            if (*words++ != *begin)
                 throw "the text does not begin with \"Error \"";
         int stated = 0;
         for (int digit = 0; digit < 4; ++digit, ++words) {
