@@ -6,6 +6,7 @@
 #ifndef KVN_FPGA_FORMATS_BIT_ORDER_H
 #define KVN_FPGA_FORMATS_BIT_ORDER_H
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -21,20 +22,25 @@ inline constexpr std::size_t LINE_CHARS = 33;
 
 namespace portable
 {
+/// The first byte in the lowest eight bits, whatever the machine.
+constexpr std::uint64_t in_little_endian(std::uint64_t value)
+{
+    if constexpr (std::endian::native == std::endian::big)
+        return __builtin_bswap64(value);
+    return value;
+}
+
 inline std::uint64_t load(const void* bytes)
 {
-    const auto* byte = static_cast<const unsigned char*>(bytes);
-    std::uint64_t value = 0;
-    for (int i = 7; i >= 0; --i)
-        value = value << 8 | byte[i];
-    return value;
+    std::uint64_t value;
+    std::memcpy(&value, bytes, sizeof value);
+    return in_little_endian(value);
 }
 
 inline void store(void* bytes, std::uint64_t value)
 {
-    auto* byte = static_cast<unsigned char*>(bytes);
-    for (int i = 0; i < 8; ++i, value >>= 8)
-        byte[i] = static_cast<unsigned char>(value);
+    value = in_little_endian(value);
+    std::memcpy(bytes, &value, sizeof value);
 }
 
 constexpr std::uint64_t repeat(unsigned char byte)

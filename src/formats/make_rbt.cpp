@@ -6,7 +6,9 @@
 #include "formats/rbt_format.h"
 #include "kvnfpgai.h"
 
+#include <algorithm>
 #include <cstring>
+#include <span>
 
 namespace
 {
@@ -31,12 +33,13 @@ public:
     /// Writes a piece of the header.
     bool write_text(std::string_view text) { return output_.put(text.data(), text.size()) == text.size(); }
 
-    /// Takes a run. There is room for one more whenever is_full says no.
-    void add(std::uint8_t count, std::uint8_t value)
+    /// Takes runs until they stand for `enough` bytes, at most those of a report.
+    RunsTaken add(std::span<const std::uint8_t> pairs, std::size_t enough)
     {
-        used_ = static_cast<std::size_t>(expand_run(bytes_ + used_, count, value) - bytes_);
+        const RunsTaken taken = expand_runs(pairs, enough, bytes_ + used_);
+        used_ += taken.data_bytes;
+        return taken;
     }
-    [[nodiscard]] bool is_full() const { return used_ > CAPACITY; }
 
     /// Writes the lines that are followed by further bytes.
     int write_lines()
@@ -67,7 +70,6 @@ public:
     bool close() { return output_.close(); }
 
 private:
-    static constexpr std::size_t CAPACITY = 4096;
     static constexpr std::size_t LINES_AT_ONCE = 64;
 
     int write_words(const std::uint8_t* bytes, std::size_t size)
@@ -88,7 +90,7 @@ private:
     kvn_fpga_imp& session_;
     const char* file_name_;
     BlockWriter output_;
-    std::uint8_t bytes_[CAPACITY + LONGEST_RUN + 16] = {};
+    std::uint8_t bytes_[WORD_SIZE + expanded_size(BYTES_PER_MCB_REPORT + 1)] = {};
     std::size_t used_ = 0;
     std::uint8_t last_word_[WORD_SIZE] = {};
 };
@@ -129,25 +131,19 @@ int copy_data(kvn_fpga_imp& session, FILE* stream, RbtWriter& rbt, std::int32_t 
     std::int64_t last_shown = 0;
     while (bytes_done < byte_count) {
         const auto pairs = runs.pairs();
-        if (pairs.empty()) {
-            if (const int error = rbt.write_lines())
-                return error;
+        if (pairs.empty())
             return session.fail(runs.failure(read_messages), session.bitstream_file);
+        const std::int64_t to_report = last_shown + BYTES_PER_MCB_REPORT + 1 - bytes_done;
+        const auto taken =
+            rbt.add(pairs, static_cast<std::size_t>(std::min(to_report, byte_count - bytes_done)));
+        runs.skip(taken.pair_bytes);
+        bytes_done += static_cast<std::int64_t>(taken.data_bytes);
+        if (const int error = rbt.write_lines())
+            return error;
+        if (bytes_done > last_shown + BYTES_PER_MCB_REPORT) {
+            session.print("\r%% Done: %d", conversion_percent(bytes_done, byte_count));
+            last_shown = bytes_done;
         }
-        std::size_t i = 0;
-        for (; i < pairs.size() && bytes_done < byte_count; i += PAIR_SIZE) {
-            rbt.add(pairs[i], pairs[i + 1]);
-            bytes_done += pairs[i];
-            const bool report_is_due = bytes_done > last_shown + BYTES_PER_MCB_REPORT;
-            if (report_is_due || rbt.is_full())
-                if (const int error = rbt.write_lines())
-                    return error;
-            if (report_is_due) {
-                session.print("\r%% Done: %d", conversion_percent(bytes_done, byte_count));
-                last_shown = bytes_done;
-            }
-        }
-        runs.skip(i);
     }
     return rbt.write_last_line();
 }

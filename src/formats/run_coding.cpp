@@ -95,14 +95,3 @@ void RunEncoder::finish(std::uint8_t* pair) const
     pair[0] = static_cast<std::uint8_t>(count_);
     pair[1] = value_;
 }
-
-std::uint8_t* expand_run(std::uint8_t* out, std::size_t count, std::uint8_t value)
-{
-    std::uint8_t* const end = out + count;
-    const std::uint64_t copies = portable::repeat(value);
-    for (; out < end; out += 16) {
-        portable::store(out, copies);
-        portable::store(out + 8, copies);
-    }
-    return end;
-}

@@ -2,12 +2,17 @@
 #ifndef KVN_FPGA_FORMATS_RUN_CODING_H
 #define KVN_FPGA_FORMATS_RUN_CODING_H
 
+#include "formats/bit_order.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <span>
 
 inline constexpr std::size_t PAIR_SIZE = 2;
 inline constexpr std::size_t LONGEST_RUN = 255;
+
+/// What expand_run writes at once: so much room it needs behind the copies.
+inline constexpr std::size_t EXPAND_STEP = 16;
 
 /// Turns configuration bytes into runs. The last run is held back until finish, since more of it may follow.
 class RunEncoder
@@ -31,8 +36,48 @@ private:
     std::size_t finished_runs_ = 0;
 };
 
-/// Writes `count` copies of a value. As many as 15 bytes behind them may be overwritten.
-/// @return the place behind the copies
-std::uint8_t* expand_run(std::uint8_t* out, std::size_t count, std::uint8_t value);
+/// How far runs were followed.
+struct RunsTaken {
+    std::size_t pair_bytes; ///< the bytes of their pairs
+    std::size_t data_bytes; ///< the bytes that they stand for
+};
+
+/// Follows runs until they stand for `enough` bytes or more, or end.
+inline RunsTaken measure_runs(std::span<const std::uint8_t> pairs, std::size_t enough)
+{
+    RunsTaken taken{0, 0};
+    for (; taken.pair_bytes < pairs.size() && taken.data_bytes < enough; taken.pair_bytes += PAIR_SIZE)
+        taken.data_bytes += pairs[taken.pair_bytes];
+    return taken;
+}
+
+/// Writes `count` copies of a value, and fewer than EXPAND_STEP further bytes.
+inline void expand_run(std::uint8_t* out, std::size_t count, std::uint8_t value)
+{
+    const std::uint64_t copies = portable::repeat(value);
+    for (std::size_t i = 0; i < count; i += EXPAND_STEP) {
+        portable::store(out + i, copies);
+        portable::store(out + i + sizeof copies, copies);
+    }
+}
+
+/// Follows runs as measure_runs does, and writes what they stand for.
+/// @param out has room for expanded_size(enough) bytes
+inline RunsTaken expand_runs(std::span<const std::uint8_t> pairs, std::size_t enough, std::uint8_t* out)
+{
+    RunsTaken taken{0, 0};
+    for (; taken.pair_bytes < pairs.size() && taken.data_bytes < enough; taken.pair_bytes += PAIR_SIZE) {
+        const std::uint8_t* pair = &pairs[taken.pair_bytes];
+        expand_run(out + taken.data_bytes, pair[0], pair[1]);
+        taken.data_bytes += pair[0];
+    }
+    return taken;
+}
+
+/// The room that runs need which are followed until they stand for `enough` bytes.
+constexpr std::size_t expanded_size(std::size_t enough)
+{
+    return enough + LONGEST_RUN + EXPAND_STEP;
+}
 
 #endif

@@ -6,6 +6,9 @@
 #include "kvnfpgai.h"
 #include "loading/load_exchange.h"
 
+#include <algorithm>
+#include <span>
+
 namespace
 {
 constexpr ExchangeMessages exchange_messages{
@@ -65,115 +68,80 @@ int read_header(kvn_fpga_imp& session, FILE* fp, const char* device_name, std::i
     return 0;
 }
 
-/// Gathers the data of neighbouring runs, to send it at once: the pairs as they stand, or the bytes they
-/// expand to.
-class RunSender
-{
-public:
-    explicit RunSender(LoadExchange& load) : load_{load} {}
-
-    int add(const std::uint8_t* pair)
-    {
-        if (load_.compressed()) {
-            used_[0] = pair[0];
-            used_[1] = pair[1];
-            used_ += PAIR_SIZE;
-        } else {
-            used_ = expand_run(used_, pair[0], pair[1]);
-        }
-        return used_ - bytes_ > CAPACITY ? send() : 0;
-    }
-
-    int send()
-    {
-        const std::span<const std::uint8_t> bytes{bytes_, used_};
-        used_ = bytes_;
-        return load_.compressed() ? load_.send_pairs(bytes, run_messages)
-                                  : load_.send(bytes, expanded_message);
-    }
-
-private:
-    static constexpr std::ptrdiff_t CAPACITY = 4096;
-
-    LoadExchange& load_;
-    std::uint8_t bytes_[CAPACITY + LONGEST_RUN + 16];
-    std::uint8_t* used_ = bytes_;
-};
-
 /// Sends the data of a file, and counts its bytes.
 class McbData
 {
 public:
     McbData(kvn_fpga_imp& session, LoadExchange& load, FILE* fp, std::int32_t total_bytes)
-        : session_{session}, load_{load}, runs_{fp}, sender_{load}, total_{total_bytes}
+        : session_{session}, load_{load}, runs_{fp}, total_{total_bytes}
     {
     }
 
     [[nodiscard]] std::int32_t bytes_done() const { return static_cast<std::int32_t>(done_); }
 
-    int send_all()
+    int send()
     {
         while (done_ < total_) {
             const auto pairs = runs_.pairs();
-            if (pairs.empty()) {
-                if (const int error = sender_.send())
-                    return error;
+            if (pairs.empty())
                 return session_.fail(runs_.failure(read_messages), session_.bitstream_file);
+            if (const int error = reaches_tail(pairs) ? send_tail(pairs.data()) : send_runs(pairs))
+                return error;
+            if (done_ > last_shown_ + BYTES_PER_LOAD_REPORT) {
+                session_.print("\r%% Done: %d", load_percent(bytes_done(), total_));
+                last_shown_ = done_;
             }
-            std::size_t i = 0;
-            for (; i < pairs.size() && done_ < total_; i += PAIR_SIZE)
-                if (const int error = send_run(&pairs[i]))
-                    return error;
-            runs_.skip(i);
         }
-        return sender_.send();
+        return 0;
     }
 
 private:
-    int send_run(const std::uint8_t* pair)
+    [[nodiscard]] bool reaches_tail(std::span<const std::uint8_t> pairs) const
     {
-        if (!session_.virtex2_family && done_ + pair[0] >= total_ - TAIL_BYTES) {
-            if (const int error = send_tail(pair))
-                return error;
-            done_ = total_;
-        } else {
-            if (const int error = sender_.add(pair))
-                return error;
-            done_ += pair[0];
-        }
-        return done_ > last_shown_ + BYTES_PER_LOAD_REPORT ? show_progress() : 0;
+        return !session_.virtex2_family && done_ + pairs[0] >= total_ - TAIL_BYTES;
     }
 
-    /// Sends the run that reaches into the tail, without what lies in the tail. It is the last one sent.
+    /// Sends runs until a report is due or the end is reached; near the tail of an older family a single one,
+    /// since the next may reach into it.
+    int send_runs(std::span<const std::uint8_t> pairs)
+    {
+        std::int64_t room = total_ - done_;
+        if (!session_.virtex2_family)
+            room -= TAIL_BYTES + static_cast<std::int64_t>(LONGEST_RUN);
+        if (room <= 0)
+            pairs = pairs.first(PAIR_SIZE);
+        const std::int64_t to_report = last_shown_ + BYTES_PER_LOAD_REPORT + 1 - done_;
+        const auto enough = static_cast<std::size_t>(std::min(to_report, std::max<std::int64_t>(room, 1)));
+
+        std::uint8_t bytes[expanded_size(BYTES_PER_LOAD_REPORT + 1)];
+        const auto taken =
+            load_.compressed() ? measure_runs(pairs, enough) : expand_runs(pairs, enough, bytes);
+        runs_.skip(taken.pair_bytes);
+        done_ += static_cast<std::int64_t>(taken.data_bytes);
+        return load_.compressed() ? load_.send_pairs(pairs.first(taken.pair_bytes), run_messages)
+                                  : load_.send({bytes, taken.data_bytes}, expanded_message);
+    }
+
+    /// Sends the run that reaches into the tail, without what lies in the tail. It is the last one.
     int send_tail(const std::uint8_t* pair)
     {
-        if (const int error = sender_.send())
-            return error;
+        const std::int64_t count = total_ - TAIL_BYTES - done_;
+        done_ = total_;
         if (load_.compressed()) {
             // Required: in 8 bits, so a total of fewer than 4 bytes gives a large count.
-            const std::uint8_t cut_pair[PAIR_SIZE] = {static_cast<std::uint8_t>(total_ - done_ - TAIL_BYTES),
-                                                      pair[1]};
+            const std::uint8_t cut_pair[PAIR_SIZE] = {static_cast<std::uint8_t>(count), pair[1]};
             return load_.send_pairs(cut_pair, tail_pair_messages);
         }
-        std::uint8_t copies[LONGEST_RUN + 16];
-        const std::int64_t count = std::max<std::int64_t>(0, total_ - TAIL_BYTES - done_);
+        if (count <= 0)
+            return 0;
+        std::uint8_t copies[LONGEST_RUN + EXPAND_STEP];
         expand_run(copies, static_cast<std::size_t>(count), pair[1]);
         return load_.send({copies, static_cast<std::size_t>(count)}, tail_byte_message);
-    }
-
-    int show_progress()
-    {
-        if (const int error = sender_.send())
-            return error;
-        session_.print("\r%% Done: %d", load_percent(static_cast<std::int32_t>(done_), total_));
-        last_shown_ = done_;
-        return 0;
     }
 
     kvn_fpga_imp& session_;
     LoadExchange& load_;
     McbRunReader runs_;
-    RunSender sender_;
     std::int32_t total_;
     std::int64_t done_ = 0;
     std::int64_t last_shown_ = 0;
@@ -192,7 +160,7 @@ int kvn_fpga_imp::Load_Bitstream_mcb(const char* given_type, int given_number, i
     if (const int error = load.start())
         return error;
     McbData data{*this, load, fp, total_bytes};
-    if (const int error = data.send_all())
+    if (const int error = data.send())
         return error;
     if (const int error = load.flush())
         return error;
