@@ -10,12 +10,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
+#include <limits>
 #include <stdexcept>
 #include <system_error>
 
@@ -23,6 +25,8 @@ namespace
 {
 
 reference::Platform* host = nullptr;
+const scenario::Scenario* played = nullptr;
+int faulty_streams = 0;
 fake::User* user = nullptr;
 
 void print_for_library(char* text)
@@ -86,6 +90,54 @@ std::map<std::string, std::string> files_in(const std::filesystem::path& folder)
             seen = content_of(entry.path());
     }
     return files;
+}
+
+/// A stream of a real file that fails at a byte of its own.
+struct Faulty {
+    FILE* real = nullptr;
+    std::size_t readable = 0;
+    std::size_t writable = 0;
+};
+
+ssize_t read_faulty(void* cookie, char* data, std::size_t size)
+{
+    auto* file = static_cast<Faulty*>(cookie);
+    if (file->readable == 0) {
+        errno = EIO;
+        return -1;
+    }
+    const std::size_t read = std::fread(data, 1, std::min(size, file->readable), file->real);
+    file->readable -= read;
+    return static_cast<ssize_t>(read);
+}
+
+ssize_t write_faulty(void* cookie, const char* data, std::size_t size)
+{
+    auto* file = static_cast<Faulty*>(cookie);
+    const std::size_t written = std::fwrite(data, 1, std::min(size, file->writable), file->real);
+    file->writable -= written;
+    if (written < size)
+        errno = ENOSPC;
+    return static_cast<ssize_t>(written);
+}
+
+int close_faulty(void* cookie)
+{
+    auto* file = static_cast<Faulty*>(cookie);
+    std::fclose(file->real);
+    delete file;
+    --faulty_streams;
+    return 0;
+}
+
+FILE* open_faulty(FILE* real, const char* mode, const scenario::File& plan)
+{
+    if (real == nullptr)
+        return nullptr;
+    const auto all = std::numeric_limits<std::size_t>::max();
+    auto* file = new Faulty{real, plan.readable.value_or(all), plan.writable.value_or(all)};
+    ++faulty_streams;
+    return fopencookie(file, mode, {read_faulty, write_faulty, nullptr, close_faulty});
 }
 
 /// The lowest file descriptor that is free: another one afterwards tells of a file left open.
@@ -226,6 +278,25 @@ std::string text_difference(const std::string& what, const std::string& library,
 
 } // namespace
 
+// Files that fail where the scenario says so: the linker sends the calls of fopen here.
+
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+extern "C" FILE* __real_fopen(const char* name, const char* mode);
+
+extern "C" FILE* __wrap_fopen(const char* name, const char* mode)
+{
+    FILE* real = __real_fopen(name, mode);
+    if (played == nullptr)
+        return real;
+    const auto planned = played->files.find(name);
+    if (planned == played->files.end())
+        return real;
+    const scenario::File& file = planned->second;
+    const bool faulty = mode[0] == 'r' ? file.readable.has_value() : file.writable.has_value();
+    return faulty ? open_faulty(real, mode, file) : real;
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+
 // The board-access API of this process.
 
 uint32_t MwOpenS(const char* board_type, uint16_t board_number, const char* device, MW_HANDLE** handle,
@@ -346,10 +417,11 @@ std::filesystem::path Worlds::prepare(const char* name, const scenario::Scenario
             std::filesystem::create_directory(path / file_name);
         else if (file.kind == scenario::Kind::full_device)
             std::filesystem::create_symlink("/dev/full", path / file_name);
-        else
+        else if (!file.writable)
             std::ofstream(path / file_name, std::ios::binary) << file.content;
     }
     std::filesystem::current_path(path);
+    faulty_streams = 0;
     return path;
 }
 
@@ -361,6 +433,7 @@ Account Worlds::with_library(const scenario::Scenario& scenario)
     fake::Platform platform{scenario.platform, account.log, terminal ? output_position : nullptr};
     fake::User answers{scenario.user, account.log};
     host = &platform;
+    played = &scenario;
     user = &answers;
     set_variable("MWAPIKSB", scenario.mwapiksb);
     set_variable("MWAPIJTAG", scenario.mwapijtag);
@@ -382,7 +455,8 @@ Account Worlds::with_library(const scenario::Scenario& scenario)
         for (const scenario::Call& call : scenario.calls) {
             const int descriptor = free_descriptor();
             const int result = call_library(library, call);
-            note_result(account.log, result, library.kvn_fpga_getlasterr(), free_descriptor() == descriptor);
+            note_result(account.log, result, library.kvn_fpga_getlasterr(),
+                        free_descriptor() == descriptor && faulty_streams == 0);
         }
     }
     if (!scenario.platform.log_data)
@@ -392,6 +466,7 @@ Account Worlds::with_library(const scenario::Scenario& scenario)
         redirection.reset();
         account.output = content_of(folder_ / "shown");
     }
+    played = nullptr;
     account.files = files_in(path);
     return account;
 }
@@ -406,6 +481,7 @@ Account Worlds::with_model(const scenario::Scenario& scenario)
     fake::Platform platform{scenario.platform, account.log,
                             scenario.uses_terminal() ? std::function<std::string()>(position) : nullptr};
     fake::User answers{scenario.user, account.log};
+    played = &scenario;
     reference::Model model{platform, terminal, {scenario.mwapiksb, scenario.mwapijtag}};
     if (scenario.prints)
         model.callbacks.print = [&](const char* text) { answers.print(text); };
@@ -425,6 +501,7 @@ Account Worlds::with_model(const scenario::Scenario& scenario)
         account.log.push_back(platform.data_summary());
     account.output = terminal.output;
     account.consumed = terminal.next;
+    played = nullptr;
     account.files = files_in(path);
     return account;
 }

@@ -275,8 +275,43 @@ TEST_F(Differential, OutputsThatFailAreTheSame)
                 Scenario scenario =
                     convert(formats[i].file,
                             formats[i].build("2v3000fg676", scenario::sample_configuration(length, 1)), 1);
-                scenario.files[outputs[i]] = {kind, ""};
+                scenario.files[outputs[i]] = {kind, "", {}, {}};
                 ASSERT_TRUE(same(scenario, outputs[i]));
+            }
+        }
+    }
+}
+
+TEST_F(Differential, ReadErrorsAtEveryByteAreTheSame)
+{
+    for (const Format& format : formats) {
+        const std::string whole = format.build("2v3000fg676", scenario::sample_configuration(24, 5)) + "more";
+        for (std::size_t place = 0; place <= whole.size(); ++place) {
+            for (Scenario scenario : uses(format.file, whole)) {
+                scenario.files[format.file].readable = place;
+                ASSERT_TRUE(
+                    same(scenario, std::string(format.file) + ", read error at " + std::to_string(place)));
+            }
+        }
+    }
+}
+
+/// Small outputs, which wait in any buffer until the end.
+TEST_F(Differential, DisksFullAtEveryByteAreTheSame)
+{
+    static const char* const outputs[] = {"design.mcb", "design.mcb", "design.rbt"};
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (const std::size_t length : {4U, 20U}) {
+            const std::string content =
+                formats[i].build("2v3000fg676", scenario::sample_configuration(length, 1));
+            for (const std::string& input :
+                 {content, content.substr(0, content.size() - 1), content + std::string(1024, '1')}) {
+                for (std::size_t place = 0; place < 600; ++place) {
+                    Scenario scenario = convert(formats[i].file, input, 1);
+                    scenario.files[outputs[i]].writable = place;
+                    ASSERT_TRUE(
+                        same(scenario, std::string(outputs[i]) + " full at " + std::to_string(place)));
+                }
             }
         }
     }

@@ -524,7 +524,7 @@ void Generator::add_files()
     }
     if (dice_.percent(3)) {
         static const char* const names[] = {"design.rbt", "design.mcb", "design.bit", "list.con"};
-        made_.files[dice_.pick(names)] = {Kind::directory, ""};
+        made_.files[dice_.pick(names)] = {Kind::directory, "", {}, {}};
     }
 }
 
@@ -819,13 +819,17 @@ Scenario Generator::make()
     do
         made_.calls.push_back(call());
     while (dice_.percent(15));
+    for (auto& [name, file] : made_.files) {
+        if (dice_.percent(2))
+            file.readable = dice_.below(file.content.size() + 2);
+    }
     static const char* const outputs[] = {"design.mcb", "design.rbt"};
     if (dice_.percent(2)) {
         const std::string output = dice_.pick(outputs);
         for (auto& [name, file] : made_.files)
             file.content = file.content.substr(0, 1500); // small enough to wait in any buffer until the end
         const bool full = output == "design.mcb" && dice_.percent(70);
-        made_.files[output] = {full ? Kind::full_device : Kind::directory, ""};
+        made_.files[output] = {full ? Kind::full_device : Kind::directory, "", {}, {}};
     }
     return made_;
 }
@@ -871,7 +875,9 @@ std::string described(const Scenario& scenario)
     for (const auto& [name, file] : scenario.files) {
         static const char* const kinds[] = {"file", "directory", "link to a full device"};
         text += fake::escaped(name) + ": " + kinds[static_cast<int>(file.kind)] + ", " +
-                std::to_string(file.content.size()) + " bytes, begins \"" +
+                std::to_string(file.content.size()) + " bytes" +
+                (file.readable ? ", read error at byte " + std::to_string(*file.readable) : "") +
+                (file.writable ? ", full at byte " + std::to_string(*file.writable) : "") + ", begins \"" +
                 fake::escaped(file.content.substr(0, 300)) + "\"\n";
     }
     for (const fake::Failure& failure : scenario.platform.failures)

@@ -34,6 +34,8 @@ enum class Kind { file, directory, full_device };
 struct File {
     Kind kind = Kind::file;
     std::string content;
+    std::optional<std::size_t> readable; ///< bytes that can be read before the disk gives an error
+    std::optional<std::size_t> writable; ///< bytes that can be written before the disk is full
 };
 
 struct Scenario {
