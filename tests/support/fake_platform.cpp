@@ -1,0 +1,597 @@
+// A platform for tests: boards and modules as a test builds them, a journal of every call, planned failures.
+#include "support/fake_platform.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+struct MW_HANDLE {
+    std::string type;
+    std::uint16_t number = 0;
+    std::uint32_t kind = 3;
+    KindWidth width = KindWidth::bits32;
+    bool is_callers = false;
+    bool is_open = true;
+    std::uint32_t io_statuses = 0;
+
+    // The message being sent in pieces, the module it goes to, and the one that will answer it.
+    bool sending = false;
+    bool receiving = false;
+    Module* receiver = nullptr;
+    Module* answering = nullptr;
+    // The query that waits for its reply.
+    Module* queried = nullptr;
+    std::uint32_t query = 0;
+};
+
+namespace
+{
+thread_local FakePlatform* current = nullptr;
+
+constexpr std::uint32_t TIMEOUT = 5000;
+constexpr std::uint32_t TYPE_QUERY = 1;
+constexpr std::uint32_t COMPRESSION_QUERY = 11;
+
+std::string number(std::uint32_t value)
+{
+    return std::to_string(value);
+}
+
+std::string hexadecimal(std::uint32_t value)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%x", value);
+    return text;
+}
+
+std::string quoted(const char* text)
+{
+    return text == nullptr ? "null" : '"' + std::string{text} + '"';
+}
+
+std::string timeout_text(std::uint32_t timeout)
+{
+    if (timeout != TIMEOUT)
+        ADD_FAILURE() << "a call with the time-out " << timeout;
+    return " timeout " + number(timeout);
+}
+
+void expect(bool condition, const char* what)
+{
+    if (!condition)
+        ADD_FAILURE() << what;
+}
+
+Bytes reply_to(const Module& module, std::uint32_t query)
+{
+    if (query == TYPE_QUERY)
+        return {module.record.begin(), module.record.end()};
+    return {module.compression_reply};
+}
+} // namespace
+
+Module& Module::set(std::size_t index, std::uint8_t value)
+{
+    record.at(index) = value;
+    return *this;
+}
+
+Module& Module::device(std::string_view name)
+{
+    std::fill(record.begin() + 3, record.begin() + 29, std::uint8_t{0});
+    std::copy_n(name.begin(), std::min<std::size_t>(name.size(), 26), record.begin() + 3);
+    return *this;
+}
+
+Module& Module::accepts_compressed(bool yes)
+{
+    compression_reply = yes ? 1 : 0;
+    return set(29, compression_reply);
+}
+
+Bytes Module::received() const
+{
+    if (loads.empty() || loads.back().size() < 2)
+        return {};
+    return {loads.back().begin() + 2, loads.back().end()};
+}
+
+Bytes Module::received_header() const
+{
+    if (loads.empty())
+        return {};
+    const Bytes& load = loads.back();
+    return {load.begin(), load.begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(2, load.size()))};
+}
+
+Module fpga_module(std::uint8_t model)
+{
+    Module module;
+    return module.type(2).model(model).version(1).device("2v3000fg676-4");
+}
+
+Module io_module(std::uint8_t model)
+{
+    return fpga_module(model).type(4);
+}
+
+Module processor_module()
+{
+    Module module;
+    module.is_processor = 1;
+    return module;
+}
+
+Module module_without_bus()
+{
+    Module module;
+    module.has_bus = 0;
+    return module;
+}
+
+Module& FakeBoard::slot(std::uint32_t number, const Module& module)
+{
+    return slots_[number] = module;
+}
+
+Module* FakeBoard::module_in(std::uint32_t number)
+{
+    const auto found = slots_.find(number);
+    return found == slots_.end() ? nullptr : &found->second;
+}
+
+FakePlatform::FakePlatform() : previous_{current}
+{
+    current = this;
+}
+
+FakePlatform::~FakePlatform()
+{
+    current = previous_;
+}
+
+FakeBoard& FakePlatform::board(const std::string& type, std::uint16_t number)
+{
+    return boards_[{type, number}];
+}
+
+MW_HANDLE* FakePlatform::new_handle(const std::string& type, std::uint16_t number, std::uint32_t kind)
+{
+    MW_HANDLE* handle = handles_.emplace_back(std::make_unique<MW_HANDLE>()).get();
+    handle->type = type;
+    handle->number = number;
+    handle->kind = kind;
+    return handle;
+}
+
+MW_HANDLE* FakePlatform::caller_handle(const std::string& type, std::uint16_t number, std::uint32_t kind,
+                                       KindWidth width)
+{
+    MW_HANDLE* handle = new_handle(type, number, kind);
+    handle->width = width;
+    handle->is_callers = true;
+    return handle;
+}
+
+MW_HANDLE* FakePlatform::opened_bus(const std::string& type, std::uint16_t number)
+{
+    return new_handle(type, number, 3);
+}
+
+int FakePlatform::open_handles() const
+{
+    return static_cast<int>(std::count_if(handles_.begin(), handles_.end(), [](const auto& handle) {
+        return handle->is_open && !handle->is_callers;
+    }));
+}
+
+void FakePlatform::fail_call(int n, std::uint32_t code)
+{
+    failing_calls_.push_back({n, code});
+}
+
+void FakePlatform::fail(const std::string& function, int n, std::uint32_t code)
+{
+    failing_functions_.insert({function, {n, code}});
+}
+
+void FakePlatform::fail_nothing()
+{
+    failing_calls_.clear();
+    failing_functions_.clear();
+}
+
+std::vector<std::string> FakePlatform::journal() const
+{
+    std::vector<std::string> lines;
+    for (const std::string& line : log)
+        if (line.starts_with("* "))
+            lines.push_back(line.substr(2));
+    return lines;
+}
+
+std::uint32_t FakePlatform::call(const std::string& function, const std::string& arguments)
+{
+    if (logs_data || (function != "SendMessageDataEx" && function != "ReceiveMessageDataEx"))
+        note(function + arguments);
+    ++calls_;
+    std::uint32_t code = 0;
+    const auto count_down = [&code](PlannedFailure& failure) {
+        if (--failure.calls_left == 0)
+            code = failure.code;
+    };
+    std::for_each(failing_calls_.begin(), failing_calls_.end(), count_down);
+    const auto [first, last] = failing_functions_.equal_range(function);
+    std::for_each(first, last, [&count_down](auto& planned) { count_down(planned.second); });
+    return code;
+}
+
+bool FakePlatform::is_open(MW_HANDLE* handle, const char* function)
+{
+    const bool known = std::any_of(handles_.begin(), handles_.end(), [handle](const auto& known_handle) {
+        return known_handle.get() == handle;
+    });
+    if (known && handle->is_open)
+        return true;
+    ADD_FAILURE() << function << " on a handle that is not open";
+    return false;
+}
+
+Module* FakePlatform::find_module(const MW_HANDLE& handle, std::uint32_t board_number, std::uint32_t slot)
+{
+    // The bus of a board reaches the boards beside it.
+    if (board_number == handle.number)
+        return board(handle.type, handle.number).module_in(slot);
+    for (auto& [name, other] : boards_)
+        if (name.second == board_number)
+            return other.module_in(slot);
+    return nullptr;
+}
+
+/// What stands behind the functions of the platform.
+struct PlatformFunctions {
+    static constexpr std::uint32_t HANDLE_NOT_OPEN = 0x1003;
+
+    static std::string on(const MW_HANDLE* handle) { return handle->is_callers ? " on caller handle" : ""; }
+
+    static std::uint32_t open(FakePlatform& platform, const char* type, std::uint16_t board,
+                              const char* device, MW_HANDLE** handle, const std::uint32_t* reserved)
+    {
+        expect(handle != nullptr && *handle == nullptr, "MwOpenS without a cleared handle");
+        expect(reserved != nullptr && *reserved == 0, "MwOpenS without a word set to 0");
+        std::uint32_t code =
+            platform.call("OpenS", ' ' + quoted(type) + ' ' + number(board) + ' ' + quoted(device));
+        if (code == 0 && !platform.boards_.contains({type, board}))
+            code = NO_SUCH_BOARD;
+        if (code == 0 || platform.failing_open_stores_handle)
+            *handle = platform.new_handle(type, board, 3);
+        return code;
+    }
+
+    static std::uint32_t close(FakePlatform& platform, MW_HANDLE** handle)
+    {
+        if (!platform.is_open(*handle, "MwClose"))
+            return HANDLE_NOT_OPEN;
+        platform.note("Close" + on(*handle));
+        expect(!(*handle)->is_callers, "a caller's handle is closed");
+        (*handle)->is_open = false;
+        if (platform.close_clears_handle)
+            *handle = nullptr;
+        // The result is ignored, whatever it is.
+        return 0x55;
+    }
+
+    static std::uint32_t words(FakePlatform& platform, std::uint32_t code, char* text)
+    {
+        platform.note("Err2Text " + hexadecimal(code));
+        const auto found = platform.error_texts_.find(code);
+        const std::string words =
+            found == platform.error_texts_.end() ? "api " + hexadecimal(code) : found->second;
+        // All 256 bytes are the platform's to write.
+        std::memset(text, 0, 256);
+        words.copy(text, 255);
+        return 0x56;
+    }
+
+    static std::uint32_t board_info(FakePlatform& platform, const char* type, std::uint16_t board_number,
+                                    std::uint32_t* record)
+    {
+        constexpr std::size_t words_of_a_long_record = 64;
+        expect(record[0] == 0, "MwGetBoardInfo with a record that does not begin with 0");
+        const std::uint32_t code =
+            platform.call("GetBoardInfo", ' ' + quoted(type) + ' ' + number(board_number));
+        if (code != 0)
+            return code;
+        FakeBoard& board = platform.board(type, board_number);
+        std::fill_n(record, words_of_a_long_record, 0U);
+        for (std::uint32_t slot = 1; slot <= 4; ++slot) {
+            const Module* module = board.module_in(slot);
+            if (module == nullptr)
+                continue;
+            std::uint32_t* entry = record + (5 * slot - 4);
+            entry[0] = module->present;
+            entry[1] = module->is_processor;
+            entry[2] = module->has_bus;
+            entry[3] = 0x33333333;
+            entry[4] = 0x44444444;
+        }
+        return 0;
+    }
+
+    static std::uint32_t device_info(FakePlatform& platform, MW_HANDLE* handle, char* type,
+                                     std::uint16_t* board_number, std::uint32_t* kind)
+    {
+        if (!platform.is_open(handle, "MwGetDeviceInfo"))
+            return HANDLE_NOT_OPEN;
+        expect(*kind == 0, "MwGetDeviceInfo with a kind that is not cleared");
+        const std::uint32_t code = platform.call("GetDeviceInfo", on(handle));
+        if (code != 0)
+            return code;
+        std::memset(type, 0, 32);
+        handle->type.copy(type, 31);
+        *board_number = handle->number;
+        if (handle->width == KindWidth::bits16) {
+            const auto narrow = static_cast<std::uint16_t>(handle->kind);
+            std::memcpy(kind, &narrow, sizeof narrow);
+        } else {
+            *kind = handle->kind;
+        }
+        return 0;
+    }
+
+    static std::uint32_t init_io_status(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t* status)
+    {
+        if (!platform.is_open(handle, "MwInitIoStatus"))
+            return HANDLE_NOT_OPEN;
+        expect(*status == 0, "MwInitIoStatus with a status that is not cleared");
+        const std::uint32_t code = platform.call("InitIoStatus", on(handle));
+        if (code == 0)
+            *status = 0x10000 + ++handle->io_statuses;
+        return code;
+    }
+
+    static std::uint32_t send(FakePlatform& platform, const char* function, const std::string& where,
+                              MW_HANDLE* handle, std::uint32_t type, std::uint32_t board, std::uint32_t slot,
+                              const void* data, std::uint32_t length, std::uint32_t timeout)
+    {
+        if (!platform.is_open(handle, function))
+            return HANDLE_NOT_OPEN;
+        expect(data == nullptr && length == 0, "a query with data");
+        expect(!handle->sending && !handle->receiving, "a query inside a message");
+        const std::uint32_t code =
+            platform.call(function, " type " + number(type) + where + " length " + number(length) +
+                                        timeout_text(timeout) + on(handle));
+        if (code != 0)
+            return code;
+        Module* module = platform.find_module(*handle, board, slot);
+        if (module == nullptr)
+            return NO_MODULE_IN_SLOT;
+        expect(type == TYPE_QUERY || type == COMPRESSION_QUERY, "a message of an unknown type");
+        handle->queried = module;
+        handle->query = type;
+        return 0;
+    }
+
+    static std::uint32_t receive(FakePlatform& platform, const char* function, const std::string& where,
+                                 MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board,
+                                 std::uint32_t slot, void* data, std::uint32_t size, std::uint32_t* received,
+                                 std::uint32_t timeout)
+    {
+        if (!platform.is_open(handle, function))
+            return HANDLE_NOT_OPEN;
+        const std::uint32_t code =
+            platform.call(function, where + " size " + number(size) + timeout_text(timeout) + on(handle));
+        Module* module = std::exchange(handle->queried, nullptr);
+        if (code != 0)
+            return code;
+        if (module == nullptr || module != platform.find_module(*handle, board, slot)) {
+            ADD_FAILURE() << function << " without a request to that module";
+            return NO_MODULE_IN_SLOT;
+        }
+        const bool is_type = handle->query == TYPE_QUERY;
+        *type = is_type ? module->type_reply_type : module->compression_reply_type;
+        const Bytes reply = reply_to(*module, handle->query);
+        const std::size_t length = std::min<std::size_t>(reply.size(), size);
+        std::memcpy(data, reply.data(), length);
+        *received = static_cast<std::uint32_t>(length);
+        return 0;
+    }
+
+    static std::uint32_t start_send(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t board,
+                                    std::uint32_t slot, std::uint32_t timeout)
+    {
+        if (!platform.is_open(handle, "MwKSBStartSendMessageEx"))
+            return HANDLE_NOT_OPEN;
+        expect(!handle->sending && !handle->receiving, "a message begun inside another");
+        const std::uint32_t code =
+            platform.call("StartSendMessageEx", " board " + number(board) + " slot " + number(slot) +
+                                                    timeout_text(timeout) + on(handle));
+        if (code != 0)
+            return code;
+        handle->receiver = platform.find_module(*handle, board, slot);
+        if (handle->receiver == nullptr)
+            return NO_MODULE_IN_SLOT;
+        handle->receiver->loads.emplace_back();
+        handle->sending = true;
+        return 0;
+    }
+
+    static std::uint32_t send_data(FakePlatform& platform, MW_HANDLE* handle, const void* data,
+                                   std::uint32_t length, std::uint32_t timeout)
+    {
+        if (!platform.is_open(handle, "MwKSBSendMessageDataEx"))
+            return HANDLE_NOT_OPEN;
+        expect(handle->sending, "data outside a message");
+        expect(data != nullptr && length > 0, "a piece without data");
+        const std::string text = platform.logs_data ? ' ' + hex(data, length) : "";
+        const std::uint32_t code =
+            platform.call("SendMessageDataEx", text + timeout_text(timeout) + on(handle));
+        if (code == 0 && handle->sending) {
+            const auto* first = static_cast<const std::uint8_t*>(data);
+            Bytes& load = handle->receiver->loads.back();
+            load.insert(load.end(), first, first + length);
+        }
+        return code;
+    }
+
+    static std::uint32_t end_send(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t timeout)
+    {
+        if (!platform.is_open(handle, "MwKSBEndOfSendMessageEx"))
+            return HANDLE_NOT_OPEN;
+        expect(handle->sending, "the end of a message that was not begun");
+        const std::uint32_t code = platform.call("EndOfSendMessageEx", timeout_text(timeout) + on(handle));
+        if (code == 0) {
+            handle->sending = false;
+            handle->answering = handle->receiver;
+        }
+        return code;
+    }
+
+    static std::uint32_t start_receive(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t* type,
+                                       std::uint32_t timeout)
+    {
+        if (!platform.is_open(handle, "MwKSBStartReceiveMessageEx"))
+            return HANDLE_NOT_OPEN;
+        expect(handle->answering != nullptr, "a reply without a load");
+        expect(*type == 0, "MwKSBStartReceiveMessageEx with a type that is not cleared");
+        const std::uint32_t code = platform.call("StartReceiveMessageEx", timeout_text(timeout) + on(handle));
+        if (code == 0 && handle->answering != nullptr) {
+            *type = handle->answering->load_reply_type;
+            handle->receiving = true;
+        }
+        return code;
+    }
+
+    static std::uint32_t receive_data(FakePlatform& platform, MW_HANDLE* handle, void* data,
+                                      std::uint32_t size, std::uint32_t* received, std::uint32_t timeout)
+    {
+        if (!platform.is_open(handle, "MwKSBReceiveMessageDataEx"))
+            return HANDLE_NOT_OPEN;
+        expect(handle->receiving, "reply data outside a reply");
+        const std::uint32_t code = platform.call(
+            "ReceiveMessageDataEx", " size " + number(size) + timeout_text(timeout) + on(handle));
+        if (code == 0 && handle->answering != nullptr) {
+            const std::uint8_t reply[] = {handle->answering->status, handle->answering->second_status_byte};
+            *received = std::min<std::uint32_t>(size, sizeof reply);
+            std::memcpy(data, reply, *received);
+        }
+        return code;
+    }
+
+    static std::uint32_t end_receive(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t timeout)
+    {
+        if (!platform.is_open(handle, "MwKSBEndOfReceiveMessageEx"))
+            return HANDLE_NOT_OPEN;
+        expect(handle->receiving, "the end of a reply that was not begun");
+        const std::uint32_t code = platform.call("EndOfReceiveMessageEx", timeout_text(timeout) + on(handle));
+        handle->receiving = false;
+        handle->answering = nullptr;
+        return code;
+    }
+};
+
+namespace
+{
+FakePlatform& platform()
+{
+    if (current == nullptr)
+        throw std::logic_error{"a platform call in a thread without a FakePlatform"};
+    return *current;
+}
+} // namespace
+
+extern "C" {
+uint32_t MwOpenS(const char* board_type, uint16_t board_number, const char* device, MW_HANDLE** handle,
+                 uint32_t* reserved)
+{
+    return PlatformFunctions::open(platform(), board_type, board_number, device, handle, reserved);
+}
+
+uint32_t MwClose(MW_HANDLE** handle)
+{
+    return PlatformFunctions::close(platform(), handle);
+}
+
+uint32_t MwErr2Text(uint32_t code, char* text)
+{
+    return PlatformFunctions::words(platform(), code, text);
+}
+
+uint32_t MwGetBoardInfo(const char* board_type, uint16_t board_number, uint32_t* record)
+{
+    return PlatformFunctions::board_info(platform(), board_type, board_number, record);
+}
+
+uint32_t MwGetDeviceInfo(MW_HANDLE* handle, char* board_type, uint16_t* board_number, uint32_t* kind)
+{
+    return PlatformFunctions::device_info(platform(), handle, board_type, board_number, kind);
+}
+
+uint32_t MwInitIoStatus(MW_HANDLE* handle, uint32_t* io_status)
+{
+    return PlatformFunctions::init_io_status(platform(), handle, io_status);
+}
+
+uint32_t MwKSBSendMessage(MW_HANDLE* handle, uint32_t type, uint32_t slot, const void* data, uint32_t length,
+                          uint32_t timeout)
+{
+    return PlatformFunctions::send(platform(), "SendMessage", " slot " + number(slot), handle, type,
+                                   handle->number, slot, data, length, timeout);
+}
+
+uint32_t MwKSBReceiveMessage(MW_HANDLE* handle, uint8_t* type, uint32_t slot, void* data, uint32_t size,
+                             uint32_t* received, uint32_t timeout)
+{
+    return PlatformFunctions::receive(platform(), "ReceiveMessage", " slot " + number(slot), handle, type,
+                                      handle->number, slot, data, size, received, timeout);
+}
+
+uint32_t MwKSBSendMessageEx(MW_HANDLE* handle, uint32_t type, uint32_t board, uint32_t slot, const void* data,
+                            uint32_t length, uint32_t timeout)
+{
+    return PlatformFunctions::send(platform(), "SendMessageEx",
+                                   " board " + number(board) + " slot " + number(slot), handle, type, board,
+                                   slot, data, length, timeout);
+}
+
+uint32_t MwKSBReceiveMessageEx(MW_HANDLE* handle, uint8_t* type, uint32_t board, uint32_t slot, void* data,
+                               uint32_t size, uint32_t* received, uint32_t timeout)
+{
+    return PlatformFunctions::receive(platform(), "ReceiveMessageEx",
+                                      " board " + number(board) + " slot " + number(slot), handle, type,
+                                      board, slot, data, size, received, timeout);
+}
+
+uint32_t MwKSBStartSendMessageEx(MW_HANDLE* handle, uint32_t board, uint32_t slot, uint32_t timeout)
+{
+    return PlatformFunctions::start_send(platform(), handle, board, slot, timeout);
+}
+
+uint32_t MwKSBSendMessageDataEx(MW_HANDLE* handle, const void* data, uint32_t length, uint32_t timeout)
+{
+    return PlatformFunctions::send_data(platform(), handle, data, length, timeout);
+}
+
+uint32_t MwKSBEndOfSendMessageEx(MW_HANDLE* handle, uint32_t timeout)
+{
+    return PlatformFunctions::end_send(platform(), handle, timeout);
+}
+
+uint32_t MwKSBStartReceiveMessageEx(MW_HANDLE* handle, uint32_t* type, uint32_t timeout)
+{
+    return PlatformFunctions::start_receive(platform(), handle, type, timeout);
+}
+
+uint32_t MwKSBReceiveMessageDataEx(MW_HANDLE* handle, void* data, uint32_t size, uint32_t* received,
+                                   uint32_t timeout)
+{
+    return PlatformFunctions::receive_data(platform(), handle, data, size, received, timeout);
+}
+
+uint32_t MwKSBEndOfReceiveMessageEx(MW_HANDLE* handle, uint32_t timeout)
+{
+    return PlatformFunctions::end_receive(platform(), handle, timeout);
+}
+}
