@@ -1,0 +1,74 @@
+// A module that lives in a slot: takes messages byte by byte, answers, and loads its FPGA.
+#ifndef MWVIRTUAL_MODULE_MODEL_H
+#define MWVIRTUAL_MODULE_MODEL_H
+
+#include "configuration_port.h"
+#include "virtual_carrier.h"
+
+#include <map>
+#include <span>
+
+namespace mwvirtual
+{
+
+/// A whole message on the bus.
+struct Message {
+    std::uint8_t type = 0;
+    std::vector<std::uint8_t> data;
+};
+
+class ModuleModel
+{
+public:
+    explicit ModuleModel(Module settings);
+
+    [[nodiscard]] bool has_serial_bus() const { return settings_.kind != ModuleKind::no_bus; }
+    /// The five words of the board-information record.
+    [[nodiscard]] std::array<std::uint32_t, 5> info_words() const;
+    [[nodiscard]] bool busy() const { return receiving_; }
+
+    /// A message begins that comes over the bus of the board with this number.
+    void begin_message(unsigned bus_board);
+    void take(std::span<const std::uint8_t> bytes);
+    /// The message is complete; the reply, if the module has one.
+    std::optional<Message> end_message();
+    /// The sender went away inside the message.
+    void drop_message();
+
+    [[nodiscard]] const Contents& contents() const { return contents_; }
+
+private:
+    static constexpr std::size_t HEADER_SIZE = 2;
+
+    void take_byte(std::uint8_t byte);
+    void take_header_byte(std::uint8_t byte);
+    void begin_load();
+    void take_load_byte(std::uint8_t byte);
+    void configure(std::span<const std::uint8_t> bytes);
+    std::optional<Message> answer();
+    std::optional<Message> identify() const;
+    std::optional<Message> tell_compression() const;
+    Message finish_load();
+    void judge_load();
+    void settle(Verdict verdict, std::string reason);
+    void write_keep_file() const;
+    std::optional<Message> spoil(Reply reply, std::optional<Message> message);
+    [[nodiscard]] bool answers_compression_query() const;
+    [[nodiscard]] bool is_load() const;
+
+    Module settings_;
+    const fpga::Device* device_ = nullptr;
+    std::unique_ptr<fpga::ConfigurationPort> port_;
+    Contents contents_;
+
+    bool receiving_ = false;
+    unsigned bus_board_ = 0;
+    std::size_t header_bytes_ = 0;
+    std::array<std::uint8_t, HEADER_SIZE> header_{};
+    std::optional<std::uint8_t> run_count_; ///< the count of a pair whose value has not come yet
+    std::map<Reply, unsigned> replies_;     ///< how many of each sort were due so far
+};
+
+} // namespace mwvirtual
+
+#endif

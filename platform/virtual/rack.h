@@ -1,0 +1,182 @@
+// The rack behind the platform functions: boards, open devices, planned failures and the journal of calls.
+#ifndef MWVIRTUAL_RACK_H
+#define MWVIRTUAL_RACK_H
+
+#include "module_model.h"
+#include "mwapi.h"
+#include "virtual_carrier.h"
+
+#include <deque>
+#include <mutex>
+#include <set>
+#include <utility>
+
+/// What a handle leads to. A number alone: handles are looked up, never followed, and never given out twice.
+struct MW_HANDLE {
+    unsigned number;
+};
+
+namespace mwvirtual
+{
+
+inline constexpr unsigned SLOTS = 4;
+
+struct BoardName {
+    std::string type;
+    std::uint16_t number = 0;
+    friend bool operator==(const BoardName&, const BoardName&) = default;
+};
+
+struct LinkFault {
+    std::uint64_t after;
+    bool drops;
+    std::uint8_t mask;
+};
+
+struct BoardSettings {
+    BoardName name;
+    std::vector<BoardName> reached_over;
+    bool opens = true;
+    std::chrono::nanoseconds latency{0};
+    std::uint64_t bytes_per_second = 0;
+    std::uint32_t info_word = 0;
+    std::vector<LinkFault> link_faults;
+};
+
+struct PlannedFailure {
+    std::optional<Function> function; ///< none: counted over all functions
+    std::uint64_t n;
+    std::uint32_t code;
+    std::string text;
+};
+
+struct BoardState {
+    BoardSettings settings;
+    std::array<std::unique_ptr<ModuleModel>, SLOTS> slots;
+    std::chrono::nanoseconds owed{0}; ///< time that its bus has taken and nobody has waited for yet
+};
+
+class Rack
+{
+public:
+    /// A rack that nothing can be opened on, because of this mistake in its description.
+    static std::shared_ptr<Rack> broken(std::string mistake);
+
+    std::size_t add_board(const BoardName& name);
+    template <class Change>
+    void change_board(std::size_t index, Change change)
+    {
+        const std::lock_guard lock{mutex_};
+        change(boards_.at(index)->settings);
+    }
+    void put_module(std::size_t board, unsigned slot, const Module* module);
+    void plan(PlannedFailure failure);
+
+    [[nodiscard]] Contents contents(const BoardName& name, unsigned slot) const;
+    [[nodiscard]] std::vector<Call> journal() const;
+    void keep_journal(bool keep);
+    void forget_calls();
+    [[nodiscard]] std::uint64_t calls() const;
+    [[nodiscard]] std::vector<std::string> misuse() const;
+    [[nodiscard]] std::size_t open_handles() const;
+    void on_wait(std::function<void(std::chrono::nanoseconds)> wait);
+
+    // The platform functions.
+    std::uint32_t open(const char* type, std::uint16_t number, const char* device, MW_HANDLE** handle);
+    std::uint32_t close(MW_HANDLE** handle);
+    std::uint32_t error_text(std::uint32_t code, char* text);
+    std::uint32_t board_info(const char* type, std::uint16_t number, std::uint32_t* record);
+    std::uint32_t device_info(MW_HANDLE* handle, char* type, std::uint16_t* number, std::uint32_t* kind);
+    std::uint32_t init_io_status(MW_HANDLE* handle, std::uint32_t* status);
+    std::uint32_t send(Function function, MW_HANDLE* handle, std::uint32_t type,
+                       std::optional<std::uint32_t> board, std::uint32_t slot, const void* data,
+                       std::uint32_t length, std::uint32_t timeout);
+    std::uint32_t receive(Function function, MW_HANDLE* handle, std::uint8_t* type,
+                          std::optional<std::uint32_t> board, std::uint32_t slot, void* data,
+                          std::uint32_t size, std::uint32_t* received, std::uint32_t timeout);
+    std::uint32_t start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
+                             std::uint32_t timeout);
+    std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length, std::uint32_t timeout);
+    std::uint32_t end_send(MW_HANDLE* handle, std::uint32_t timeout);
+    std::uint32_t start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout);
+    std::uint32_t receive_data(MW_HANDLE* handle, void* data, std::uint32_t size, std::uint32_t* received,
+                               std::uint32_t timeout);
+    std::uint32_t end_receive(MW_HANDLE* handle, std::uint32_t timeout);
+
+private:
+    enum class DeviceKind : std::uint32_t { jtag = 1, ksb = MW_DEVICE_KIND_KSB };
+
+    /// Board (index into boards_) and slot, 1 to 4.
+    using Place = std::pair<std::size_t, unsigned>;
+
+    struct Sending {
+        Place place;
+        std::uint64_t bytes = 0;
+    };
+    struct PlacedReply {
+        Place place;
+        Message message;
+    };
+    struct Receiving {
+        Message message;
+        std::size_t taken = 0;
+    };
+    struct OpenDevice {
+        unsigned number;
+        std::size_t board;
+        DeviceKind kind;
+        std::optional<Sending> sending;
+        std::optional<Receiving> receiving;
+        std::deque<PlacedReply> replies;
+        std::set<Place> unanswered; ///< asked, without a reply so far
+    };
+
+    template <class Action>
+    std::uint32_t perform(Call call, Action action);
+    std::uint32_t planned_result(Function function);
+    void note_misuse(const Call& call, std::uint32_t code);
+    void wait_for(std::unique_lock<std::mutex>& lock, std::chrono::nanoseconds least);
+    void spend(const OpenDevice& device, std::size_t messages, std::size_t bytes);
+
+    OpenDevice* find(const MW_HANDLE* handle);
+    unsigned number_of(const MW_HANDLE* handle);
+    std::uint32_t find_bus(const MW_HANDLE* handle, OpenDevice*& device);
+    std::uint32_t find_place(const OpenDevice& device, std::uint32_t board, std::uint32_t slot,
+                             Place& place) const;
+    std::uint32_t find_free_module(const OpenDevice& device, std::optional<std::uint32_t> board,
+                                   std::uint32_t slot, Place& place);
+    [[nodiscard]] const BoardState* find_board(const BoardName& name) const;
+    ModuleModel* module_at(const Place& place) { return boards_[place.first]->slots[place.second - 1].get(); }
+    [[nodiscard]] unsigned bus_number(const OpenDevice& device) const
+    {
+        return boards_[device.board]->settings.name.number;
+    }
+    static std::uint32_t queue_reply(OpenDevice& device, const Place& place, std::optional<Message> reply);
+
+    mutable std::mutex mutex_;
+    std::string mistake_;
+    std::vector<std::unique_ptr<BoardState>> boards_;
+    std::deque<MW_HANDLE>
+        handles_; ///< all ever given out: none is used twice, so that stale ones are recognised
+    std::vector<OpenDevice> open_;
+    std::vector<PlannedFailure> planned_;
+    std::vector<std::pair<std::uint32_t, std::string>> planned_texts_;
+    std::array<std::uint64_t, FUNCTION_COUNT> counts_{};
+    std::uint64_t counted_ = 0;
+    bool keep_journal_ = true;
+    std::vector<Call> journal_;
+    std::vector<std::string> misuse_;
+    std::function<void(std::chrono::nanoseconds)> wait_;
+    BoardState* owing_ = nullptr; ///< the board whose bus the call in hand used
+    bool settles_ = false;        ///< the call in hand ends a message, so all that is owed is waited for
+};
+
+/// The rack that the platform functions act on: the youngest carrier's, else the one that the environment
+/// names.
+[[nodiscard]] std::shared_ptr<Rack> current_rack();
+void put_in_force(std::shared_ptr<Rack> rack);
+void take_out_of_force(const std::shared_ptr<Rack>& rack);
+
+} // namespace mwvirtual
+
+#endif

@@ -1,0 +1,460 @@
+// Reads rack descriptions; mistakes in them are told with file, line and what was expected.
+#include "rack_reader.h"
+
+#include <toml++/toml.h>
+
+#include <algorithm>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+#include <limits>
+#include <numeric>
+#include <string_view>
+
+namespace mwvirtual
+{
+namespace
+{
+
+using Words = std::vector<std::string_view>;
+
+constexpr std::int64_t LARGEST_WORD = 0xFFFFFFFF;
+constexpr std::size_t LONGEST_BOARD_TYPE = 31;
+constexpr std::size_t LONGEST_DEVICE_NAME = 26;
+constexpr std::int64_t LAST_BOARD = 15;
+constexpr std::int64_t LONGEST_LATENCY_US = 60'000'000;
+
+std::string quoted(std::string_view text)
+{
+    return '"' + std::string{text} + '"';
+}
+
+std::string listed(const Words& words)
+{
+    std::string list;
+    for (const std::string_view word : words)
+        list += (list.empty() ? "" : ", ") + quoted(word);
+    return list;
+}
+
+/// Number of single-letter changes between two words.
+std::size_t distance(std::string_view from, std::string_view to)
+{
+    std::vector<std::size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), std::size_t{0});
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        std::size_t diagonal = std::exchange(row[0], i + 1);
+        for (std::size_t j = 0; j < to.size(); ++j) {
+            const std::size_t changed = diagonal + (from[i] == to[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
+        }
+    }
+    return row.back();
+}
+
+/// "; did you mean ...?" where a known word is near, else the list of all.
+std::string suggestion(std::string_view word, const Words& known)
+{
+    constexpr std::size_t NEAR = 3;
+    const auto nearest = std::ranges::min_element(
+        known, {}, [&](std::string_view candidate) { return distance(word.substr(0, 64), candidate); });
+    if (nearest != known.end() &&
+        distance(word.substr(0, 64), *nearest) <= std::min(NEAR, nearest->size() / 2))
+        return "; did you mean " + quoted(*nearest) + "?";
+    return "; known are " + listed(known);
+}
+
+/// One table of the description, with what is said about mistakes in it.
+class TableReader
+{
+public:
+    TableReader(const toml::table& table, std::string file, std::string what)
+        : table_{&table}, file_{std::move(file)}, what_{std::move(what)}
+    {
+    }
+
+    [[noreturn]] void mistake(const toml::node& where, const std::string& text) const
+    {
+        throw RackError(file_ + ":" + std::to_string(where.source().begin.line) + ": " + text);
+    }
+    [[noreturn]] void mistake(const std::string& text) const { mistake(*table_, text); }
+
+    void allow(const Words& keys) const
+    {
+        for (const auto& [key, node] : *table_) {
+            if (std::ranges::find(keys, key.str()) == keys.end())
+                throw RackError(file_ + ":" + std::to_string(key.source().begin.line) + ": unknown key " +
+                                quoted(key.str()) + " in " + what_ + suggestion(key.str(), keys));
+        }
+    }
+
+    [[nodiscard]] const toml::node* find(std::string_view key) const { return table_->get(key); }
+
+    [[nodiscard]] const toml::node& need(std::string_view key) const
+    {
+        const toml::node* node = find(key);
+        if (node == nullptr)
+            mistake(what_ + " needs " + quoted(key));
+        return *node;
+    }
+
+    [[nodiscard]] std::string text(std::string_view key, std::size_t longest = 4096) const
+    {
+        return text_of(need(key), key, longest);
+    }
+    [[nodiscard]] std::string text_or(std::string_view key, std::string_view otherwise) const
+    {
+        return find(key) != nullptr ? text(key) : std::string{otherwise};
+    }
+
+    [[nodiscard]] std::string text_of(const toml::node& node, std::string_view key, std::size_t longest) const
+    {
+        const auto value = node.value_exact<std::string>();
+        if (!value || value->empty() || value->size() > longest || value->find('\0') != std::string::npos)
+            mistake(node, quoted(key) + " must be a text of 1 to " + std::to_string(longest) + " characters");
+        return *value;
+    }
+
+    [[nodiscard]] std::int64_t integer(std::string_view key, std::int64_t least, std::int64_t most) const
+    {
+        return integer_of(need(key), key, least, most);
+    }
+    [[nodiscard]] std::int64_t integer_or(std::string_view key, std::int64_t least, std::int64_t most,
+                                          std::int64_t otherwise) const
+    {
+        return find(key) != nullptr ? integer(key, least, most) : otherwise;
+    }
+    [[nodiscard]] std::int64_t integer_of(const toml::node& node, std::string_view key, std::int64_t least,
+                                          std::int64_t most) const
+    {
+        const auto value = node.value_exact<std::int64_t>();
+        if (!value || *value < least || *value > most)
+            mistake(node, quoted(key) + " must be a whole number from " + std::to_string(least) + " to " +
+                              std::to_string(most));
+        return *value;
+    }
+
+    [[nodiscard]] bool boolean_or(std::string_view key, bool otherwise) const
+    {
+        const toml::node* node = find(key);
+        if (node == nullptr)
+            return otherwise;
+        const auto value = node->value_exact<bool>();
+        if (!value)
+            mistake(*node, quoted(key) + " must be true or false");
+        return *value;
+    }
+
+    /// Index of the text among the words.
+    [[nodiscard]] std::size_t choice(std::string_view key, const Words& words) const
+    {
+        const std::string word = text(key);
+        const auto found = std::ranges::find(words, word);
+        if (found == words.end())
+            mistake(need(key), "unknown " + std::string{key} + " " + quoted(word) + suggestion(word, words));
+        return static_cast<std::size_t>(found - words.begin());
+    }
+
+    [[nodiscard]] std::vector<TableReader> tables(std::string_view key, const std::string& what) const
+    {
+        std::vector<TableReader> readers;
+        const toml::node* node = find(key);
+        if (node == nullptr)
+            return readers;
+        const toml::array* array = node->as_array();
+        if (array == nullptr ||
+            !std::ranges::all_of(*array, [](const toml::node& each) { return each.is_table(); }))
+            mistake(*node, quoted(key) + " must be a list of tables");
+        for (const toml::node& each : *array)
+            readers.emplace_back(*each.as_table(), file_, what);
+        return readers;
+    }
+
+private:
+    const toml::table* table_;
+    std::string file_;
+    std::string what_;
+};
+
+std::vector<std::uint32_t> read_info(const TableReader& slot)
+{
+    constexpr std::size_t WORDS = 5;
+    std::vector<std::uint32_t> words;
+    const toml::node* node = slot.find("info");
+    if (node == nullptr)
+        return words;
+    const toml::array* array = node->as_array();
+    if (array == nullptr || array->size() > WORDS)
+        slot.mistake(*node, "\"info\" must be a list of up to 5 whole numbers");
+    for (const toml::node& each : *array)
+        words.push_back(static_cast<std::uint32_t>(slot.integer_of(each, "info", 0, LARGEST_WORD)));
+    return words;
+}
+
+ReplyFault read_reply_fault(const TableReader& fault)
+{
+    using Kind = ReplyFault::Kind;
+    constexpr std::int64_t LARGEST_BYTE = 255;
+    constexpr std::int64_t LONGEST_REPLY = 30;
+    ReplyFault read{};
+    read.kind =
+        static_cast<Kind>(fault.choice("kind", {"other-type", "short-reply", "no-reply", "wrong-status"}));
+    switch (read.kind) {
+    case Kind::other_type:
+        fault.allow({"kind", "reply", "type", "nth"});
+        read.value = static_cast<unsigned>(fault.integer("type", 0, LARGEST_BYTE));
+        break;
+    case Kind::short_reply:
+        fault.allow({"kind", "reply", "length", "nth"});
+        read.value = static_cast<unsigned>(fault.integer("length", 0, LONGEST_REPLY));
+        break;
+    case Kind::no_reply:
+        fault.allow({"kind", "reply", "nth"});
+        break;
+    case Kind::status:
+        fault.allow({"kind", "status", "nth"});
+        read.value = static_cast<unsigned>(fault.integer("status", 0, LARGEST_BYTE));
+        break;
+    }
+    read.reply = read.kind == Kind::status
+                     ? Reply::load
+                     : static_cast<Reply>(fault.choice("reply", {"identification", "compression", "load"}));
+    read.nth = static_cast<unsigned>(fault.integer_or("nth", 1, LARGEST_WORD, 0));
+    return read;
+}
+
+std::string read_device(const TableReader& slot)
+{
+    std::string name = slot.text("device", LONGEST_DEVICE_NAME);
+    const fpga::Device* device = fpga::find_device(name);
+    if (device != nullptr && device->carried_by_modules())
+        return name;
+    // The device is compared with as much of the name as it could be.
+    Words known;
+    for (const fpga::Device& each : fpga::devices()) {
+        if (each.carried_by_modules())
+            known.push_back(each.name);
+    }
+    const auto nearest = std::ranges::min_element(known, {}, [&](std::string_view candidate) {
+        return distance(std::string_view{name}.substr(0, candidate.size()), candidate);
+    });
+    slot.mistake(*slot.find("device"),
+                 "no module carries a " + quoted(name) +
+                     "; expected was a device such as \"2v3000fg676-4\" (the nearest is " + quoted(*nearest) +
+                     ")");
+}
+
+Module read_loadable(const TableReader& slot, ModuleKind kind)
+{
+    slot.allow({"number", "kind", "model", "version", "device", "compression", "keep", "info", "fault"});
+    constexpr std::int64_t LARGEST_BYTE = 255;
+    Module module = kind == ModuleKind::io ? io_module() : fpga_module();
+    module.model = static_cast<unsigned>(slot.integer_or("model", 0, LARGEST_BYTE, module.model));
+    module.version_number = static_cast<unsigned>(slot.integer_or("version", 0, LARGEST_BYTE, 1));
+    module.device_name = read_device(slot);
+    if (slot.find("compression") != nullptr)
+        module.compression =
+            static_cast<Compression>(slot.choice("compression", {"none", "query", "record"}));
+    module.keep_file = slot.text_or("keep", "");
+    return module;
+}
+
+Module read_other(const TableReader& slot)
+{
+    slot.allow({"number", "kind", "type", "model", "version", "info", "fault"});
+    constexpr std::int64_t LARGEST_BYTE = 255;
+    Module module = other_module(static_cast<unsigned>(slot.integer("type", 0, LARGEST_BYTE)));
+    if (module.type == 2 || module.type == 4)
+        slot.mistake(*slot.find("type"), "types 2 and 4 are those of the kinds \"fpga\" and \"io\"");
+    module.model = static_cast<unsigned>(slot.integer_or("model", 0, LARGEST_BYTE, module.model));
+    module.version_number = static_cast<unsigned>(slot.integer_or("version", 0, LARGEST_BYTE, 1));
+    return module;
+}
+
+Module read_module(const TableReader& slot)
+{
+    const auto kind =
+        static_cast<ModuleKind>(slot.choice("kind", {"fpga", "io", "other", "processor", "no-bus"}));
+    Module module;
+    switch (kind) {
+    case ModuleKind::fpga:
+    case ModuleKind::io:
+        module = read_loadable(slot, kind);
+        break;
+    case ModuleKind::other:
+        module = read_other(slot);
+        break;
+    default:
+        slot.allow({"number", "kind", "info"});
+        module = kind == ModuleKind::processor ? processor_module() : module_without_bus();
+    }
+    module.info_words = read_info(slot);
+    for (const TableReader& fault : slot.tables("fault", "a fault of a slot"))
+        module.faults.push_back(read_reply_fault(fault));
+    return module;
+}
+
+LinkFault read_link_fault(const TableReader& fault)
+{
+    const bool drops = fault.choice("kind", {"drop-byte", "flip-byte"}) == 0;
+    if (drops)
+        fault.allow({"kind", "after"});
+    else
+        fault.allow({"kind", "after", "mask"});
+    const std::int64_t after = fault.integer("after", 0, std::numeric_limits<std::int64_t>::max());
+    const std::int64_t mask = drops ? 0 : fault.integer_or("mask", 1, 0xFF, 0xFF);
+    return {static_cast<std::uint64_t>(after), drops, static_cast<std::uint8_t>(mask)};
+}
+
+/// "mwc4a 0" as a board's name.
+BoardName board_name(const TableReader& board, const toml::node& node)
+{
+    const std::string text = board.text_of(node, "reached_over", LONGEST_BOARD_TYPE + 3);
+    const std::size_t blank = text.rfind(' ');
+    const std::string digits = blank == std::string::npos ? "" : text.substr(blank + 1);
+    const bool good = !digits.empty() && digits.size() <= 2 && blank != 0 &&
+                      std::ranges::all_of(digits, [](char digit) { return digit >= '0' && digit <= '9'; });
+    if (!good || std::stoi(digits) > LAST_BOARD)
+        board.mistake(node, "\"reached_over\" must name boards by type and number, such as \"mwc4a 0\"");
+    return {text.substr(0, blank), static_cast<std::uint16_t>(std::stoi(digits))};
+}
+
+/// Reads a whole description into a rack.
+class RackReader
+{
+public:
+    explicit RackReader(const TableReader& top) : top_{top} {}
+
+    std::shared_ptr<Rack> read()
+    {
+        top_.allow({"board", "fault"});
+        const std::vector<TableReader> boards = top_.tables("board", "a board");
+        if (boards.empty())
+            top_.mistake("a rack needs at least one [[board]]");
+        for (const TableReader& board : boards)
+            read_board(board);
+        for (const TableReader& board : boards)
+            read_reach(board);
+        for (const TableReader& fault : top_.tables("fault", "a fault"))
+            read_call_fault(fault);
+        return rack_;
+    }
+
+private:
+    static BoardName name_of(const TableReader& board)
+    {
+        return {board.text("type", LONGEST_BOARD_TYPE),
+                static_cast<std::uint16_t>(board.integer("number", 0, LAST_BOARD))};
+    }
+
+    void read_board(const TableReader& board)
+    {
+        board.allow({"type", "number", "reached_over", "opens", "latency_us", "bytes_per_second", "info_word",
+                     "slot", "fault"});
+        const BoardName name = name_of(board);
+        if (std::ranges::find(names_, name) != names_.end())
+            board.mistake("board " + quoted(name.type + " " + std::to_string(name.number)) +
+                          " is described twice");
+        names_.push_back(name);
+        const std::size_t index = rack_->add_board(name);
+        rack_->change_board(index, [&](BoardSettings& settings) {
+            settings.opens = board.boolean_or("opens", true);
+            settings.latency =
+                std::chrono::microseconds{board.integer_or("latency_us", 0, LONGEST_LATENCY_US, 0)};
+            settings.bytes_per_second =
+                static_cast<std::uint64_t>(board.integer_or("bytes_per_second", 1, LARGEST_WORD, 0));
+            settings.info_word =
+                static_cast<std::uint32_t>(board.integer_or("info_word", 0, LARGEST_WORD, 0));
+            for (const TableReader& fault : board.tables("fault", "a fault of a board"))
+                settings.link_faults.push_back(read_link_fault(fault));
+        });
+        read_slots(board, index);
+    }
+
+    void read_slots(const TableReader& board, std::size_t index)
+    {
+        std::array<bool, SLOTS + 1> described{};
+        for (const TableReader& slot : board.tables("slot", "a slot")) {
+            const auto number = static_cast<unsigned>(slot.integer("number", 1, SLOTS));
+            if (std::exchange(described.at(number), true))
+                slot.mistake("slot " + std::to_string(number) + " is described twice");
+            const Module module = read_module(slot);
+            rack_->put_module(index, number, &module);
+        }
+    }
+
+    // Boards may name boards that are described further down.
+    void read_reach(const TableReader& board)
+    {
+        const toml::node* node = board.find("reached_over");
+        if (node == nullptr)
+            return;
+        const std::size_t index = rack_->add_board(name_of(board));
+        if (const toml::array* array = node->as_array()) {
+            for (const toml::node& each : *array)
+                add_reach(board, index, each);
+        } else {
+            add_reach(board, index, *node);
+        }
+    }
+
+    void add_reach(const TableReader& board, std::size_t index, const toml::node& node)
+    {
+        const BoardName over = board_name(board, node);
+        if (std::ranges::find(names_, over) == names_.end())
+            board.mistake(node, "\"reached_over\" names " +
+                                    quoted(over.type + " " + std::to_string(over.number)) +
+                                    ", which is no board of this rack");
+        rack_->change_board(index, [&](BoardSettings& settings) { settings.reached_over.push_back(over); });
+    }
+
+    void read_call_fault(const TableReader& fault)
+    {
+        fault.allow({"function", "call", "code", "text"});
+        PlannedFailure failure{};
+        failure.n =
+            static_cast<std::uint64_t>(fault.integer("call", 1, std::numeric_limits<std::int64_t>::max()));
+        failure.code = static_cast<std::uint32_t>(fault.integer("code", 1, LARGEST_WORD));
+        failure.text = fault.text_or("text", "");
+        if (fault.find("function") != nullptr) {
+            Words names;
+            for (std::size_t i = 0; i < FUNCTION_COUNT; ++i)
+                names.emplace_back(function_name(static_cast<Function>(i)));
+            failure.function = static_cast<Function>(fault.choice("function", names));
+        }
+        rack_->plan(std::move(failure));
+    }
+
+    const TableReader& top_;
+    std::shared_ptr<Rack> rack_ = std::make_shared<Rack>();
+    std::vector<BoardName> names_;
+};
+
+} // namespace
+
+std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file_name)
+{
+    try {
+        const toml::table table = toml::parse(text);
+        return RackReader{TableReader{table, file_name, "a rack"}}.read();
+    } catch (const toml::parse_error& error) {
+        throw RackError(file_name + ":" + std::to_string(error.source().begin.line) + ": " +
+                        std::string{error.description()});
+    }
+}
+
+std::shared_ptr<Rack> read_rack_file(const std::string& path)
+{
+    constexpr std::size_t LARGEST_DESCRIPTION = 1U << 20;
+    std::ifstream file{path, std::ios::binary};
+    std::string text(LARGEST_DESCRIPTION, '\0');
+    if (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && !file.eof())
+        throw RackError(path + ": the rack description cannot be read");
+    if (!file.is_open() || file.gcount() == static_cast<std::streamsize>(text.size()))
+        throw RackError(path + ": the rack description cannot be read, or is larger than a megabyte");
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    return read_rack(text, path);
+}
+
+} // namespace mwvirtual

@@ -1,0 +1,287 @@
+// Virtual carrier boards: the builder and inspector that programs see.
+#include "virtual_carrier.h"
+
+#include "error_texts.h"
+#include "rack.h"
+#include "rack_reader.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <utility>
+
+namespace mwvirtual
+{
+namespace
+{
+
+constexpr const char* FUNCTION_NAMES[FUNCTION_COUNT] = {"MwOpenS",
+                                                        "MwClose",
+                                                        "MwErr2Text",
+                                                        "MwGetBoardInfo",
+                                                        "MwGetDeviceInfo",
+                                                        "MwInitIoStatus",
+                                                        "MwKSBSendMessage",
+                                                        "MwKSBReceiveMessage",
+                                                        "MwKSBSendMessageEx",
+                                                        "MwKSBReceiveMessageEx",
+                                                        "MwKSBStartSendMessageEx",
+                                                        "MwKSBSendMessageDataEx",
+                                                        "MwKSBEndOfSendMessageEx",
+                                                        "MwKSBStartReceiveMessageEx",
+                                                        "MwKSBReceiveMessageDataEx",
+                                                        "MwKSBEndOfReceiveMessageEx"};
+
+constexpr std::uint16_t LAST_BOARD = 15;
+
+std::string hex_bytes(const std::string& data)
+{
+    std::string text;
+    for (const char byte : data) {
+        char digits[4];
+        (void)std::snprintf(digits, sizeof digits, "%02X ", static_cast<unsigned char>(byte));
+        text += digits;
+    }
+    if (!text.empty())
+        text.pop_back();
+    return text;
+}
+
+std::string quoted(const std::string& text)
+{
+    return '"' + text + '"';
+}
+
+std::string number(std::uint32_t value)
+{
+    return std::to_string(value);
+}
+
+std::string arguments(const Call& call)
+{
+    const std::string board_and_slot = "board " + number(call.board) + ", slot " + number(call.slot);
+    const std::string slot = "slot " + number(call.slot);
+    const std::string timeout = number(call.timeout);
+    switch (call.function) {
+    case Function::MwOpenS:
+        return quoted(call.board_type) + ", " + number(call.board) + ", " + quoted(call.device);
+    case Function::MwErr2Text:
+        return hexadecimal(call.code);
+    case Function::MwGetBoardInfo:
+        return quoted(call.board_type) + ", " + number(call.board);
+    case Function::MwKSBSendMessage:
+    case Function::MwKSBSendMessageEx: {
+        const std::string place = call.function == Function::MwKSBSendMessage ? slot : board_and_slot;
+        const std::string data = call.data.empty() ? "" : hex_bytes(call.data) + ", ";
+        return "type " + number(call.type) + ", " + place + ", " + data + timeout;
+    }
+    case Function::MwKSBReceiveMessage:
+        return slot + ", size " + number(call.length) + ", " + timeout;
+    case Function::MwKSBReceiveMessageEx:
+        return board_and_slot + ", size " + number(call.length) + ", " + timeout;
+    case Function::MwKSBStartSendMessageEx:
+        return board_and_slot + ", " + timeout;
+    case Function::MwKSBSendMessageDataEx:
+        return hex_bytes(call.data) + ", " + timeout;
+    case Function::MwKSBReceiveMessageDataEx:
+        return "size " + number(call.length) + ", " + timeout;
+    case Function::MwKSBEndOfSendMessageEx:
+    case Function::MwKSBStartReceiveMessageEx:
+    case Function::MwKSBEndOfReceiveMessageEx:
+        return timeout;
+    default:
+        return "";
+    }
+}
+
+// What a call brought back, where it brings something back.
+std::string outcome(const Call& call)
+{
+    if (call.result != 0)
+        return " = " + hexadecimal(call.result);
+    switch (call.function) {
+    case Function::MwKSBReceiveMessage:
+    case Function::MwKSBReceiveMessageEx:
+        return " -> type " + number(call.type) + ": " + hex_bytes(call.data);
+    case Function::MwKSBStartReceiveMessageEx:
+        return " -> type " + number(call.type);
+    case Function::MwKSBReceiveMessageDataEx:
+        return " -> " + hex_bytes(call.data);
+    default:
+        return "";
+    }
+}
+
+void require_slot(unsigned slot)
+{
+    if (slot < 1 || slot > SLOTS)
+        throw std::invalid_argument("slots are numbered 1 to 4");
+}
+
+} // namespace
+
+const char* function_name(Function function)
+{
+    return FUNCTION_NAMES[static_cast<std::size_t>(function)];
+}
+
+std::string Call::text() const
+{
+    return std::string{function_name(function)} + "(" + arguments(*this) + ")" + outcome(*this);
+}
+
+Board& Board::slot(unsigned number, const Module& module)
+{
+    require_slot(number);
+    rack_->put_module(index_, number, &module);
+    return *this;
+}
+
+Board& Board::empty_slot(unsigned number)
+{
+    require_slot(number);
+    rack_->put_module(index_, number, nullptr);
+    return *this;
+}
+
+Board& Board::reached_over(const std::string& type, std::uint16_t number)
+{
+    rack_->change_board(index_, [&](BoardSettings& board) { board.reached_over.push_back({type, number}); });
+    return *this;
+}
+
+Board& Board::opens(bool allowed)
+{
+    rack_->change_board(index_, [&](BoardSettings& board) { board.opens = allowed; });
+    return *this;
+}
+
+Board& Board::latency(std::chrono::microseconds each_message)
+{
+    rack_->change_board(index_, [&](BoardSettings& board) { board.latency = each_message; });
+    return *this;
+}
+
+Board& Board::bandwidth(std::uint64_t bytes_per_second)
+{
+    rack_->change_board(index_, [&](BoardSettings& board) { board.bytes_per_second = bytes_per_second; });
+    return *this;
+}
+
+Board& Board::info_word(std::uint32_t word)
+{
+    rack_->change_board(index_, [&](BoardSettings& board) { board.info_word = word; });
+    return *this;
+}
+
+Board& Board::drops_byte(std::uint64_t after)
+{
+    rack_->change_board(index_, [&](BoardSettings& board) { board.link_faults.push_back({after, true, 0}); });
+    return *this;
+}
+
+Board& Board::flips_byte(std::uint64_t after, std::uint8_t mask)
+{
+    rack_->change_board(index_, [&](BoardSettings& board) {
+        board.link_faults.push_back({after, false, mask});
+    });
+    return *this;
+}
+
+Carrier::Carrier() : Carrier{std::make_shared<Rack>()} {}
+
+Carrier::Carrier(std::shared_ptr<Rack> rack) : rack_{std::move(rack)}
+{
+    put_in_force(rack_);
+}
+
+Carrier Carrier::from_toml(const std::string& text, const std::string& file_name)
+{
+    return Carrier{read_rack(text, file_name)};
+}
+
+Carrier Carrier::from_file(const std::string& path)
+{
+    return Carrier{read_rack_file(path)};
+}
+
+Carrier::Carrier(Carrier&& other) noexcept = default;
+
+Carrier::~Carrier()
+{
+    if (rack_ != nullptr)
+        take_out_of_force(rack_);
+}
+
+Board Carrier::board(const std::string& type, std::uint16_t number)
+{
+    if (number > LAST_BOARD)
+        throw std::invalid_argument("boards are numbered 0 to 15");
+    return {*rack_, rack_->add_board({type, number})};
+}
+
+void Carrier::fail_call(std::uint64_t n, std::uint32_t code, const std::string& text)
+{
+    rack_->plan({std::nullopt, n, code, text});
+}
+
+void Carrier::fail_call(Function function, std::uint64_t n, std::uint32_t code, const std::string& text)
+{
+    rack_->plan({function, n, code, text});
+}
+
+Contents Carrier::contents(const std::string& type, std::uint16_t number, unsigned slot) const
+{
+    return rack_->contents({type, number}, slot);
+}
+
+std::vector<Call> Carrier::journal() const
+{
+    return rack_->journal();
+}
+
+std::vector<std::string> Carrier::journal_text(bool with_error_texts) const
+{
+    std::vector<std::string> lines;
+    for (const Call& call : rack_->journal()) {
+        if (with_error_texts || call.function != Function::MwErr2Text)
+            lines.push_back(call.text());
+    }
+    return lines;
+}
+
+void Carrier::keep_journal(bool keep)
+{
+    rack_->keep_journal(keep);
+}
+
+void Carrier::forget_calls()
+{
+    rack_->forget_calls();
+}
+
+std::uint64_t Carrier::calls() const
+{
+    return rack_->calls();
+}
+
+std::vector<std::string> Carrier::misuse() const
+{
+    return rack_->misuse();
+}
+
+std::size_t Carrier::open_handles() const
+{
+    return rack_->open_handles();
+}
+
+void Carrier::on_wait(std::function<void(std::chrono::nanoseconds)> wait)
+{
+    rack_->on_wait(std::move(wait));
+}
+
+std::string Carrier::builtin_rack()
+{
+    return builtin_rack_text();
+}
+
+} // namespace mwvirtual

@@ -1,0 +1,269 @@
+// Virtual carrier boards: the board-access API in software, set up and inspected by a program's tests.
+//
+// A Carrier is a rack of boards with modules in their slots. From its construction to its destruction it is
+// what the sixteen Mw... functions of this library act on, in place of the rack that MWVIRTUAL_RACK
+// describes.
+//
+//     mwvirtual::Carrier carrier;
+//     carrier.board("mwc4a", 0).slot(2,
+//     mwvirtual::fpga_module(4).device("2v3000fg676-4").accepts_compressed());
+//     ... run the program under test ...
+//     assert(carrier.contents("mwc4a", 0, 2).done);
+#ifndef MWVIRTUAL_VIRTUAL_CARRIER_H
+#define MWVIRTUAL_VIRTUAL_CARRIER_H
+
+#include <array>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#define MWVIRTUAL_API __attribute__((visibility("default")))
+
+namespace mwvirtual
+{
+
+/// The sixteen functions of the API.
+enum class Function : unsigned {
+    MwOpenS,
+    MwClose,
+    MwErr2Text,
+    MwGetBoardInfo,
+    MwGetDeviceInfo,
+    MwInitIoStatus,
+    MwKSBSendMessage,
+    MwKSBReceiveMessage,
+    MwKSBSendMessageEx,
+    MwKSBReceiveMessageEx,
+    MwKSBStartSendMessageEx,
+    MwKSBSendMessageDataEx,
+    MwKSBEndOfSendMessageEx,
+    MwKSBStartReceiveMessageEx,
+    MwKSBReceiveMessageDataEx,
+    MwKSBEndOfReceiveMessageEx
+};
+inline constexpr std::size_t FUNCTION_COUNT = 16;
+
+[[nodiscard]] MWVIRTUAL_API const char* function_name(Function function);
+
+/// The codes that the virtual carriers answer by themselves; MwErr2Text has a text for each.
+enum Code : std::uint32_t {
+    SUCCESS = 0,
+    BAD_RACK =
+        0xE0000001, ///< the rack description has a mistake; the text tells file, line and what was expected
+    NO_SUCH_BOARD = 0xE0000002,    ///< no board of this type and number in the rack
+    NO_SUCH_DEVICE = 0xE0000003,   ///< the board has no device of this name ("ksb" and "jtag" exist)
+    NULL_POINTER = 0xE0000004,     ///< a pointer that must lead somewhere is null
+    UNKNOWN_HANDLE = 0xE0000005,   ///< never opened here, or closed
+    NOT_A_KSB = 0xE0000006,        ///< the handle's device is no serial bus
+    BAD_SLOT = 0xE0000007,         ///< slots are 1 to 4
+    NOT_ON_BUS = 0xE0000008,       ///< the board is not reached over the opened board's bus
+    NO_MODULE = 0xE0000009,        ///< the slot is empty
+    NO_SERIAL_BUS = 0xE000000A,    ///< the module in the slot has no serial bus
+    MESSAGE_OPEN = 0xE000000B,     ///< a message is still being sent on this handle
+    NO_OPEN_MESSAGE = 0xE000000C,  ///< data or an end without a started message
+    MODULE_BUSY = 0xE000000D,      ///< another handle is sending to the module
+    NO_REQUEST = 0xE000000E,       ///< a reply is wanted, but nothing was asked
+    NO_REPLY = 0xE000000F,         ///< the module did not answer within the time-out
+    REPLY_OPEN = 0xE0000010,       ///< a reply is still being received on this handle
+    NO_OPEN_REPLY = 0xE0000011,    ///< data or an end without a started reply
+    TOO_MANY_REPLIES = 0xE0000012, ///< replies pile up that nobody receives
+    MESSAGE_EMPTY = 0xE0000013     ///< a message of pieces ended without any byte
+};
+
+/// What a module answers to a load, in the first byte of its reply.
+enum class Verdict : std::uint8_t {
+    no_synchronisation = 1,  ///< no synchronisation word (Spartan: no preamble)
+    crc_error = 2,           ///< a CRC or check bits differ
+    wrong_device = 3,        ///< device ID, frame length, frames or length count are another device's
+    data_short = 4,          ///< the data ended before the start-up
+    success = 5,             ///< DONE is high
+    run_coding_broken = 6,   ///< a compressed load ended inside a pair
+    wrong_load_header = 7,   ///< the board byte of the load header is wrong or missing
+    compression_refused = 8, ///< a compressed load to a module that takes plain loads alone
+    violation = 9,           ///< words or packets that the configuration port does not know
+    no_fpga = 10             ///< the module has no FPGA that can be loaded
+};
+
+[[nodiscard]] MWVIRTUAL_API const char* verdict_name(Verdict verdict);
+
+enum class ModuleKind { fpga, io, other, processor, no_bus };
+
+/// How a module tells that it takes compressed loads.
+enum class Compression {
+    none,
+    query, ///< by its answer to the compression query
+    record ///< by byte 29 of its identification record
+};
+
+enum class Reply { identification, compression, load };
+
+/// A way in which a module answers badly.
+struct ReplyFault {
+    enum class Kind { other_type, short_reply, no_reply, status };
+    Kind kind;
+    Reply reply;
+    unsigned value = 0; ///< the type, the length or the status
+    unsigned nth = 0;   ///< the n-th reply of this sort alone; 0: every one
+};
+
+/// A module as it is put into a slot. Begin with fpga_module() and its siblings.
+struct MWVIRTUAL_API Module {
+    ModuleKind kind = ModuleKind::fpga;
+    unsigned type = 2; ///< byte 0 of the identification record
+    unsigned model = 4;
+    unsigned version_number = 1;
+    std::string device_name = {};
+    Compression compression = Compression::none;
+    std::string keep_file = {};
+    std::vector<ReplyFault> faults;
+    std::vector<std::uint32_t> info_words; ///< up to five, in place of the board-information record's own
+
+    /// The FPGA's name, 26 characters at most: "2v3000fg676-4". Known devices get a model of their chip.
+    Module& device(std::string name);
+    Module& version(unsigned number);
+    /// Takes compressed loads, and tells so as modules of its model do.
+    Module& accepts_compressed();
+    Module& tells_compression(Compression how);
+    /// Writes the plain configuration bytes, as they reached the FPGA, to this file when a load ends.
+    Module& keep(std::string file);
+    Module& info(std::vector<std::uint32_t> words);
+
+    Module& answers_type(Reply reply, std::uint8_t message_type, unsigned nth = 0);
+    Module& answers_short(Reply reply, std::size_t length, unsigned nth = 0);
+    Module& does_not_answer(Reply reply, unsigned nth = 0);
+    /// Answers loads with this status whatever became of them.
+    Module& answers_status(std::uint8_t status, unsigned nth = 0);
+};
+
+[[nodiscard]] MWVIRTUAL_API Module fpga_module(unsigned model = 4);
+[[nodiscard]] MWVIRTUAL_API Module io_module(unsigned model = 5);
+/// A module of another type, which answers the identification query and nothing else.
+[[nodiscard]] MWVIRTUAL_API Module other_module(unsigned type);
+[[nodiscard]] MWVIRTUAL_API Module processor_module();
+[[nodiscard]] MWVIRTUAL_API Module module_without_bus();
+
+/// What became of the last load of a module.
+struct Contents {
+    std::size_t loads = 0;                   ///< messages with a load command, the unfinished one included
+    bool finished = false;                   ///< the end of the last one came
+    bool compressed = false;                 ///< its command was that of a compressed load
+    std::vector<std::uint8_t> received = {}; ///< its bytes as they came, load header included
+    std::vector<std::uint8_t> configuration = {}; ///< the plain bytes given to the FPGA, first bit in bit 0
+    bool done = false;                            ///< the FPGA runs
+    Verdict verdict = Verdict::data_short;        ///< of the last finished load, before planned faults
+    std::string reason = {};                      ///< the verdict in words, with figures
+};
+
+/// One call of a platform function.
+struct MWVIRTUAL_API Call {
+    Function function = Function::MwOpenS;
+    unsigned handle = 0; ///< 1 for the first that was opened, 0 for none or an unknown one
+    std::string board_type = {};
+    std::string device = {};
+    std::uint32_t board = 0;
+    std::uint32_t slot = 0;
+    std::uint32_t type = 0;   ///< message type, sent or received
+    std::uint32_t length = 0; ///< of the data sent, or the size of the receiving buffer
+    std::uint32_t timeout = 0;
+    std::uint32_t code = 0; ///< that MwErr2Text was asked for
+    std::string data = {};  ///< bytes sent or received
+    std::uint32_t result = 0;
+
+    /// The call as one line: MwKSBSendMessageDataEx(0D 05, 5000)
+    [[nodiscard]] std::string text() const;
+};
+
+/// A mistake in a rack description: "rack.toml:12: unknown key ...".
+class MWVIRTUAL_API RackError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+class Rack;
+
+/// A board of a carrier's rack; a light reference.
+class MWVIRTUAL_API Board
+{
+public:
+    Board(Rack& rack, std::size_t index) : rack_{&rack}, index_{index} {}
+
+    /// Puts a module into a slot, 1 to 4, in place of what was there.
+    Board& slot(unsigned number, const Module& module);
+    Board& empty_slot(unsigned number);
+    /// The board can also be reached over the bus of another one.
+    Board& reached_over(const std::string& type, std::uint16_t number);
+    /// False: the host cannot open the board itself, only reach it over another's bus. Default true.
+    Board& opens(bool allowed);
+    /// How long each message and each byte takes on the bus of this board; default: no time at all.
+    Board& latency(std::chrono::microseconds each_message);
+    Board& bandwidth(std::uint64_t bytes_per_second);
+    /// The leading word of the board-information record.
+    Board& info_word(std::uint32_t word);
+    /// In every message sent in pieces over this bus, the byte behind the first n is lost or inverted under
+    /// the mask.
+    Board& drops_byte(std::uint64_t after);
+    Board& flips_byte(std::uint64_t after, std::uint8_t mask = 0xFF);
+
+private:
+    Rack* rack_;
+    std::size_t index_;
+};
+
+/// A rack of virtual boards. While it lives it is what the platform functions act on; of several, the
+/// youngest.
+class MWVIRTUAL_API Carrier
+{
+public:
+    Carrier();
+    /// A rack described in TOML; file_name is what mistakes name. Throws RackError.
+    static Carrier from_toml(const std::string& text, const std::string& file_name = "rack");
+    static Carrier from_file(const std::string& path);
+    ~Carrier();
+    Carrier(Carrier&& other) noexcept;
+    Carrier(const Carrier&) = delete;
+    Carrier& operator=(const Carrier&) = delete;
+    Carrier& operator=(Carrier&&) = delete;
+
+    /// The board of this type and number, 0 to 15; added when it is not there yet.
+    Board board(const std::string& type, std::uint16_t number);
+
+    /// The n-th call (counted from 1, MwErr2Text and MwClose not counted) fails with a code.
+    void fail_call(std::uint64_t n, std::uint32_t code, const std::string& text = {});
+    /// The n-th call of one function fails with a code.
+    void fail_call(Function function, std::uint64_t n, std::uint32_t code, const std::string& text = {});
+
+    [[nodiscard]] Contents contents(const std::string& type, std::uint16_t number, unsigned slot) const;
+    /// Every call since the beginning, if the journal is kept (which is the default).
+    [[nodiscard]] std::vector<Call> journal() const;
+    /// The journal as text lines; MwErr2Text left out if wanted.
+    [[nodiscard]] std::vector<std::string> journal_text(bool with_error_texts = true) const;
+    void keep_journal(bool keep);
+    /// Empties the journal, restarts the counting of calls and drops failures that are still planned.
+    void forget_calls();
+    /// Number of calls since the beginning, MwErr2Text and MwClose not counted.
+    [[nodiscard]] std::uint64_t calls() const;
+    /// What was called against the rules of the API, in words; empty after a clean run.
+    [[nodiscard]] std::vector<std::string> misuse() const;
+    [[nodiscard]] std::size_t open_handles() const;
+
+    /// Replaces the sleeping that latency and bandwidth ask for; the function is told how long.
+    void on_wait(std::function<void(std::chrono::nanoseconds)> wait);
+
+    /// The description of the rack that is used when MWVIRTUAL_RACK is not set.
+    [[nodiscard]] static std::string builtin_rack();
+
+private:
+    explicit Carrier(std::shared_ptr<Rack> rack);
+    std::shared_ptr<Rack> rack_;
+};
+
+} // namespace mwvirtual
+
+#endif
