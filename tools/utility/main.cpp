@@ -53,10 +53,10 @@ int show(kvn_fpga& fpga, Request request)
 int run(kvn_fpga& fpga, int argc, char** argv)
 {
     const int error = fpga.kvn_fpga_main(argc, argv);
-    std::fflush(stdout); // what was printed before the error is also seen before it
+    (void)std::fflush(stdout); // what was printed before the error is also seen before it
     if (error == 0)
         return 0;
-    std::fprintf(stderr, "%s\n", fpga.kvn_fpga_getlasterr());
+    (void)std::fprintf(stderr, "%s\n", fpga.kvn_fpga_getlasterr());
     return 1;
 }
 } // namespace
@@ -65,13 +65,13 @@ int main(int argc, char** argv)
 {
     open_missing_streams();
     // A reader of our output that goes away must not cut off a module in the middle of its load.
-    std::signal(SIGPIPE, SIG_IGN);
+    (void)std::signal(SIGPIPE, SIG_IGN);
     try {
         kvn_fpga fpga;
         const Request request = find_request(argc, argv);
         return request == Request::run ? run(fpga, argc, argv) : show(fpga, request);
     } catch (const std::exception& error) {
-        std::fprintf(stderr, "KVN_FPGA: %s\n", error.what());
+        (void)std::fprintf(stderr, "KVN_FPGA: %s\n", error.what());
         return 1;
     }
 }

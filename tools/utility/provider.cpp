@@ -41,7 +41,7 @@ Provider choose_provider()
 
     Provider carriers = load_library("libmwvirtual.so", "KVN_MWAPI asks for the virtual carriers");
     if (carriers.problem.empty())
-        std::fputs("KVN_FPGA: KVN_MWAPI is virtual: the boards are simulated, no hardware is reached.\n",
-                   stderr);
+        (void)std::fputs(
+            "KVN_FPGA: KVN_MWAPI is virtual: the boards are simulated, no hardware is reached.\n", stderr);
     return carriers;
 }
