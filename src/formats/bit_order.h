@@ -20,6 +20,9 @@ inline constexpr std::size_t WORD_SIZE = 4;
 inline constexpr std::size_t WORD_CHARS = 32;
 inline constexpr std::size_t LINE_CHARS = 33;
 
+/// The bytes that changes looks at.
+inline constexpr std::size_t CHANGES_SIZE = 64;
+
 namespace portable
 {
 /// The first byte in the lowest eight bits, whatever the machine.
@@ -75,6 +78,21 @@ inline bool read_plain_line(std::uint8_t* out, const char* line)
         out[group] = static_cast<std::uint8_t>((chars & repeat(1)) * 0x0102040810204080U >> 56);
     }
     return other == 0 && line[WORD_CHARS] == '\n';
+}
+
+/// A mask of CHANGES_SIZE bytes that has a one for each that differs from the byte in front of it. There must
+/// be one in front of the first.
+inline std::uint64_t changes(const std::uint8_t* bytes)
+{
+    std::uint64_t mask = 0;
+    for (std::size_t i = 0; i < CHANGES_SIZE; i += 8) {
+        const std::uint64_t difference = load(bytes + i) ^ load(bytes + i - 1);
+        // The top bit of each byte is set where any bit of the byte is; the multiplication gathers them.
+        const std::uint64_t low = (difference & repeat(0x7F)) + repeat(0x7F);
+        const std::uint64_t differs = (low | difference) >> 7 & repeat(1);
+        mask |= (differs * 0x0102040810204080U >> 56) << i;
+    }
+    return mask;
 }
 
 /// Writes a byte as 8 characters.
@@ -141,6 +159,16 @@ inline bool read_plain_line(std::uint8_t* out, const char* line)
     std::memcpy(out, &bits, sizeof bits);
     const bool plain = _mm_movemask_epi8(_mm_cmpeq_epi8(other, _mm_setzero_si128())) == 0xFFFF;
     return plain && line[WORD_CHARS] == '\n';
+}
+
+inline std::uint64_t changes(const std::uint8_t* bytes)
+{
+    std::uint64_t same = 0;
+    for (std::size_t i = 0; i < CHANGES_SIZE; i += 16) {
+        const __m128i equal = _mm_cmpeq_epi8(load(bytes + i), load(bytes + i - 1));
+        same |= static_cast<std::uint64_t>(_mm_movemask_epi8(equal)) << i;
+    }
+    return ~same;
 }
 
 /// Writes two bytes as 16 characters.

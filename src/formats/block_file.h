@@ -11,33 +11,22 @@
 
 inline constexpr std::size_t BLOCK_SIZE = 65536;
 
-/// A buffer of BLOCK_SIZE bytes, or of fewer when there is no memory for them: a run goes on, slower.
-class Block
-{
-public:
-    Block();
-    [[nodiscard]] std::uint8_t* data() { return large_ ? large_.get() : small_; }
-    [[nodiscard]] std::size_t size() const { return large_ ? BLOCK_SIZE : sizeof small_; }
-
-private:
-    std::unique_ptr<std::uint8_t[]> large_;
-    std::uint8_t small_[4096];
-};
-
 /// Hands out the bytes of a stream in place. An end or an error of the stream counts only when its place is
 /// reached, however far the reading is ahead.
 class BlockReader
 {
 public:
-    explicit BlockReader(FILE* stream) : stream_{stream} {}
+    static constexpr std::size_t MOST_WANTED = 4096;
 
-    /// The bytes at hand, at least `wanted` of them (4096 at the most) unless the stream stopped before. They
-    /// stay valid until the next call.
+    explicit BlockReader(FILE* stream);
+
+    /// The bytes at hand, at least `wanted` of them (MOST_WANTED at the most) unless the stream stopped
+    /// before. They stay valid until the next call.
     std::span<const std::uint8_t> peek(std::size_t wanted)
     {
         if (end_ - begin_ < wanted && !stopped_)
             refill();
-        return {block_.data() + begin_, end_ - begin_};
+        return {block_ + begin_, end_ - begin_};
     }
 
     /// Passes over bytes that peek has shown.
@@ -51,37 +40,33 @@ private:
     void refill();
 
     FILE* stream_;
-    Block block_;
+    // Without memory for a whole block the small one serves: the run goes on, slower.
+    std::unique_ptr<std::uint8_t[]> large_block_;
+    std::uint8_t small_block_[MOST_WANTED];
+    std::uint8_t* block_;
+    std::size_t size_;
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     bool stopped_ = false;
 };
 
-/// Owns an output file and gathers what is written to it. The file is written block by block and at the end;
-/// whatever happens, what was put is handed to the file before it is closed.
+/// An output file whose stream gathers a block before it writes.
 class BlockWriter
 {
 public:
     explicit BlockWriter(File file);
-    ~BlockWriter() { close(); }
-    BlockWriter(const BlockWriter&) = delete;
-    BlockWriter& operator=(const BlockWriter&) = delete;
 
     /// Writes bytes.
-    /// @return how many were taken: all of them, or those before the first that found no room
-    std::size_t put(const void* bytes, std::size_t size);
+    /// @return how many were taken: all of them, or those before the very byte that could not be written
+    std::size_t put(const void* bytes, std::size_t size) { return std::fwrite(bytes, 1, size, file_.get()); }
 
-    /// Writes what is left and closes the file.
-    /// @return false when this, or a write before, failed
-    bool close();
+    /// Writes what the stream still holds and closes the file.
+    /// @return false when that failed
+    bool close() { return std::fclose(file_.release()) == 0; }
 
 private:
-    bool flush();
-
+    std::unique_ptr<char[]> buffer_; // before the file, which uses it until it is closed
     File file_;
-    Block block_;
-    std::size_t used_ = 0;
-    bool good_ = true;
 };
 
 #endif

@@ -8,36 +8,6 @@
 
 namespace
 {
-constexpr std::size_t MASK_BYTES = 64;
-
-/// A mask of 64 neighbouring bytes that has a one for each that differs from the byte in front of it.
-#if defined(__SSE2__)
-std::uint64_t changes(const std::uint8_t* bytes)
-{
-    std::uint64_t same = 0;
-    for (int part = 3; part >= 0; --part) {
-        const std::uint8_t* here = bytes + 16 * part;
-        const __m128i equal = _mm_cmpeq_epi8(sse2::load(here), sse2::load(here - 1));
-        same = same << 16 | static_cast<std::uint64_t>(_mm_movemask_epi8(equal));
-    }
-    return ~same;
-}
-#else
-std::uint64_t changes(const std::uint8_t* bytes)
-{
-    std::uint64_t mask = 0;
-    for (int group = 7; group >= 0; --group) {
-        const std::uint8_t* here = bytes + 8 * group;
-        const std::uint64_t difference = portable::load(here) ^ portable::load(here - 1);
-        // The top bit of each byte is set where any bit of the byte is; the multiplication gathers them.
-        const std::uint64_t low = (difference & portable::repeat(0x7F)) + portable::repeat(0x7F);
-        const std::uint64_t differs = (low | difference) >> 7 & portable::repeat(1);
-        mask = mask << 8 | differs * 0x0102040810204080U >> 56;
-    }
-    return mask;
-}
-#endif
-
 /// Writes a run of any length: as many of 255 as go before the last part, which may itself be 255 long.
 std::uint8_t* write_run(std::uint8_t* pairs, std::size_t count, std::uint8_t value)
 {
@@ -71,8 +41,8 @@ std::size_t RunEncoder::encode(std::span<const std::uint8_t> data, std::uint8_t*
     else if (data[0] != value)
         begin_run(0);
     std::size_t i = 1;
-    for (; i + MASK_BYTES <= data.size(); i += MASK_BYTES)
-        for (std::uint64_t mask = changes(data.data() + i); mask != 0; mask &= mask - 1)
+    for (; i + CHANGES_SIZE <= data.size(); i += CHANGES_SIZE)
+        for (std::uint64_t mask = fastest::changes(data.data() + i); mask != 0; mask &= mask - 1)
             begin_run(i + static_cast<std::size_t>(std::countr_zero(mask)));
     for (; i < data.size(); ++i)
         if (data[i] != value)
