@@ -592,7 +592,7 @@ int Model::process_con_lines(FILE* con)
     char buffer[256] = "";
     while (std::fgets(buffer, 256, con) != nullptr) {
         const std::string line = buffer;
-        if (line.empty() || line[0] == '"' || line[0] == ' ' || line[0] == '\n')
+        if (line[0] == '"' || line[0] == ' ' || line[0] == '\n')
             continue;
         if (const int error = con_line(line))
             return error;

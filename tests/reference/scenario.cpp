@@ -140,6 +140,7 @@ private:
     std::string bit();
     std::string mcb();
     std::string con();
+    std::string long_line();
     std::string damaged(std::string content);
     std::string damaged_lines(const std::string& content);
     std::string name();
@@ -317,6 +318,10 @@ std::string Generator::damaged_lines(const std::string& content)
 
 std::string Generator::damaged(std::string content)
 {
+    if (dice_.percent(1)) {
+        content.resize(dice_.below(300));
+        std::generate(content.begin(), content.end(), [this] { return dice_.character(); });
+    }
     if (dice_.percent(80) || content.empty())
         return content;
     switch (dice_.below(7)) {
@@ -447,8 +452,7 @@ std::string Generator::con()
     const int lines = dice_.between(0, 5);
     for (int i = 0; i < lines; ++i) {
         if (dice_.percent(25)) {
-            text += dice_.percent(85) ? dice_.pick(odd_lines)
-                                      : "\"" + std::string(200 + dice_.below(200), '"') + "\n";
+            text += dice_.percent(80) ? dice_.pick(odd_lines) : long_line();
             continue;
         }
         text += dice_.percent(70) ? names[dice_.below(6)] : dice_.pick(names);
@@ -474,6 +478,17 @@ std::string Generator::con()
     if (dice_.percent(10) && !text.empty())
         text.pop_back();
     return dice_.percent(95) ? text : damaged(text);
+}
+
+/// A comment near the length at which lines are read in pieces, with something that may begin a piece behind
+/// it.
+std::string Generator::long_line()
+{
+    static const char* const pieces[] = {
+        "design mwc4a 0 1\n", "other.rbt mwc4a 0 2\n", "\"x\n", " x\n", "missing 0\n", "\n"};
+    if (dice_.percent(15))
+        return std::string(1, '\0') + dice_.pick(pieces);
+    return std::string(252 + dice_.below(6), '"') + dice_.pick(pieces);
 }
 
 std::string Generator::name()
@@ -734,7 +749,7 @@ std::string Generator::odd_argument()
                                       "-c1",
                                       "-s\t3",
                                       "missing.con"};
-    if (dice_.percent(96))
+    if (dice_.percent(90))
         return dice_.pick(odd);
     static const char* const begins[] = {"-f", "", "-z", "-d"};
     return dice_.pick(begins) + std::string(240 + dice_.below(900), 'o');
