@@ -35,6 +35,11 @@ int take_con_file(kvn_fpga_imp& session, const char* argument)
     return 0;
 }
 
+int refuse_option(kvn_fpga_imp& session, const char* argument)
+{
+    return session.fail("Error 9002. Unknown option %s.", argument);
+}
+
 int take_switch(kvn_fpga_imp& session, const char* argument)
 {
     switch (lower(argument[1])) {
@@ -54,7 +59,7 @@ int take_switch(kvn_fpga_imp& session, const char* argument)
         session.make_rbt = 1;
         return 0;
     default:
-        return session.fail("Error 9002. Unknown option %s.", argument);
+        return refuse_option(session, argument);
     }
 }
 
@@ -106,7 +111,7 @@ int take_option(kvn_fpga_imp& session, const char* argument)
     case 'b':
         return take_board_number(session, value);
     default:
-        return session.fail("Error 9002. Unknown option %s.", argument);
+        return refuse_option(session, argument);
     }
 }
 
