@@ -1,0 +1,239 @@
+#include "process.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace
+{
+/// How long a silent program is waited for before the test gives it up; a working one never comes near.
+constexpr int PATIENCE_MS = 60'000;
+
+void check(bool good, const char* what)
+{
+    if (!good)
+        throw std::system_error(errno, std::generic_category(), what);
+}
+
+bool is_ours(std::string_view variable)
+{
+    return variable.starts_with("KVN_") || variable.starts_with("MWAPI") ||
+           variable.starts_with("MWVIRTUAL_");
+}
+
+/// Argument and environment lists as the system takes them.
+class Image
+{
+public:
+    explicit Image(const Command& command) : words_{command.arguments}
+    {
+        words_.insert(words_.begin(), command.program);
+        for (char** variable = environ; *variable != nullptr; ++variable)
+            if (!is_ours(*variable))
+                variables_.emplace_back(*variable);
+        for (const auto& [name, value] : command.variables)
+            variables_.push_back(name + "=" + value);
+        for (std::string& word : words_)
+            argv_.push_back(word.data());
+        argv_.push_back(nullptr);
+        for (std::string& variable : variables_)
+            envp_.push_back(variable.data());
+        envp_.push_back(nullptr);
+    }
+    char** argv() { return argv_.data(); }
+    char** envp() { return envp_.data(); }
+
+private:
+    std::vector<std::string> words_;
+    std::vector<std::string> variables_;
+    std::vector<char*> argv_;
+    std::vector<char*> envp_;
+};
+
+class FileActions
+{
+public:
+    FileActions() { posix_spawn_file_actions_init(&actions_); }
+    ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
+    FileActions(const FileActions&) = delete;
+    FileActions& operator=(const FileActions&) = delete;
+    void change_folder(const fs::path& folder)
+    {
+        posix_spawn_file_actions_addchdir_np(&actions_, folder.c_str());
+    }
+    void open(int descriptor, const fs::path& file, int flags)
+    {
+        posix_spawn_file_actions_addopen(&actions_, descriptor, file.c_str(), flags, 0600);
+    }
+    void close(int descriptor) { posix_spawn_file_actions_addclose(&actions_, descriptor); }
+    void copy(int from, int to) { posix_spawn_file_actions_adddup2(&actions_, from, to); }
+    const posix_spawn_file_actions_t* get() const { return &actions_; }
+
+private:
+    posix_spawn_file_actions_t actions_;
+};
+
+/// A folder for the three streams, apart from the one that the program works in.
+class StreamFolder
+{
+public:
+    StreamFolder()
+    {
+        std::string name = (fs::temp_directory_path() / "kvn_streams_XXXXXX").string();
+        check(mkdtemp(name.data()) != nullptr, "mkdtemp");
+        path_ = name;
+    }
+    ~StreamFolder()
+    {
+        std::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+    StreamFolder(const StreamFolder&) = delete;
+    StreamFolder& operator=(const StreamFolder&) = delete;
+    [[nodiscard]] fs::path file(const char* name) const { return path_ / name; }
+    [[nodiscard]] std::string content(const char* name) const
+    {
+        std::ifstream stream{file(name), std::ios::binary};
+        return {std::istreambuf_iterator<char>{stream}, {}};
+    }
+
+private:
+    fs::path path_;
+};
+
+int wait_for(pid_t child)
+{
+    int status = 0;
+    while (waitpid(child, &status, 0) == -1)
+        check(errno == EINTR, "waitpid");
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+/// The writing end of a pipe without a reading one.
+int open_pipe_without_reader()
+{
+    int ends[2];
+    check(pipe2(ends, O_CLOEXEC) == 0, "pipe");
+    close(ends[0]);
+    return ends[1];
+}
+} // namespace
+
+Outcome run(const Command& command, std::string_view answers, Output output)
+{
+    const StreamFolder streams;
+    std::ofstream{streams.file("answers"), std::ios::binary} << answers;
+    FileActions actions;
+    actions.open(STDIN_FILENO, streams.file("answers"), O_RDONLY);
+    actions.open(STDERR_FILENO, streams.file("errors"), O_WRONLY | O_CREAT);
+    int pipe_end = -1;
+    switch (output) {
+    case Output::kept:
+        actions.open(STDOUT_FILENO, streams.file("output"), O_WRONLY | O_CREAT);
+        break;
+    case Output::closed:
+        actions.close(STDOUT_FILENO);
+        break;
+    case Output::full:
+        actions.open(STDOUT_FILENO, "/dev/full", O_WRONLY);
+        break;
+    case Output::without_reader:
+        pipe_end = open_pipe_without_reader();
+        actions.copy(pipe_end, STDOUT_FILENO);
+        break;
+    }
+    actions.change_folder(command.folder);
+
+    Image image{command};
+    pid_t child = -1;
+    const int error =
+        posix_spawn(&child, command.program.c_str(), actions.get(), nullptr, image.argv(), image.envp());
+    if (pipe_end != -1)
+        close(pipe_end);
+    if (error != 0)
+        throw std::system_error(error, std::generic_category(), command.program);
+    const int status = wait_for(child);
+    return {status, streams.content("output"), streams.content("errors")};
+}
+
+Terminal::Terminal(const Command& command)
+{
+    // What the program writes arrives as it is, and what is typed is not shown.
+    termios settings{};
+    settings.c_lflag = ICANON;
+    settings.c_cflag = CS8 | CREAD;
+    settings.c_cc[VEOF] = 4;
+    Image image{command};
+    child_ = forkpty(&master_, nullptr, &settings, nullptr);
+    check(child_ != -1, "forkpty");
+    if (child_ == 0) {
+        if (chdir(command.folder.c_str()) == 0)
+            execve(command.program.c_str(), image.argv(), image.envp());
+        _exit(127);
+    }
+}
+
+Terminal::~Terminal()
+{
+    if (child_ != -1) {
+        kill(child_, SIGKILL);
+        wait_for(child_);
+    }
+    close(master_);
+}
+
+bool Terminal::read_more()
+{
+    pollfd waiting{master_, POLLIN, 0};
+    if (poll(&waiting, 1, PATIENCE_MS) != 1)
+        return false;
+    char part[4096];
+    const ssize_t size = read(master_, part, sizeof part);
+    if (size <= 0) // the program has ended
+        return false;
+    shown_.append(part, static_cast<std::size_t>(size));
+    return true;
+}
+
+void Terminal::expect(std::string_view text)
+{
+    for (;;) {
+        const std::size_t found = shown_.find(text, seen_);
+        if (found != std::string::npos) {
+            seen_ = found + text.size();
+            return;
+        }
+        if (!read_more()) {
+            ADD_FAILURE() << "not shown: " << text << "\nshown so far:\n" << shown_;
+            throw std::runtime_error("the terminal shows something else");
+        }
+    }
+}
+
+void Terminal::type(std::string_view keys)
+{
+    check(write(master_, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size()), "write");
+}
+
+int Terminal::finish()
+{
+    while (read_more()) {
+    }
+    const int status = wait_for(child_);
+    child_ = -1;
+    return status;
+}

@@ -1,0 +1,119 @@
+#include "utility_fixture.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+class UtilityProvider : public UtilityTest
+{
+protected:
+    UtilityProvider()
+    {
+        write_rbt("design.rbt");
+        variables["KVN_TEST_JOURNAL"] = path("journal");
+    }
+
+    /// A library of the tests under a short name in the folder.
+    void link_library(const std::string& library, const std::string& name) const
+    {
+        std::filesystem::create_symlink(library, folder / name);
+    }
+
+    [[nodiscard]] Outcome load() const { return run(kvn_fpga({"-u", "-fdesign", "-dmwc4a", "-b3", "-s2"})); }
+};
+
+TEST_F(UtilityProvider, WithoutAProviderTheErrorTellsWhatToSet)
+{
+    const std::string error =
+        "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to the library with the Mw... functions, or to virtual: libmwapi.so: cannot open shared object file: No such file or directory).\n";
+    EXPECT_EQ(load().errors, error);
+    EXPECT_EQ(load().status, 1);
+    variables["KVN_MWAPI"] = "";
+    EXPECT_EQ(load().errors, error) << "an empty variable counts as not set";
+}
+
+TEST_F(UtilityProvider, IsThePlatformsOwnLibraryWhenNoneIsNamed)
+{
+    link_library(TEST_PROVIDER, "libmwapi.so");
+    variables["LD_LIBRARY_PATH"] = folder;
+    EXPECT_EQ(load().status, 0);
+    EXPECT_THAT(lines("journal"), testing::Contains("MwOpenS(mwc4a, 3, ksb, null, 0)"));
+}
+
+TEST_F(UtilityProvider, IsNamedByPathOrSoname)
+{
+    link_library(TEST_PROVIDER, "libboards.so.1");
+    variables["KVN_MWAPI"] = "./libboards.so.1";
+    const Outcome outcome = load();
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+
+    variables["KVN_MWAPI"] = "libboards.so.1";
+    variables["LD_LIBRARY_PATH"] = folder;
+    EXPECT_EQ(load().status, 0);
+}
+
+TEST_F(UtilityProvider, ThatCannotBeLoadedIsReported)
+{
+    variables["KVN_MWAPI"] = "./nothing.so";
+    const Outcome outcome = load();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(
+        outcome.errors,
+        "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to another library with the Mw... functions: ./nothing.so: cannot open shared object file: No such file or directory).\n");
+}
+
+TEST_F(UtilityProvider, ThatLacksAFunctionIsReportedWithTheFunction)
+{
+    link_library(LACKING_PROVIDER, "lacking.so");
+    variables["KVN_MWAPI"] = "./lacking.so";
+    const Outcome outcome = load();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(
+        outcome.errors,
+        "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to another library with the Mw... functions: ./lacking.so has no function MwKSBEndOfReceiveMessageEx).\n");
+    EXPECT_FALSE(std::filesystem::exists(folder / "journal")) << "nothing of it is called";
+}
+
+TEST_F(UtilityProvider, MustHaveTheFunctionsItself)
+{
+    // Looked for in the whole process, they would be found in the program itself.
+    variables["KVN_MWAPI"] = "libc.so.6";
+    EXPECT_EQ(
+        load().errors,
+        "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to another library with the Mw... functions: libc.so.6 has no function MwOpenS).\n");
+}
+
+TEST_F(UtilityProvider, WordsOfTheErrorAreCutAt255Characters)
+{
+    variables["KVN_MWAPI"] = "./" + std::string(400, 'x') + ".so";
+    const std::string words =
+        "set KVN_MWAPI to another library with the Mw... functions: ./" + std::string(400, 'x');
+    EXPECT_EQ(load().errors,
+              "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (" + words.substr(0, 255) + ").\n");
+}
+
+TEST_F(UtilityProvider, IsNotNeededByConversions)
+{
+    variables["KVN_MWAPI"] = "./nothing.so";
+    const Outcome compressing = run(kvn_fpga({"-c", "-fdesign"}));
+    EXPECT_EQ(compressing.status, 0);
+    EXPECT_EQ(compressing.errors, "");
+    const std::string original = content("design.rbt");
+    std::filesystem::remove(folder / "design.rbt");
+
+    const Outcome expanding = run(kvn_fpga({"-r", "-fdesign"}));
+    EXPECT_EQ(expanding.status, 0);
+    EXPECT_EQ(expanding.errors, "");
+    const std::string data = original.substr(original.find("Bits:"));
+    EXPECT_THAT(content("design.rbt"), testing::HasSubstr(data.substr(data.find('\n'))));
+}
+
+TEST_F(UtilityProvider, IsNotNeededByHelpAndWrongCommandLines)
+{
+    variables["KVN_MWAPI"] = "./nothing.so";
+    EXPECT_EQ(run(kvn_fpga({"--version"})).status, 0);
+    EXPECT_EQ(run(kvn_fpga({"-s5"})).errors,
+              "Error 9000. Slot 5 is not a valid slot (must be 1,2,3 or 4).\n");
+}
+} // namespace
