@@ -187,6 +187,14 @@ std::vector<std::string> RunFixture::console() const
     return lines;
 }
 
+std::string RunFixture::joined(const std::vector<std::string>& lines)
+{
+    std::string all = "\n";
+    for (const std::string& line : lines)
+        all += line + '\n';
+    return all;
+}
+
 std::vector<std::string> RunFixture::prints() const
 {
     std::vector<std::string> texts;

@@ -138,6 +138,12 @@ protected:
     void clear_log() { platform.log.clear(); }
     /// What was printed, asked and answered: the log without the platform's lines.
     [[nodiscard]] std::vector<std::string> console() const;
+    /// The same on lines of their own, for comparison with a raw literal that begins and ends with a line
+    /// feed.
+    [[nodiscard]] std::string transcript() const { return joined(log()); }
+    [[nodiscard]] std::string console_transcript() const { return joined(console()); }
+    [[nodiscard]] std::string bus_transcript() const { return joined(bus()); }
+    [[nodiscard]] static std::string joined(const std::vector<std::string>& lines);
     /// The platform calls alone.
     [[nodiscard]] std::vector<std::string> bus() const { return platform.journal(); }
     /// The printed lines alone, without their "| ".

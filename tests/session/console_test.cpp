@@ -1,0 +1,348 @@
+// Output and questions: the caller's functions, or standard output and input.
+#include "support/faults.h"
+#include "support/run_fixture.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <functional>
+
+namespace
+{
+/// Other streams as standard input and output, for the duration of a scope.
+class StandardStreams
+{
+public:
+    StandardStreams(FILE* input, FILE* output) : input_before_{stdin}, output_before_{stdout}
+    {
+        stdin = input;
+        stdout = output;
+    }
+    ~StandardStreams()
+    {
+        std::fclose(std::exchange(stdin, input_before_));
+        std::fclose(std::exchange(stdout, output_before_));
+    }
+    StandardStreams(const StandardStreams&) = delete;
+    StandardStreams& operator=(const StandardStreams&) = delete;
+
+private:
+    FILE* input_before_;
+    FILE* output_before_;
+};
+
+/// The session without callbacks, on files: what the user types, and what he sees.
+class Console : public RunFixture
+{
+protected:
+    Console() { remove_callbacks(session); }
+
+    /// What is written to standard output while the user types `input`.
+    std::string output_of(std::string_view input, const std::function<void()>& action)
+    {
+        write_file("input", input);
+        {
+            const StandardStreams streams{std::fopen("input", "r"), std::fopen("output", "w")};
+            action();
+        }
+        return read_file("output");
+    }
+};
+
+TEST_F(Console, PauseWaitsForOneCharacterAfterTwoEmptyLines)
+{
+    int result = 0;
+    int next = 0;
+    EXPECT_EQ(output_of("xy",
+                        [&] {
+                            result = session.Pause();
+                            next = std::getchar();
+                        }),
+              "\n\nPress any key to continue . . .\n");
+    EXPECT_EQ(result, 'x');
+    EXPECT_EQ(next, 'y');
+}
+
+struct Answer {
+    const char* typed;
+    int result;
+};
+
+class ConsoleYesNo : public Console, public testing::WithParamInterface<Answer>
+{
+};
+
+TEST_P(ConsoleYesNo, GivesTheFirstCharacterOfTheLine)
+{
+    int result = 0x55;
+    EXPECT_EQ(output_of(GetParam().typed, [&] { result = session.xask_yn("Use it [y/n]?"); }),
+              "Use it [y/n]?\n");
+    EXPECT_EQ(result, GetParam().result);
+}
+
+INSTANTIATE_TEST_SUITE_P(Lines, ConsoleYesNo,
+                         testing::Values(Answer{"Yes\n", 'Y'}, Answer{"no\n", 'n'}, Answer{"\n", '\0'},
+                                         Answer{"y\n", 'y'}, Answer{" y\n", ' '}, Answer{"y", 'y'},
+                                         Answer{"", '\0'}, Answer{"\xFF\n", -1}));
+
+TEST_F(Console, CountsOnlyTheLowByteOfTheYesNoFunction)
+{
+    session.kvn_fpga_set_userfie([](char*, void*) { return 0x179; }, 2);
+    EXPECT_EQ(session.xask_yn("?"), 'y');
+    session.kvn_fpga_set_userfie([](char*, void*) { return 0x1FF; }, 2);
+    EXPECT_EQ(session.xask_yn("?"), -1);
+}
+
+TEST_F(Console, PrintsATextAsItStands)
+{
+    EXPECT_EQ(output_of("", [&] { session.xprint("100% of %s%n%d %% \\ <a%n.rbt>\n"); }),
+              "100% of %s%n%d %% \\ <a%n.rbt>\n");
+}
+
+TEST_F(Console, PrintsAFileNameWithPercentSignsInAWholeRun)
+{
+    platform.board("mwc4a", 0).slot(2, fpga_module(4));
+    write_file("a%n%s.rbt", "no title");
+    const std::string output = output_of("", [&] {
+        EXPECT_EQ(run({"-u", "-fa%n%s", "-dmwc4a", "-b0", "-s2"}),
+                  Fails(9101, "Error 9101. Invalid first line in RBT file a%n%s.rbt."));
+    });
+    EXPECT_NE(output.find("Checking header section of the file <a%n%s.rbt>.\n"), std::string::npos) << output;
+}
+
+TEST_F(Console, PromptWritesALineAndReadsOneCharacter)
+{
+    int first = 0;
+    int second = 0;
+    int third = 0;
+    EXPECT_EQ(output_of("\nq",
+                        [&] {
+                            first = session.xprompt("Press return to continue.");
+                            second = session.xprompt("Again.");
+                            third = session.xprompt("And again.");
+                        }),
+              "Press return to continue.\nAgain.\nAnd again.\n");
+    EXPECT_EQ(first, '\n');
+    EXPECT_EQ(second, 'q');
+    EXPECT_EQ(third, EOF);
+}
+
+TEST_F(Console, AsksForALineBehindAMark)
+{
+    char answer[256] = "before";
+    EXPECT_EQ(output_of("  my design.rbt \nnext\n", [&] { session.xaskstring("Which file?", answer); }),
+              "Which file?\n> ");
+    EXPECT_STREQ(answer, "  my design.rbt ");
+}
+
+TEST_F(Console, ReadsALineThatEndsWithTheInput)
+{
+    char answer[256] = "before";
+    output_of("design", [&] { session.xaskstring("Which file?", answer); });
+    EXPECT_STREQ(answer, "design");
+}
+
+TEST_F(Console, GivesAnEmptyAnswerAtTheEndOfTheInput)
+{
+    char answer[256] = "before";
+    output_of("", [&] { session.xaskstring("Which file?", answer); });
+    EXPECT_STREQ(answer, "");
+}
+
+TEST_F(Console, CutsALongLineToTheAnswerAndDropsTheRest)
+{
+    char answer[256];
+    char next[256];
+    output_of(std::string(5000, 'a') + "\nnext\n", [&] {
+        session.xaskstring("Which file?", answer);
+        session.xaskstring("And then?", next);
+    });
+    EXPECT_EQ(answer, std::string(255, 'a'));
+    EXPECT_STREQ(next, "next");
+}
+
+TEST_F(Console, CutsABoardTypeAt31Characters)
+{
+    session.slot = 0x5A;
+    output_of(std::string(32, 'b') + "\n0\n", [&] {
+        session.xaskstring("What board do you want to open (eg mwc3a, mwc4a)? ", session.board_type);
+        char number[256];
+        session.xaskstring("But what board number? ", number);
+        EXPECT_STREQ(number, "0");
+    });
+    EXPECT_EQ(session.board_type, std::string(31, 'b'));
+    EXPECT_EQ(session.slot, 0x5A) << "the field behind the board type was written";
+}
+
+TEST_F(Console, TakesALineThatJustFits)
+{
+    output_of(std::string(31, 'b') + '\n', [&] { session.xaskstring("?", session.board_type); });
+    EXPECT_EQ(session.board_type, std::string(31, 'b'));
+    output_of(std::string(255, 'f') + '\n', [&] { session.xaskstring("?", session.bitstream_file); });
+    EXPECT_EQ(session.bitstream_file, std::string(255, 'f'));
+}
+
+TEST_F(Console, DropsTheRestOfALongAnswerToAYesNoQuestion)
+{
+    output_of("n" + std::string(1000, 'y') + "\ny\n", [&] {
+        EXPECT_EQ(session.xask_yn("First?"), 'n');
+        EXPECT_EQ(session.xask_yn("Second?"), 'y');
+    });
+}
+
+/// An input that notes how much of the output had arrived when it was read.
+struct WatchingInput {
+    const char* text;
+    std::string seen;
+};
+
+ssize_t watch(void* cookie, char* buffer, size_t size)
+{
+    auto& input = *static_cast<WatchingInput*>(cookie);
+    char seen[256];
+    const int file = ::open("output", O_RDONLY);
+    const ssize_t length = ::read(file, seen, sizeof seen);
+    ::close(file);
+    input.seen.assign(seen, static_cast<std::size_t>(length));
+    const std::size_t typed = std::min(size, std::strlen(input.text));
+    std::memcpy(buffer, input.text, typed);
+    return static_cast<ssize_t>(typed);
+}
+
+TEST_F(Console, ShowsEverythingBeforeItWaitsForAnAnswer)
+{
+    const auto seen_while = [](const std::function<void()>& question) {
+        WatchingInput input{"y\n", ""};
+        FILE* stream =
+            fopencookie(&input, "r", {.read = watch, .write = nullptr, .seek = nullptr, .close = nullptr});
+        const StandardStreams streams{stream, std::fopen("output", "w")};
+        question();
+        return input.seen;
+    };
+    EXPECT_EQ(seen_while([&] {
+                  session.xprint("text ");
+                  session.xprompt("Press return.");
+              }),
+              "text Press return.\n");
+    EXPECT_EQ(seen_while([&] {
+                  session.xprint("text\n");
+                  session.xask_yn("Use it?");
+              }),
+              "text\nUse it?\n");
+    EXPECT_EQ(seen_while([&] { session.xaskstring("Which?", session.bitstream_file); }), "Which?\n> ");
+}
+
+TEST_F(Console, ShowsProgressOnATerminalAtOnce)
+{
+    const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
+    ASSERT_GE(terminal, 0);
+    ASSERT_EQ(::grantpt(terminal), 0);
+    ASSERT_EQ(::unlockpt(terminal), 0);
+    write_file("input");
+    std::string seen;
+    {
+        const StandardStreams streams{std::fopen("input", "r"), std::fopen(::ptsname(terminal), "w")};
+        session.xprint("\r% Done: 7");
+        // The text must arrive although the stream is neither full nor closed; the limit only ends a failure.
+        pollfd arrival{.fd = terminal, .events = POLLIN, .revents = 0};
+        ASSERT_EQ(::poll(&arrival, 1, 20000), 1) << "nothing was shown";
+        char text[64];
+        const ssize_t length = ::read(terminal, text, sizeof text);
+        ASSERT_GT(length, 0);
+        seen.assign(text, static_cast<std::size_t>(length));
+    }
+    ::close(terminal);
+    EXPECT_EQ(seen, "\r% Done: 7");
+}
+
+TEST_F(Console, MixesFunctionsAndStandardStreams)
+{
+    static std::string collected;
+    collected.clear();
+    session.kvn_fpga_set_userprint([](char* text) { collected += text; });
+    EXPECT_EQ(output_of("y\n",
+                        [&] {
+                            session.xprint("to the function\n");
+                            EXPECT_EQ(session.xask_yn("On the console?"), 'y');
+                        }),
+              "On the console?\n");
+    EXPECT_EQ(collected, "to the function\n");
+}
+
+class Callbacks : public RunFixture
+{
+};
+
+TEST_F(Callbacks, GetTextsAsTheyStandAndGiveTheResults)
+{
+    key = 'k';
+    answer("design");
+    answer("Y");
+    session.xprint("100% %s%n\n");
+    EXPECT_EQ(session.xprompt("Press return."), 'k');
+    EXPECT_EQ(session.xaskstring("Which?", session.bitstream_file), 0);
+    EXPECT_EQ(session.xask_yn("Use it?"), 'Y');
+    EXPECT_EQ(session.Pause(), 'k');
+    EXPECT_STREQ(session.bitstream_file, "design");
+    EXPECT_EQ(transcript(), R"(
+| 100% %s%n\n
+?key Press return.
+?line Which?
+! design
+?yn Use it?
+! Y
+?key \n\nPress any key to continue . . .
+)");
+}
+
+TEST_F(Callbacks, HaveRoomFor256BytesWhateverTheField)
+{
+    session.slot = 0x5A;
+    answer(std::string(255, 'b'));
+    session.xaskstring("?", session.board_type);
+    EXPECT_EQ(session.board_type, std::string(31, 'b'));
+    EXPECT_EQ(session.slot, 0x5A) << "the field behind the board type was written";
+    answer(std::string(255, 'f'));
+    session.xaskstring("?", session.bitstream_file);
+    EXPECT_EQ(session.bitstream_file, std::string(255, 'f'));
+}
+
+TEST_F(Callbacks, MayLeaveTheAnswerAsItIs)
+{
+    std::strcpy(session.bitstream_file, "before");
+    session.kvn_fpga_set_userfie([](char*, void*) { return 7; }, 1);
+    EXPECT_EQ(session.xaskstring("?", session.bitstream_file), 7);
+    EXPECT_STREQ(session.bitstream_file, "before");
+}
+
+TEST_F(Callbacks, DoNoHarmWithAnAnswerThatIsNotEnded)
+{
+    session.kvn_fpga_set_userfie(
+        [](char*, void* answer) {
+            std::memset(answer, 'x', 256);
+            return 0;
+        },
+        1);
+    session.xaskstring("?", session.bitstream_file);
+    EXPECT_EQ(session.bitstream_file, std::string(255, 'x'));
+}
+
+TEST_F(Callbacks, GetALongTextInOneCall)
+{
+    const std::string text(3000, 'x');
+    session.print("<%s>\n", text.c_str());
+    EXPECT_EQ(prints(), std::vector<std::string>{"<" + text + ">\\n"});
+}
+
+TEST_F(Callbacks, GetTheBeginningOfALongTextWhenThereIsNoMemory)
+{
+    const FaultScope scope;
+    fail_allocation_at(1);
+    session.print("<%s>\n", std::string(3000, 'x').c_str());
+    EXPECT_EQ(prints(), std::vector<std::string>{"<" + std::string(1022, 'x')});
+}
+} // namespace
