@@ -24,6 +24,15 @@ constexpr PairMessages last_run_messages{
     .count = "Error 9356. Cannot send KSB message data, slot 0x%x (via '%s %d') (%s).",
     .value = "Error 9357. Cannot send KSB message data, slot 0x%x (via '%s %d') (%s).",
 };
+constexpr VerdictMessages verdict_messages{
+    .mismatch_line = "Incorrect number of bits in BIT file (%d found, %d stated).\n",
+    .mismatch = "Error 9360. Incorrect number of bits (%d, %d) in BIT file %s.",
+    .started =
+        "Error 9365. Configuration successfull, but found incorrect number of bits (%d, %d) in BIT file %s.",
+    .refused_mismatch =
+        "Error 9367. Configuration unsuccessfull. Incorrect number of bits (%d, %d) in BIT file %s.",
+    .refused = "Error 9366. Configuration was unsuccessful (%d).",
+};
 
 // Required: in plain mode one byte behind the stated end is noticed, in compressed mode only a whole block of
 // these.
@@ -67,8 +76,7 @@ int send_plain(kvn_fpga_imp& session, FILE* fp, BitTally& bits)
         const auto sent = without_tail({bytes, words * WORD_SIZE}, bits, session);
         if (const int error = session.transmit_bit_bytes(sent.data(), sent.size()))
             return error;
-        if (words > 0)
-            count_words(session, bits, words);
+        count_words(session, bits, words);
         if (const int error = check_stop(session, data, bits, plain_messages))
             return error;
     } while (bits.found < bits.stated);
@@ -89,8 +97,7 @@ int send_compressed(kvn_fpga_imp& session, LoadExchange& load, FILE* fp, BitTall
         const std::size_t size = runs.encode({bytes, words * WORD_SIZE}, pairs);
         if (const int error = load.send_pairs({pairs, size}, run_messages))
             return error;
-        if (words > 0)
-            count_words(session, bits, words);
+        count_words(session, bits, words);
         if (const int error = check_stop(session, data, bits, compressed_messages))
             return error;
     } while (bits.found < bits.stated);
@@ -98,36 +105,6 @@ int send_compressed(kvn_fpga_imp& session, LoadExchange& load, FILE* fp, BitTall
         bits.found = wrapping_add(bits.found, TRAILING_BLOCK);
     runs.finish(pairs);
     return load.send_pairs({pairs, PAIR_SIZE}, last_run_messages);
-}
-
-/// A wrong count is recorded, and the load goes on: the data has been sent, and the module has the last word.
-void report_bit_count(kvn_fpga_imp& session, const BitTally& bits)
-{
-    if (bits.matches()) {
-        session.print("The bitstream has been downloaded.\n");
-        return;
-    }
-    session.print("Incorrect number of bits in BIT file (%d found, %d stated).\n", bits.found, bits.stated);
-    session.record("Error 9360. Incorrect number of bits (%d, %d) in BIT file %s.", bits.stated, bits.found,
-                   session.bitstream_file);
-}
-
-int judge(kvn_fpga_imp& session, LoadExchange& load, const BitTally& bits, int status)
-{
-    const char* file = session.bitstream_file;
-    if (status == CONFIGURED && bits.matches()) {
-        load.report_success();
-        return 0;
-    }
-    if (status == CONFIGURED)
-        return session.fail(
-            "Error 9365. Configuration successfull, but found incorrect number of bits (%d, %d) in BIT file %s.",
-            bits.stated, bits.found, file);
-    if (!bits.matches())
-        return session.fail(
-            "Error 9367. Configuration unsuccessfull. Incorrect number of bits (%d, %d) in BIT file %s.",
-            bits.stated, bits.found, file);
-    return session.fail("Error 9366. Configuration was unsuccessful (%d).", status);
 }
 } // namespace
 
@@ -141,7 +118,7 @@ int kvn_fpga_imp::Load_Bitstream_bit(const char* given_type, int given_number, i
     if (last_error != 0)
         return last_error; // the header's reader has closed the file
     File file = take_over(fp);
-    Finally release_header{[&header] { free_header(&header); }};
+    const Finally release_header{[&header] { free_header(&header); }};
 
     BitTally bits{.stated = stated_bits(header)};
     if (verbose)
@@ -152,14 +129,5 @@ int kvn_fpga_imp::Load_Bitstream_bit(const char* given_type, int given_number, i
     if (const int error =
             load.compressed() ? send_compressed(*this, load, fp, bits) : send_plain(*this, fp, bits))
         return error;
-    if (const int error = load.flush())
-        return error;
-    show_final_progress(*this, bits);
-    file.reset();
-
-    report_bit_count(*this, bits);
-    int status = 0;
-    if (const int error = load.finish(status))
-        return error;
-    return judge(*this, load, bits, status);
+    return finish_counted_load(*this, load, std::move(file), bits, verdict_messages);
 }

@@ -25,6 +25,15 @@ constexpr PairMessages last_run_messages{
     .count = "Error 9110. Cannot send KSB message data, slot 0x%x (via '%s %d') (%s).",
     .value = "Error 9111. Cannot send KSB message data, slot 0x%x (via '%s %d') (%s).",
 };
+constexpr VerdictMessages verdict_messages{
+    .mismatch_line = "Incorrect number of bits in RBT file (%d found, %d stated).\n",
+    .mismatch = "Error 9113. Incorrect number of bits (%d, %d) in RBT file %s.",
+    .started =
+        "Error 9113. Configuration successfull, but found incorrect number of bits (%d, %d) in RBT file %s.",
+    .refused_mismatch =
+        "Error 9119. Configuration unsuccessfull. Incorrect number of bits (%d, %d) in RBT file %s.",
+    .refused = "Error 9118. Configuration was unsuccessful (%d).",
+};
 
 int check_device(kvn_fpga_imp& session, const RbtLine& part_line, const char* device_name)
 {
@@ -73,8 +82,7 @@ int send_plain(kvn_fpga_imp& session, FILE* fp, BitTally& bits)
         const auto sent = without_tail({bytes, words * WORD_SIZE}, bits, session);
         if (const int error = session.transmit_rbt_bytes(sent.data(), sent.size()))
             return error;
-        if (words > 0)
-            count_words(session, bits, words);
+        count_words(session, bits, words);
         if (words == wanted)
             continue;
         if (lines.found_wrong_line())
@@ -96,8 +104,7 @@ int send_compressed(kvn_fpga_imp& session, LoadExchange& load, FILE* fp, BitTall
         const std::size_t size = runs.encode({bytes, words * WORD_SIZE}, pairs);
         if (const int error = load.send_pairs({pairs, size}, run_messages))
             return error;
-        if (words > 0)
-            count_words(session, bits, words);
+        count_words(session, bits, words);
         if (words == wanted)
             continue;
         if (lines.found_wrong_line())
@@ -106,37 +113,6 @@ int send_compressed(kvn_fpga_imp& session, LoadExchange& load, FILE* fp, BitTall
         runs.finish(pairs);
         return load.send_pairs({pairs, PAIR_SIZE}, last_run_messages);
     }
-}
-
-/// A wrong count is recorded, and the load goes on: the data has been sent, and the module has the last word.
-void report_bit_count(kvn_fpga_imp& session, const BitTally& bits)
-{
-    if (bits.matches()) {
-        session.print("The bitstream has been downloaded.\n");
-        return;
-    }
-    // Required: the line and the message give the two numbers in opposite orders.
-    session.print("Incorrect number of bits in RBT file (%d found, %d stated).\n", bits.found, bits.stated);
-    session.record("Error 9113. Incorrect number of bits (%d, %d) in RBT file %s.", bits.stated, bits.found,
-                   session.bitstream_file);
-}
-
-int judge(kvn_fpga_imp& session, LoadExchange& load, const BitTally& bits, int status)
-{
-    const char* file = session.bitstream_file;
-    if (status == CONFIGURED && bits.matches()) {
-        load.report_success();
-        return 0;
-    }
-    if (status == CONFIGURED)
-        return session.fail(
-            "Error 9113. Configuration successfull, but found incorrect number of bits (%d, %d) in RBT file %s.",
-            bits.stated, bits.found, file);
-    if (!bits.matches())
-        return session.fail(
-            "Error 9119. Configuration unsuccessfull. Incorrect number of bits (%d, %d) in RBT file %s.",
-            bits.stated, bits.found, file);
-    return session.fail("Error 9118. Configuration was unsuccessful (%d).", status);
 }
 } // namespace
 
@@ -154,14 +130,5 @@ int kvn_fpga_imp::Load_Bitstream_rbt(const char* given_type, int given_number, i
     if (const int error =
             load.compressed() ? send_compressed(*this, load, fp, bits) : send_plain(*this, fp, bits))
         return error;
-    if (const int error = load.flush())
-        return error;
-    show_final_progress(*this, bits);
-    file.reset();
-
-    report_bit_count(*this, bits);
-    int status = 0;
-    if (const int error = load.finish(status))
-        return error;
-    return judge(*this, load, bits, status);
+    return finish_counted_load(*this, load, std::move(file), bits, verdict_messages);
 }
