@@ -1,0 +1,337 @@
+// The BIT header's reader: its fields, its thirty errors, the device check.
+#include "formats/bit_header.h"
+
+#include "streams.h"
+#include "support/bitstreams.h"
+#include "support/faults.h"
+#include "support/run_fixture.h"
+
+#include <cstring>
+#include <ostream>
+
+using namespace std::string_literals;
+
+namespace
+{
+class BitHeaderFixture : public RunFixture
+{
+protected:
+    BitHeaderFixture() { std::strcpy(session.bitstream_file, "design.bit"); }
+    ~BitHeaderFixture() override { kvn_fpga_imp::free_header(&header); }
+
+    /// Reads the header of a file with this content. What follows it stands in `rest`.
+    Result read(const std::string& content)
+    {
+        write_file("design.bit", content);
+        return read(std::fopen("design.bit", "rb"));
+    }
+
+    Result read(FILE* stream)
+    {
+        const int error = session.Read_Bitstream_Hdr_bit(stream, &header);
+        if (error == 0) {
+            for (int c = std::fgetc(stream); c != EOF; c = std::fgetc(stream))
+                rest += static_cast<char>(c);
+            std::fclose(stream);
+        }
+        return result(error);
+    }
+
+    void expect_nothing_kept()
+    {
+        for (const char* text : {header.ncd_name, header.device, header.date, header.time})
+            EXPECT_EQ(text, nullptr);
+    }
+
+    FaultScope faults;
+    BitHeader header;
+    std::string rest;
+};
+
+class BitHeaderReader : public BitHeaderFixture
+{
+};
+} // namespace
+
+TEST_F(BitHeaderReader, ReadsEveryField)
+{
+    BitFile file{8};
+    EXPECT_EQ(read(file.content()), Succeeds());
+    EXPECT_EQ(header.magic_length, 9U);
+    EXPECT_EQ(Bytes(header.magic, header.magic + 9), bytes("0F F0 0F F0 0F F0 0F F0 00"));
+    EXPECT_EQ(header.a_length, 1U);
+    EXPECT_EQ(header.a_key, 'a');
+    EXPECT_EQ(std::string(header.ncd_name, header.ncd_length), "design.ncd\0"s);
+    EXPECT_EQ(header.b_key, 'b');
+    EXPECT_EQ(std::string(header.device, header.device_length), "2v3000fg676\0"s);
+    EXPECT_EQ(header.c_key, 'c');
+    EXPECT_EQ(std::string(header.date, header.date_length), "2006/02/17\0"s);
+    EXPECT_EQ(header.d_key, 'd');
+    EXPECT_EQ(std::string(header.time, header.time_length), "12:34:56\0"s);
+    EXPECT_EQ(header.e_key, 'e');
+    EXPECT_EQ(header.byte_count, 8U);
+    for (const auto& [text, length] : {std::pair{header.ncd_name, header.ncd_length},
+                                       {header.device, header.device_length},
+                                       {header.date, header.date_length},
+                                       {header.time, header.time_length}})
+        EXPECT_EQ(text[length], '\0') << text;
+    EXPECT_EQ(Bytes(rest.begin(), rest.end()), file.data) << "the stream stands at the data";
+    EXPECT_TRUE(log().empty()) << "nothing is printed";
+}
+
+TEST_F(BitHeaderReader, ReadsLengthsAndCountAsBigEndian)
+{
+    BitFile file{0};
+    file.design = std::string(0x0102, 'n');
+    file.byte_count = 0x81020304;
+    EXPECT_EQ(read(file.content()), Succeeds());
+    EXPECT_EQ(header.ncd_length, 0x0102U);
+    EXPECT_EQ(header.byte_count, 0x81020304U);
+}
+
+TEST_F(BitHeaderReader, ReadsTheLongestTexts)
+{
+    BitFile file{0};
+    file.design = std::string(65535, 'n');
+    file.date = std::string(65535, 'd');
+    EXPECT_EQ(read(file.content()), Succeeds());
+    EXPECT_EQ(header.ncd_name, file.design);
+    EXPECT_EQ(header.date, file.date);
+}
+
+TEST_F(BitHeaderReader, AcceptsAnyNinthMagicByte)
+{
+    for (unsigned ninth = 0; ninth < 256; ++ninth) {
+        BitFile file;
+        file.magic[8] = static_cast<std::uint8_t>(ninth);
+        EXPECT_EQ(read(file.content()), Succeeds()) << ninth;
+        kvn_fpga_imp::free_header(&header);
+    }
+}
+
+TEST_F(BitHeaderReader, LooksAtTheFirstEightMagicBytes)
+{
+    for (std::size_t place = 0; place < 8; ++place) {
+        BitFile file;
+        file.magic[place] ^= 1;
+        EXPECT_EQ(read(file.content()),
+                  Fails(9323, "Error 9323. Header of file design.bit indicates it is not a BIT file."));
+    }
+}
+
+TEST_F(BitHeaderReader, DeviceMayGoOnBehindTheModulesName)
+{
+    for (const char* name : {"2v3000fg676-4", "2v3000-fg676", "2v-", "2v3000fg676", "", "-4"}) {
+        std::strcpy(session.device_name, name);
+        EXPECT_EQ(read(BitFile{}.content()), Succeeds()) << name;
+        kvn_fpga_imp::free_header(&header);
+    }
+}
+
+TEST_F(BitHeaderReader, Error9336WhenTheDeviceDiffers)
+{
+    for (const std::string name : {"2v1000fg676-4", "2V3000fg676-4", "2v3000fg6767-4", "2v3000fg676x"}) {
+        std::strcpy(session.device_name, name.c_str());
+        EXPECT_EQ(read(BitFile{}.content()),
+                  Fails(9336, "Error 9336. Bitstream design.bit is not for a " + name + " device."));
+        expect_nothing_kept();
+    }
+}
+
+TEST_F(BitHeaderReader, AnEmptyDeviceSuitsOnlyAModuleWithoutAName)
+{
+    BitFile file;
+    file.device.clear();
+    EXPECT_EQ(read(file.content()), Succeeds());
+    kvn_fpga_imp::free_header(&header);
+    std::strcpy(session.device_name, "2v3000");
+    EXPECT_EQ(read(file.content()),
+              Fails(9336, "Error 9336. Bitstream design.bit is not for a 2v3000 device."));
+}
+
+TEST_F(BitHeaderReader, NamesTheDeviceOfTheFileWhenVerbose)
+{
+    session.verbose = 1;
+    std::strcpy(session.device_name, "2v3000-4");
+    EXPECT_EQ(read(BitFile{}.content()), Succeeds());
+    EXPECT_EQ(prints(), (std::vector<std::string>{R"(The bitstream is for a 2v3000fg676 device.\n)"}));
+}
+
+TEST_F(BitHeaderReader, AcceptsEmptyTexts)
+{
+    BitFile file;
+    file.design.clear();
+    file.device.clear();
+    file.date.clear();
+    file.time.clear();
+    EXPECT_EQ(read(file.content()), Succeeds());
+    for (const char* text : {header.ncd_name, header.device, header.date, header.time})
+        EXPECT_STREQ(text, "");
+}
+
+TEST_F(BitHeaderReader, ReleasingTwiceIsHarmless)
+{
+    EXPECT_EQ(read(BitFile{}.content()), Succeeds());
+    kvn_fpga_imp::free_header(&header);
+    expect_nothing_kept();
+    kvn_fpga_imp::free_header(&header);
+    expect_nothing_kept();
+}
+
+namespace
+{
+/// A field of the header: where it ends in the file of a plain BitFile, and the error of an end inside it.
+struct Field {
+    int number;
+    std::size_t size;
+    const char* text;
+};
+
+const Field fields[] = {
+    {9320, 2, "Error 9320. Failed to read header section of BIT file design.bit (magic header length)."},
+    {9322, 9, "Error 9322. Failed to read header section of BIT file design.bit (magic string)."},
+    {9324, 2, "Error 9324. Failed to read header section of BIT file design.bit ('a' char length)."},
+    {9326, 1, "Error 9326. Failed to read header section of BIT file design.bit ('a' character)."},
+    {9328, 2, "Error 9328. Failed to read header section of BIT file design.bit (ncd string length)."},
+    {9330, 11, "Error 9330. Failed to read header section of BIT file design.bit (ncd string)."},
+    {9331, 1, "Error 9331. Failed to read header section of BIT file design.bit ('b' character)."},
+    {9333, 2, "Error 9333. Failed to read header section of BIT file design.bit (device string length)."},
+    {9335, 12, "Error 9335. Failed to read header section of BIT file design.bit (device string)."},
+    {9337, 1, "Error 9337. Failed to read header section of BIT file design.bit ('c' character)."},
+    {9339, 2, "Error 9339. Failed to read header section of BIT file design.bit (date string length)."},
+    {9341, 11, "Error 9341. Failed to read header section of BIT file design.bit (date string)."},
+    {9342, 1, "Error 9342. Failed to read header section of BIT file design.bit ('d' character)."},
+    {9344, 2, "Error 9344. Failed to read header section of BIT file design.bit (time string length)."},
+    {9346, 9, "Error 9346. Failed to read header section of BIT file design.bit (time string)."},
+    {9347, 1, "Error 9347. Failed to read header section of BIT file design.bit ('e' character)."},
+    {9349, 4, "Error 9349. Failed to read header section of BIT file design.bit (number of bits)."},
+};
+
+std::size_t offset_of(int number)
+{
+    std::size_t offset = 0;
+    for (const Field* field = fields; field->number != number; ++field)
+        offset += field->size;
+    return offset;
+}
+
+class BitHeaderField : public BitHeaderFixture, public testing::WithParamInterface<Field>
+{
+};
+
+void PrintTo(const Field& field, std::ostream* out)
+{
+    *out << field.text;
+}
+} // namespace
+
+TEST_P(BitHeaderField, ThatTheFileCutsShort)
+{
+    const Field& field = GetParam();
+    const std::size_t offset = offset_of(field.number);
+    for (std::size_t size = offset; size < offset + field.size; ++size) {
+        EXPECT_EQ(read(BitFile{}.content().substr(0, size)), Fails(field.number, field.text)) << size;
+        expect_nothing_kept();
+    }
+}
+
+TEST_P(BitHeaderField, ThatCannotBeRead)
+{
+    const Field& field = GetParam();
+    const std::size_t offset = offset_of(field.number);
+    for (std::size_t size = offset; size < offset + field.size; ++size) {
+        EXPECT_EQ(read(stream_failing_at(BitFile{}.content(), size)), Fails(field.number, field.text))
+            << size;
+        expect_nothing_kept();
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Header, BitHeaderField, testing::ValuesIn(fields),
+                         [](const auto& row) { return "Error" + std::to_string(row.param.number); });
+
+namespace
+{
+/// A file that is spoilt in one place.
+struct HeaderFault {
+    int number;
+    const char* name;
+    void (*spoil)(BitFile& file);
+    const char* text;
+};
+
+const HeaderFault header_faults[] = {
+    {9321, "LengthEight", [](BitFile& file) { file.magic_length = 8; },
+     "Error 9321. Expected length of 9 in header section of BIT file design.bit (found 8)."},
+    {9321, "GreatestLength", [](BitFile& file) { file.magic_length = 65535; },
+     "Error 9321. Expected length of 9 in header section of BIT file design.bit (found 65535)."},
+    {9323, "WrongMagic", [](BitFile& file) { file.magic[0] = 0xF0; },
+     "Error 9323. Header of file design.bit indicates it is not a BIT file."},
+    {9325, "LengthTwo", [](BitFile& file) { file.key_length = 2; },
+     "Error 9325. Expected length of 1 in header section of BIT file design.bit (found 2)."},
+    {9325, "LengthZero", [](BitFile& file) { file.key_length = 0; },
+     "Error 9325. Expected length of 1 in header section of BIT file design.bit (found 0)."},
+    {9327, "WrongKey", [](BitFile& file) { file.a_key = 'A'; },
+     "Error 9327. Expected to find 'a' in header of BIT file design.bit, but found A."},
+    {9332, "WrongKey", [](BitFile& file) { file.b_key = 'a'; },
+     "Error 9332. Expected to find 'b' in header of BIT file design.bit, but found a."},
+    {9332, "DesignShorterThanSaid", [](BitFile& file) { file.design_length = 6; },
+     "Error 9332. Expected to find 'b' in header of BIT file design.bit, but found .."},
+    {9338, "WrongKey", [](BitFile& file) { file.c_key = 'C'; },
+     "Error 9338. Expected to find 'c' in header of BIT file design.bit, but found C."},
+    {9343, "WrongKey", [](BitFile& file) { file.d_key = '%'; },
+     "Error 9343. Expected to find 'd' in header of BIT file design.bit, but found %."},
+    {9348, "WrongKey", [](BitFile& file) { file.e_key = 'f'; },
+     "Error 9348. Expected to find 'e' in header of BIT file design.bit, but found f."},
+};
+
+class BitHeaderFault : public BitHeaderFixture, public testing::WithParamInterface<HeaderFault>
+{
+};
+
+void PrintTo(const HeaderFault& fault, std::ostream* out)
+{
+    *out << fault.text;
+}
+} // namespace
+
+TEST_P(BitHeaderFault, EndsTheReading)
+{
+    BitFile file;
+    GetParam().spoil(file);
+    EXPECT_EQ(read(file.content()), Fails(GetParam().number, GetParam().text));
+    expect_nothing_kept();
+}
+
+INSTANTIATE_TEST_SUITE_P(Header, BitHeaderFault, testing::ValuesIn(header_faults), [](const auto& row) {
+    return "Error" + std::to_string(row.param.number) + row.param.name;
+});
+
+TEST_F(BitHeaderReader, EveryAllocationHasItsOwnError)
+{
+    const struct {
+        int number;
+        const char* text;
+    } rows[] = {
+        {9329, "Error 9329. Unable to allocate memory while reading header section of BIT file design.bit."},
+        {9334, "Error 9334. Unable to allocate memory while reading header section of BIT file design.bit."},
+        {9340, "Error 9340. Unable to allocate memory while reading header section of BIT file design.bit."},
+        {9345, "Error 9345. Unable to allocate memory while reading header section of BIT file design.bit."},
+    };
+    int allocation = 0;
+    for (const auto& row : rows) {
+        fail_allocation_at(++allocation);
+        EXPECT_EQ(read(BitFile{}.content()), Fails(row.number, row.text));
+        expect_nothing_kept();
+    }
+    fail_allocation_at(++allocation);
+    session.Initialise();
+    EXPECT_EQ(read(BitFile{}.content()), Succeeds()) << "there is a further allocation";
+}
+
+TEST_F(BitHeaderReader, StatedBitsWrapIn32Bits)
+{
+    EXPECT_EQ(stated_bits(BitHeader{.byte_count = 4}), 32);
+    EXPECT_EQ(stated_bits(BitHeader{.byte_count = 0x10000000}), -2147483647 - 1);
+    EXPECT_EQ(stated_bits(BitHeader{.byte_count = 0x20000001}), 8);
+    EXPECT_EQ(stated_bits(BitHeader{.byte_count = 0xFFFFFFFF}), -8);
+}

@@ -1,0 +1,436 @@
+// RBT to MCB: the output byte for byte, the console, and every error.
+#include "output_files.h"
+#include "support/bitstreams.h"
+#include "support/faults.h"
+#include "support/run_fixture.h"
+#include "support/streams.h"
+
+#include <cstring>
+#include <ostream>
+
+using namespace std::string_literals;
+
+namespace
+{
+using Lines = std::vector<std::string>;
+
+class MakeMcbRbtFixture : public RunFixture
+{
+protected:
+    MakeMcbRbtFixture() { std::strcpy(session.bitstream_file, "design.rbt"); }
+
+    /// Converts what stands in design.rbt.
+    Result convert()
+    {
+        session.last_error = 0;
+        session.last_error_text[0] = '\0';
+        return result(session.Make_mcb_file_rbt(std::fopen("design.rbt", "r")));
+    }
+    Result convert(const RbtFile& file)
+    {
+        file.write();
+        return convert();
+    }
+
+    /// The 255 bytes of a text field.
+    static std::string field(std::string text)
+    {
+        text.resize(255, '\0');
+        return text;
+    }
+
+    static std::string mcb() { return read_file("design.mcb"); }
+    static std::string device_field() { return mcb().substr(8, 255); }
+    static std::string timestamp_field() { return mcb().substr(263, 255); }
+    static Bytes byte_count_field() { return as_bytes(mcb().substr(518, 4)); }
+    static Bytes data_section() { return as_bytes(mcb().substr(522)); }
+    static Bytes as_bytes(const std::string& text) { return {text.begin(), text.end()}; }
+
+    FaultScope faults;
+};
+
+class MakeMcbRbt : public MakeMcbRbtFixture
+{
+};
+
+/// A file of one line of zeros.
+RbtFile one_line_of_zeros()
+{
+    return RbtFile{Bytes(4, 0)};
+}
+} // namespace
+
+TEST_F(MakeMcbRbt, WritesTheFileByteForByte)
+{
+    RbtFile file{bytes("FF FF FF FF  FF FF FF 01  02 02 03 03")};
+    EXPECT_EQ(convert(file), Succeeds());
+    const std::string expected = "\x78\x12\x44\x00\x88\x01\x76\x00"s + field("2v3000fg676") +
+                                 field("Date:        \tFri Feb 17 12:34:56 2006\n") + "\x0C\x00\x00\x00"s +
+                                 "\x07\xFF\x01\x01\x02\x02\x02\x03"s;
+    EXPECT_EQ(mcb(), expected);
+    EXPECT_EQ(log(), (Lines{R"(| \nGenerating an MCB file from design.rbt.\n)",
+                            R"(| Checking header section of file <design.rbt>.\n)",
+                            R"(| \r% Done: 100, stored 5 bytes representing 96 bits\n)",
+                            R"(| The bitstream has been compressed.\n)"}));
+}
+
+TEST_F(MakeMcbRbt, SaysMoreWhenVerbose)
+{
+    session.verbose = 1;
+    EXPECT_EQ(convert(one_line_of_zeros()), Succeeds());
+    EXPECT_EQ(log(), (Lines{R"(| \nGenerating an MCB file from design.rbt.\n)",
+                            R"(| Checking header section of file <design.rbt>.\n)",
+                            R"(| The bitstream is for a 2v3000fg676 device.\n)",
+                            R"(| Time and date string is:\nDate:        \tFri Feb 17 12:34:56 2006\n\n)",
+                            R"(| The bitstream contains 32 configuration bits.\n)",
+                            R"(| \r% Done: 100, stored 2 bytes representing 32 bits\n)",
+                            R"(| The bitstream has been compressed.\n)"}));
+}
+
+// A file of 20000 bits shows its progress once before the summary, one of 19968 bits never.
+TEST_F(MakeMcbRbt, ShowsProgressEvery20000Bits)
+{
+    EXPECT_EQ(convert(RbtFile{Bytes(2500, 0)}), Succeeds());
+    EXPECT_EQ(prints(), (Lines{R"(\nGenerating an MCB file from design.rbt.\n)",
+                               R"(Checking header section of file <design.rbt>.\n)", R"(\r% Done: 100)",
+                               R"(\r% Done: 100, stored 11 bytes representing 20000 bits\n)",
+                               R"(The bitstream has been compressed.\n)"}));
+    clear_log();
+    EXPECT_EQ(convert(RbtFile{Bytes(2496, 0)}), Succeeds());
+    EXPECT_EQ(prints(), (Lines{R"(\nGenerating an MCB file from design.rbt.\n)",
+                               R"(Checking header section of file <design.rbt>.\n)",
+                               R"(\r% Done: 100, stored 11 bytes representing 19968 bits\n)",
+                               R"(The bitstream has been compressed.\n)"}));
+}
+
+TEST_F(MakeMcbRbt, ProgressIsThePartOfTheStatedBits)
+{
+    EXPECT_EQ(convert(RbtFile{Bytes(7504, 0)}.stated_bits(60032)), Succeeds());
+    EXPECT_EQ(prints().at(2), R"(\r% Done: 33)");
+    EXPECT_EQ(prints().at(3), R"(\r% Done: 66)");
+    EXPECT_EQ(prints().at(4), R"(\r% Done: 99)");
+    EXPECT_EQ(prints().at(5), R"(\r% Done: 100, stored 31 bytes representing 60032 bits\n)");
+}
+
+TEST_F(MakeMcbRbt, OneLineOfZerosGivesOneRun)
+{
+    EXPECT_EQ(convert(one_line_of_zeros()), Succeeds());
+    EXPECT_EQ(mcb().size(), 524U);
+    EXPECT_EQ(data_section(), bytes("04 00"));
+    EXPECT_EQ(prints().at(2), R"(\r% Done: 100, stored 2 bytes representing 32 bits\n)");
+}
+
+TEST_F(MakeMcbRbt, Error9256WhenTheStatedBitsDifferButTheFileIsComplete)
+{
+    for (const long stated : {64L, 31L, 33L, 2147483647L}) {
+        EXPECT_EQ(convert(one_line_of_zeros().stated_bits(stated)),
+                  Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+        EXPECT_EQ(data_section(), bytes("04 00"));
+        EXPECT_EQ(mcb().size(), 524U);
+    }
+    EXPECT_EQ(prints().back(), R"(\r% Done: 0, stored 2 bytes representing 2147483647 bits\n)");
+}
+
+TEST_F(MakeMcbRbt, RunsCrossLinesAndSplitAt255)
+{
+    Bytes data(300, 0xFF);
+    data.push_back(0);
+    data.insert(data.end(), 3, 0);
+    EXPECT_EQ(convert(RbtFile{data}), Succeeds());
+    EXPECT_EQ(data_section(), bytes("FF FF 2D FF 04 00"));
+}
+
+TEST_F(MakeMcbRbt, WithoutADateLineTheTimestampIsWhatStandsBeforeBits)
+{
+    session.verbose = 1;
+    EXPECT_EQ(convert(one_line_of_zeros().without_date()), Succeeds());
+    EXPECT_EQ(timestamp_field(), field("\n"));
+    EXPECT_EQ(prints().at(3), R"(Time and date string is:\n\n)");
+
+    RbtFile file = one_line_of_zeros().without_date();
+    file.header.back() = "2006/02/17 BITS: 32 bits: 64\n";
+    EXPECT_EQ(convert(file), Succeeds());
+    EXPECT_EQ(timestamp_field(), field("2006/02/17 \n"));
+    EXPECT_EQ(prints().at(10), R"(Time and date string is:\n2006/02/17 \n)");
+}
+
+TEST_F(MakeMcbRbt, TextsOfEveryLengthFitTheirFields)
+{
+    RbtFile file = one_line_of_zeros();
+    file.header[RbtFile::PART] = "P " + std::string(251, 'p') + '\n';
+    file.header[RbtFile::DATE] = std::string(253, 'd') + '\n';
+    EXPECT_EQ(convert(file), Succeeds());
+    EXPECT_EQ(device_field(), field(std::string(251, 'p')));
+    EXPECT_EQ(timestamp_field(), field(std::string(253, 'd') + '\n'));
+}
+
+TEST_F(MakeMcbRbt, TheByteCountIsTheStatedBitsBy8TowardZero)
+{
+    const struct {
+        long stated;
+        const char* count;
+    } rows[] = {{39, "04 00 00 00"},
+                {7, "00 00 00 00"},
+                {-7, "00 00 00 00"},
+                {-9, "FF FF FF FF"},
+                {2147483647, "FF FF FF 0F"}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(convert(one_line_of_zeros().stated_bits(row.stated)).number, 9256);
+        EXPECT_EQ(byte_count_field(), bytes(row.count)) << row.stated;
+    }
+}
+
+TEST_F(MakeMcbRbt, TheDeviceIsNotComparedWithTheModules)
+{
+    std::strcpy(session.device_name, "s40xlpq208-4");
+    EXPECT_EQ(convert(one_line_of_zeros()), Succeeds());
+}
+
+TEST_F(MakeMcbRbt, WithoutDataLinesOnePairOfZerosIsWritten)
+{
+    EXPECT_EQ(convert(RbtFile{Bytes{}}), Succeeds());
+    EXPECT_EQ(data_section(), bytes("00 00"));
+    EXPECT_EQ(prints().at(2), R"(\r% Done: 100, stored 2 bytes representing 0 bits\n)");
+}
+
+TEST_F(MakeMcbRbt, OfNoStatedBitsNoProgressIsShown)
+{
+    for (const long stated : {0L, -32L}) {
+        clear_log();
+        EXPECT_EQ(convert(RbtFile{Bytes(2500, 0)}.stated_bits(stated)),
+                  Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+        EXPECT_EQ(prints(), (Lines{R"(\nGenerating an MCB file from design.rbt.\n)",
+                                   R"(Checking header section of file <design.rbt>.\n)",
+                                   R"(\r% Done: 100, stored 11 bytes representing )" +
+                                       std::to_string(stated) + R"( bits\n)"}));
+    }
+}
+
+TEST_F(MakeMcbRbt, AnExistingFileIsReplaced)
+{
+    write_file("design.mcb", std::string(10000, 'x'));
+    EXPECT_EQ(convert(one_line_of_zeros()), Succeeds());
+    EXPECT_EQ(mcb().size(), 524U);
+}
+
+TEST_F(MakeMcbRbt, TheOutputsNameIsTheInputsWithThreeCharactersReplaced)
+{
+    one_line_of_zeros().write("DESIGN.RBT");
+    std::strcpy(session.bitstream_file, "DESIGN.RBT");
+    EXPECT_EQ(result(session.Make_mcb_file_rbt(std::fopen("DESIGN.RBT", "r"))), Succeeds());
+    EXPECT_EQ(read_file("DESIGN.mcb").size(), 524U);
+}
+
+TEST_F(MakeMcbRbt, AFileNameWithPercentSignsIsPrintedAsItIs)
+{
+    one_line_of_zeros().write("50%n%s.rbt");
+    std::strcpy(session.bitstream_file, "50%n%s.rbt");
+    EXPECT_EQ(result(session.Make_mcb_file_rbt(std::fopen("50%n%s.rbt", "r"))), Succeeds());
+    EXPECT_EQ(prints().front(), R"(\nGenerating an MCB file from 50%n%s.rbt.\n)");
+}
+
+TEST_F(MakeMcbRbt, Error9242WhenTheOutputCannotBeCreated)
+{
+    std::filesystem::create_directory("design.mcb");
+    EXPECT_EQ(convert(one_line_of_zeros()),
+              Fails(9242, "Error 9242. Cannot open/create MCB file design.mcb."));
+}
+
+namespace
+{
+/// A file that is spoilt in one place, and what then stands in the MCB file.
+struct Fault {
+    int number;
+    const char* name;
+    void (*spoil)(RbtFile& file);
+    const char* text;
+    std::size_t written; ///< the size of the MCB file, 0 when there is none
+};
+
+const Fault file_faults[] = {
+    {9240, "EmptyFile",
+     [](RbtFile& file) {
+         file.header.clear();
+         file.data.clear();
+     },
+     "Error 9240. Failed to read header section of RBT file design.rbt.", 0},
+    {9241, "CarriageReturn", [](RbtFile& file) { file.header[0] = "Xilinx ASCII Bitstream\r\n"; },
+     "Error 9241. Invalid first line in RBT file design.rbt.", 0},
+    {9241, "TrailingBlank", [](RbtFile& file) { file.header[0] = "Xilinx ASCII Bitstream \n"; },
+     "Error 9241. Invalid first line in RBT file design.rbt.", 0},
+    {9245, "TitleOnly",
+     [](RbtFile& file) {
+         file.header.resize(1);
+         file.data.clear();
+     },
+     "Error 9245. Failed to read header section of RBT file design.rbt.", 8},
+    {9245, "NoPartLine",
+     [](RbtFile& file) {
+         file.header.resize(4);
+         file.data.clear();
+     },
+     "Error 9245. Failed to read header section of RBT file design.rbt.", 8},
+    {9247, "NothingBehindThePartLine",
+     [](RbtFile& file) {
+         file.header.resize(5);
+         file.data.clear();
+     },
+     "Error 9247. Failed to read header section of RBT file design.rbt.", 263},
+    {9249, "NothingBehindTheDateLine",
+     [](RbtFile& file) {
+         file.header.resize(6);
+         file.data.clear();
+     },
+     "Error 9249. Failed to read header section of RBT file design.rbt.", 518},
+    {9257, "NoBits", [](RbtFile& file) { file.header.back() = "Bits 64\n"; },
+     "Error 9257. Failed to find bit size of RBT file design.rbt.", 518},
+    {9257, "TwoDateLines", [](RbtFile& file) { file.header.insert(file.header.begin() + 5, "Date: x\n"); },
+     "Error 9257. Failed to find bit size of RBT file design.rbt.", 518},
+    {9251, "ShortLine", [](RbtFile& file) { file.data[1].erase(0, 1); },
+     "Error 9251. Incorrect line length. Bit_count = 32. In RBT file design.rbt.", 522 + 2 * 3},
+    {9251, "LongLine", [](RbtFile& file) { file.data[0].insert(0, "0"); },
+     "Error 9251. Incorrect line length. Bit_count = 0. In RBT file design.rbt.", 522},
+    {9251, "EmptyLineAtTheEnd", [](RbtFile& file) { file.tail = "\n"; },
+     "Error 9251. Incorrect line length. Bit_count = 64. In RBT file design.rbt.", 522 + 2 * 7},
+    {9251, "LineWithoutALineFeed", [](RbtFile& file) { file.data[1].pop_back(); },
+     "Error 9251. Incorrect line length. Bit_count = 32. In RBT file design.rbt.", 522 + 2 * 3},
+};
+
+class MakeMcbRbtFault : public MakeMcbRbtFixture, public testing::WithParamInterface<Fault>
+{
+};
+
+void PrintTo(const Fault& fault, std::ostream* out)
+{
+    *out << fault.text;
+}
+} // namespace
+
+TEST_P(MakeMcbRbtFault, EndsTheConversion)
+{
+    RbtFile file{bytes("01 02 03 04 05 06 07 08")};
+    GetParam().spoil(file);
+    EXPECT_EQ(convert(file), Fails(GetParam().number, GetParam().text));
+    ASSERT_EQ(file_exists("design.mcb"), GetParam().written != 0);
+    if (GetParam().written != 0) {
+        EXPECT_EQ(mcb().size(), GetParam().written) << "what was written stays on disk";
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, MakeMcbRbtFault, testing::ValuesIn(file_faults), [](const auto& row) {
+    return "Error" + std::to_string(row.param.number) + row.param.name;
+});
+
+// What a read error cuts off is as if the file ended there.
+TEST_F(MakeMcbRbt, AReadErrorInTheHeaderIsTheErrorOfItsLine)
+{
+    const RbtFile file = one_line_of_zeros();
+    std::size_t place = 0;
+    const int numbers[] = {9240, 9245, 9245, 9245, 9245, 9247, 9249};
+    for (std::size_t line = 0; line < 7; place += file.header[line].size(), ++line)
+        EXPECT_EQ(session.Make_mcb_file_rbt(stream_failing_at(file.text(), place + 1)), numbers[line])
+            << line;
+}
+
+TEST_F(MakeMcbRbt, AReadErrorInTheDataEndsIt)
+{
+    const std::string text = RbtFile{bytes("01 02 03 04 05 06 07 08")}.text();
+    session.Make_mcb_file_rbt(stream_failing_at(text, text.size() - 10));
+    EXPECT_EQ(result(session.last_error),
+              Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+    EXPECT_EQ(data_section(), bytes("01 01 01 02 01 03 01 04"));
+}
+
+namespace
+{
+/// The error of a byte that found no room in an MCB file of the runs 01 01 .. 01 08.
+Result full_at(std::size_t room)
+{
+    const auto failure = [](int number, const char* what) {
+        return Fails(number, "Error " + std::to_string(number) + ". Cannot write " + what +
+                                 " to MCB file design.mcb.");
+    };
+    if (room < 4)
+        return failure(9243, "header");
+    if (room < 8)
+        return failure(9244, "header");
+    if (room < 263)
+        return failure(9246, "header");
+    if (room < 518)
+        return failure(9248, "header");
+    if (room < 522)
+        return failure(9250, "header");
+    if (room < 522 + 14)
+        return failure(room % 2 == 0 ? 9252 : 9253, "MCB file data");
+    return failure(room % 2 == 0 ? 9254 : 9255, "MCB file data");
+}
+} // namespace
+
+TEST_F(MakeMcbRbt, EveryByteThatCannotBeWrittenHasTheErrorOfItsField)
+{
+    const RbtFile file{bytes("01 02 03 04 05 06 07 08")};
+    ASSERT_EQ(convert(file), Succeeds());
+    const std::string whole = mcb();
+    ASSERT_EQ(whole.size(), 522U + 16);
+    for (std::size_t room = 0; room < whole.size(); ++room) {
+        SmallOutputFile output{room};
+        fail_allocation_at(1); // so that nothing is gathered on the way
+        EXPECT_EQ(convert(), full_at(room)) << room;
+        EXPECT_EQ(output.taken, whole.substr(0, room));
+    }
+    SmallOutputFile output{whole.size()};
+    fail_allocation_at(1);
+    EXPECT_EQ(convert(), Succeeds());
+}
+
+TEST_F(MakeMcbRbt, Error9255WhenTheDiskIsFullAtTheEnd)
+{
+    one_line_of_zeros().write();
+    SmallOutputFile output{523};
+    output.gathers = true;
+    EXPECT_EQ(convert(), Fails(9255, "Error 9255. Cannot write MCB file data to MCB file design.mcb."));
+    EXPECT_EQ(prints().back(), R"(\r% Done: 100, stored 2 bytes representing 32 bits\n)")
+        << "found behind the last line";
+}
+
+TEST_F(MakeMcbRbt, Error9255WhenClosingFails)
+{
+    one_line_of_zeros().write();
+    fail_close_at(1);
+    EXPECT_EQ(convert(), Fails(9255, "Error 9255. Cannot write MCB file data to MCB file design.mcb."));
+}
+
+TEST_F(MakeMcbRbt, AWrongCountKeepsItsNumberWhenTheDiskIsFullAtTheEnd)
+{
+    one_line_of_zeros().stated_bits(64).write();
+    SmallOutputFile output{523};
+    output.gathers = true;
+    EXPECT_EQ(convert(), Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+}
+
+TEST_F(MakeMcbRbt, AFullDeviceIsNeverSuccess)
+{
+    std::filesystem::create_symlink("/dev/full", "design.mcb");
+    for (const std::size_t words : {0U, 1U, 500U, 1000U, 30000U}) {
+        Bytes data;
+        for (std::size_t i = 0; i < 4 * words; ++i)
+            data.push_back(static_cast<std::uint8_t>(i));
+        const Result failed = convert(RbtFile{data});
+        EXPECT_GE(failed.number, 9252) << words;
+        EXPECT_LE(failed.number, 9255) << words;
+        EXPECT_EQ(failed, Fails(failed.number, "Error " + std::to_string(failed.number) +
+                                                   ". Cannot write MCB file data to MCB file design.mcb."));
+    }
+}
+
+TEST_F(MakeMcbRbt, AShortageOfMemoryChangesNothing)
+{
+    const RbtFile file{sample_data(40000)};
+    ASSERT_EQ(convert(file), Succeeds());
+    const std::string whole = mcb();
+    for (int allocation = 1; allocation <= 3; ++allocation) {
+        fail_allocation_at(allocation);
+        EXPECT_EQ(convert(), Succeeds());
+        EXPECT_EQ(mcb(), whole) << allocation;
+    }
+}

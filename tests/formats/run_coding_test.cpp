@@ -1,0 +1,181 @@
+// Run coding: the encoder agrees with one that looks at each byte, however the data is cut into pieces.
+#include "formats/run_coding.h"
+
+#include "support/bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace
+{
+/// One byte after the other: a differing byte, or a full run, ends the run.
+Bytes coded_byte_by_byte(const Bytes& data)
+{
+    Bytes pairs;
+    unsigned count = 0;
+    std::uint8_t value = data.empty() ? 0 : data[0];
+    for (const std::uint8_t byte : data) {
+        if (byte != value || count == LONGEST_RUN) {
+            pairs.insert(pairs.end(), {static_cast<std::uint8_t>(count), value});
+            count = 0;
+            value = byte;
+        }
+        ++count;
+    }
+    pairs.insert(pairs.end(), {static_cast<std::uint8_t>(count), value});
+    return pairs;
+}
+
+/// The whole coding, with the data handed over in pieces.
+template <class PieceSize>
+Bytes coded(const Bytes& data, PieceSize piece_size)
+{
+    RunEncoder encoder;
+    Bytes pairs;
+    for (std::size_t at = 0; at < data.size();) {
+        const std::size_t size = std::min<std::size_t>(piece_size(), data.size() - at);
+        Bytes piece(PAIR_SIZE * size);
+        piece.resize(encoder.encode({data.data() + at, size}, piece.data()));
+        pairs.insert(pairs.end(), piece.begin(), piece.end());
+        at += size;
+    }
+    EXPECT_EQ(encoder.finished_runs(), pairs.size() / PAIR_SIZE);
+    pairs.resize(pairs.size() + PAIR_SIZE);
+    encoder.finish(pairs.data() + pairs.size() - PAIR_SIZE);
+    return pairs;
+}
+
+Bytes coded_at_once(const Bytes& data)
+{
+    return coded(data, [&data] { return data.size(); });
+}
+
+Bytes expanded(const Bytes& pairs)
+{
+    Bytes data;
+    for (std::size_t i = 0; i < pairs.size(); i += PAIR_SIZE)
+        data.insert(data.end(), pairs[i], pairs[i + 1]);
+    return data;
+}
+
+/// Runs of random lengths up to longest, of few values.
+Bytes runs_of_random_length(std::mt19937& random, std::size_t size, unsigned longest)
+{
+    Bytes data;
+    while (data.size() < size)
+        data.insert(data.end(), random() % longest + 1, static_cast<std::uint8_t>(random() % 3 * 0x7F));
+    data.resize(size);
+    return data;
+}
+} // namespace
+
+TEST(RunCoding, ThreeHundredEqualBytesAreTwoRuns)
+{
+    Bytes data(300, 0xFF);
+    data.push_back(0x00);
+    EXPECT_EQ(coded_at_once(data), (Bytes{0xFF, 0xFF, 0x2D, 0xFF, 0x01, 0x00}));
+}
+
+TEST(RunCoding, BytesThatAllDifferAreRunsOfOne)
+{
+    EXPECT_EQ(coded_at_once({1, 2, 3, 4}), (Bytes{1, 1, 1, 2, 1, 3, 1, 4}));
+}
+
+TEST(RunCoding, OneLineOfZerosIsOneRun)
+{
+    EXPECT_EQ(coded_at_once({0, 0, 0, 0}), (Bytes{4, 0}));
+}
+
+TEST(RunCoding, TwoEqualBytesAndAnotherAreTwoRuns)
+{
+    EXPECT_EQ(coded_at_once({0xAA, 0xAA, 0xBB}), (Bytes{2, 0xAA, 1, 0xBB}));
+}
+
+TEST(RunCoding, NoDataIsNoCopiesOfZero)
+{
+    EXPECT_EQ(coded_at_once({}), (Bytes{0, 0}));
+}
+
+TEST(RunCoding, ARunOf255IsHeldBackUntilMoreFollows)
+{
+    const Bytes data(255, 9);
+    EXPECT_EQ(coded_at_once(data), (Bytes{255, 9}));
+    const Bytes longer(256, 9);
+    EXPECT_EQ(coded_at_once(longer), (Bytes{255, 9, 1, 9}));
+    const Bytes twice(510, 9);
+    EXPECT_EQ(coded_at_once(twice), (Bytes{255, 9, 255, 9}));
+}
+
+TEST(RunCoding, EveryLengthOfARunIsCodedAsByteByByte)
+{
+    for (std::size_t length = 1; length < 1100; ++length) {
+        Bytes data(length, 0x42);
+        ASSERT_EQ(coded_at_once(data), coded_byte_by_byte(data)) << length;
+        data.push_back(0x43);
+        ASSERT_EQ(coded_at_once(data), coded_byte_by_byte(data)) << length;
+    }
+}
+
+TEST(RunCoding, RandomDataIsCodedAsByteByByteHoweverItIsCut)
+{
+    std::mt19937 random{4};
+    for (int round = 0; round < 600; ++round) {
+        const unsigned longest = 1U << round % 11;
+        const Bytes data = runs_of_random_length(random, random() % 3000, longest);
+        const Bytes expected = coded_byte_by_byte(data);
+        ASSERT_EQ(coded_at_once(data), expected) << round;
+        ASSERT_EQ(coded(data, [] { return 4U; }), expected) << round;
+        ASSERT_EQ(coded(data, [&random] { return random() % 200 + 1; }), expected) << round;
+    }
+}
+
+TEST(RunCoding, ExpandingGivesTheDataBack)
+{
+    std::mt19937 random{5};
+    for (int round = 0; round < 100; ++round) {
+        const Bytes data = runs_of_random_length(random, random() % 5000, 700);
+        EXPECT_EQ(expanded(coded_at_once(data)), data);
+    }
+}
+
+TEST(RunCoding, ARunIsExpandedToItsLength)
+{
+    for (std::size_t count = 0; count <= LONGEST_RUN; ++count) {
+        Bytes out(LONGEST_RUN + EXPAND_STEP, 0xEE);
+        expand_run(out.data(), count, 0x5A);
+        EXPECT_EQ(Bytes(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(count)), Bytes(count, 0x5A));
+    }
+}
+
+TEST(RunCoding, ExpandingKeepsToItsRoom)
+{
+    for (std::size_t count = 0; count <= LONGEST_RUN; ++count) {
+        Bytes out(count + EXPAND_STEP, 0xEE);
+        expand_run(out.data(), count, 0x5A);
+        EXPECT_EQ(out.back(), 0xEE) << count;
+    }
+}
+
+TEST(RunCoding, RunsAreFollowedUntilTheyStandForEnough)
+{
+    const Bytes pairs = bytes("03 AA  00 55  02 BB  05 CC");
+    const struct {
+        std::size_t enough;
+        std::size_t pair_bytes;
+        std::size_t data_bytes;
+    } rows[] = {{0, 0, 0}, {1, 2, 3}, {3, 2, 3}, {4, 6, 5}, {5, 6, 5}, {6, 8, 10}, {100, 8, 10}};
+    for (const auto& row : rows) {
+        const RunsTaken measured = measure_runs(pairs, row.enough);
+        EXPECT_EQ(measured.pair_bytes, row.pair_bytes) << row.enough;
+        EXPECT_EQ(measured.data_bytes, row.data_bytes) << row.enough;
+        Bytes out(expanded_size(row.enough));
+        const RunsTaken taken = expand_runs(pairs, row.enough, out.data());
+        EXPECT_EQ(taken.pair_bytes, row.pair_bytes) << row.enough;
+        EXPECT_EQ(taken.data_bytes, row.data_bytes) << row.enough;
+        const Bytes all = bytes("AA AA AA BB BB CC CC CC CC CC");
+        out.resize(row.data_bytes);
+        EXPECT_EQ(out, Bytes(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(row.data_bytes)));
+    }
+}
