@@ -237,7 +237,8 @@ std::string read_device(const TableReader& slot)
             known.push_back(each.name);
     }
     const auto nearest = std::ranges::min_element(known, {}, [&](std::string_view candidate) {
-        return distance(std::string_view{name}.substr(0, candidate.size()), candidate);
+        const std::size_t changes = distance(std::string_view{name}.substr(0, candidate.size()), candidate);
+        return std::pair{changes, LONGEST_DEVICE_NAME - candidate.size()}; // of equals, the longer one
     });
     slot.mistake(*slot.find("device"),
                  "no module carries a " + quoted(name) +
@@ -448,11 +449,12 @@ std::shared_ptr<Rack> read_rack_file(const std::string& path)
 {
     constexpr std::size_t LARGEST_DESCRIPTION = 1U << 20;
     std::ifstream file{path, std::ios::binary};
-    std::string text(LARGEST_DESCRIPTION, '\0');
-    if (!file.read(text.data(), static_cast<std::streamsize>(text.size())) && !file.eof())
+    std::string text(LARGEST_DESCRIPTION + 1, '\0');
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    if (!file.is_open() || (file.fail() && !file.eof()))
         throw RackError(path + ": the rack description cannot be read");
-    if (!file.is_open() || file.gcount() == static_cast<std::streamsize>(text.size()))
-        throw RackError(path + ": the rack description cannot be read, or is larger than a megabyte");
+    if (!file.eof())
+        throw RackError(path + ": the rack description is larger than a megabyte");
     text.resize(static_cast<std::size_t>(file.gcount()));
     return read_rack(text, path);
 }

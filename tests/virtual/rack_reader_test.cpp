@@ -1,0 +1,228 @@
+// Rack descriptions: what they make, and what is said about mistakes in them.
+#include "bus_support.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+using namespace mwvirtual;
+
+std::string mistake_in(const std::string& text)
+{
+    try {
+        (void)Carrier::from_toml(text, "rack.toml");
+    } catch (const RackError& error) {
+        return error.what();
+    }
+    return "none";
+}
+
+TEST(RackReader, TheBuiltinRackHasOneOfEachKind)
+{
+    Carrier carrier = Carrier::from_toml(Carrier::builtin_rack(), "built-in");
+    carrier.keep_journal(false);
+    Bus bus;
+    ASSERT_EQ(bus.opened, SUCCESS);
+    std::array<std::uint32_t, 21> record{};
+    ASSERT_EQ(MwGetBoardInfo("mwc4a", 0, record.data()), SUCCESS);
+    const std::array<std::uint32_t, 21> expected{0, 1, 0, 1, 0, 0, 1, 0, 1, 0, 0,
+                                                 1, 1, 1, 0, 0, 0, 0, 0, 0, 0};
+    EXPECT_EQ(record, expected);
+    const auto device_in = [&](unsigned board, unsigned slot) {
+        const Bytes data = bus.query(1, board, slot).data;
+        return data.size() == 30 ? std::string{reinterpret_cast<const char*>(data.data()) + 3} : "";
+    };
+    EXPECT_EQ(device_in(0, 1), "2v3000fg676-4");
+    EXPECT_EQ(device_in(0, 2), "v300pq240-5");
+    EXPECT_EQ(device_in(1, 1), "2vp30ff896-6");
+    EXPECT_EQ(device_in(1, 2), "2s200fg456-5");
+    EXPECT_EQ(bus.query(11, 0, 1).data, Bytes{1});
+    EXPECT_EQ(status_of(bus.load(0, 1, COMPRESSED, fpga::run_code(bus_stream("2v3000")))), 5);
+    EXPECT_EQ(status_of(bus.load(0, 2, PLAIN, bus_stream("v300"))), 5);
+}
+
+TEST(RackReader, EveryKeyHasItsEffect)
+{
+    Carrier carrier = Carrier::from_toml(R"(
+[[board]]
+type = "mwx2"
+number = 15
+opens = true
+latency_us = 10
+bytes_per_second = 1000000
+info_word = 0xFFFFFFFF
+
+[[board.slot]]
+number = 4
+kind = "io"
+model = 5
+version = 9
+device = "s40xlpq208-4"
+compression = "query"
+info = [2, 0, 3, 4, 5]
+
+[[board.slot.fault]]
+kind = "wrong-status"
+status = 77
+nth = 2
+
+[[board.slot.fault]]
+kind = "short-reply"
+reply = "identification"
+length = 3
+
+[[board.slot]]
+number = 1
+kind = "other"
+type = 7
+model = 2
+version = 3
+
+[[board.slot]]
+number = 2
+kind = "no-bus"
+
+[[board.fault]]
+kind = "flip-byte"
+after = 100
+mask = 1
+
+[[board]]
+type = "mwx2"
+number = 2
+opens = false
+reached_over = ["mwx2 15"]
+
+[[board.slot]]
+number = 3
+kind = "fpga"
+device = "v50ecs144-6"
+
+[[fault]]
+function = "MwKSBSendMessage"
+call = 1
+code = 0x80000001
+text = "no carrier"
+)",
+                                         "rack.toml");
+    std::chrono::nanoseconds waited{0};
+    carrier.on_wait([&](std::chrono::nanoseconds time) { waited += time; });
+    EXPECT_EQ(Bus("mwx2", 2).opened, NO_SUCH_BOARD);
+    Bus bus{"mwx2", 15};
+    ASSERT_EQ(bus.opened, SUCCESS);
+    std::array<std::uint32_t, 21> record{};
+    ASSERT_EQ(MwGetBoardInfo("mwx2", 15, record.data()), SUCCESS);
+    const std::array<std::uint32_t, 21> expected{0xFFFFFFFF, 1, 0, 1, 0, 0, 1, 0, 0, 0, 0,
+                                                 0,          0, 0, 0, 0, 2, 0, 3, 4, 5};
+    EXPECT_EQ(record, expected);
+    EXPECT_EQ(bus.query(1, 15, 4).data, (Bytes{4, 5, 9}));
+    EXPECT_EQ(bus.query(1, 15, 1).data[0], 7);
+    EXPECT_EQ(bus.query(1, 2, 3).data[1], 4) << "the model that kinds have by default";
+    EXPECT_EQ(MwKSBSendMessage(bus.handle, 11, 4, nullptr, 0, TIMEOUT), 0x80000001U);
+    EXPECT_EQ(error_text(0x80000001), "no carrier");
+    EXPECT_GT(waited.count(), 0);
+    const Bytes stream = bus_stream("s40xl");
+    EXPECT_EQ(status_of(bus.load(15, 4, {0x03, 0x7D}, stream)), 2) << "the link flips a bit";
+    EXPECT_EQ(status_of(bus.load(15, 4, {0x03, 0x7D}, stream)), 77);
+}
+
+struct Mistake {
+    const char* name;
+    const char* text;
+    const char* message;
+};
+
+class RackMistake : public testing::TestWithParam<Mistake>
+{
+};
+
+TEST_P(RackMistake, IsToldWithFileLineAndWhatWasExpected)
+{
+    EXPECT_EQ(mistake_in(GetParam().text), GetParam().message);
+}
+
+const Mistake mistakes[] = {
+    {"NoBoard", "", "rack.toml:1: a rack needs at least one [[board]]"},
+    {"UnknownTopKey", "\n[[boards]]\ntype = \"a\"",
+     "rack.toml:2: unknown key \"boards\" in a rack; did you mean \"board\"?"},
+    {"BoardIsNoList", "board = 3", "rack.toml:1: \"board\" must be a list of tables"},
+    {"NoType", "[[board]]\nnumber = 0", "rack.toml:1: a board needs \"type\""},
+    {"TypeIsNoText", "[[board]]\ntype = 7\nnumber = 0",
+     "rack.toml:2: \"type\" must be a text of 1 to 31 characters"},
+    {"BoardNumber", "[[board]]\ntype = \"a\"\nnumber = 16",
+     "rack.toml:3: \"number\" must be a whole number from 0 to 15"},
+    {"BoardKey", "[[board]]\ntype = \"a\"\nnumber = 1\nlatency = 3",
+     "rack.toml:4: unknown key \"latency\" in a board; did you mean \"latency_us\"?"},
+    {"BoardTwice", "[[board]]\ntype = \"a\"\nnumber = 1\n[[board]]\ntype = \"a\"\nnumber = 1",
+     "rack.toml:4: board \"a 1\" is described twice"},
+    {"OpensIsNoTruth", "[[board]]\ntype = \"a\"\nnumber = 1\nopens = 1",
+     "rack.toml:4: \"opens\" must be true or false"},
+    {"ReachOverNothing", "[[board]]\ntype = \"a\"\nnumber = 1\nreached_over = \"a 2\"",
+     "rack.toml:4: \"reached_over\" names \"a 2\", which is no board of this rack"},
+    {"ReachMalformed", "[[board]]\ntype = \"a\"\nnumber = 1\nreached_over = [\"a\"]",
+     "rack.toml:4: \"reached_over\" must name boards by type and number, such as \"mwc4a 0\""},
+    {"SlotNumber", "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 5\nkind = \"fpga\"",
+     "rack.toml:5: \"number\" must be a whole number from 1 to 4"},
+    {"SlotTwice",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"no-bus\"\n[[board.slot]]\nnumber = 2\nkind = \"no-bus\"",
+     "rack.toml:7: slot 2 is described twice"},
+    {"SlotKind", "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"proccessor\"",
+     "rack.toml:6: unknown kind \"proccessor\"; did you mean \"processor\"?"},
+    {"SlotKindFarOff", "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"keyboard\"",
+     "rack.toml:6: unknown kind \"keyboard\"; known are \"fpga\", \"io\", \"other\", \"processor\", \"no-bus\""},
+    {"SlotKey", "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"fpga\"\nmodle = 3",
+     "rack.toml:7: unknown key \"modle\" in a slot; did you mean \"model\"?"},
+    {"NoDevice", "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"fpga\"",
+     "rack.toml:4: a slot needs \"device\""},
+    {"UnknownDevice",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"fpga\"\ndevice = \"2v3001fg676-4\"",
+     "rack.toml:7: no module carries a \"2v3001fg676-4\"; expected was a device such as \"2v3000fg676-4\" (the nearest is \"2v3000\")"},
+    {"DeviceOfNoModule",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"fpga\"\ndevice = \"2s50eft256-6\"",
+     "rack.toml:7: no module carries a \"2s50eft256-6\"; expected was a device such as \"2v3000fg676-4\" (the nearest is \"2s50\")"},
+    {"Compression",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"fpga\"\ndevice = \"2v40cs144-4\"\ncompression = true",
+     "rack.toml:8: \"compression\" must be a text of 1 to 4096 characters"},
+    {"TypeOfOther",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"other\"\ntype = 4",
+     "rack.toml:7: types 2 and 4 are those of the kinds \"fpga\" and \"io\""},
+    {"InfoTooLong",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"processor\"\ninfo = [1, 2, 3, 4, 5, 6]",
+     "rack.toml:7: \"info\" must be a list of up to 5 whole numbers"},
+    {"InfoNegative",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"processor\"\ninfo = [-1]",
+     "rack.toml:7: \"info\" must be a whole number from 0 to 4294967295"},
+    {"SlotFaultKind",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"other\"\ntype = 7\n[[board.slot.fault]]\nkind = \"no-replay\"",
+     "rack.toml:9: unknown kind \"no-replay\"; did you mean \"no-reply\"?"},
+    {"SlotFaultKey",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"other\"\ntype = 7\n[[board.slot.fault]]\nkind = \"no-reply\"\nreply = \"load\"\nlength = 3",
+     "rack.toml:11: unknown key \"length\" in a fault of a slot; known are \"kind\", \"reply\", \"nth\""},
+    {"LinkFault", "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.fault]]\nkind = \"drop-byte\"",
+     "rack.toml:4: a fault of a board needs \"after\""},
+    {"CallFaultFunction",
+     "[[board]]\ntype = \"a\"\nnumber = 1\n[[fault]]\ncall = 1\ncode = 7\nfunction = \"MwOpen\"",
+     "rack.toml:7: unknown function \"MwOpen\"; did you mean \"MwOpenS\"?"},
+    {"CallFaultCode", "[[board]]\ntype = \"a\"\nnumber = 1\n[[fault]]\ncall = 1\ncode = 0",
+     "rack.toml:6: \"code\" must be a whole number from 1 to 4294967295"},
+};
+INSTANTIATE_TEST_SUITE_P(Mistakes, RackMistake, testing::ValuesIn(mistakes),
+                         [](const auto& tested) { return std::string{tested.param.name}; });
+
+TEST(RackReader, SyntaxErrorsAreToldWithTheirLine)
+{
+    EXPECT_TRUE(mistake_in("[[board]]\ntype = \n").starts_with("rack.toml:2: "));
+}
+
+TEST(RackReader, AFileThatIsNotThereIsTold)
+{
+    try {
+        (void)Carrier::from_file("/no/such/rack.toml");
+        FAIL() << "a rack was read";
+    } catch (const RackError& error) {
+        EXPECT_EQ(std::string{error.what()}, "/no/such/rack.toml: the rack description cannot be read");
+    }
+}
+
+} // namespace
