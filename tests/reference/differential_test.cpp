@@ -272,6 +272,25 @@ TEST_F(Differential, PercentagesOfLargeFilesAreTheSame)
     }
 }
 
+/// Outputs longer than their buffer: the number names the byte for which there was no room.
+TEST_F(Differential, DisksFullBehindTheBufferAreTheSame)
+{
+    static const char* const outputs[] = {"design.mcb", "design.mcb", "design.rbt"};
+    for (std::size_t i = 0; i < 3; ++i) {
+        for (uint64_t seed = 0; seed < 12; ++seed) {
+            const std::size_t length = 40000 + 4 * static_cast<std::size_t>(seed);
+            const std::string content =
+                formats[i].build("2v3000fg676", scenario::sample_configuration(length, seed));
+            for (const std::size_t place :
+                 {0U, 600U, 65535U, 65536U, 65537U, 70000U, 131071U, 131072U, 131073U, 262144U}) {
+                Scenario scenario = convert(formats[i].file, content, 1);
+                scenario.files[outputs[i]].writable = place;
+                ASSERT_TRUE(same(scenario, std::string(outputs[i]) + " full at " + std::to_string(place)));
+            }
+        }
+    }
+}
+
 /// Outputs that cannot be written: a full device, and a folder of that name.
 TEST_F(Differential, OutputsThatFailAreTheSame)
 {

@@ -88,14 +88,22 @@ int percent(int64_t done, int64_t stated)
     return stated <= 0 ? 100 : static_cast<int>(done * 100 / stated);
 }
 
-/// Two files that are closed whatever happens.
+/// Two files that are closed whatever happens. The output waits in a buffer of 64 KiB, so a full disk shows
+/// when a byte no longer fits it, and at the end.
 struct Files {
     FILE* in = nullptr;
     FILE* out = nullptr;
+    std::vector<char> buffer = std::vector<char>(65536);
     Files() = default;
     Files(const Files&) = delete;
     Files& operator=(const Files&) = delete;
     ~Files() { close(); }
+    void create(const char* name, const char* mode)
+    {
+        out = std::fopen(name, mode);
+        if (out != nullptr)
+            std::setvbuf(out, buffer.data(), _IOFBF, buffer.size());
+    }
     /// False when what was still to be written could not be.
     bool close()
     {
@@ -257,7 +265,7 @@ int Model::make_mcb_from_rbt(FILE* in)
         return fail(9240, "Error 9240. Failed to read header section of RBT file %s.", in_name);
     if (line != TITLE)
         return fail(9241, "Error 9241. Invalid first line in RBT file %s.", in_name);
-    files.out = std::fopen(out_name, "wb");
+    files.create(out_name, "wb");
     if (files.out == nullptr)
         return fail(9242, "Error 9242. Cannot open/create MCB file %s.", out_name);
     if (!write_integer(files.out, FIRST_MAGIC))
@@ -336,7 +344,7 @@ int Model::make_mcb_from_bit(FILE* in)
     BitFileHeader header;
     if (const int error = read_bit_header(files.in, header))
         return error;
-    files.out = std::fopen(out_name, "wb");
+    files.create(out_name, "wb");
     if (files.out == nullptr)
         return fail(9410, "Error 9410. Cannot open/create MCB file %s.", out_name);
     if (!write_integer(files.out, FIRST_MAGIC))
@@ -428,7 +436,7 @@ int Model::make_rbt_from_mcb(FILE* in)
     if (!read_bytes(files.in, 255, bytes))
         return fail(9272, "Error 9272. Failed to read device type from MCB file %s.", in_name);
     const std::string device = text_of(bytes);
-    files.out = std::fopen(out_name, "w");
+    files.create(out_name, "w");
     if (files.out == nullptr)
         return fail(9273, "Error 9273. Cannot open/create RTB file %s.", out_name);
     if (std::fputs(TITLE, files.out) < 0)

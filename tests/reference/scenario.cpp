@@ -839,6 +839,8 @@ Scenario Generator::make()
             file.readable = dice_.below(file.content.size() + 2);
     }
     static const char* const outputs[] = {"design.mcb", "design.rbt"};
+    if (dice_.percent(3))
+        made_.files[dice_.pick(outputs)].writable = dice_.below(dice_.percent(60) ? 1000 : 150000);
     if (dice_.percent(2)) {
         const std::string output = dice_.pick(outputs);
         for (auto& [name, file] : made_.files)
