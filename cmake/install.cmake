@@ -1,4 +1,5 @@
-# Puts library, public headers, utility, virtual carrier and the CMake package in their places.
+# Puts the library, its public headers and the CMake package in their places; the programs and the virtual
+# carriers, which may be left out, bring rules of their own.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS kvn_fpga mwapi EXPORT kvn_fpgaTargets

@@ -1,0 +1,106 @@
+// What the built library offers and what it asks for.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <regex>
+#include <set>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace
+{
+using testing::UnorderedElementsAre;
+
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool is_sanitized = true;
+#else
+constexpr bool is_sanitized = false;
+#endif
+
+struct PipeCloser {
+    void operator()(FILE* pipe) const { pclose(pipe); }
+};
+
+/// The lines that a command prints.
+std::vector<std::string> lines_of(const std::string& command)
+{
+    const std::unique_ptr<FILE, PipeCloser> pipe{popen(command.c_str(), "r")};
+    if (!pipe)
+        throw std::runtime_error{command};
+    std::string text;
+    char part[4096];
+    while (std::fgets(part, sizeof part, pipe.get()) != nullptr)
+        text += part;
+    std::vector<std::string> lines;
+    std::istringstream stream{text};
+    for (std::string line; std::getline(stream, line);)
+        lines.push_back(line);
+    return lines;
+}
+
+/// What the expression's first group matches in the lines of a command's output, each once.
+std::set<std::string> found_in(const std::string& command, const std::string& expression)
+{
+    std::set<std::string> found;
+    std::smatch match;
+    for (const std::string& line : lines_of(command + " '" KVN_FPGA_LIBRARY "'"))
+        if (std::regex_search(line, match, std::regex{expression}))
+            found.insert(match[1]);
+    return found;
+}
+
+TEST(LibraryFile, ExportsThePublicClassAndNothingElse)
+{
+    std::set<std::string> exported = found_in(NM " -DC --defined-only", "^[0-9a-f]+ [A-Za-z] (.*)$");
+    if (is_sanitized)
+        std::erase_if(exported, [](const std::string& name) { return name.starts_with("__odr_asan"); });
+    EXPECT_THAT(exported, UnorderedElementsAre(
+                              "kvn_fpga::kvn_fpga()", "kvn_fpga::~kvn_fpga()",
+                              "kvn_fpga::kvn_fpga_board(char*, int, int, char*, int, int)",
+                              "kvn_fpga::kvn_fpga_handle(MW_HANDLE*, int, char*, int, int)",
+                              "kvn_fpga::kvn_fpga_main(MW_HANDLE*, int, char**)",
+                              "kvn_fpga::kvn_fpga_main(int, char**)", "kvn_fpga::kvn_fpga_getlasterr()",
+                              "kvn_fpga::kvn_fpga_set_userfie(int (*)(char*, void*), int)",
+                              "kvn_fpga::kvn_fpga_set_userprint(void (*)(char*))",
+                              "kvn_fpga::kvn_fpga_help()", "kvn_fpga::kvn_fpga_version(int*, int*, char**)",
+                              "vtable for kvn_fpga", "typeinfo for kvn_fpga", "typeinfo name for kvn_fpga"));
+}
+
+TEST(LibraryFile, LeavesTheSixteenPlatformFunctionsToTheHost)
+{
+    EXPECT_THAT(found_in(NM " -D --undefined-only", " U (Mw.*)$"),
+                UnorderedElementsAre(
+                    "MwOpenS", "MwClose", "MwErr2Text", "MwGetBoardInfo", "MwGetDeviceInfo", "MwInitIoStatus",
+                    "MwKSBSendMessage", "MwKSBReceiveMessage", "MwKSBSendMessageEx", "MwKSBReceiveMessageEx",
+                    "MwKSBStartSendMessageEx", "MwKSBSendMessageDataEx", "MwKSBEndOfSendMessageEx",
+                    "MwKSBStartReceiveMessageEx", "MwKSBReceiveMessageDataEx", "MwKSBEndOfReceiveMessageEx"));
+}
+
+TEST(LibraryFile, IsLinkedToTheLanguagesLibrariesAlone)
+{
+    std::set<std::string> allowed = {"libc.so.6", "libm.so.6", "libgcc_s.so.1", "libstdc++.so.6",
+                                     "ld-linux-x86-64.so.2"};
+    if (is_sanitized)
+        allowed.insert({"libasan.so.8", "libubsan.so.1"});
+    const std::set<std::string> needed = found_in(READELF " -dW", "\\(NEEDED\\).*\\[(.*)\\]");
+    EXPECT_TRUE(needed.contains("libc.so.6"));
+    EXPECT_THAT(needed, testing::IsSubsetOf(allowed));
+}
+
+TEST(LibraryFile, HasTheSonameOfItsMajorVersion)
+{
+    EXPECT_THAT(found_in(READELF " -dW", "\\(SONAME\\).*\\[(.*)\\]"),
+                UnorderedElementsAre("libkvn_fpga.so.2"));
+    EXPECT_TRUE(std::string{KVN_FPGA_LIBRARY}.ends_with("/libkvn_fpga.so.2.7.0"));
+}
+
+TEST(LibraryFile, HasNoPathOfItsBuild)
+{
+    EXPECT_THAT(found_in(READELF " -dW", "\\((RPATH|RUNPATH)\\)"), testing::IsEmpty());
+}
+} // namespace

@@ -1,0 +1,7 @@
+// A host that is linked with kvn_fpga and defines the platform functions itself.
+extern "C" int run_application();
+
+int main()
+{
+    return run_application();
+}
