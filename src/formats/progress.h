@@ -56,7 +56,8 @@ constexpr std::int32_t load_percent(std::int32_t done, std::int32_t total)
                        : hundredfold / total;
 }
 
-/// The percentage that a converter shows. Choice: of nothing everything is done.
+/// The percentage that a converter shows.
+/// Choice: of nothing everything is done (docs/decisions/0006-percentages.md).
 constexpr int conversion_percent(std::int64_t done, std::int64_t total)
 {
     return total > 0 ? static_cast<int>(done * 100 / total) : 100;

@@ -29,7 +29,7 @@ struct RbtLine {
     [[nodiscard]] bool is_title() const;
 
     /// Copies the device that a part line names. Choice: a line without a blank names none, and one without a
-    /// line feed ends at its end.
+    /// line feed ends at its end (docs/decisions/0008-device-names.md).
     void copy_device(char (&device)[255]) const;
 
     /// Finds "bits:" and the number behind it.

@@ -23,7 +23,7 @@ public:
     /// @return how many bytes of pairs were written
     std::size_t encode(std::span<const std::uint8_t> data, std::uint8_t* pairs);
 
-    /// Gives the last run. Choice: without any data it is 0 copies of 0.
+    /// Gives the last run. Choice: without any data it is 0 copies of 0 (docs/decisions/0007-empty-data.md).
     /// @param pair receives its two bytes
     void finish(std::uint8_t* pair) const;
 

@@ -164,8 +164,8 @@ int kvn_fpga_imp::Load_Bitstream_mcb(const char* given_type, int given_number, i
         return error;
     if (const int error = load.flush())
         return error;
-    // Required: a blank before the newline, unlike the other loaders. Choice: of 0 bytes no percentage is
-    // shown.
+    // Required: a blank before the newline, unlike the other loaders.
+    // Choice: of 0 bytes no percentage is shown (docs/decisions/0006-percentages.md).
     if (total_bytes != 0)
         print("\r%% Done: %d \n", load_percent(data.bytes_done(), total_bytes));
     file.reset();

@@ -18,7 +18,8 @@ class Fields
 public:
     explicit Fields(const char* line) : rest_{line} {}
 
-    /// The field up to the next blank or the end of the line. Choice: a field that is missing is empty.
+    /// The field up to the next blank or the end of the line.
+    /// Choice: a field that is missing is empty (docs/decisions/0015-fields-of-con-files.md).
     std::string_view next()
     {
         const std::size_t length = std::strcspn(rest_, " \t\n");

@@ -149,7 +149,7 @@ int select_bit(kvn_fpga_imp& session)
 }
 } // namespace
 
-// Choice: a name of fewer than four characters has no extension.
+// Choice: a name of fewer than four characters has no extension (docs/decisions/0003-names-and-texts.md).
 int kvn_fpga_imp::Check_Extension(const char* name, const char* ext)
 {
     const std::string_view text{name};
@@ -165,7 +165,8 @@ int kvn_fpga_imp::Request_Rbt_File()
         const int result =
             xaskstring("Enter the name of the bitstream RBT, MCB, or BIT file:", bitstream_file);
         if (bitstream_file[0] == '\0') {
-            // Choice: nobody will ever answer on an input that has ended, so asking again would never end.
+            // Choice: nobody will ever answer on an input that has ended, so asking again would never end
+            // (docs/decisions/0002-answers.md).
             if (user_askstring == nullptr && result == 0)
                 return OTHER_EXTENSION;
             continue;

@@ -37,7 +37,7 @@ void set_board_number(kvn_fpga_imp& session, const char* digits)
 /// The value of the environment's board, or null.
 const char* find_environment_board(kvn_fpga_imp& session)
 {
-    // Choice: a variable that is set but empty counts as set.
+    // Choice: a variable that is set but empty counts as set (docs/decisions/0004-environment-values.md).
     if (const char* value = kvn_fpga_imp::getapivar("MWAPIKSB"))
         return value;
     if (session.verbose)
@@ -66,7 +66,7 @@ void take_environment_board(kvn_fpga_imp& session, const char* value)
     // Required: the number belongs to the variable's board type, so another type's run cannot use it.
     if (session.board_number_given || stricmp(type_word, session.board_type) != 0)
         return;
-    // Choice: a value without a second word gives no number.
+    // Choice: a value without a second word gives no number (docs/decisions/0004-environment-values.md).
     const char* number = skip_blanks(type_end);
     if (*number == '\0')
         return;
