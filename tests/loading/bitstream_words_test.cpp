@@ -1,0 +1,76 @@
+// Single words of a bitstream: characters to bytes, and their way into the send buffer.
+#include "load_fixture.h"
+
+namespace
+{
+class BitstreamWords : public LoadFixture
+{
+protected:
+    BitstreamWords() { open_bus("mwc4a", 0); }
+    void TearDown() override
+    {
+        close_bus();
+        LoadFixture::TearDown();
+    }
+
+    /// Opens a message, as data may only go into one.
+    void start() { MwKSBStartSendMessageEx(session.handle, 0, 2, 5000); }
+
+    [[nodiscard]] Bytes buffered() const
+    {
+        return {session.send_buffer, session.send_buffer + session.send_count};
+    }
+};
+
+constexpr char CHARS[] = "10000000010000000010000000000001";
+} // namespace
+
+TEST_F(BitstreamWords, CharactersBecomeFourBytesLowestBitFirst)
+{
+    unsigned char word[4];
+    kvn_fpga_imp::process_Bitstream_Word(CHARS, word);
+    EXPECT_EQ(Bytes(word, word + 4), bytes("01 02 04 80"));
+    kvn_fpga_imp::process_Bitstream_Word("1xyz 2\t1........0000000O!!!!!!!1", word);
+    EXPECT_EQ(Bytes(word, word + 4), bytes("81 00 00 80")) << "whatever is no '1' is a zero";
+}
+
+TEST_F(BitstreamWords, AWordOfCharactersGoesIntoTheBuffer)
+{
+    start();
+    EXPECT_EQ(session.Transmit_Bitstream_Word(CHARS), 0);
+    EXPECT_EQ(buffered(), bytes("01 02 04 80"));
+    EXPECT_EQ(session.Transmit_Bitstream_Word(CHARS), 0);
+    EXPECT_EQ(buffered(), Bytes{});
+    EXPECT_EQ(bus().back(), "SendMessageDataEx 01 02 04 80 01 02 04 80 timeout 5000");
+}
+
+TEST_F(BitstreamWords, AWordOfBytesGoesIntoTheBufferReversed)
+{
+    start();
+    const unsigned char word[] = {0x01, 0x02, 0x04, 0x80};
+    EXPECT_EQ(session.Transmit_Bitstream_Bytes(word), 0);
+    EXPECT_EQ(buffered(), bytes("80 40 20 01"));
+    EXPECT_EQ(session.Transmit_Bitstream_Bytes(word), 0);
+    EXPECT_EQ(bus().back(), "SendMessageDataEx 80 40 20 01 80 40 20 01 timeout 5000");
+}
+
+TEST_F(BitstreamWords, Error9140WhenAByteCannotBeSent)
+{
+    start();
+    session.send_count = 6;
+    platform.fail("SendMessageDataEx");
+    EXPECT_EQ(result(session.Transmit_Bitstream_Word(CHARS)),
+              Fails(9140, "Error 9140. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
+    EXPECT_EQ(buffered(), Bytes{}) << "the rest of the word is dropped";
+}
+
+TEST_F(BitstreamWords, Error9390WhenAWordCannotBeSent)
+{
+    start();
+    session.send_count = 6;
+    platform.fail("SendMessageDataEx");
+    const unsigned char word[] = {0x01, 0x02, 0x04, 0x80};
+    EXPECT_EQ(result(session.Transmit_Bitstream_Bytes(word)),
+              Fails(9390, "Error 9390. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
+    EXPECT_EQ(buffered(), Bytes{});
+}

@@ -1,0 +1,406 @@
+// The MCB loader: console and bus of whole loads, every error, the tail of older families.
+#include "load_fixture.h"
+
+#include <ostream>
+
+namespace
+{
+class McbLoader : public LoadFixture
+{
+protected:
+    /// A file of these runs that states this number of bytes.
+    static McbFile runs(const char* pairs, std::int32_t byte_count)
+    {
+        McbFile file{0};
+        file.runs = bytes(pairs);
+        file.byte_count = byte_count;
+        return file;
+    }
+};
+} // namespace
+
+TEST_F(McbLoader, SendsAFileInPlainMode)
+{
+    EXPECT_EQ(load_mcb(runs("03 AA 02 BB 00 CC 04 DD", 9)), Succeeds());
+    EXPECT_EQ(
+        events,
+        (Lines{"| Checking header section of the file <design.mcb>.\\n",
+               "* StartSendMessageEx board 0 slot 2 timeout 5000", "* SendMessageDataEx 03 05 timeout 5000",
+               "* SendMessageDataEx AA AA AA BB BB DD DD DD timeout 5000",
+               "* SendMessageDataEx DD timeout 5000", "| \\r% Done: 100 \\n",
+               "| The bitstream has been downloaded.\\n", "* EndOfSendMessageEx timeout 5000",
+               "* StartReceiveMessageEx timeout 5000", "* ReceiveMessageDataEx size 2 timeout 5000",
+               "* EndOfReceiveMessageEx timeout 5000", "| Configuration was successful.\\n"}));
+}
+
+// The device that is named is the module's, and a run of none is passed on as it is.
+TEST_F(McbLoader, SendsAFileInCompressedMode)
+{
+    compress();
+    session.verbose = 1;
+    EXPECT_EQ(load_mcb(runs("03 AA 02 BB 00 CC 04 DD", 9)), Succeeds());
+    EXPECT_EQ(events,
+              (Lines{"| Checking header section of the file <design.mcb>.\\n",
+                     "| The bitstream is for a 2v3000fg676-4 device.\\n",
+                     "| The compressed file contains 9 configuration bytes.\\n",
+                     "* StartSendMessageEx board 0 slot 2 timeout 5000", "| Sending in compressed format.\\n",
+                     "* SendMessageDataEx 0D 05 timeout 5000",
+                     "* SendMessageDataEx 03 AA 02 BB 00 CC 04 DD timeout 5000", "| \\r% Done: 100 \\n",
+                     "| The bitstream has been downloaded.\\n", "* EndOfSendMessageEx timeout 5000",
+                     "* StartReceiveMessageEx timeout 5000", "* ReceiveMessageDataEx size 2 timeout 5000",
+                     "* EndOfReceiveMessageEx timeout 5000", "| Configuration was successful.\\n"}));
+}
+
+namespace
+{
+/// The calls around the data: the same in every mode.
+std::vector<Failure> whole(const std::vector<Failure>& data)
+{
+    std::vector<Failure> all = {
+        {9156, "Error 9156. Cannot start KSB message, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
+        {9157, "Error 9157. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
+    };
+    all.insert(all.end(), data.begin(), data.end());
+    all.insert(all.end(),
+               {
+                   {9168, "Error 9168. Cannot end KSB message, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
+                   {9169, "Error 9169. Cannot start receive KSB message (via 'mwc4a 0') (api 0x77)."},
+                   {9170, "Error 9170. Cannot receive KSB message data (via 'mwc4a 0') (api 0x77)."},
+                   {9171, "Error 9171. Cannot end receive KSB message (via 'mwc4a 0') (api 0x77)."},
+               });
+    return all;
+}
+
+const Failure count_failure{9162,
+                            "Error 9162. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure value_failure{9163,
+                            "Error 9163. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure plain_failure{9164,
+                            "Error 9164. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure tail_count_failure{
+    9165, "Error 9165. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure tail_value_failure{
+    9166, "Error 9166. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure tail_byte_failure{
+    9167, "Error 9167. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure flush_failure{9173,
+                            "Error 9173. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+} // namespace
+
+TEST_F(McbLoader, EveryPlatformCallHasItsOwnErrorInPlainMode)
+{
+    runs("0A AA 0A BB", 20).write();
+    expect_each_call_fails(whole({plain_failure, plain_failure, flush_failure}),
+                           [this] { return load_mcb(); });
+}
+
+TEST_F(McbLoader, EveryPlatformCallHasItsOwnErrorInCompressedMode)
+{
+    compress();
+    runs("01 01 01 02 01 03 01 04 01 05", 5).write();
+    expect_each_call_fails(whole({value_failure, flush_failure}), [this] { return load_mcb(); });
+    left_over = {0x55};
+    expect_each_call_fails(whole({count_failure, flush_failure}), [this] { return load_mcb(); });
+}
+
+TEST_F(McbLoader, TheTailOfOlderFamiliesHasItsOwnErrorsInPlainMode)
+{
+    session.virtex2_family = 0;
+    runs("04 AA 20 BB", 36).write(); // the second run is the one that reaches into the tail
+    expect_each_call_fails(
+        whole({tail_byte_failure, tail_byte_failure, tail_byte_failure, tail_byte_failure}),
+        [this] { return load_mcb(); });
+}
+
+TEST_F(McbLoader, TheTailOfOlderFamiliesHasItsOwnErrorsInCompressedMode)
+{
+    session.virtex2_family = 0;
+    compress();
+    runs("01 01 01 02 01 03 06 04", 9).write();
+    expect_each_call_fails(whole({tail_value_failure}), [this] { return load_mcb(); });
+    left_over = {0x55};
+    expect_each_call_fails(whole({tail_count_failure, flush_failure}), [this] { return load_mcb(); });
+}
+
+namespace
+{
+struct HeaderFault {
+    int number;
+    const char* name;
+    void (*spoil)(McbFile& file);
+    const char* text;
+};
+
+const HeaderFault header_faults[] = {
+    {9151, "FirstMagicNumber", [](McbFile& file) { file.first_magic ^= 1; },
+     "Error 9151. Invalid magic numbers in MCB file design.mcb."},
+    {9151, "SecondMagicNumber", [](McbFile& file) { file.second_magic ^= 0x80000000; },
+     "Error 9151. Invalid magic numbers in MCB file design.mcb."},
+    {9151, "SwappedMagicNumbers", [](McbFile& file) { std::swap(file.first_magic, file.second_magic); },
+     "Error 9151. Invalid magic numbers in MCB file design.mcb."},
+    {9153, "OtherDevice", [](McbFile& file) { file.device = "2v1000fg456"; },
+     "Error 9153. Bitstream design.mcb is not for a 2v3000fg676-4 device."},
+    {9153, "OtherCase", [](McbFile& file) { file.device = "2V3000fg676"; },
+     "Error 9153. Bitstream design.mcb is not for a 2v3000fg676-4 device."},
+    {9153, "NoDevice", [](McbFile& file) { file.device.clear(); },
+     "Error 9153. Bitstream design.mcb is not for a 2v3000fg676-4 device."},
+};
+
+class McbLoaderHeader : public LoadFixture, public testing::WithParamInterface<HeaderFault>
+{
+};
+
+void PrintTo(const HeaderFault& fault, std::ostream* out)
+{
+    *out << fault.text;
+}
+} // namespace
+
+TEST_P(McbLoaderHeader, IsCheckedBeforeAnythingIsSent)
+{
+    McbFile file;
+    GetParam().spoil(file);
+    session.prompt_user = 1;
+    EXPECT_EQ(load_mcb(file), Fails(GetParam().number, GetParam().text));
+    EXPECT_EQ(events, Lines{"| Checking header section of the file <design.mcb>.\\n"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, McbLoaderHeader, testing::ValuesIn(header_faults), [](const auto& row) {
+    return "Error" + std::to_string(row.param.number) + row.param.name;
+});
+
+TEST_F(McbLoader, EveryFieldThatTheFileCutsShortHasItsOwnError)
+{
+    const struct {
+        std::size_t end;
+        Failure failure;
+    } fields[] = {
+        {8, {9150, "Error 9150. Failed to read header section of MCB file design.mcb."}},
+        {263, {9152, "Error 9152. Failed to read device type from MCB file design.mcb."}},
+        {518, {9154, "Error 9154. Failed to read timestamp from MCB file design.mcb."}},
+        {522, {9155, "Error 9155. Failed to read number of bytes from MCB file design.mcb."}},
+    };
+    const std::string content = McbFile{}.content();
+    std::size_t size = 0;
+    for (const auto& field : fields)
+        for (; size < field.end; ++size) {
+            write_file("design.mcb", content.substr(0, size));
+            EXPECT_EQ(load_mcb(), Fails(field.failure.number, field.failure.text)) << size;
+            EXPECT_EQ(load_mcb(stream_failing_at(content, size)),
+                      Fails(field.failure.number, field.failure.text))
+                << size;
+        }
+}
+
+TEST_F(McbLoader, AFileThatEndsInItsRunsHasTheErrorOfTheByteThatIsMissing)
+{
+    const Failure count_end{9159, "Error 9159. End of MCB file design.mcb reached unexpectedly."};
+    const Failure value_end{9161, "Error 9161. End of MCB file design.mcb reached unexpectedly."};
+    const Failure count_error{9158, "Error 9158. Failed to read of MCB file design.mcb."};
+    const Failure value_error{9160, "Error 9160. Failed to read of MCB file design.mcb."};
+    const std::string content = runs("03 AA 02 BB 04 DD", 9).content();
+    for (const bool compressed : {false, true})
+        for (std::size_t kept = 0; kept < 6; ++kept) {
+            compress(compressed);
+            write_file("design.mcb", content.substr(0, McbFile::HEADER_SIZE + kept));
+            const Failure& ended = kept % 2 == 0 ? count_end : value_end;
+            EXPECT_EQ(load_mcb(), Fails(ended.number, ended.text)) << kept;
+            const Failure& failed = kept % 2 == 0 ? count_error : value_error;
+            EXPECT_EQ(load_mcb(stream_failing_at(content, McbFile::HEADER_SIZE + kept)),
+                      Fails(failed.number, failed.text))
+                << kept;
+            EXPECT_EQ(session.send_count, compressed ? kept / 2 * 2 : kept < 2 ? 0U : kept < 4 ? 3U : 5U);
+        }
+}
+
+TEST_F(McbLoader, ReadingStopsAtTheRunThatReachesTheTotal)
+{
+    McbFile file = runs("05 AA 06 BB 07 CC", 8);
+    file.tail = "rest";
+    EXPECT_EQ(load_mcb(file), Succeeds());
+    EXPECT_EQ(module.received(), bytes("AA AA AA AA AA BB BB BB BB BB BB"));
+    EXPECT_EQ(printed_texts.at(1), "\\r% Done: 137 \\n");
+    compress();
+    EXPECT_EQ(load_mcb(file), Succeeds());
+    EXPECT_EQ(module.received(), bytes("05 AA 06 BB"));
+}
+
+// The run that reaches into the last four bytes is cut, and is the last one.
+TEST_F(McbLoader, OlderFamiliesAreNotSentTheLastFourBytes)
+{
+    session.virtex2_family = 0;
+    const McbFile file = runs("96 AA C8 BB 01 CC", 300); // 150 bytes, then 200
+    EXPECT_EQ(load_mcb(file), Succeeds());
+    Bytes sent(150, 0xAA);
+    sent.insert(sent.end(), 146, 0xBB);
+    EXPECT_EQ(module.received(), sent);
+    EXPECT_EQ(printed_texts.at(1), "\\r% Done: 100 \\n");
+    compress();
+    EXPECT_EQ(load_mcb(file), Succeeds());
+    EXPECT_EQ(module.received(), bytes("96 AA 92 BB"));
+}
+
+TEST_F(McbLoader, TheTailBeginsFourBytesBeforeTheTotalWhateverTheRuns)
+{
+    session.virtex2_family = 0;
+    const struct {
+        const char* pairs;
+        std::int32_t total;
+        const char* plain;
+        const char* compressed;
+    } rows[] = {
+        // The run ends one byte short of the tail, just at it, and in it.
+        {"03 AA 05 BB", 8, "AA AA AA BB", "03 AA 01 BB"},
+        {"04 AA 04 BB", 8, "AA AA AA AA", "04 AA"},
+        {"05 AA 03 BB", 8, "AA AA AA AA", "04 AA"},
+        {"08 AA", 8, "AA AA AA AA", "04 AA"},
+        // Runs of none in front of the tail are passed on; one at the tail is the last.
+        {"00 AA 04 BB 04 CC", 8, "BB BB BB BB", "00 AA 04 BB"},
+        {"00 AA 04 BB", 4, "", "00 AA"},
+        // With fewer than four bytes in all the cut count leaves 8 bits.
+        {"03 AA", 3, "", "FF AA"},
+        {"01 AA", 1, "", "FD AA"},
+    };
+    for (const auto& row : rows) {
+        compress(false);
+        EXPECT_EQ(load_mcb(runs(row.pairs, row.total)), Succeeds()) << row.pairs;
+        EXPECT_EQ(module.received(), bytes(row.plain)) << row.pairs;
+        compress();
+        EXPECT_EQ(load_mcb(runs(row.pairs, row.total)), Succeeds()) << row.pairs;
+        EXPECT_EQ(module.received(), bytes(row.compressed)) << row.pairs;
+    }
+}
+
+namespace
+{
+/// What an older family is sent of runs, taken run by run.
+Bytes sent_run_by_run(const Bytes& pairs, int total, bool compressed)
+{
+    Bytes sent;
+    int done = 0;
+    for (std::size_t i = 0; done < total; i += 2) {
+        const int count = pairs.at(i);
+        const std::uint8_t value = pairs.at(i + 1);
+        const bool is_last = done + count >= total - 4;
+        const int kept = is_last ? total - done - 4 : count;
+        if (compressed)
+            sent.insert(sent.end(), {static_cast<std::uint8_t>(kept), value});
+        else if (kept > 0)
+            sent.insert(sent.end(), static_cast<std::size_t>(kept), value);
+        done = is_last ? total : done + count;
+    }
+    return sent;
+}
+} // namespace
+
+TEST_F(McbLoader, EveryTotalOfOlderFamiliesIsSentAsRunByRun)
+{
+    session.virtex2_family = 0;
+    platform.logs_data = false;
+    const Bytes pairs = run_coded(sample_data(2000));
+    McbFile file{0};
+    file.runs = pairs;
+    for (int total = 1; total <= 1200; total += 7) {
+        file.byte_count = total;
+        file.write();
+        for (const bool compressed : {false, true}) {
+            compress(compressed);
+            ASSERT_EQ(load_mcb(), Succeeds()) << total;
+            ASSERT_EQ(module.received(), sent_run_by_run(pairs, total, compressed)) << total;
+        }
+    }
+}
+
+TEST_F(McbLoader, ShowsProgressWhenMoreThan5000BytesHavePassed)
+{
+    const auto progress = [this](const McbFile& file) {
+        EXPECT_EQ(load_mcb(file), Succeeds());
+        Lines shown;
+        for (const std::string& line : printed_texts)
+            if (line.starts_with("\\r"))
+                shown.push_back(line.substr(9));
+        return shown;
+    };
+    platform.logs_data = false;
+    for (const bool compressed : {false, true}) {
+        compress(compressed);
+        EXPECT_EQ(progress(McbFile{Bytes(5000, 1)}), (Lines{" 100 \\n"}));
+        EXPECT_EQ(progress(McbFile{Bytes(5001, 1)}), (Lines{" 100", " 100 \\n"}));
+        // Runs of 255: reports at 5100, 10200 and 15300.
+        EXPECT_EQ(progress(McbFile{Bytes(16000, 1)}), (Lines{" 31", " 63", " 95", " 100 \\n"}));
+    }
+}
+
+TEST_F(McbLoader, TheProgressOfTheTailIsThatOfTheTotal)
+{
+    session.virtex2_family = 0;
+    EXPECT_EQ(load_mcb(McbFile{Bytes(5101, 1)}), Succeeds());
+    EXPECT_EQ(printed_texts.at(1), "\\r% Done: 100") << "5100 bytes are reached in the tail";
+    EXPECT_EQ(printed_texts.at(2), "\\r% Done: 100 \\n");
+}
+
+TEST_F(McbLoader, ThePercentageWrapsIn32Bits)
+{
+    platform.logs_data = false;
+    compress();
+    EXPECT_EQ(load_mcb(McbFile{Bytes(21474837, 0)}), Succeeds());
+    EXPECT_EQ(printed_texts.at(printed_texts.size() - 3), "\\r% Done: -99 \\n");
+}
+
+TEST_F(McbLoader, ATotalOfNoneSendsNothingAndShowsNoProgress)
+{
+    EXPECT_EQ(load_mcb(runs("05 AA", 0)), Succeeds());
+    EXPECT_EQ(module.received(), Bytes{});
+    EXPECT_EQ(printed_texts,
+              (Lines{"Checking header section of the file <design.mcb>.\\n",
+                     "The bitstream has been downloaded.\\n", "Configuration was successful.\\n"}));
+}
+
+TEST_F(McbLoader, ATotalBelowZeroSendsNothing)
+{
+    session.verbose = 1;
+    EXPECT_EQ(load_mcb(runs("05 AA", -1)), Succeeds());
+    EXPECT_EQ(module.received(), Bytes{});
+    EXPECT_EQ(printed_texts.at(2), "The compressed file contains -1 configuration bytes.\\n");
+}
+
+TEST_F(McbLoader, Error9172HasNoParentheses)
+{
+    for (const int status : {0, 4, 6, 255}) {
+        module.status = static_cast<std::uint8_t>(status);
+        EXPECT_EQ(load_mcb(McbFile{}),
+                  Fails(9172, "Error 9172. Configuration was unsuccessful " + std::to_string(status) + "."));
+        EXPECT_EQ(printed_texts.back(), "The bitstream has been downloaded.\\n");
+    }
+}
+
+TEST_F(McbLoader, TheDeviceMayGoOnBehindTheModulesName)
+{
+    for (const char* name : {"2v3000-fg676", "2v3000fg676", "-4", ""}) {
+        device(name);
+        EXPECT_EQ(load_mcb(McbFile{}), Succeeds()) << name;
+    }
+    device("2v3000-4");
+    McbFile file;
+    file.device = "2v3000bf957";
+    EXPECT_EQ(load_mcb(file), Succeeds());
+    file.device = std::string(255, 'x'); // a text without its zero byte
+    EXPECT_EQ(load_mcb(file), Fails(9153, "Error 9153. Bitstream design.mcb is not for a 2v3000-4 device."));
+}
+
+TEST_F(McbLoader, TheDeviceIsTheOneItIsGiven)
+{
+    std::strcpy(session.device_name, "s40xlpq208-4");
+    EXPECT_EQ(load_mcb(McbFile{}), Succeeds());
+}
+
+TEST_F(McbLoader, LargeFilesArriveWhole)
+{
+    const Bytes data = sample_data(200000);
+    platform.logs_data = false;
+    EXPECT_EQ(load_mcb(McbFile{data}), Succeeds());
+    EXPECT_EQ(module.received(), data);
+    compress();
+    EXPECT_EQ(load_mcb(McbFile{data}), Succeeds());
+    EXPECT_EQ(module.received(), run_coded(data));
+}
