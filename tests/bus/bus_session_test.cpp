@@ -1,0 +1,291 @@
+// Opening and closing a board's bus, and the buffer of outgoing data.
+#include "support/run_fixture.h"
+
+#include <cstring>
+
+namespace
+{
+class BusSession : public RunFixture
+{
+protected:
+    BusSession() { platform.board("mwc4a", 0); }
+
+    Result open(const char* type, int number) { return result(session.Initialise_Host_KSB(type, number)); }
+};
+
+TEST_F(BusSession, Error9200FromBoard16On)
+{
+    platform.board("mwc4a", 15);
+    EXPECT_EQ(open("mwc4a", 16), Fails(9200, "Error 9200: Invalid board number 16 (should be 0..15)."));
+    EXPECT_EQ(open("mwc4a", -1), Fails(9200, "Error 9200: Invalid board number -1 (should be 0..15)."));
+    EXPECT_EQ(open("mwc4a", 0x10000),
+              Fails(9200, "Error 9200: Invalid board number 65536 (should be 0..15)."));
+    EXPECT_EQ(transcript(), "\n");
+    EXPECT_EQ(session.Initialise_Host_KSB("mwc4a", 15), 0);
+    EXPECT_EQ(bus_transcript(), R"(
+OpenS "mwc4a" 15 "ksb"
+InitIoStatus
+InitIoStatus
+)");
+    EXPECT_EQ(session.Close_KSB(), 0);
+}
+
+TEST_F(BusSession, LeavesACallersHandleAlone)
+{
+    MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
+    session.handle = given;
+    session.handle_is_external = 1;
+    session.ReadIoStatus = 7;
+    session.WriteIoStatus = 8;
+    EXPECT_EQ(open("mwc4a", 0), Succeeds());
+    EXPECT_EQ(open("mwc4a", 99), Succeeds()) << "the number is not even looked at";
+    EXPECT_EQ(session.Close_KSB(), 0);
+    EXPECT_EQ(transcript(), "\n");
+    EXPECT_EQ(session.handle, given);
+    EXPECT_EQ(session.ReadIoStatus, 7U);
+    EXPECT_EQ(session.WriteIoStatus, 8U);
+}
+
+TEST_F(BusSession, ClosesNothingThatItNeverOpened)
+{
+    EXPECT_EQ(session.Close_KSB(), 0);
+    EXPECT_EQ(session.Close_KSB(), 0);
+    EXPECT_EQ(transcript(), "\n");
+}
+
+TEST_F(BusSession, OpensPreparesAndCloses)
+{
+    session.ReadIoStatus = 7;
+    session.WriteIoStatus = 8;
+    session.handle = platform.caller_handle("mwc4a", 0); // a forgotten one
+    EXPECT_EQ(open("mwc4a", 0), Succeeds());
+    EXPECT_NE(session.handle, nullptr);
+    // The platform prepared the read status first, then the write status.
+    EXPECT_EQ(session.ReadIoStatus, 0x10001U);
+    EXPECT_EQ(session.WriteIoStatus, 0x10002U);
+    EXPECT_EQ(session.Close_KSB(), 0);
+    EXPECT_EQ(bus_transcript(), R"(
+OpenS "mwc4a" 0 "ksb"
+InitIoStatus
+InitIoStatus
+Close
+)");
+}
+
+TEST_F(BusSession, ClosesOnceWhateverThePlatformDoesToTheHandle)
+{
+    platform.close_clears_handle = false;
+    EXPECT_EQ(open("mwc4a", 0), Succeeds());
+    EXPECT_EQ(session.Close_KSB(), 0) << "the platform's answer is of no account";
+    EXPECT_EQ(session.Close_KSB(), 0);
+    EXPECT_EQ(bus().back(), "Close");
+    EXPECT_EQ(platform.open_handles(), 0);
+}
+
+TEST_F(BusSession, Error9201WhenTheBoardCannotBeOpened)
+{
+    platform.error_text(0x80000001, "board is asleep");
+    platform.fail("OpenS", 1, 0x80000001);
+    EXPECT_EQ(open("mwc4a", 0),
+              Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (board is asleep)."));
+    EXPECT_EQ(bus_transcript(), R"(
+OpenS "mwc4a" 0 "ksb"
+Err2Text 0x80000001
+)");
+    EXPECT_EQ(session.handle, nullptr);
+}
+
+TEST_F(BusSession, Error9202WhenTheReadStatusCannotBePrepared)
+{
+    platform.fail("InitIoStatus", 1, 0x77);
+    EXPECT_EQ(open("mwc4a", 0),
+              Fails(9202, "Error 9202. Cannot initialise ReadIoStatus, board \"mwc4a 0\" (api 0x77)."));
+    EXPECT_EQ(bus_transcript(), R"(
+OpenS "mwc4a" 0 "ksb"
+InitIoStatus
+Err2Text 0x77
+)");
+    EXPECT_EQ(platform.open_handles(), 1) << "the caller closes the device";
+    session.Close_KSB();
+}
+
+TEST_F(BusSession, Error9203WhenTheWriteStatusCannotBePrepared)
+{
+    platform.fail("InitIoStatus", 2, 0x78);
+    EXPECT_EQ(open("mwc4a", 0),
+              Fails(9203, "Error 9203. Cannot initialise WriteIoStatus, board \"mwc4a 0\" (api 0x78)."));
+    EXPECT_EQ(bus_transcript(), R"(
+OpenS "mwc4a" 0 "ksb"
+InitIoStatus
+InitIoStatus
+Err2Text 0x78
+)");
+    session.Close_KSB();
+}
+
+TEST_F(BusSession, TakesWordsOf255CharactersFromThePlatform)
+{
+    platform.error_text(0x77, std::string(255, 'w'));
+    platform.fail("OpenS");
+    EXPECT_EQ(open("mwc4a", 0), Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
+                                                std::string(255, 'w') + ")."));
+}
+
+TEST_F(BusSession, TakesPercentSignsInThePlatformsWordsAsTheyAre)
+{
+    platform.error_text(0x77, "100%n %s");
+    platform.fail("OpenS");
+    EXPECT_EQ(open("mwc4a", 0),
+              Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (100%n %s)."));
+}
+
+/// Sends inside a message that has been begun.
+class SendBuffer : public BusSession
+{
+protected:
+    SendBuffer()
+    {
+        platform.board("mwc4a", 0).slot(1, fpga_module(4));
+        open_bus("mwc4a", 0);
+        MwKSBStartSendMessageEx(session.handle, 0, 1, 5000);
+        clear_log();
+    }
+    void TearDown() override
+    {
+        close_bus();
+        BusSession::TearDown();
+    }
+
+    /// Sends the numbers from `first` on.
+    int send(std::size_t length, std::uint8_t first = 1, int timeout = 5000)
+    {
+        Bytes data(length);
+        for (std::size_t i = 0; i < length; ++i)
+            data[i] = static_cast<std::uint8_t>(first + i);
+        static constexpr std::uint8_t nothing = 0;
+        const std::uint8_t* start = data.empty() ? &nothing : data.data();
+        return session.BufferedKsbSendMessageData(session.handle, start, length, timeout);
+    }
+    int flush() { return session.BufferedKsbSendMessageData(session.handle, nullptr, 0, 5000); }
+};
+
+TEST_F(SendBuffer, Sends13BytesAsAPieceOf8AndTheRestWhenFlushed)
+{
+    EXPECT_EQ(send(13), 0);
+    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000\n");
+    EXPECT_EQ(session.send_count, 5U);
+    EXPECT_EQ(flush(), 0);
+    EXPECT_EQ(session.send_count, 0U);
+    EXPECT_EQ(flush(), 0);
+    EXPECT_EQ(bus_transcript(), R"(
+SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
+SendMessageDataEx 09 0A 0B 0C 0D timeout 5000
+)");
+}
+
+TEST_F(SendBuffer, SendsTwiceFourBytesAsOnePiece)
+{
+    EXPECT_EQ(send(4, 1), 0);
+    EXPECT_EQ(bus_transcript(), "\n");
+    EXPECT_EQ(send(4, 5), 0);
+    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000\n");
+    EXPECT_EQ(session.send_count, 0U);
+}
+
+TEST_F(SendBuffer, IsEmptyAfterAFailedFlush)
+{
+    send(3);
+    platform.fail_call(1, 0x77);
+    EXPECT_EQ(flush(), 0x77);
+    EXPECT_EQ(session.send_count, 0U);
+    EXPECT_EQ(flush(), 0);
+    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 03 timeout 5000\n");
+}
+
+TEST_F(SendBuffer, SendsAtEightBytesAlthoughItHolds8192)
+{
+    EXPECT_EQ(send(24), 0);
+    EXPECT_EQ(bus_transcript(), R"(
+SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
+SendMessageDataEx 09 0A 0B 0C 0D 0E 0F 10 timeout 5000
+SendMessageDataEx 11 12 13 14 15 16 17 18 timeout 5000
+)");
+    EXPECT_EQ(session.send_count, 0U);
+}
+
+TEST_F(SendBuffer, GathersSingleBytes)
+{
+    for (std::uint8_t i = 1; i <= 17; ++i)
+        EXPECT_EQ(send(1, i), 0);
+    EXPECT_EQ(bus_transcript(), R"(
+SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
+SendMessageDataEx 09 0A 0B 0C 0D 0E 0F 10 timeout 5000
+)");
+    EXPECT_EQ(session.send_count, 1U);
+    EXPECT_EQ(session.send_buffer[0], 17);
+}
+
+TEST_F(SendBuffer, SendsNothingForNoBytes)
+{
+    EXPECT_EQ(send(0), 0);
+    send(3);
+    EXPECT_EQ(send(0), 0);
+    EXPECT_EQ(session.send_count, 3U);
+    EXPECT_EQ(bus_transcript(), "\n");
+}
+
+TEST_F(SendBuffer, DropsTheRestOfTheDataWhenAPieceCannotBeSent)
+{
+    send(3, 1);
+    platform.fail_call(2, 0x1234);
+    EXPECT_EQ(send(25, 4), 0x1234);
+    EXPECT_EQ(session.send_count, 0U);
+    EXPECT_EQ(flush(), 0);
+    EXPECT_EQ(bus_transcript(), R"(
+SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
+SendMessageDataEx 09 0A 0B 0C 0D 0E 0F 10 timeout 5000
+)");
+    EXPECT_EQ(send(8, 0x41), 0) << "the buffer serves again";
+    EXPECT_EQ(bus().back(), "SendMessageDataEx 41 42 43 44 45 46 47 48 timeout 5000");
+}
+
+TEST_F(SendBuffer, TellsOfAFailureWithoutAMessage)
+{
+    platform.fail_call(1, 0x77);
+    EXPECT_EQ(send(8), 0x77);
+    EXPECT_EQ(result(0), Succeeds());
+}
+
+TEST_F(SendBuffer, KeepsItsTimeOutWhateverTheArgument)
+{
+    EXPECT_EQ(send(8, 1, 1), 0);
+    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000\n");
+}
+
+TEST_F(SendBuffer, SendsOnTheHandleItIsGiven)
+{
+    MW_HANDLE* other = platform.caller_handle("mwc4a", 0);
+    MwKSBStartSendMessageEx(other, 0, 1, 5000);
+    clear_log();
+    const Bytes data = bytes("01 02 03 04 05 06 07 08 09");
+    EXPECT_EQ(session.BufferedKsbSendMessageData(other, data.data(), data.size(), 5000), 0);
+    EXPECT_EQ(session.BufferedKsbSendMessageData(other, nullptr, 0, 5000), 0);
+    EXPECT_EQ(bus_transcript(), R"(
+SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000 on caller handle
+SendMessageDataEx 09 timeout 5000 on caller handle
+)");
+}
+
+TEST_F(SendBuffer, IsFlushedByNullDataWhateverTheLength)
+{
+    send(2);
+    EXPECT_EQ(session.BufferedKsbSendMessageData(session.handle, nullptr, 99, 5000), 0);
+    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 timeout 5000\n");
+}
+
+TEST_F(SendBuffer, PassesACodeOf32BitsOn)
+{
+    platform.fail_call(1, 0x80000001);
+    EXPECT_EQ(static_cast<std::uint32_t>(send(8)), 0x80000001U);
+}
+} // namespace
