@@ -58,6 +58,8 @@ private:
             const bool is_long = *rest == 'l';
             if (is_long)
                 ++rest;
+            if (*rest == '\0')
+                throw "a conversion has no letter";
             const char letter = *rest++;
             return is_long && letter == 'x' ? 'L' : letter;
         }
