@@ -1,14 +1,11 @@
-// The sixteen platform functions, answered by the virtual carriers.
-#pragma GCC visibility push(default)
-#include "mwapi.h"
-#pragma GCC visibility pop
-
+// What the sixteen platform functions of the virtual carriers do; MWVIRTUAL_TRACE has the calls recorded.
+#include "front.h"
 #include "rack.h"
 
-using mwvirtual::current_rack;
-using mwvirtual::Function;
-
-extern "C" {
+namespace mwvirtual
+{
+namespace
+{
 
 uint32_t MwOpenS(const char* board_type, uint16_t board_number, const char* device, MW_HANDLE** handle,
                  uint32_t* /*reserved*/)
@@ -100,4 +97,35 @@ uint32_t MwKSBEndOfReceiveMessageEx(MW_HANDLE* handle, uint32_t timeout)
     return current_rack()->end_receive(handle, timeout);
 }
 
-} // extern "C"
+mwtrace::Front* make_front()
+{
+    auto made = std::make_unique<mwtrace::Front>();
+    made->functions = {MwOpenS,
+                       MwClose,
+                       MwErr2Text,
+                       MwGetBoardInfo,
+                       MwGetDeviceInfo,
+                       MwInitIoStatus,
+                       MwKSBSendMessage,
+                       MwKSBReceiveMessage,
+                       MwKSBSendMessageEx,
+                       MwKSBReceiveMessageEx,
+                       MwKSBStartSendMessageEx,
+                       MwKSBSendMessageDataEx,
+                       MwKSBEndOfSendMessageEx,
+                       MwKSBStartReceiveMessageEx,
+                       MwKSBReceiveMessageDataEx,
+                       MwKSBEndOfReceiveMessageEx};
+    made->recorder = mwtrace::recorder_from_environment("MWVIRTUAL_TRACE", "libmwvirtual.so");
+    return made.release();
+}
+
+} // namespace
+} // namespace mwvirtual
+
+/// The exported functions lead here.
+mwtrace::Front& mwtrace::front()
+{
+    static Front* const made = mwvirtual::make_front();
+    return *made;
+}

@@ -1,0 +1,39 @@
+// How bytes and texts of any content stand in a trace's JSON, and back.
+//
+// Bytes are {"hex": "0D 05"} when they are few, so that people can read them, else {"base64": "..."}.
+// A text is a JSON string, or bytes in hex when it is no UTF-8. A null pointer is null.
+#ifndef MWTRACE_ENCODING_H
+#define MWTRACE_ENCODING_H
+
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace mwtrace
+{
+
+using Json = nlohmann::json;
+using Bytes = std::vector<std::uint8_t>;
+
+/// "0D 05" for two bytes.
+[[nodiscard]] std::string hex(std::span<const std::uint8_t> bytes);
+
+[[nodiscard]] Json bytes_to_json(std::span<const std::uint8_t> bytes);
+/// Nothing for anything but what bytes_to_json makes.
+[[nodiscard]] std::optional<Bytes> bytes_from_json(const Json& value);
+
+[[nodiscard]] Json text_to_json(std::string_view text);
+[[nodiscard]] std::optional<std::string> text_from_json(const Json& value);
+
+/// A number from 0 to 2^32 - 1.
+[[nodiscard]] std::optional<std::uint32_t> number_from_json(const Json& value);
+
+} // namespace mwtrace
+
+#endif

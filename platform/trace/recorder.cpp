@@ -1,0 +1,204 @@
+// Writes platform calls to a trace.
+#include "recorder.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+namespace mwtrace
+{
+namespace
+{
+
+constexpr std::size_t MOST_BYTES_A_RECORD = 65536;
+constexpr std::size_t MOST_SIZES_A_RECORD = 4096;
+
+std::string date_and_time()
+{
+    const std::time_t seconds = std::time(nullptr);
+    std::tm parts{};
+    (void)gmtime_r(&seconds, &parts);
+    char text[32];
+    const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+    return {text, length};
+}
+
+} // namespace
+
+std::uint64_t thread_identity()
+{
+    static std::atomic<std::uint64_t> last{0};
+    thread_local const std::uint64_t identity = ++last;
+    return identity;
+}
+
+Recorder::Recorder(std::string path, std::string_view provider)
+    : path_{std::move(path)}, file_{::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)}
+{
+    if (file_ == -1) {
+        stop(std::strerror(errno)); // NOLINT(concurrency-mt-unsafe): glibc's is safe
+        return;
+    }
+    write_line("{\"trace\":\"mwapi\",\"version\":1,\"provider\":" + text_to_json(provider).dump() +
+               ",\"started\":\"" + date_and_time() + "\"}");
+}
+
+Recorder::~Recorder()
+{
+    flush();
+    if (file_ != -1)
+        (void)::close(file_);
+}
+
+Time Recorder::now() const
+{
+    const auto passed = std::chrono::steady_clock::now() - start_;
+    return static_cast<Time>(std::chrono::duration_cast<std::chrono::microseconds>(passed).count());
+}
+
+unsigned Recorder::number_of(const MW_HANDLE* handle)
+{
+    if (handle == nullptr)
+        return 0;
+    const std::lock_guard lock{mutex_};
+    const auto [place, is_new] = handles_.try_emplace(handle, last_handle_ + 1);
+    if (is_new)
+        ++last_handle_;
+    return place->second;
+}
+
+unsigned Recorder::opened(const MW_HANDLE* handle)
+{
+    if (handle == nullptr)
+        return 0;
+    const std::lock_guard lock{mutex_};
+    return handles_[handle] = ++last_handle_;
+}
+
+void Recorder::closed(const MW_HANDLE* handle)
+{
+    const std::lock_guard lock{mutex_};
+    handles_.erase(handle);
+}
+
+void Recorder::add(std::string_view function, const Span& span, const Json& in, std::uint32_t result,
+                   const Json& got)
+{
+    const std::lock_guard lock{mutex_};
+    Thread& thread = this_thread();
+    write_pieces(thread);
+    write_record(thread, span, function, in, result, got);
+}
+
+void Recorder::add_data(const DataCall& call, const Span& span, std::uint32_t result)
+{
+    const std::lock_guard lock{mutex_};
+    Thread& thread = this_thread();
+    Pieces& pieces = thread.pieces;
+    const bool joins = result == 0 && call.data != nullptr;
+    const bool fits = pieces.handle == call.handle && pieces.timeout == call.timeout &&
+                      pieces.data.size() < MOST_BYTES_A_RECORD && pieces.sizes.size() < MOST_SIZES_A_RECORD;
+    if (!joins || !fits)
+        write_pieces(thread);
+    if (!joins) {
+        Json in = {{"handle", call.handle}, {"timeout", call.timeout}, {"sizes", {{1, call.length}}}};
+        const auto* bytes = static_cast<const std::uint8_t*>(call.data);
+        in["data"] = bytes == nullptr ? Json{} : bytes_to_json({bytes, call.length});
+        return write_record(thread, span, "MwKSBSendMessageDataEx", in, result, nullptr);
+    }
+    if (pieces.sizes.empty()) {
+        pieces.handle = call.handle;
+        pieces.timeout = call.timeout;
+        pieces.span = span;
+    }
+    pieces.span.end = span.end;
+    if (pieces.sizes.empty() || pieces.sizes.back().length != call.length)
+        pieces.sizes.push_back({0, call.length});
+    ++pieces.sizes.back().count;
+    const auto* bytes = static_cast<const std::uint8_t*>(call.data);
+    pieces.data.insert(pieces.data.end(), bytes, bytes + call.length);
+}
+
+void Recorder::flush()
+{
+    const std::lock_guard lock{mutex_};
+    for (auto& [identity, thread] : threads_)
+        write_pieces(thread);
+}
+
+void Recorder::give_up(const std::string& reason) noexcept
+{
+    try {
+        const std::lock_guard lock{mutex_};
+        stop(reason);
+    } catch (const std::exception&) {
+        (void)std::fputs("mwtrace: the recording ends: no memory\n", stderr);
+    }
+}
+
+Recorder::Thread& Recorder::this_thread()
+{
+    const auto [place, is_new] = threads_.try_emplace(thread_identity());
+    if (is_new)
+        place->second.number = static_cast<unsigned>(threads_.size());
+    return place->second;
+}
+
+void Recorder::write_pieces(Thread& thread)
+{
+    const Pieces pieces = std::exchange(thread.pieces, {});
+    if (pieces.sizes.empty())
+        return;
+    Json sizes = Json::array();
+    for (const SizeRun& run : pieces.sizes)
+        sizes.push_back({run.count, run.length});
+    const Json in = {{"handle", pieces.handle},
+                     {"timeout", pieces.timeout},
+                     {"sizes", std::move(sizes)},
+                     {"data", bytes_to_json(pieces.data)}};
+    write_record(thread, pieces.span, "MwKSBSendMessageDataEx", in, 0, nullptr);
+}
+
+void Recorder::write_record(const Thread& thread, const Span& span, std::string_view function, const Json& in,
+                            std::uint32_t result, const Json& got)
+{
+    std::string line = "{\"t\":" + std::to_string(span.begin);
+    line += ",\"took\":" + std::to_string(span.end - span.begin);
+    if (thread.number != 1)
+        line += ",\"thread\":" + std::to_string(thread.number);
+    line += ",\"call\":\"";
+    line += function;
+    line += "\",\"in\":" + in.dump() + ",\"result\":" + std::to_string(result);
+    if (!got.is_null())
+        line += ",\"got\":" + got.dump();
+    write_line(std::move(line += '}'));
+}
+
+// Each record goes to the system at once, so that a program that is ended by force leaves them all.
+void Recorder::write_line(std::string line)
+{
+    line += '\n';
+    for (std::string_view rest = line; !rest.empty() && file_ != -1;) {
+        const ssize_t written = ::write(file_, rest.data(), rest.size());
+        if (written > 0)
+            rest.remove_prefix(static_cast<std::size_t>(written));
+        else if (written == 0 || errno != EINTR)
+            stop(written == 0 ? "nothing could be written" : std::strerror(errno)); // NOLINT: as above
+    }
+}
+
+void Recorder::stop(const std::string& reason)
+{
+    if (file_ != -1)
+        (void)::close(file_);
+    file_ = -1;
+    (void)std::fprintf(stderr, "mwtrace: cannot write %s: %s; the run goes on unrecorded\n", path_.c_str(),
+                       reason.c_str());
+}
+
+} // namespace mwtrace

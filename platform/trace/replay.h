@@ -1,0 +1,92 @@
+// Answers platform calls from a recording, as long as they are the recorded ones.
+#ifndef MWTRACE_REPLAY_H
+#define MWTRACE_REPLAY_H
+
+#include "recording.h"
+
+#include "mwapi.h"
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <optional>
+#include <set>
+
+/// What a replayed handle leads to: nothing but its number.
+struct MW_HANDLE {
+    unsigned number;
+};
+
+namespace mwtrace
+{
+
+/// The trace cannot be used; the text says why.
+inline constexpr std::uint32_t BAD_TRACE = 0xE1000001;
+/// The run departs, or has departed, from the recording; the text names both calls.
+inline constexpr std::uint32_t DEPARTED = 0xE1000002;
+
+/// Several threads are matched with those of the recording by their first calls.
+class Replay
+{
+public:
+    /// A trace that cannot be used makes every call fail.
+    explicit Replay(const std::string& path);
+
+    /// The recorded answer to a call, or nothing when the run departs from the recording: then status() says
+    /// what the call is to return.
+    std::optional<Record> answer(std::string_view function, const Json& in);
+    /// The same for a piece of a message.
+    /// @return its result
+    std::uint32_t answer_data(const MW_HANDLE* handle, const void* data, std::uint32_t length,
+                              std::uint32_t timeout);
+
+    [[nodiscard]] std::uint32_t status();
+    /// The words for status().
+    [[nodiscard]] std::string words();
+
+    /// The number of a handle, for comparison with the recorded one.
+    unsigned number_of(const MW_HANDLE* handle);
+    MW_HANDLE* open(unsigned number);
+    void close(const MW_HANDLE* handle);
+
+    /// What the recording still holds when the run is over; empty when nothing, or after a departure.
+    [[nodiscard]] std::string rest();
+
+private:
+    /// One thread of the recording: its records, and how far they were replayed.
+    struct Lane {
+        std::vector<std::size_t> records;
+        std::size_t next = 0;
+        bool claimed = false;
+        std::optional<Record> current; ///< the next record, once it was looked at
+        // How far the pieces of the current record were replayed.
+        std::size_t size_run = 0;
+        std::uint64_t done_in_run = 0;
+        std::size_t data_at = 0;
+    };
+
+    template <class Matches>
+    Lane* this_thread(Matches matches);
+    const Record* look_at(Lane& lane) const;
+    static std::string expected_text(const Lane& lane);
+    static void advance(Lane& lane);
+    void depart(const Lane* lane, const std::string& made);
+
+    std::mutex mutex_;
+    std::optional<Recording> recording_;
+    std::uint32_t status_ = 0;
+    std::string words_;
+    std::vector<Lane> lanes_;
+    std::map<std::uint64_t, Lane*> threads_;
+    std::size_t calls_ = 0;
+    std::deque<MW_HANDLE> handles_; ///< all ever given out, so that none is given twice
+    std::map<const MW_HANDLE*, unsigned> numbers_;
+    unsigned strangers_ = 0;
+};
+
+/// A call in words: MwKSBSendMessageDataEx(data 0D 05, handle 1, timeout 5000).
+[[nodiscard]] std::string call_text(std::string_view function, const Json& in);
+
+} // namespace mwtrace
+
+#endif

@@ -1,0 +1,44 @@
+// libmwtrace: what MWTRACE_PROVIDER names, recorded to the file that MWTRACE_FILE names.
+#include "front.h"
+
+#include <cstdlib>
+
+namespace mwtrace
+{
+namespace
+{
+
+std::string variable(const char* name)
+{
+    const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
+    return value == nullptr ? "" : value;
+}
+
+Front* make_front()
+{
+    auto made = std::make_unique<Front>();
+    const std::string wish = variable("MWTRACE_PROVIDER");
+    const std::string provider = wish.empty() ? "libmwapi.so" : wish == "virtual" ? "libmwvirtual.so" : wish;
+    const std::string problem = load_functions(provider, made->functions);
+    if (!problem.empty())
+        made->problem =
+            "set MWTRACE_PROVIDER to the library with the Mw... functions, or to virtual: " + problem;
+    else if (made->functions.MwOpenS == &::MwOpenS)
+        made->problem = "MWTRACE_PROVIDER names the recorder itself";
+    if (!made->problem.empty())
+        return made.release();
+    made->recorder = recorder_from_environment("MWTRACE_FILE", provider);
+    if (made->recorder == nullptr)
+        (void)std::fputs("mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n", stderr);
+    return made.release();
+}
+
+} // namespace
+
+Front& front()
+{
+    static Front* const made = make_front();
+    return *made;
+}
+
+} // namespace mwtrace
