@@ -1,4 +1,5 @@
-// Finds the provider of the platform functions: a library named by the user, or the virtual carriers.
+// Finds the provider of the platform functions: a library named by the user, the virtual carriers, or a
+// recording.
 #include "provider.h"
 
 #include <dlfcn.h>
@@ -27,6 +28,14 @@ Provider load_library(const char* name, const std::string& advice)
     }
     return provider;
 }
+
+/// The virtual carriers, or a recording: one line says that no hardware answers.
+Provider announced(Provider provider, const char* line)
+{
+    if (provider.problem.empty())
+        (void)std::fputs(line, stderr);
+    return provider;
+}
 } // namespace
 
 Provider choose_provider()
@@ -36,12 +45,16 @@ Provider choose_provider()
     if (wish == nullptr || *wish == '\0')
         return load_library("libmwapi.so",
                             "set KVN_MWAPI to the library with the Mw... functions, or to virtual");
-    if (std::string_view{wish} != "virtual")
-        return load_library(wish, "set KVN_MWAPI to another library with the Mw... functions");
-
-    Provider carriers = load_library("libmwvirtual.so", "KVN_MWAPI asks for the virtual carriers");
-    if (carriers.problem.empty())
-        (void)std::fputs(
-            "KVN_FPGA: KVN_MWAPI is virtual: the boards are simulated, no hardware is reached.\n", stderr);
-    return carriers;
+    if (std::string_view{wish} == "virtual")
+        return announced(
+            load_library("libmwvirtual.so", "KVN_MWAPI asks for the virtual carriers"),
+            "KVN_FPGA: KVN_MWAPI is virtual: the boards are simulated, no hardware is reached.\n");
+    constexpr std::string_view replay = "replay:";
+    if (std::string_view{wish}.starts_with(replay)) {
+        // The replaying library takes the recording's name from its own variable.
+        (void)setenv("MWREPLAY_FILE", wish + replay.size(), 1);
+        return announced(load_library("libmwreplay.so", "KVN_MWAPI asks for a recording"),
+                         "KVN_FPGA: KVN_MWAPI is replay: a recording answers, no hardware is reached.\n");
+    }
+    return load_library(wish, "set KVN_MWAPI to another library with the Mw... functions");
 }
