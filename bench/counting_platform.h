@@ -1,0 +1,20 @@
+// A platform that only counts: one board with one module, which takes everything and does nothing with it.
+#ifndef KVN_FPGA_BENCH_COUNTING_PLATFORM_H
+#define KVN_FPGA_BENCH_COUNTING_PLATFORM_H
+
+#include <cstdint>
+
+/// The data calls since the last message began, that of the load header among them.
+struct SentData {
+    std::uint64_t calls = 0;
+    std::uint64_t bytes = 0;
+    std::uint64_t odd_calls = 0; ///< calls of other than 8 bytes
+};
+
+/// @return what the library, or a bare call, has sent
+const SentData& sent_data();
+
+/// Whether the module says that it takes compressed data.
+void accept_compressed(bool yes);
+
+#endif

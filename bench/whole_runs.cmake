@@ -1,0 +1,17 @@
+# The program that runs whole operations, for the benchmarks and for the tests of their budgets.
+if(TARGET kvn_whole_runs)
+  return()
+endif()
+
+# A library of its own, so that its calls into the program go the way of kvn_fpga's.
+add_library(kvn_bare_calls SHARED ${CMAKE_CURRENT_LIST_DIR}/bare_calls.cpp)
+target_link_libraries(kvn_bare_calls PRIVATE mwapi kvn_warnings)
+
+add_library(kvn_bench_support STATIC ${CMAKE_CURRENT_LIST_DIR}/counting_platform.cpp
+                                     ${CMAKE_CURRENT_LIST_DIR}/test_data.cpp)
+target_include_directories(kvn_bench_support PUBLIC ${CMAKE_CURRENT_LIST_DIR})
+target_link_libraries(kvn_bench_support PUBLIC mwapi PRIVATE kvn_warnings)
+
+add_executable(kvn_whole_runs ${CMAKE_CURRENT_LIST_DIR}/whole_runs.cpp ${CMAKE_CURRENT_LIST_DIR}/operations.cpp)
+target_link_libraries(kvn_whole_runs PRIVATE kvn_bench_support kvn_bare_calls kvn_fpga kvn_warnings)
+set_target_properties(kvn_whole_runs PROPERTIES ENABLE_EXPORTS ON)
