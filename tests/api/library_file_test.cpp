@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -43,20 +42,23 @@ std::vector<std::string> lines_of(const std::string& command)
     return lines;
 }
 
-/// What the expression's first group matches in the lines of a command's output, each once.
-std::set<std::string> found_in(const std::string& command, const std::string& expression)
+/// What stands behind a mark in those lines of a command's output that hold it, up to an end mark.
+std::set<std::string> found_in(const std::string& command, const std::string& mark, char end = '\n')
 {
     std::set<std::string> found;
-    std::smatch match;
-    for (const std::string& line : lines_of(command + " '" KVN_FPGA_LIBRARY "'"))
-        if (std::regex_search(line, match, std::regex{expression}))
-            found.insert(match[1]);
+    for (const std::string& line : lines_of(command + " '" KVN_FPGA_LIBRARY "'")) {
+        const std::size_t start = line.find(mark);
+        if (start != std::string::npos)
+            found.insert(line.substr(start + mark.size(), line.find(end, start) - start - mark.size()));
+    }
     return found;
 }
 
 TEST(LibraryFile, ExportsThePublicClassAndNothingElse)
 {
-    std::set<std::string> exported = found_in(NM " -DC --defined-only", "^[0-9a-f]+ [A-Za-z] (.*)$");
+    std::set<std::string> exported;
+    for (const char* kind : {" T ", " W ", " V ", " D ", " B ", " R ", " u ", " i "})
+        exported.merge(found_in(NM " -DC --defined-only", kind));
     if (is_sanitized)
         std::erase_if(exported, [](const std::string& name) { return name.starts_with("__odr_asan"); });
     EXPECT_THAT(exported, UnorderedElementsAre(
@@ -73,7 +75,9 @@ TEST(LibraryFile, ExportsThePublicClassAndNothingElse)
 
 TEST(LibraryFile, LeavesTheSixteenPlatformFunctionsToTheHost)
 {
-    EXPECT_THAT(found_in(NM " -D --undefined-only", " U (Mw.*)$"),
+    std::set<std::string> undefined = found_in(NM " -D --undefined-only", " U ");
+    std::erase_if(undefined, [](const std::string& name) { return !name.starts_with("Mw"); });
+    EXPECT_THAT(undefined,
                 UnorderedElementsAre(
                     "MwOpenS", "MwClose", "MwErr2Text", "MwGetBoardInfo", "MwGetDeviceInfo", "MwInitIoStatus",
                     "MwKSBSendMessage", "MwKSBReceiveMessage", "MwKSBSendMessageEx", "MwKSBReceiveMessageEx",
@@ -87,20 +91,19 @@ TEST(LibraryFile, IsLinkedToTheLanguagesLibrariesAlone)
                                      "ld-linux-x86-64.so.2"};
     if (is_sanitized)
         allowed.insert({"libasan.so.8", "libubsan.so.1"});
-    const std::set<std::string> needed = found_in(READELF " -dW", "\\(NEEDED\\).*\\[(.*)\\]");
+    const std::set<std::string> needed = found_in(READELF " -dW", "Shared library: [", ']');
     EXPECT_TRUE(needed.contains("libc.so.6"));
     EXPECT_THAT(needed, testing::IsSubsetOf(allowed));
 }
 
 TEST(LibraryFile, HasTheSonameOfItsMajorVersion)
 {
-    EXPECT_THAT(found_in(READELF " -dW", "\\(SONAME\\).*\\[(.*)\\]"),
-                UnorderedElementsAre("libkvn_fpga.so.2"));
+    EXPECT_THAT(found_in(READELF " -dW", "Library soname: [", ']'), UnorderedElementsAre("libkvn_fpga.so.2"));
     EXPECT_TRUE(std::string{KVN_FPGA_LIBRARY}.ends_with("/libkvn_fpga.so.2.7.0"));
 }
 
 TEST(LibraryFile, HasNoPathOfItsBuild)
 {
-    EXPECT_THAT(found_in(READELF " -dW", "\\((RPATH|RUNPATH)\\)"), testing::IsEmpty());
+    EXPECT_THAT(found_in(READELF " -dW", "PATH)"), testing::IsEmpty());
 }
 } // namespace

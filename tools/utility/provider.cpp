@@ -2,10 +2,13 @@
 // recording.
 #include "provider.h"
 
+#include "kvn_fpga.h"
+
 #include <dlfcn.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 namespace
 {
@@ -36,6 +39,19 @@ Provider announced(Provider provider, const char* line)
         (void)std::fputs(line, stderr);
     return provider;
 }
+/// Where the virtual carriers lie: beside the library that this program runs on, in the build tree and when
+/// installed. (A bare name would be searched for in this program's own run path, but not under a sanitizer,
+/// which opens libraries on the program's behalf.)
+std::string virtual_carriers()
+{
+    int major = 0;
+    int minor = 0;
+    char* text = nullptr;
+    kvn_fpga{}.kvn_fpga_version(&major, &minor, &text);
+    Dl_info library{};
+    const bool found = dladdr(text, &library) != 0 && library.dli_fname != nullptr;
+    return std::filesystem::path{found ? library.dli_fname : ""}.replace_filename("libmwvirtual.so");
+}
 } // namespace
 
 Provider choose_provider()
@@ -47,7 +63,7 @@ Provider choose_provider()
                             "set KVN_MWAPI to the library with the Mw... functions, or to virtual");
     if (std::string_view{wish} == "virtual")
         return announced(
-            load_library("libmwvirtual.so", "KVN_MWAPI asks for the virtual carriers"),
+            load_library(virtual_carriers().c_str(), "KVN_MWAPI asks for the virtual carriers"),
             "KVN_FPGA: KVN_MWAPI is virtual: the boards are simulated, no hardware is reached.\n");
     constexpr std::string_view replay = "replay:";
     if (std::string_view{wish}.starts_with(replay)) {
