@@ -4,6 +4,21 @@
 
 #include <ostream>
 
+// The linker sends the driver's call of determine_bitstream_type here.
+namespace
+{
+bool selection_is_skipped = false;
+}
+
+extern "C" {
+int __real__ZN12kvn_fpga_imp24determine_bitstream_typeEv(kvn_fpga_imp* session);
+
+int __wrap__ZN12kvn_fpga_imp24determine_bitstream_typeEv(kvn_fpga_imp* session)
+{
+    return selection_is_skipped ? 0 : __real__ZN12kvn_fpga_imp24determine_bitstream_typeEv(session);
+}
+}
+
 namespace
 {
 class MainDriver : public RunFixture
@@ -200,6 +215,14 @@ INSTANTIATE_TEST_SUITE_P(
                {},
                9201,
                "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (api 0x1001).",
+               "\n"},
+        Source{"a number of more than 31 digits",
+               "mwc4a 00000000000000000000000000000015",
+               nullptr,
+               {"-u"},
+               {},
+               9201,
+               "Error 9201. Cannot open KSB device on board \"mwc4a 1\" (api 0x1001).",
                "\n"},
         Source{"a word too long for the field",
                "aaaaaaaaaabbbbbbbbbbccccccccccddddd 3",
@@ -506,41 +529,63 @@ TEST_F(MainDriver, ExpandOfABitFileNeverGetsHere)
               Fails(9054, "Error 9054. Sorry, expanding a .bit file is not supported."));
 }
 
-/// What the driver's texts say when file selection did not do what it should: reached by a session whose
-/// action changes while the user is asked.
-class ChangedAction : public MainDriver
+/// A run whose file selection chose what the test says, however unlikely.
+class AfterSelection : public MainDriver
 {
 protected:
-    ChangedAction() { current_session = &session; }
-    ~ChangedAction() override { current_session = nullptr; }
+    AfterSelection() { selection_is_skipped = true; }
+    ~AfterSelection() override { selection_is_skipped = false; }
 
-    static kvn_fpga_imp* current_session;
+    Result drive() { return result(session.kvn_fpga_main()); }
 };
 
-kvn_fpga_imp* ChangedAction::current_session = nullptr;
-
-TEST_F(ChangedAction, Error9072WhenAnRbtFileIsToBeExpanded)
+TEST_F(AfterSelection, Error9070WhenAnMcbFileIsToBeCompressed)
 {
-    write_file("other.rbt");
-    session.kvn_fpga_set_userfie(
-        [](char*, void*) {
-            current_session->make_rbt = 1;
-            return int{'y'};
-        },
-        2);
-    EXPECT_EQ(run({"-fother.mcb"}), Fails(9072, "Error 9072: You cannot expand a .rbt file."));
+    session.make_mcb = 1;
+    session.file_is_mcb = 1;
+    EXPECT_EQ(drive(), Fails(9070, "Error 9070: You cannot compress a compressed (.mcb) file."));
 }
 
-TEST_F(ChangedAction, Error9073WhenABitFileIsToBeExpanded)
+TEST_F(AfterSelection, Error9071WhenNothingIsToBeCompressed)
 {
-    write_file("other.bit");
-    session.kvn_fpga_set_userfie(
-        [](char*, void*) {
-            current_session->make_rbt = 1;
-            return int{'y'};
-        },
-        2);
-    EXPECT_EQ(run({"-fother.mcb"}), Fails(9073, "Error 9073: Internal error."));
+    session.make_mcb = 1;
+    EXPECT_EQ(drive(), Fails(9071, "Error 9071: Internal error."));
+}
+
+TEST_F(AfterSelection, Error9072WhenAnRbtFileIsToBeExpanded)
+{
+    session.make_rbt = 1;
+    session.file_is_rbt = 1;
+    EXPECT_EQ(drive(), Fails(9072, "Error 9072: You cannot expand a .rbt file."));
+}
+
+TEST_F(AfterSelection, Error9073WhenABitFileOrNothingIsToBeExpanded)
+{
+    session.make_rbt = 1;
+    EXPECT_EQ(drive(), Fails(9073, "Error 9073: Internal error."));
+    session.file_is_bit = 1;
+    EXPECT_EQ(drive(), Fails(9073, "Error 9073: Internal error."));
+}
+
+TEST_F(AfterSelection, LoadsNothingWhenNoFileIsSelected)
+{
+    platform.board("mwc4a", 0).slot(1, fpga_module(3));
+    session.board_type_given = 1;
+    session.board_number_given = 1;
+    session.slot_given = 1;
+    session.slot = 1;
+    session.slot_address = 1;
+    std::snprintf(session.board_type, sizeof session.board_type, "mwc4a");
+    EXPECT_EQ(drive(), Succeeds());
+    EXPECT_EQ(bus_transcript(), R"(
+OpenS "mwc4a" 0 "ksb"
+InitIoStatus
+InitIoStatus
+GetBoardInfo "mwc4a" 0
+SendMessageEx type 1 board 0 slot 1 length 0 timeout 5000
+ReceiveMessageEx board 0 slot 1 size 30 timeout 5000
+Close
+)");
 }
 
 TEST_F(MainDriver, SearchesWhenNoSlotIsGivenAndKeepsTheWholeAddress)
@@ -622,13 +667,6 @@ TEST_F(MainDriver, ReturnsTheLoadersErrorAndClosesTheBus)
     EXPECT_EQ(bus().back(), "Close");
 }
 
-TEST_F(MainDriver, LoadsNothingWhenNoKindIsSet)
-{
-    EXPECT_EQ(session.load_selected_file(), 0);
-    EXPECT_EQ(transcript(), "\n");
-}
-
-/// A verbose run through all steps, with one platform call failing after the other.
 TEST_F(MainDriver, ClosesTheBusWhicheverCallFails)
 {
     platform.board("mwc4a", 0).slot(1, fpga_module(4).accepts_compressed());

@@ -259,6 +259,19 @@ TEST_F(Console, ShowsProgressOnATerminalAtOnce)
     EXPECT_EQ(seen, "\r% Done: 7");
 }
 
+TEST_F(Console, HelpWaitsForACharacterAfterEachPage)
+{
+    int result = 0;
+    const std::string output = output_of("abc", [&] { result = session.kvn_fpga_help(); });
+    EXPECT_EQ(result, 'c');
+    EXPECT_TRUE(output.starts_with("KVN_FPGA   Kavrin-FPGA and Kavrin-IO Configuration Utility version 2.7 "
+                                   "17/02/06\n                  by Marroway\n\nUsage:  KVN_FPGA"));
+    EXPECT_NE(output.find("override the environmental settings.\n\nPress any key to continue . . .\nUsing "
+                          "KVN_FPGA:\n"),
+              std::string::npos);
+    EXPECT_TRUE(output.ends_with("mwc4a          0         1\n\n\nPress any key to continue . . .\n"));
+}
+
 TEST_F(Console, MixesFunctionsAndStandardStreams)
 {
     static std::string collected;
