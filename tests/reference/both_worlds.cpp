@@ -408,7 +408,7 @@ Worlds::~Worlds()
 /// An empty folder with the scenario's files, which becomes the current one.
 std::filesystem::path Worlds::prepare(const char* name, const scenario::Scenario& scenario) const
 {
-    const std::filesystem::path path = folder_ / name;
+    std::filesystem::path path = folder_ / name;
     std::filesystem::create_directories(path);
     for (const auto& entry : std::filesystem::directory_iterator(path))
         std::filesystem::remove_all(entry.path());
@@ -495,7 +495,7 @@ Account Worlds::with_model(const scenario::Scenario& scenario)
         model.callbacks.ask_yn = [&](const char* question) { return answers.ask_yn(question); };
     for (const scenario::Call& call : scenario.calls) {
         const int result = call_model(model, call);
-        note_result(account.log, result, model.last_error_text.c_str(), true);
+        note_result(account.log, result, model.last_error_text, true);
     }
     if (!scenario.platform.log_data)
         account.log.push_back(platform.data_summary());

@@ -150,8 +150,8 @@ uint32_t Platform::GetBoardInfo(const char* board_type, uint16_t board_number, u
         used |= record[i];
     const uint32_t result = finish("GetBoardInfo", escaped(board_type) + ", " + number(board_number) + ", " +
                                                        (used == 0 ? "cleared" : "not cleared"));
-    for (uint32_t slot = 1; slot <= 4; ++slot) {
-        const Module& described = module(board_number, slot);
+    for (std::size_t slot = 1; slot <= 4; ++slot) {
+        const Module& described = module(board_number, static_cast<uint32_t>(slot));
         record[5 * slot - 4] = described.present;
         record[5 * slot - 3] = described.processor;
         record[5 * slot - 2] = described.serial_bus;

@@ -310,7 +310,7 @@ bool Model::read_terminal_line(std::string& line, std::size_t room)
         if (line.size() < room)
             line += character;
     }
-    line = line.c_str();
+    line = line.substr(0, line.find('\0'));
     return anything;
 }
 
@@ -320,7 +320,7 @@ bool Model::xaskstring(const std::string& prompt, std::string& answer, std::size
     if (callbacks.ask_string) {
         std::string given;
         callbacks.ask_string(prompt.c_str(), given);
-        answer = std::string(given.c_str()).substr(0, room);
+        answer = given.substr(0, given.find('\0')).substr(0, room);
         return true;
     }
     terminal_.output += prompt + "\n> ";
