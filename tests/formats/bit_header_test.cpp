@@ -101,7 +101,7 @@ TEST_F(BitHeaderReader, ReadsTheLongestTexts)
 
 TEST_F(BitHeaderReader, AcceptsAnyNinthMagicByte)
 {
-    for (const std::uint8_t ninth : {0x00, 0x01, 0x0F, 0xFF}) {
+    for (const std::uint8_t ninth : bytes("00 01 0F FF")) {
         BitFile file;
         file.magic[8] = ninth;
         EXPECT_EQ(read(file.content()), Succeeds()) << int{ninth};

@@ -1,4 +1,4 @@
-// Output files that run out of room at a chosen byte.
+// Output files that run out of room, and input files that hide their end.
 #include "output_files.h"
 
 #include "support/streams.h"
@@ -8,6 +8,7 @@
 namespace
 {
 thread_local SmallOutputFile* current = nullptr;
+thread_local bool hides_end = false;
 } // namespace
 
 SmallOutputFile::SmallOutputFile(std::size_t bytes) : room{bytes}
@@ -20,7 +21,24 @@ SmallOutputFile::~SmallOutputFile()
     current = nullptr;
 }
 
+HiddenEnd::HiddenEnd()
+{
+    hides_end = true;
+}
+
+HiddenEnd::~HiddenEnd()
+{
+    hides_end = false;
+}
+
 extern "C" {
+int __real_feof(FILE* stream);
+
+int __wrap_feof(FILE* stream)
+{
+    return hides_end ? 0 : __real_feof(stream);
+}
+
 FILE* __real_fopen(const char* name, const char* mode);
 
 FILE* __wrap_fopen(const char* name, const char* mode)

@@ -1,4 +1,4 @@
-// Output files that run out of room at a chosen byte.
+// Output files that run out of room at a chosen byte, and input files that hide their end.
 #ifndef KVN_FPGA_TESTS_FORMATS_OUTPUT_FILES_H
 #define KVN_FPGA_TESTS_FORMATS_OUTPUT_FILES_H
 
@@ -21,6 +21,17 @@ public:
     /// Lets the stream gather what is written, as the streams of real files do.
     bool gathers = false;
     std::size_t room;
+};
+
+/// For the duration of a scope no stream tells that it has ended: reads come short without a reason. The
+/// calls of feof come here by --wrap.
+class HiddenEnd
+{
+public:
+    HiddenEnd();
+    ~HiddenEnd();
+    HiddenEnd(const HiddenEnd&) = delete;
+    HiddenEnd& operator=(const HiddenEnd&) = delete;
 };
 
 #endif

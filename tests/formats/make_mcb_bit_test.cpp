@@ -1,0 +1,316 @@
+// BIT to MCB: the output byte for byte, the console, the probe behind the data, and every error.
+#include "output_files.h"
+#include "support/bitstreams.h"
+#include "support/faults.h"
+#include "support/run_fixture.h"
+#include "support/streams.h"
+
+#include <cstring>
+
+using namespace std::string_literals;
+
+namespace
+{
+using Lines = std::vector<std::string>;
+
+class MakeMcbBit : public RunFixture
+{
+protected:
+    MakeMcbBit() { std::strcpy(session.bitstream_file, "design.bit"); }
+
+    /// Converts what stands in design.bit.
+    Result convert() { return convert(std::fopen("design.bit", "rb")); }
+    Result convert(const BitFile& file)
+    {
+        file.write();
+        return convert();
+    }
+    Result convert(FILE* stream)
+    {
+        session.last_error = 0;
+        session.last_error_text[0] = '\0';
+        return result(session.Make_mcb_file_bit(stream));
+    }
+
+    static std::string field(std::string text)
+    {
+        text.resize(255, '\0');
+        return text;
+    }
+
+    static std::string mcb() { return read_file("design.mcb"); }
+    static Bytes data_section()
+    {
+        const std::string runs = mcb().substr(522);
+        return {runs.begin(), runs.end()};
+    }
+
+    FaultScope faults;
+};
+
+/// What allocation fails when the output's stream is to have no buffer: behind the four texts of the header.
+constexpr int OUTPUT_BUFFER = 5;
+} // namespace
+
+TEST_F(MakeMcbBit, WritesTheFileByteForByte)
+{
+    EXPECT_EQ(convert(BitFile{bytes("FF FF FF FF  FF FF FF 01  02 02 03 80")}), Succeeds());
+    const std::string expected = "\x78\x12\x44\x00\x88\x01\x76\x00"s + field("2v3000fg676") +
+                                 field("2006/02/17 12:34:56") + "\x0C\x00\x00\x00"s +
+                                 "\x07\xFF\x01\x01\x02\x02\x01\x03\x01\x80"s;
+    EXPECT_EQ(mcb(), expected);
+    EXPECT_EQ(log(), (Lines{R"(| \nGenerating an MCB file from design.bit.\n)",
+                            R"(| Checking header section of file <design.bit>.\n)",
+                            R"(| \r% Done: 100, stored 6 bytes representing 96 bits\n)",
+                            R"(| The bitstream has been compressed.\n)"}));
+}
+
+TEST_F(MakeMcbBit, SaysMoreWhenVerbose)
+{
+    session.verbose = 1;
+    EXPECT_EQ(convert(BitFile{Bytes(4, 0)}), Succeeds());
+    EXPECT_EQ(log(), (Lines{R"(| \nGenerating an MCB file from design.bit.\n)",
+                            R"(| Checking header section of file <design.bit>.\n)",
+                            R"(| The bitstream is for a 2v3000fg676 device.\n)",
+                            R"(| Time and date string is:\n2006/02/17 12:34:56\n)",
+                            R"(| The bitstream contains 32 configuration bits.\n)",
+                            R"(| \r% Done: 100, stored 2 bytes representing 32 bits\n)",
+                            R"(| The bitstream has been compressed.\n)"}));
+}
+
+TEST_F(MakeMcbBit, ShowsProgressEvery20000Bits)
+{
+    EXPECT_EQ(convert(BitFile{Bytes(7500, 0)}), Succeeds());
+    EXPECT_EQ(prints(), (Lines{R"(\nGenerating an MCB file from design.bit.\n)",
+                               R"(Checking header section of file <design.bit>.\n)", R"(\r% Done: 33)",
+                               R"(\r% Done: 66)", R"(\r% Done: 100)",
+                               R"(\r% Done: 100, stored 31 bytes representing 60000 bits\n)",
+                               R"(The bitstream has been compressed.\n)"}));
+}
+
+TEST_F(MakeMcbBit, TextsThatAreTooLongAreCut)
+{
+    BitFile file{Bytes(4, 0)};
+    file.device = std::string(400, 'v');
+    file.date = std::string(250, 'd');
+    EXPECT_EQ(convert(file), Succeeds());
+    EXPECT_EQ(mcb().substr(8, 255), std::string(254, 'v') + '\0');
+    EXPECT_EQ(mcb().substr(263, 255), std::string(250, 'd') + " 12:" + '\0');
+}
+
+TEST_F(MakeMcbBit, EmptyTextsLeaveABlankBetweenDateAndTime)
+{
+    BitFile file{Bytes(4, 0)};
+    file.device.clear();
+    file.date.clear();
+    file.time.clear();
+    EXPECT_EQ(convert(file), Succeeds());
+    EXPECT_EQ(mcb().substr(8, 255), field(""));
+    EXPECT_EQ(mcb().substr(263, 255), field(" "));
+}
+
+TEST_F(MakeMcbBit, AHeaderErrorIsPassedOn)
+{
+    BitFile file;
+    file.c_key = 'x';
+    EXPECT_EQ(convert(file),
+              Fails(9338, "Error 9338. Expected to find 'c' in header of BIT file design.bit, but found x."));
+    EXPECT_FALSE(file_exists("design.mcb"));
+}
+
+TEST_F(MakeMcbBit, TheDeviceIsComparedWithTheSessions)
+{
+    std::strcpy(session.device_name, "2v1000-4");
+    EXPECT_EQ(convert(BitFile{}),
+              Fails(9336, "Error 9336. Bitstream design.bit is not for a 2v1000-4 device."));
+}
+
+TEST_F(MakeMcbBit, Error9410WhenTheOutputCannotBeCreated)
+{
+    std::filesystem::create_directory("design.mcb");
+    EXPECT_EQ(convert(BitFile{}), Fails(9410, "Error 9410. Cannot open/create MCB file design.mcb."));
+}
+
+TEST_F(MakeMcbBit, ALengthThatIsNoMultipleOfFourNeverConverts)
+{
+    for (const std::size_t size : {29U, 30U, 31U}) {
+        const std::string bits = std::to_string(size * 8);
+        EXPECT_EQ(
+            convert(BitFile{size}),
+            Fails(9416, "Error 9416. Failed to read BIT file design.bit (after 224 bits read, expected " +
+                            bits + ")."));
+        BitFile file{size};
+        file.tail = std::string(1024 + 3, 'x');
+        EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    }
+}
+
+TEST_F(MakeMcbBit, AFileThatIsCutShortLeavesTheFinishedRuns)
+{
+    const BitFile file{bytes("01 02 03 04 05 06 07 08")};
+    const std::string content = file.content();
+    const std::size_t data = file.header().size();
+    for (std::size_t kept = 0; kept < 8; ++kept) {
+        const auto expected = Fails(9416, "Error 9416. Failed to read BIT file design.bit (after " +
+                                              std::to_string(kept / 4 * 32) + " bits read, expected 64).");
+        write_file("design.bit", content.substr(0, data + kept));
+        EXPECT_EQ(convert(), expected) << kept;
+        EXPECT_EQ(data_section(), kept < 4 ? Bytes{} : bytes("01 01 01 02 01 03"));
+        EXPECT_EQ(convert(stream_failing_at(content, data + kept)), expected) << kept;
+        EXPECT_EQ(data_section(), kept < 4 ? Bytes{} : bytes("01 01 01 02 01 03"));
+    }
+}
+
+TEST_F(MakeMcbBit, Error9417WhenAWordIsShortWithoutAReason)
+{
+    const BitFile file{bytes("01 02 03 04 05 06 07 08")};
+    const HiddenEnd hidden_end;
+    for (std::size_t rest = 0; rest < 4; ++rest) {
+        write_file("design.bit", file.content().substr(0, file.header().size() + 4 + rest));
+        EXPECT_EQ(convert(), Fails(9417, "Error 9417. Incorrect word length (" + std::to_string(rest) +
+                                             "), bit_count = 32, in BIT file design.bit."));
+    }
+}
+
+// Bytes are added to bits: only a whole block of 1024 behind the data is noticed.
+TEST_F(MakeMcbBit, OnlyAWholeBlockBehindTheDataIsNoticed)
+{
+    BitFile file{64};
+    for (const std::size_t more : {1U, 1023U}) {
+        file.tail = std::string(more, 'x');
+        EXPECT_EQ(convert(file), Succeeds()) << more;
+    }
+    for (const std::size_t more : {1024U, 5000U}) {
+        clear_log();
+        file.tail = std::string(more, 'x');
+        EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+        EXPECT_EQ(prints().at(2).substr(0, 14), R"(\r% Done: 300,)") << "512 bits and 1024";
+        EXPECT_EQ(data_section(), run_coded(sample_data(64))) << "the file is complete";
+    }
+    const std::string content = file.content();
+    const std::size_t end = content.size() - 5000;
+    EXPECT_EQ(convert(stream_failing_at(content, end + 1023)), Succeeds());
+    EXPECT_EQ(convert(stream_failing_at(content, end + 1024)).number, 9422);
+}
+
+TEST_F(MakeMcbBit, OfNoStatedBitsOneWordIsReadAndNoProgressShown)
+{
+    BitFile file{Bytes(4, 0)};
+    file.byte_count = 0;
+    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(prints().back(), R"(\r% Done: 100, stored 2 bytes representing 0 bits\n)");
+    EXPECT_EQ(convert(BitFile{0}),
+              Fails(9416, "Error 9416. Failed to read BIT file design.bit (after 0 bits read, expected 0)."));
+}
+
+TEST_F(MakeMcbBit, ACountBeyond32BitsEndsInTheSizeCheck)
+{
+    BitFile file{Bytes(4, 0)};
+    file.byte_count = 0x20000004; // 32 bits and 2^32
+    EXPECT_EQ(convert(file), Succeeds());
+    EXPECT_EQ(mcb().substr(518, 4), "\x04\x00\x00\x20"s) << "the header's count as it is";
+    file.byte_count = 0x10000000;
+    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+}
+
+namespace
+{
+/// The error of a byte that found no room in an MCB file of the runs 01 01 .. 01 08.
+Result full_at(std::size_t room)
+{
+    const auto failure = [](int number, const char* what) {
+        return Fails(number, "Error " + std::to_string(number) + ". Cannot write " + what +
+                                 " to MCB file design.mcb.");
+    };
+    if (room < 4)
+        return failure(9411, "header");
+    if (room < 8)
+        return failure(9412, "header");
+    if (room < 263)
+        return failure(9413, "header");
+    if (room < 518)
+        return failure(9414, "header");
+    if (room < 522)
+        return failure(9415, "header");
+    if (room < 522 + 14)
+        return failure(room % 2 == 0 ? 9418 : 9419, "MCB file data");
+    return failure(room % 2 == 0 ? 9420 : 9421, "MCB file data");
+}
+} // namespace
+
+TEST_F(MakeMcbBit, EveryByteThatCannotBeWrittenHasTheErrorOfItsField)
+{
+    ASSERT_EQ(convert(BitFile{bytes("01 02 03 04 05 06 07 08")}), Succeeds());
+    const std::string whole = mcb();
+    ASSERT_EQ(whole.size(), 522U + 16);
+    for (std::size_t room = 0; room < whole.size(); ++room) {
+        const SmallOutputFile output{room};
+        fail_allocation_at(OUTPUT_BUFFER); // so that nothing is gathered on the way
+        EXPECT_EQ(convert(), full_at(room)) << room;
+        EXPECT_EQ(output.taken, whole.substr(0, room));
+    }
+}
+
+TEST_F(MakeMcbBit, Error9421WhenTheDiskIsFullAtTheEnd)
+{
+    BitFile{Bytes(4, 0)}.write();
+    SmallOutputFile output{523};
+    output.gathers = true;
+    EXPECT_EQ(convert(), Fails(9421, "Error 9421. Cannot write MCB file data to MCB file design.mcb."));
+    EXPECT_EQ(prints().back(), R"(\r% Done: 100, stored 2 bytes representing 32 bits\n)")
+        << "found behind the last line";
+}
+
+TEST_F(MakeMcbBit, Error9421WhenClosingFails)
+{
+    BitFile{Bytes(4, 0)}.write();
+    fail_close_at(1); // the output's
+    EXPECT_EQ(convert(), Fails(9421, "Error 9421. Cannot write MCB file data to MCB file design.mcb."));
+}
+
+TEST_F(MakeMcbBit, AWrongCountKeepsItsNumberWhenTheDiskIsFullAtTheEnd)
+{
+    BitFile file{Bytes(4, 0)};
+    file.tail = std::string(1024, 'x');
+    file.write();
+    SmallOutputFile output{523};
+    output.gathers = true;
+    EXPECT_EQ(convert(), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+}
+
+TEST_F(MakeMcbBit, AFullDeviceIsNeverSuccess)
+{
+    std::filesystem::create_symlink("/dev/full", "design.mcb");
+    for (const std::size_t size : {4U, 1000U, 4000U, 120000U}) {
+        Bytes data;
+        for (std::size_t i = 0; i < size; ++i)
+            data.push_back(static_cast<std::uint8_t>(i));
+        const Result failed = convert(BitFile{data});
+        EXPECT_GE(failed.number, 9418) << size;
+        EXPECT_LE(failed.number, 9421) << size;
+    }
+}
+
+TEST_F(MakeMcbBit, AShortageOfMemoryForBuffersChangesNothing)
+{
+    const BitFile file{sample_data(40000)};
+    ASSERT_EQ(convert(file), Succeeds());
+    const std::string whole = mcb();
+    for (int allocation = OUTPUT_BUFFER; allocation <= OUTPUT_BUFFER + 2; ++allocation) {
+        fail_allocation_at(allocation);
+        EXPECT_EQ(convert(), Succeeds());
+        EXPECT_EQ(mcb(), whole) << allocation;
+    }
+}
+
+TEST_F(MakeMcbBit, AFailedAllocationOfTheHeaderIsPassedOn)
+{
+    const int numbers[] = {9329, 9334, 9340, 9345};
+    int allocation = 0;
+    for (const int number : numbers) {
+        BitFile{}.write();
+        fail_allocation_at(++allocation);
+        EXPECT_EQ(convert().number, number);
+        EXPECT_FALSE(file_exists("design.mcb"));
+    }
+}
