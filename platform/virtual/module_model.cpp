@@ -226,16 +226,12 @@ void ModuleModel::begin_message(unsigned bus_board)
 
 void ModuleModel::take(std::span<const std::uint8_t> bytes)
 {
-    for (const std::uint8_t each : bytes)
-        take_byte(each);
-}
-
-void ModuleModel::take_byte(std::uint8_t byte)
-{
-    if (header_bytes_ < HEADER_SIZE)
-        take_header_byte(byte);
-    else if (is_load())
-        take_load_byte(byte);
+    while (header_bytes_ < HEADER_SIZE && !bytes.empty()) {
+        take_header_byte(bytes.front());
+        bytes = bytes.subspan(1);
+    }
+    if (is_load())
+        take_load_data(bytes);
 }
 
 void ModuleModel::take_header_byte(std::uint8_t byte)
@@ -261,22 +257,29 @@ void ModuleModel::begin_load()
     port_ = device_ != nullptr ? fpga::make_port(*device_) : nullptr;
 }
 
-void ModuleModel::take_load_byte(std::uint8_t byte)
+void ModuleModel::take_load_data(std::span<const std::uint8_t> bytes)
 {
-    keep(contents_.received, {&byte, 1});
+    keep(contents_.received, bytes);
     if (header_[1] != board_byte(bus_board_))
         return;
     if (!contents_.compressed)
-        return configure({&byte, 1});
+        return configure(bytes);
     if (settings_.compression == Compression::none)
         return;
+    for (const std::uint8_t each : bytes)
+        take_run_byte(each);
+}
+
+void ModuleModel::take_run_byte(std::uint8_t byte)
+{
     if (!run_count_) {
         run_count_ = byte;
         return;
     }
-    std::array<std::uint8_t, 255> run{};
-    run.fill(byte);
-    configure(std::span{run}.first(*std::exchange(run_count_, std::nullopt)));
+    const std::size_t count = *std::exchange(run_count_, std::nullopt);
+    std::array<std::uint8_t, 255> run; // filled as far as it is used
+    std::fill_n(run.begin(), count, byte);
+    configure(std::span{run}.first(count));
 }
 
 void ModuleModel::configure(std::span<const std::uint8_t> bytes)

@@ -40,10 +40,10 @@ public:
 private:
     static constexpr std::size_t HEADER_SIZE = 2;
 
-    void take_byte(std::uint8_t byte);
     void take_header_byte(std::uint8_t byte);
     void begin_load();
-    void take_load_byte(std::uint8_t byte);
+    void take_load_data(std::span<const std::uint8_t> bytes);
+    void take_run_byte(std::uint8_t byte);
     void configure(std::span<const std::uint8_t> bytes);
     std::optional<Message> answer();
     std::optional<Message> identify() const;
