@@ -1,0 +1,424 @@
+// The configuration description file: its lines, its order of steps, and every error.
+#include "support/bitstreams.h"
+#include "support/faults.h"
+#include "support/run_fixture.h"
+
+#include <cstring>
+#include <ostream>
+
+using namespace std::string_literals;
+
+namespace
+{
+using Lines = std::vector<std::string>;
+
+class ConFileFixture : public RunFixture
+{
+protected:
+    ConFileFixture() : module{platform.board("mwc4a", 0).slot(1, fpga_module(3).accepts_compressed(false))}
+    {
+        session.kvn_fpga_set_userfie(nullptr, 1);
+        session.kvn_fpga_set_userfie(nullptr, 2);
+        RbtFile{two_words}.write();
+    }
+
+    /// Runs a description file of this content.
+    Result process(const std::string& content)
+    {
+        write_file("batch.con", content);
+        return process();
+    }
+    Result process()
+    {
+        clear_log();
+        std::strcpy(session.con_file, "batch.con");
+        session.prompt_user = 1;
+        session.last_error = 0;
+        session.last_error_text[0] = '\0';
+        const Result outcome = result(session.Process_Con_File());
+        close_files();
+        return outcome;
+    }
+
+    /// The platform's lines that tell which board was opened and which module was loaded.
+    [[nodiscard]] Lines opened_and_loaded() const
+    {
+        Lines lines;
+        for (const std::string& line : bus())
+            if (line.starts_with("OpenS") || line.starts_with("StartSendMessageEx") || line == "Close")
+                lines.push_back(line);
+        return lines;
+    }
+
+    const Bytes two_words = bytes("01 02 03 04 05 06 07 08");
+    Module& module;
+    FaultScope faults;
+};
+
+class ConFile : public ConFileFixture
+{
+};
+
+constexpr char ONE_MODULE[] = "0x1 modules sucessfully configured.\\n";
+} // namespace
+
+TEST_F(ConFile, ConfiguresAModuleWithoutQuestions)
+{
+    EXPECT_EQ(process("\"File  Board  Number  Slot\"\n"
+                      "design.rbt     mwc4a          0         1\n"),
+              Succeeds());
+    EXPECT_EQ(log(),
+              (Lines{"* OpenS \"mwc4a\" 0 \"ksb\"",
+                     "* InitIoStatus",
+                     "* InitIoStatus",
+                     "| \\n\\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x1 (via 'mwc4a 0')\\n",
+                     "* GetBoardInfo \"mwc4a\" 0",
+                     "* SendMessageEx type 1 board 0 slot 1 length 0 timeout 5000",
+                     "* ReceiveMessageEx board 0 slot 1 size 30 timeout 5000",
+                     "| The module in slot 0x1 is a KAVRIN-FPGA3 version 1.\\n",
+                     "| The module does NOT support loading of compressed bitstreams.\\n",
+                     "| The FPGA on this module is a 2v3000 device, in an fg676 package.\\n",
+                     "| The FPGA speed grade is -4.\\n",
+                     "| Checking header section of the file <design.rbt>.\\n",
+                     "* StartSendMessageEx board 0 slot 1 timeout 5000",
+                     "* SendMessageDataEx 03 05 timeout 5000",
+                     "* SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000",
+                     "| \\r% Done: 100\\n",
+                     "| The bitstream has been downloaded.\\n",
+                     "* EndOfSendMessageEx timeout 5000",
+                     "* StartReceiveMessageEx timeout 5000",
+                     "* ReceiveMessageDataEx size 2 timeout 5000",
+                     "* EndOfReceiveMessageEx timeout 5000",
+                     "| Configuration was successful.\\n",
+                     "* Close",
+                     "| 0x1 modules sucessfully configured.\\n"}));
+    EXPECT_EQ(session.prompt_user, 0U);
+}
+
+TEST_F(ConFile, Error9027WhenThereAreOnlyComments)
+{
+    for (const char* content : {"", "\"a comment\"\n", "\"one\n\"two\n", "\n \n  design mwc4a 0 1\n\n"})
+        EXPECT_EQ(process(content),
+                  Fails(9027, "Error 9027. No KAVRIN-FPGA or KAVRIN-IO modules were configured."))
+            << content;
+    EXPECT_TRUE(log().empty());
+}
+
+TEST_F(ConFile, TheSlotFieldIsTheWholeAddress)
+{
+    Module& other = platform.board("mwc4a", 2).slot(1, fpga_module(3));
+    platform.board("mwc4a", 1);
+    EXPECT_EQ(process("design mwc4a 1 0x21\n"), Succeeds());
+    EXPECT_EQ(opened_and_loaded(), (Lines{"OpenS \"mwc4a\" 1 \"ksb\"",
+                                          "StartSendMessageEx board 2 slot 1 timeout 5000", "Close"}));
+    EXPECT_EQ(other.received(), two_words);
+    EXPECT_EQ(other.received_header(), bytes("03 0D")) << "the board that was opened";
+    EXPECT_EQ(session.slot_address, 0x21);
+    EXPECT_EQ(session.slot, 1);
+}
+
+TEST_F(ConFile, Error9026EndsTheRunAtItsLine)
+{
+    const struct {
+        const char* slot;
+        int printed;
+    } rows[] = {{"5", 5},   {"0x10", 0}, {"0", 0},    {"-1", 15}, {"0x25", 5}, {"x", 0},
+                {"0X1", 0}, {"0x", 0},   {"0xg1", 0}, {"15", 15}, {"256", 0},  {"16", 0}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(process("design mwc4a 0 "s + row.slot + "\ndesign mwc4a 0 1\n"),
+                  Fails(9026, "Error 9026. Invalid slot number " + std::to_string(row.printed) +
+                                  " (should be 1,2,3 or 4)."))
+            << row.slot;
+        EXPECT_TRUE(log().empty());
+    }
+}
+
+TEST_F(ConFile, TheSlotFieldMayBeDecimalOrHexadecimal)
+{
+    for (const char* slot : {"1", "+1", "0x1", "0x01", "1x", "0x1g", "0x101", "257", "01"}) {
+        EXPECT_EQ(process("design mwc4a 0 "s + slot), Succeeds()) << slot;
+        EXPECT_EQ(session.slot_address, 1) << slot;
+    }
+}
+
+TEST_F(ConFile, WithoutAnExtensionRbtComesBeforeMcb)
+{
+    McbFile{bytes("11 12 13 14")}.write();
+    EXPECT_EQ(process("design mwc4a 0 1\n"), Succeeds());
+    EXPECT_STREQ(session.bitstream_file, "design.rbt");
+    EXPECT_EQ(module.received(), two_words);
+    EXPECT_EQ(session.file_is_rbt, 1U);
+    EXPECT_EQ(session.file_is_mcb, 0U);
+
+    std::filesystem::remove("design.rbt");
+    EXPECT_EQ(process("design mwc4a 0 1\n"), Succeeds());
+    EXPECT_STREQ(session.bitstream_file, "design.mcb");
+    EXPECT_EQ(module.received(), bytes("11 12 13 14"));
+    EXPECT_EQ(session.file_is_rbt, 0U);
+    EXPECT_EQ(session.file_is_mcb, 1U);
+}
+
+TEST_F(ConFile, TheExtensionChoosesTheFile)
+{
+    McbFile{bytes("11 12 13 14")}.write();
+    EXPECT_EQ(process("design.mcb mwc4a 0 1\n"), Succeeds());
+    EXPECT_EQ(module.received(), bytes("11 12 13 14"));
+    EXPECT_EQ(process("design.rbt mwc4a 0 1\n"), Succeeds());
+    EXPECT_EQ(module.received(), two_words);
+}
+
+TEST_F(ConFile, TwoGoodLinesAreCounted)
+{
+    EXPECT_EQ(process("design mwc4a 0 1\ndesign mwc4a 0 1\n"), Succeeds());
+    EXPECT_EQ(prints().back(), "0x2 modules sucessfully configured.\\n");
+    EXPECT_EQ(module.loads.size(), 2U);
+    EXPECT_EQ(opened_and_loaded().size(), 6U) << "the bus is opened and closed for each line";
+}
+
+// The count is hexadecimal.
+TEST_F(ConFile, ManyLinesAreCountedInHexadecimal)
+{
+    std::string content;
+    for (int line = 0; line < 26; ++line)
+        content += "design mwc4a 0 1\n";
+    platform.logs_data = false;
+    EXPECT_EQ(process(content), Succeeds());
+    EXPECT_EQ(prints().back(), "0x1a modules sucessfully configured.\\n");
+}
+
+TEST_F(ConFile, Error9025ForABoardBeyond15KeptIn16Bits)
+{
+    const struct {
+        const char* number;
+        int printed;
+    } rows[] = {{"16", 16}, {"-1", 65535}, {"65535", 65535}, {"65552", 16}, {"99999999999", 65535}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(process("design mwc4a "s + row.number + " 1\n"),
+                  Fails(9025, "Error 9025. Invalid board number " + std::to_string(row.printed) +
+                                  " (should be 0..15)."))
+            << row.number;
+        EXPECT_TRUE(log().empty());
+    }
+    platform.board("mwc4a", 1).slot(1, fpga_module(3));
+    EXPECT_EQ(process("design mwc4a 65537 0x11\n"), Succeeds());
+    EXPECT_EQ(session.board_number, 1);
+}
+
+TEST_F(ConFile, TheFirstFailingLineEndsTheRun)
+{
+    EXPECT_EQ(process("design mwc4a 0 1\ndesign mwc4a 0 2\ndesign mwc4a 0 1\n"),
+              Fails(9220, "Error 9220. There is no module in slot 2 of board mwc4a 0."));
+    EXPECT_EQ(module.loads.size(), 1U) << "the module before it stays configured";
+    EXPECT_EQ(bus().back(), "Close");
+    EXPECT_STREQ(session.bitstream_file, "design.rbt");
+    EXPECT_STREQ(session.board_type, "mwc4a");
+    EXPECT_EQ(session.slot_address, 2);
+    EXPECT_EQ(session.slot, 2);
+    EXPECT_EQ(session.prompt_user, 0U);
+}
+
+TEST_F(ConFile, SkipsCommentsAndBlankLinesAmongTheModules)
+{
+    EXPECT_EQ(process("\"comment\n\n design mwc4a 0 9\ndesign mwc4a 0 1\n\n\"end"), Succeeds());
+    EXPECT_EQ(prints().back(), ONE_MODULE);
+}
+
+TEST_F(ConFile, FieldsMayStandApartByBlanksAndTabs)
+{
+    EXPECT_EQ(process("design\t \tmwc4a \t0\t\t1\t ignored\n"), Succeeds());
+    EXPECT_EQ(prints().back(), ONE_MODULE);
+    EXPECT_EQ(process("design mwc4a 0 1"), Succeeds()) << "the last line needs no line feed";
+}
+
+// A line that begins with a tab is not skipped: its first field is empty.
+TEST_F(ConFile, ALineThatBeginsWithATabNamesNoFile)
+{
+    EXPECT_EQ(process("\tdesign mwc4a 0 1\n"),
+              Fails(9021, "Error 9021. Cannot find/open .rbt or .mcb file."));
+}
+
+TEST_F(ConFile, FieldsEndAtTheEndOfTheLine)
+{
+    for (const char* line :
+         {"design\n", "design mwc4a\n", "design mwc4a 0\n", "design mwc4a 0 \n", "design"}) {
+        EXPECT_EQ(process(line + "design mwc4a 0 1\n"s).number, line == "design"s ? 0 : 9026) << line;
+    }
+    EXPECT_EQ(process("design mwc4a 0\n"),
+              Fails(9026, "Error 9026. Invalid slot number 0 (should be 1,2,3 or 4)."));
+}
+
+TEST_F(ConFile, FieldsThatAreTooLongAreCut)
+{
+    const std::string type(40, 'b');
+    platform.board(type.substr(0, 31), 0).slot(1, fpga_module(3));
+    EXPECT_EQ(process("design " + type + " 0 1\n"), Succeeds());
+    EXPECT_EQ(session.board_type, type.substr(0, 31));
+}
+
+TEST_F(ConFile, ALineBeyond255CharactersIsReadInPieces)
+{
+    // The rest of the comment is a line of its own, which names no module.
+    const std::string comment = '"' + std::string(254, 'c');
+    EXPECT_EQ(process(comment + "nothing mwc4a 0 1\n"),
+              Fails(9021, "Error 9021. Cannot find/open nothing.rbt or nothing.mcb file."));
+    EXPECT_EQ(process(comment + "design mwc4a 0 1\n"), Succeeds());
+    // And a name of 255 characters has no room for an extension.
+    const std::string name(255, 'n');
+    EXPECT_EQ(process(name).text.substr(0, 38), "Error 9021. Cannot find/open nnnnnnnnn");
+}
+
+TEST_F(ConFile, ADeviceNameIsThatOfTheLastModule)
+{
+    platform.board("mwc4a", 0).slot(3, fpga_module(3).device("2v3000fg676-6"));
+    EXPECT_EQ(process("design mwc4a 0 1\ndesign mwc4a 0 3\n"), Succeeds());
+    EXPECT_STREQ(session.device_name, "2v3000fg676-6");
+}
+
+TEST_F(ConFile, EachLineAsksItsModuleForCompression)
+{
+    module.accepts_compressed();
+    Module& plain = platform.board("mwc4a", 0).slot(2, fpga_module(3).accepts_compressed(false));
+    EXPECT_EQ(process("design mwc4a 0 1\ndesign mwc4a 0 2\n"), Succeeds());
+    EXPECT_EQ(module.received_header(), bytes("0D 05"));
+    EXPECT_EQ(plain.received_header(), bytes("03 05"));
+}
+
+namespace
+{
+struct LineFault {
+    int number;
+    const char* name;
+    const char* line;
+    const char* text;
+};
+
+const LineFault line_faults[] = {
+    {9021, "NeitherFile", "nothing mwc4a 0 1\n",
+     "Error 9021. Cannot find/open nothing.rbt or nothing.mcb file."},
+    {9021, "ShortName", "rbt mwc4a 0 1\n", "Error 9021. Cannot find/open rbt.rbt or rbt.mcb file."},
+    {9022, "NoRbtFile", "nothing.rbt mwc4a 0 1\n", "Error 9022. Cannot find/open nothing.rbt file."},
+    {9023, "NoMcbFile", "nothing.mcb mwc4a 0 1\n", "Error 9023. Cannot find/open nothing.mcb file."},
+    {9024, "BitFile", "design.bit mwc4a 0 1\n",
+     "Error 9024. Incorrect file extension in design.bit (should be .rbt or .mcb or none)."},
+    {9024, "UpperCase", "design.RBT mwc4a 0 1\n",
+     "Error 9024. Incorrect file extension in design.RBT (should be .rbt or .mcb or none)."},
+    {9025, "Board", "design mwc4a 16 1\n", "Error 9025. Invalid board number 16 (should be 0..15)."},
+    {9026, "Slot", "design mwc4a 0 5\n", "Error 9026. Invalid slot number 5 (should be 1,2,3 or 4)."},
+    // The file is opened before the board is looked at, and the board before the slot.
+    {9022, "FileComesFirst", "nothing.rbt mwc4a 16 5\n", "Error 9022. Cannot find/open nothing.rbt file."},
+    {9025, "BoardComesBeforeSlot", "design mwc4a 16 5\n",
+     "Error 9025. Invalid board number 16 (should be 0..15)."},
+};
+
+class ConFileLine : public ConFileFixture, public testing::WithParamInterface<LineFault>
+{
+};
+
+void PrintTo(const LineFault& fault, std::ostream* out)
+{
+    *out << fault.text;
+}
+} // namespace
+
+TEST_P(ConFileLine, EndsTheRunBeforeTheBusIsOpened)
+{
+    BitFile{}.write();
+    EXPECT_EQ(process(GetParam().line + "design mwc4a 0 1\n"s), Fails(GetParam().number, GetParam().text));
+    EXPECT_TRUE(log().empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(Faults, ConFileLine, testing::ValuesIn(line_faults), [](const auto& row) {
+    return "Error" + std::to_string(row.param.number) + row.param.name;
+});
+
+TEST_F(ConFile, Error9020WhenTheFileCannotBeOpened)
+{
+    EXPECT_EQ(process(), Fails(9020, "Error 9020. Failed to find/open file \"batch.con\"."));
+    EXPECT_EQ(session.prompt_user, 1U) << "nothing has begun";
+}
+
+TEST_F(ConFile, EveryPlatformCallEndsTheRunWithTheBusClosed)
+{
+    write_file("batch.con", "design mwc4a 0 1\ndesign mwc4a 0 1\n");
+    const int errors[] = {9201, 9202, 9203, 9190, 9060, 9061, 9105, 9106, 9140, 9114, 9115, 9116, 9117};
+    int call = 0;
+    for (const int number : errors) {
+        platform.fail_call(++call);
+        EXPECT_EQ(process().number, number) << "platform call " << call;
+        platform.fail_nothing();
+        const Lines calls = bus();
+        EXPECT_EQ(calls.back(), number == 9201 ? "Err2Text 0x77" : "Close");
+        EXPECT_EQ(platform.open_handles(), 0);
+        session.send_count = 0;
+    }
+    const int before = platform.calls();
+    EXPECT_EQ(process(), Succeeds());
+    EXPECT_EQ(platform.calls() - before, 2 * call) << "calls of the whole run";
+}
+
+TEST_F(ConFile, ACallersHandleIsUsedAndNeverClosed)
+{
+    session.handle = platform.caller_handle("mwc4a", 0);
+    session.handle_is_external = 1;
+    EXPECT_EQ(process("design mwc4a 0 1\n"), Succeeds());
+    for (const std::string& line : bus())
+        EXPECT_TRUE(line.ends_with(" on caller handle") || line.starts_with("GetBoardInfo")) << line;
+    EXPECT_EQ(module.received(), two_words);
+}
+
+TEST_F(ConFile, ALoadersErrorIsPassedOn)
+{
+    module.status = 4;
+    EXPECT_EQ(process("design mwc4a 0 1\n"), Fails(9118, "Error 9118. Configuration was unsuccessful (4)."));
+    EXPECT_EQ(bus().back(), "Close");
+    McbFile{}.write();
+    EXPECT_EQ(process("design.mcb mwc4a 0 1\n"),
+              Fails(9172, "Error 9172. Configuration was unsuccessful 4."));
+}
+
+TEST_F(ConFile, WholeRunsLeaveNoFileOpen)
+{
+    write_file("batch.con", "design mwc4a 0 1\n");
+    EXPECT_EQ(run({"batch"}), Succeeds());
+    const std::size_t descriptors = count_descriptors();
+    write_file("batch.con", "design mwc4a 16 1\n");
+    EXPECT_EQ(run({"batch.con"}), Fails(9025, "Error 9025. Invalid board number 16 (should be 0..15)."));
+    EXPECT_EQ(count_descriptors(), descriptors);
+    write_file("batch.con", "design mwc4b 0 1\n");
+    EXPECT_EQ(run({"batch.con", "-v"}),
+              Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4b 0\" (api 0x1001)."));
+    EXPECT_EQ(count_descriptors(), descriptors);
+    write_file("batch.con", "design mwc4a 0 4\n");
+    EXPECT_EQ(run({"batch.con"}), Fails(9220, "Error 9220. There is no module in slot 4 of board mwc4a 0."));
+    EXPECT_EQ(count_descriptors(), descriptors);
+}
+
+TEST(ConFileNumber, IsDecimalOrHexadecimalBehind0x)
+{
+    const struct {
+        const char* text;
+        int number;
+    } rows[] = {
+        {"1", 1},
+        {"0x21", 0x21},
+        {"0xaF", 0xAF},
+        {"0x", 0},
+        {"0xg", 0},
+        {"0x1g2", 1},
+        {"0X21", 0},
+        {" 12", 12},
+        {"\t-7z", -7},
+        {"+3", 3},
+        {"", 0},
+        {"slot", 0},
+        {" 0x2", 0},
+        {"0x-1", 0},
+        {"0x 1", 0},
+        {"0xFFFFFFFF", -1},
+        {"0x100000001", 1},
+        {"2147483648", 2147483647},
+        {"-2147483649", -2147483647 - 1},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(kvn_fpga_imp::parse_number(row.text), row.number) << row.text;
+}
