@@ -39,10 +39,11 @@ Provider announced(Provider provider, const char* line)
         (void)std::fputs(line, stderr);
     return provider;
 }
-/// Where the virtual carriers lie: beside the library that this program runs on, in the build tree and when
+
+/// A library of this project. It lies beside the one that this program runs on, in the build tree and when
 /// installed. (A bare name would be searched for in this program's own run path, but not under a sanitizer,
 /// which opens libraries on the program's behalf.)
-std::string virtual_carriers()
+Provider load_own_library(const char* name, const std::string& advice)
 {
     int major = 0;
     int minor = 0;
@@ -50,7 +51,8 @@ std::string virtual_carriers()
     kvn_fpga{}.kvn_fpga_version(&major, &minor, &text);
     Dl_info library{};
     const bool found = dladdr(text, &library) != 0 && library.dli_fname != nullptr;
-    return std::filesystem::path{found ? library.dli_fname : ""}.replace_filename("libmwvirtual.so");
+    const auto path = std::filesystem::path{found ? library.dli_fname : ""}.replace_filename(name);
+    return load_library(path.c_str(), advice);
 }
 } // namespace
 
@@ -63,13 +65,13 @@ Provider choose_provider()
                             "set KVN_MWAPI to the library with the Mw... functions, or to virtual");
     if (std::string_view{wish} == "virtual")
         return announced(
-            load_library(virtual_carriers().c_str(), "KVN_MWAPI asks for the virtual carriers"),
+            load_own_library("libmwvirtual.so", "KVN_MWAPI asks for the virtual carriers"),
             "KVN_FPGA: KVN_MWAPI is virtual: the boards are simulated, no hardware is reached.\n");
     constexpr std::string_view replay = "replay:";
     if (std::string_view{wish}.starts_with(replay)) {
         // The replaying library takes the recording's name from its own variable.
         (void)setenv("MWREPLAY_FILE", wish + replay.size(), 1);
-        return announced(load_library("libmwreplay.so", "KVN_MWAPI asks for a recording"),
+        return announced(load_own_library("libmwreplay.so", "KVN_MWAPI asks for a recording"),
                          "KVN_FPGA: KVN_MWAPI is replay: a recording answers, no hardware is reached.\n");
     }
     return load_library(wish, "set KVN_MWAPI to another library with the Mw... functions");
