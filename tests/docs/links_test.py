@@ -1,0 +1,46 @@
+"""Follows every relative link of the pages: the file must be there, and the heading behind a #."""
+import pathlib
+import re
+import unittest
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
+LINK = re.compile(r"\[[^\]]*\]\(([^)\s]+)\)")
+
+
+def pages():
+    yield from ROOT.glob("*.md")
+    yield from (ROOT / "docs").rglob("*.md")
+
+
+def prose(page):
+    """The page without its blocks and spans of code, where brackets are no links."""
+    text = re.sub(r"^```.*?^```", "", page.read_text(encoding="utf-8"), flags=re.MULTILINE | re.DOTALL)
+    return re.sub(r"`[^`\n]*`", "", text)
+
+
+def anchors(page):
+    """What the headings of a page are linked as."""
+    text = re.sub(r"^```.*?^```", "", page.read_text(encoding="utf-8"), flags=re.MULTILINE | re.DOTALL)
+    for heading in re.findall(r"^#+ (.*)$", text, flags=re.MULTILINE):
+        yield re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")
+
+
+class Links(unittest.TestCase):
+    def test_every_link_leads_somewhere(self):
+        broken = []
+        followed = 0
+        for page in sorted(pages()):
+            for target in LINK.findall(prose(page)):
+                if re.match(r"[a-z]+:", target):
+                    continue
+                followed += 1
+                name, _, anchor = target.partition("#")
+                file = (page.parent / name) if name else page
+                if not file.exists() or (anchor and anchor not in anchors(file)):
+                    broken.append(f"{page.relative_to(ROOT)}: {target}")
+        self.assertEqual(broken, [])
+        self.assertGreater(followed, 100)
+
+
+if __name__ == "__main__":
+    unittest.main()
