@@ -240,11 +240,10 @@ TEST_F(ConFile, ALineThatBeginsWithATabNamesNoFile)
 TEST_F(ConFile, FieldsEndAtTheEndOfTheLine)
 {
     for (const char* line :
-         {"design\n", "design mwc4a\n", "design mwc4a 0\n", "design mwc4a 0 \n", "design"}) {
-        EXPECT_EQ(process(line + "design mwc4a 0 1\n"s).number, line == "design"s ? 0 : 9026) << line;
-    }
-    EXPECT_EQ(process("design mwc4a 0\n"),
-              Fails(9026, "Error 9026. Invalid slot number 0 (should be 1,2,3 or 4)."));
+         {"design\n", "design\t\n", "design mwc4a\n", "design mwc4a 0\n", "design mwc4a 0 \n"})
+        EXPECT_EQ(process(line + "design mwc4a 0 1\n"s),
+                  Fails(9026, "Error 9026. Invalid slot number 0 (should be 1,2,3 or 4)."))
+            << line;
 }
 
 TEST_F(ConFile, FieldsThatAreTooLongAreCut)
@@ -414,8 +413,6 @@ TEST(ConFileNumber, IsDecimalOrHexadecimalBehind0x)
         {" 0x2", 0},
         {"0x-1", 0},
         {"0x 1", 0},
-        {"0xFFFFFFFF", -1},
-        {"0x100000001", 1},
         {"2147483648", 2147483647},
         {"-2147483649", -2147483647 - 1},
     };
