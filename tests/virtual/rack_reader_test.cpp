@@ -3,6 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <iterator>
+
 namespace
 {
 
@@ -223,6 +226,23 @@ TEST(RackReader, AFileThatIsNotThereIsTold)
     } catch (const RackError& error) {
         EXPECT_EQ(std::string{error.what()}, "/no/such/rack.toml: the rack description cannot be read");
     }
+}
+
+std::string content_of(const std::string& path)
+{
+    std::ifstream file{path};
+    return {std::istreambuf_iterator<char>{file}, {}};
+}
+
+TEST(RackReader, TheExampleRacksAreWellFormedAndStandInTheDocumentAsTheyAre)
+{
+    const std::string page = content_of(DOCS "/virtual-carrier.md");
+    for (const char* name : {"builtin.toml", "slow.toml", "faults.toml"}) {
+        const std::string path = std::string{DOCS "/racks/"} + name;
+        EXPECT_NO_THROW((void)Carrier::from_file(path)) << name;
+        EXPECT_NE(page.find("```toml\n" + content_of(path) + "```"), std::string::npos) << name;
+    }
+    EXPECT_EQ(Carrier::builtin_rack(), content_of(DOCS "/racks/builtin.toml"));
 }
 
 } // namespace
