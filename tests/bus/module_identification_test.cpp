@@ -298,6 +298,15 @@ TEST_F(ModuleIdentification, FindsTheKindOfTheSlot)
         }
 }
 
+TEST_F(ModuleIdentification, FindsNothingInASlotThatNoBoardHas)
+{
+    for (const int address : {0x00, 0x05, 0x0F}) {
+        int kind = 99;
+        EXPECT_EQ(session.Test_If_Proc_Module("mwc4a", 0, address, &kind), 0);
+        EXPECT_EQ(kind, 0) << address;
+    }
+}
+
 TEST_F(ModuleIdentification, DoesNotAskThePlatformOfASlotOfAnotherBoard)
 {
     int kind = 99;

@@ -282,6 +282,17 @@ TEST_F(CommandLine, LeavesThePermissionToAskAsTheCallerSetIt)
     EXPECT_EQ(settings(session), "verbose");
 }
 
+TEST_F(CommandLine, FormsAnAddressOfThreeBitsForTheSlotAndFourForTheBoard)
+{
+    session.slot = 0x0F;
+    session.board_number = 0x12;
+    EXPECT_EQ(session.form_slot_address(), 0x27);
+    session.target_board = 0x13;
+    EXPECT_EQ(session.form_slot_address(), 0x27) << "the target board is not given";
+    session.target_board_given = 1;
+    EXPECT_EQ(session.form_slot_address(), 0x37);
+}
+
 TEST_F(CommandLine, SkipsTheProgramsName)
 {
     Arguments line{"-x", "-v"};
