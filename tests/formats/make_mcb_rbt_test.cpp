@@ -221,6 +221,15 @@ TEST_F(MakeMcbRbt, TheOutputsNameIsTheInputsWithThreeCharactersReplaced)
     EXPECT_EQ(read_file("DESIGN.mcb").size(), 524U);
 }
 
+TEST_F(MakeMcbRbt, TheOutputStandsBesideTheInput)
+{
+    std::filesystem::create_directory("designs.old");
+    one_line_of_zeros().write("designs.old/design.rbt");
+    std::strcpy(session.bitstream_file, "designs.old/design.rbt");
+    EXPECT_EQ(result(session.Make_mcb_file_rbt(std::fopen("designs.old/design.rbt", "r"))), Succeeds());
+    EXPECT_EQ(read_file("designs.old/design.mcb").size(), 524U);
+}
+
 TEST_F(MakeMcbRbt, AFileNameWithPercentSignsIsPrintedAsItIs)
 {
     one_line_of_zeros().write("50%n%s.rbt");

@@ -13,13 +13,14 @@ struct Format {
     Kind kind;
     const char* name;
     const char* file;
-    int start, header, end;
+    int start;
+    int header;
 };
 
 const Format formats[] = {
-    {Kind::rbt, "Rbt", "design.rbt", 9105, 9106, 9114},
-    {Kind::bit, "Bit", "design.bit", 9350, 9351, 9361},
-    {Kind::mcb, "Mcb", "design.mcb", 9156, 9157, 9168},
+    {Kind::rbt, "Rbt", "design.rbt", 9105, 9106},
+    {Kind::bit, "Bit", "design.bit", 9350, 9351},
+    {Kind::mcb, "Mcb", "design.mcb", 9156, 9157},
 };
 
 class LoadExchangeTest : public LoadFixture, public testing::WithParamInterface<Format>
@@ -77,6 +78,18 @@ TEST_P(LoadExchangeTest, TheHeaderNamesTheBoardAndTheCoding)
         EXPECT_EQ(load_file(), Succeeds());
         EXPECT_EQ(pieces().front(), row.compressed);
     }
+}
+
+TEST_P(LoadExchangeTest, NamesTheCodingOnlyWhenTheMessageIsOpen)
+{
+    compress();
+    platform.fail("StartSendMessageEx");
+    EXPECT_EQ(load_file().number, GetParam().start);
+    EXPECT_EQ(events,
+              (Lines{header_check(), "* StartSendMessageEx board 0 slot 2 timeout 5000", "* Err2Text 0x77"}));
+    platform.fail("SendMessageDataEx");
+    EXPECT_EQ(load_file().number, GetParam().header);
+    EXPECT_EQ(events.at(2), "| Sending in compressed format.\\n");
 }
 
 TEST_P(LoadExchangeTest, NeverCompressSendsPlainBytes)
