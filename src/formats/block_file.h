@@ -58,15 +58,21 @@ public:
 
     /// Writes bytes.
     /// @return how many were taken: all of them, or those before the very byte that could not be written
-    std::size_t put(const void* bytes, std::size_t size) { return std::fwrite(bytes, 1, size, file_.get()); }
+    std::size_t put(const void* bytes, std::size_t size)
+    {
+        const std::size_t taken = std::fwrite(bytes, 1, size, file_.get());
+        complete_ = complete_ && taken == size;
+        return taken;
+    }
 
     /// Writes what the stream still holds and closes the file.
-    /// @return false when that failed
-    bool close() { return std::fclose(file_.release()) == 0; }
+    /// @return false when that, or any write before, failed
+    bool close() { return std::fclose(file_.release()) == 0 && complete_; }
 
 private:
     std::unique_ptr<char[]> buffer_; // before the file, which uses it until it is closed
     File file_;
+    bool complete_ = true;
 };
 
 #endif
