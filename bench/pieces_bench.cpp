@@ -1,0 +1,168 @@
+// Times the pieces that a conversion or a load is made of, each in the forms that it has.
+#include "formats/bit_order.h"
+#include "formats/rbt_format.h"
+#include "formats/run_coding.h"
+#include "kvnfpgai.h"
+#include "test_data.h"
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+
+namespace
+{
+constexpr std::size_t DATA_SIZE = 1 << 20;
+
+// A converter hands over so much at a time.
+constexpr std::size_t PIECE = 2500;
+
+constexpr std::size_t REVERSE_STEP = 16;
+
+void count_bytes(benchmark::State& state)
+{
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(DATA_SIZE));
+}
+
+// The plainest way, which every other form is compared with.
+namespace naive
+{
+bool read_plain_line(std::uint8_t* out, const char* line)
+{
+    kvn_fpga_imp::process_Bitstream_Word(line, out);
+    return true;
+}
+
+void reverse_block(std::uint8_t* out, const std::uint8_t* in)
+{
+    for (std::size_t i = 0; i < REVERSE_STEP; ++i)
+        out[i] = kvn_fpga_imp::bit_reverse_byte(in[i]);
+}
+
+void write_line(char* line, const std::uint8_t* word)
+{
+    for (std::size_t bit = 0; bit < WORD_CHARS; ++bit)
+        line[bit] = (word[bit / 8] >> bit % 8 & 1) != 0 ? '1' : '0';
+    line[WORD_CHARS] = '\n';
+}
+
+std::uint64_t changes(const std::uint8_t* bytes)
+{
+    std::uint64_t mask = 0;
+    for (std::size_t i = 0; i < CHANGES_SIZE; ++i)
+        mask |= std::uint64_t{bytes[i] != bytes[static_cast<std::ptrdiff_t>(i) - 1]} << i;
+    return mask;
+}
+} // namespace naive
+
+template <bool (*Read)(std::uint8_t*, const char*)>
+void pack_lines(benchmark::State& state)
+{
+    const std::string lines = rbt_lines(make_data("mix", DATA_SIZE));
+    Bytes bytes(DATA_SIZE);
+    for (auto _ : state) {
+        for (std::size_t word = 0; word < DATA_SIZE / WORD_SIZE; ++word)
+            if (!Read(&bytes[word * WORD_SIZE], &lines[word * LINE_CHARS]))
+                state.SkipWithError("a line is not plain");
+        benchmark::ClobberMemory();
+    }
+    count_bytes(state);
+}
+BENCHMARK(pack_lines<fastest::read_plain_line>)->Name("pack lines/fastest");
+BENCHMARK(pack_lines<portable::read_plain_line>)->Name("pack lines/portable");
+BENCHMARK(pack_lines<naive::read_plain_line>)->Name("pack lines/naive");
+
+/// The reader with its blocks and its odd lines, on a stream in memory.
+void read_lines(benchmark::State& state)
+{
+    std::string lines = rbt_lines(make_data("mix", DATA_SIZE));
+    std::uint8_t bytes[PIECE];
+    for (auto _ : state) {
+        const File stream{fmemopen(lines.data(), lines.size(), "r")};
+        RbtDataReader reader{stream.get()};
+        while (reader.read(bytes, PIECE / WORD_SIZE) != 0)
+            benchmark::ClobberMemory();
+    }
+    count_bytes(state);
+}
+BENCHMARK(read_lines)->Name("read lines of a stream");
+
+template <void (*Reverse)(std::uint8_t*, const std::uint8_t*)>
+void reverse_bits(benchmark::State& state)
+{
+    const Bytes in = make_data("mix", DATA_SIZE);
+    Bytes out(DATA_SIZE);
+    for (auto _ : state) {
+        for (std::size_t i = 0; i < DATA_SIZE; i += REVERSE_STEP)
+            Reverse(&out[i], &in[i]);
+        benchmark::ClobberMemory();
+    }
+    count_bytes(state);
+}
+BENCHMARK(reverse_bits<fastest::reverse_block>)->Name("reverse bits/fastest");
+BENCHMARK(reverse_bits<portable::reverse_block>)->Name("reverse bits/portable");
+BENCHMARK(reverse_bits<naive::reverse_block>)->Name("reverse bits/naive");
+
+template <void (*Write)(char*, const std::uint8_t*)>
+void write_lines(benchmark::State& state)
+{
+    const Bytes data = make_data("mix", DATA_SIZE);
+    std::string lines(DATA_SIZE / WORD_SIZE * LINE_CHARS, ' ');
+    for (auto _ : state) {
+        for (std::size_t word = 0; word < DATA_SIZE / WORD_SIZE; ++word)
+            Write(&lines[word * LINE_CHARS], &data[word * WORD_SIZE]);
+        benchmark::ClobberMemory();
+    }
+    count_bytes(state);
+}
+BENCHMARK(write_lines<fastest::write_line>)->Name("write lines/fastest");
+BENCHMARK(write_lines<portable::write_line>)->Name("write lines/portable");
+BENCHMARK(write_lines<naive::write_line>)->Name("write lines/naive");
+
+template <std::uint64_t (*Changes)(const std::uint8_t*)>
+void find_changes(benchmark::State& state)
+{
+    const Bytes data = make_data("mix", DATA_SIZE + 1);
+    for (auto _ : state)
+        for (std::size_t i = 1; i < DATA_SIZE; i += CHANGES_SIZE)
+            benchmark::DoNotOptimize(Changes(&data[i]));
+    count_bytes(state);
+}
+BENCHMARK(find_changes<fastest::changes>)->Name("find changes/fastest");
+BENCHMARK(find_changes<portable::changes>)->Name("find changes/portable");
+BENCHMARK(find_changes<naive::changes>)->Name("find changes/naive");
+
+void code_runs(benchmark::State& state, const char* kind)
+{
+    const Bytes data = make_data(kind, DATA_SIZE);
+    std::uint8_t pairs[PAIR_SIZE * PIECE];
+    for (auto _ : state) {
+        RunEncoder encoder;
+        for (std::size_t done = 0; done < DATA_SIZE; done += PIECE)
+            encoder.encode({&data[done], std::min(PIECE, DATA_SIZE - done)}, pairs);
+        benchmark::ClobberMemory();
+    }
+    count_bytes(state);
+}
+
+void follow_runs(benchmark::State& state, const char* kind)
+{
+    const Bytes pairs = run_coded(make_data(kind, DATA_SIZE));
+    std::uint8_t bytes[expanded_size(PIECE)];
+    for (auto _ : state) {
+        std::span<const std::uint8_t> left{pairs};
+        while (!left.empty())
+            left = left.subspan(expand_runs(left, PIECE, bytes).pair_bytes);
+        benchmark::ClobberMemory();
+    }
+    count_bytes(state);
+}
+
+/// Each kind of data has runs of its own.
+const bool runs_are_registered = [] {
+    for (const char* kind : {"mix", "zero", "random", "flip"}) {
+        benchmark::RegisterBenchmark((std::string{"code runs/"} + kind).c_str(), code_runs, kind);
+        benchmark::RegisterBenchmark((std::string{"follow runs/"} + kind).c_str(), follow_runs, kind);
+    }
+    return true;
+}();
+} // namespace
