@@ -1,0 +1,47 @@
+// kvn info: what a bitstream file is.
+#include "commands.h"
+#include "report.h"
+
+#include <iostream>
+#include <memory>
+
+namespace kvn
+{
+namespace
+{
+
+struct Request {
+    std::string file;
+    double bytes_per_second = 0;
+    bool json = false;
+};
+
+int show(const Request& request)
+{
+    const Inspection inspection = inspect(request.file);
+    std::optional<BusTime> time;
+    if (request.bytes_per_second > 0)
+        time = bus_time(inspection, request.bytes_per_second);
+    if (request.json)
+        print_json(std::cout, to_json(inspection, time));
+    else
+        print_report(std::cout, inspection, time);
+    return YES;
+}
+
+} // namespace
+
+Action add_info(CLI::App& program)
+{
+    auto request = std::make_shared<Request>();
+    CLI::App* command = program.add_subcommand("info", "Tells what a bitstream file is");
+    command->add_option("file", request->file, "The RBT, BIT or MCB file")->required();
+    command
+        ->add_option("--bytes-per-second", request->bytes_per_second,
+                     "Speed of the bus, for the time that a load would take")
+        ->check(CLI::PositiveNumber);
+    command->add_flag("--json", request->json, "Print JSON");
+    return [request] { return show(*request); };
+}
+
+} // namespace kvn

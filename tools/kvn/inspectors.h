@@ -1,0 +1,42 @@
+// What the inspection of one format needs of the whole.
+#ifndef KVN_INSPECTORS_H
+#define KVN_INSPECTORS_H
+
+#include "formats/run_coding.h"
+#include "inspection.h"
+#include "support/owned.h"
+
+#include <memory>
+#include <span>
+
+namespace kvn
+{
+
+/// Where the configuration data of a file go: to a model of the device, and to those who count.
+class DataSink
+{
+public:
+    explicit DataSink(Inspection& inspection);
+    /// Takes bytes in transmission order.
+    void take(std::span<const std::uint8_t> bytes);
+    void finish();
+
+private:
+    Inspection& inspection_;
+    std::unique_ptr<fpga::ConfigurationPort> port_;
+    RunEncoder runs_;
+};
+
+/// Notes the part that a header names, and what device it is.
+void note_part(Inspection& inspection, std::string part);
+
+/// Each reads a file from its beginning, by the library's own reader of the format.
+void inspect_rbt(File file, Inspection& inspection);
+void inspect_bit(File file, Inspection& inspection);
+void inspect_mcb(File file, Inspection& inspection);
+
+inline constexpr const char* MAKE_AGAIN = "copy the file again in binary mode, else make it again";
+
+} // namespace kvn
+
+#endif

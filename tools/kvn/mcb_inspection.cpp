@@ -1,0 +1,110 @@
+// Inspects an MCB file.
+#include "inspectors.h"
+
+#include "formats/mcb_format.h"
+#include "formats/mcb_runs.h"
+
+#include <algorithm>
+#include <array>
+
+namespace kvn
+{
+namespace
+{
+
+constexpr std::size_t HEADER_SIZE = 2 * MCB_NUMBER_SIZE + 2 * sizeof(McbText) + MCB_NUMBER_SIZE;
+constexpr std::size_t STEP = 8192;
+
+std::string trimmed(std::string text)
+{
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+        text.pop_back();
+    return text;
+}
+
+bool read_header(FILE* file, Inspection& inspection, std::int32_t& total)
+{
+    const auto problem = [&](const std::string& what, const char* remedy) {
+        inspection.problems.push_back({what, remedy});
+        return false;
+    };
+    const auto cut = [&] {
+        return problem("the file ends inside its header, behind " + std::to_string(inspection.file_size) +
+                           " of " + std::to_string(HEADER_SIZE) + " bytes",
+                       MAKE_AGAIN);
+    };
+    switch (read_mcb_magic(file)) {
+    case McbMagic::unreadable:
+        return cut();
+    case McbMagic::wrong:
+        return problem("the magic numbers of an MCB file are missing at offset 0",
+                       "convert the RBT or BIT file anew (KVN_FPGA -c)");
+    case McbMagic::right:
+        break;
+    }
+    char part[256];
+    char time[256];
+    if (!read_mcb_text(file, part) || !read_mcb_text(file, time) || !read_mcb_number(file, total))
+        return cut();
+    inspection.labels.push_back({"Timestamp", trimmed(time)});
+    inspection.stated_bits = std::int64_t{total} * 8;
+    note_part(inspection, part);
+    return true;
+}
+
+/// Expands the runs into the sink.
+/// @return the bytes of pairs that were taken
+std::uint64_t take_runs(McbRunReader& runs, std::int64_t total, DataSink& sink, std::int64_t& done)
+{
+    std::uint64_t pair_bytes = 0;
+    std::array<std::uint8_t, expanded_size(STEP)> bytes{};
+    while (done < total) {
+        const auto pairs = runs.pairs();
+        if (pairs.empty())
+            break;
+        const auto enough = static_cast<std::size_t>(std::min<std::int64_t>(total - done, STEP));
+        const RunsTaken taken = expand_runs(pairs, enough, bytes.data());
+        runs.skip(taken.pair_bytes);
+        sink.take(std::span{bytes}.first(taken.data_bytes));
+        pair_bytes += taken.pair_bytes;
+        done += static_cast<std::int64_t>(taken.data_bytes);
+    }
+    return pair_bytes;
+}
+
+} // namespace
+
+void inspect_mcb(File file, Inspection& inspection)
+{
+    constexpr const char* CONVERT_ANEW = "convert the RBT or BIT file anew (KVN_FPGA -c)";
+    std::int32_t total = 0;
+    if (!read_header(file.get(), inspection, total))
+        return;
+    if (total <= 0) {
+        inspection.problems.push_back(
+            {"the header states " + std::to_string(total) + " bytes of configuration", CONVERT_ANEW});
+        return;
+    }
+    DataSink sink{inspection};
+    McbRunReader runs{file.get()};
+    std::int64_t done = 0;
+    const std::uint64_t pair_bytes = take_runs(runs, total, sink, done);
+    sink.finish();
+    if (done < total)
+        inspection.problems.push_back({"the header states " + std::to_string(total) +
+                                           " bytes of configuration, the runs end behind " +
+                                           std::to_string(done),
+                                       CONVERT_ANEW});
+    else if (done > total)
+        inspection.problems.push_back({"the last run goes " + std::to_string(done - total) +
+                                           " bytes beyond the " + std::to_string(total) +
+                                           " bytes that the header states",
+                                       CONVERT_ANEW});
+    const std::uint64_t end = HEADER_SIZE + pair_bytes;
+    if (done >= total && inspection.file_size > end)
+        inspection.problems.push_back({std::to_string(inspection.file_size - end) +
+                                           " bytes follow the last run; the library does not read them",
+                                       CONVERT_ANEW, false});
+}
+
+} // namespace kvn
