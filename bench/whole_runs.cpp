@@ -13,11 +13,13 @@
 #include "operations.h"
 #include "test_data.h"
 
+#include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <functional>
 #include <memory>
 #include <span>
@@ -127,7 +129,23 @@ void add_operation(Subjects& subjects, const Operation& operation, const Bitstre
     subjects.push_back({operation.name, [&operation, &files] { run(operation, files); }, {}, {}});
 }
 
-/// The other programs that do comparable work on the files, and a process that does nothing.
+/// Writes as many bytes as a file has, as cheaply as that can be done.
+void write_in_blocks(const std::string& name, std::size_t size)
+{
+    static const char block[BLOCK_SIZE] = {};
+    const int file = open(name.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (file < 0)
+        throw std::runtime_error("cannot open " + name);
+    bool complete = true;
+    for (; complete && size > 0; size -= std::min(size, BLOCK_SIZE)) {
+        const std::size_t part = std::min(size, BLOCK_SIZE);
+        complete = write(file, block, part) == static_cast<ssize_t>(part);
+    }
+    if (close(file) != 0 || !complete)
+        throw std::runtime_error("cannot write " + name);
+}
+
+/// The other programs that do comparable work on the files, a process that does nothing, and bare writing.
 void add_peers(Subjects& subjects, const BitstreamFiles& files, const std::string& folder)
 {
     const auto add = [&](const char* name, std::vector<std::string> words) {
@@ -139,6 +157,8 @@ void add_peers(Subjects& subjects, const BitstreamFiles& files, const std::strin
     add("lz4-rbt", {"lz4", "-1", "-q", "-f", files.rbt, folder + "/copy.lz4"});
     add("cp-bit", {"cp", files.bit, copy});
     add("process", {"true"});
+    const auto rbt_size = static_cast<std::size_t>(std::filesystem::file_size(files.rbt));
+    subjects.push_back({"write-rbt", [copy, rbt_size] { write_in_blocks(copy, rbt_size); }, {}, {}});
 }
 
 /// A load and, next to it, its floor.
@@ -231,6 +251,8 @@ bool obey(const std::vector<std::string>& words)
         make(words[1], parse_number(words[2]), words[3]);
     else if (command == "run" && words.size() == 3)
         run_once(words[1], words[2]);
+    else if (command == "start" && words.size() == 1)
+        return true;
     else if (command == "time" && words.size() == 3)
         time_beside_peers(parse_number(words[1]), words[2]);
     else if (command == "time-alone" && words.size() > 3)
@@ -246,7 +268,7 @@ int main(int argc, char** argv)
     try {
         if (obey({argv + 1, argv + argc}))
             return 0;
-        std::fputs("usage: kvn_whole_runs make KIND BITS FOLDER | run OPERATION FOLDER |\n"
+        std::fputs("usage: kvn_whole_runs make KIND BITS FOLDER | run OPERATION FOLDER | start |\n"
                    "                      time ROUNDS FOLDER | time-alone ROUNDS FOLDER OPERATION...\n",
                    stderr);
     } catch (const std::exception& error) {
