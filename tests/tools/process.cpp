@@ -146,6 +146,7 @@ Outcome run(const Command& command, std::string_view answers, Output output)
         actions.open(STDOUT_FILENO, streams.file("output"), O_WRONLY | O_CREAT);
         break;
     case Output::closed:
+        actions.close(STDIN_FILENO);
         actions.close(STDOUT_FILENO);
         break;
     case Output::full:

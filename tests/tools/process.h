@@ -22,7 +22,7 @@ struct Command {
 /// Where a program's standard output leads.
 enum class Output {
     kept,           ///< into the outcome
-    closed,         ///< nowhere: the descriptor is closed
+    closed,         ///< nowhere: the descriptor is closed, and that of standard input too
     full,           ///< to a device without space
     without_reader, ///< into a pipe that nobody reads
 };

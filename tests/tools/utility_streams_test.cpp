@@ -57,11 +57,13 @@ TEST_F(UtilityStreams, LostOutputCutsOffNoLoad)
 
 TEST_F(UtilityStreams, ClosedOutputIsNotMistakenForAFileOfTheRun)
 {
-    EXPECT_EQ(run(kvn_fpga({"-c", "-fdesign"})).status, 0);
-    const std::string expected = content("design.mcb");
+    // Large enough for more progress than the stream's buffer holds.
+    write_rbt("large.rbt", 600'000);
+    EXPECT_EQ(run(kvn_fpga({"-c", "-flarge"})).status, 0);
+    const std::string expected = content("large.mcb");
     ASSERT_FALSE(expected.empty());
-    std::filesystem::remove(folder / "design.mcb");
-    EXPECT_EQ(run(kvn_fpga({"-c", "-fdesign"}), "", Output::closed).status, 0);
-    EXPECT_EQ(content("design.mcb"), expected);
+    std::filesystem::remove(folder / "large.mcb");
+    EXPECT_EQ(run(kvn_fpga({"-c", "-flarge"}), "", Output::closed).status, 0);
+    EXPECT_TRUE(content("large.mcb") == expected) << "the progress has been written into the file";
 }
 } // namespace
