@@ -1,6 +1,8 @@
 // libmwtrace: what MWTRACE_PROVIDER names, recorded to the file that MWTRACE_FILE names.
 #include "front.h"
 
+#include <dlfcn.h>
+
 #include <cstdlib>
 
 namespace mwtrace
@@ -14,6 +16,18 @@ std::string variable(const char* name)
     return value == nullptr ? "" : value;
 }
 
+/// Whether a function is of this library. Its name alone does not tell: the host may have one of that name,
+/// which then stands for ours as well.
+template <class Function>
+bool is_our_own(Function function)
+{
+    Dl_info given{};
+    Dl_info ours{};
+    const auto* own = reinterpret_cast<const void*>(&variable);
+    return dladdr(reinterpret_cast<const void*>(function), &given) != 0 && dladdr(own, &ours) != 0 &&
+           given.dli_fbase == ours.dli_fbase;
+}
+
 Front* make_front()
 {
     auto made = std::make_unique<Front>();
@@ -23,7 +37,7 @@ Front* make_front()
     if (!problem.empty())
         made->problem =
             "set MWTRACE_PROVIDER to the library with the Mw... functions, or to virtual: " + problem;
-    else if (made->functions.MwOpenS == &::MwOpenS)
+    else if (is_our_own(made->functions.MwOpenS))
         made->problem = "MWTRACE_PROVIDER names the recorder itself";
     if (!made->problem.empty())
         return made.release();

@@ -1,0 +1,314 @@
+#include "../tools/process.h"
+#include "encoding.h"
+#include "recording.h"
+#include "trace_support.h"
+
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+namespace
+{
+const char* const RACK = R"(
+[[board]]
+type = "mwc4a"
+number = 0
+
+[[board.slot]]
+number = 1
+kind = "fpga"
+model = 4
+version = 2
+device = "2v40cs144-4"
+compression = "query"
+
+[[board.slot]]
+number = 2
+kind = "fpga"
+model = 3
+version = 1
+device = "v50pq240-5"
+)";
+
+/// A run of the utility.
+struct Scenario {
+    const char* name;
+    std::vector<std::string> arguments;
+    const char* answers = "";
+    int status = 0;
+};
+
+const std::vector<Scenario>& runs()
+{
+    static const std::vector<Scenario> all{
+        {"RbtCompressed", {"-u", "-v", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"}},
+        {"RbtPlain", {"-u", "-v", "-n", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"}},
+        {"RbtOlderModule", {"-u", "-v", "-fold.rbt", "-dmwc4a", "-b0", "-s2"}},
+        {"BitCompressed", {"-u", "-v", "-fnew.bit", "-dmwc4a", "-b0", "-s1"}},
+        {"BitPlain", {"-u", "-v", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"}},
+        {"McbCompressed", {"-u", "-v", "-fnew.mcb", "-dmwc4a", "-b0", "-s1"}},
+        {"McbPlain", {"-u", "-v", "-fold.mcb", "-dmwc4a", "-b0", "-s2"}},
+        {"SearchWithQuestions", {"-v", "-fold.rbt", "-dmwc4a", "-b0"}, "n\ny\n\n\n"},
+        {"SearchRefused", {"-v", "-fold.rbt", "-dmwc4a", "-b0"}, "n\nn\n", 1},
+        {"DescriptionFile", {"rack.con"}},
+        {"AnotherDevice", {"-u", "-fold.rbt", "-dmwc4a", "-b0", "-s1"}, "", 1},
+        {"DamagedBitstream", {"-u", "-fbad.rbt", "-dmwc4a", "-b0", "-s1"}, "", 1},
+        {"EmptySlot", {"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s4"}, "", 1},
+        {"NoSuchBoard", {"-u", "-fnew.rbt", "-dmwc4a", "-b7", "-s1"}, "", 1},
+    };
+    return all;
+}
+
+class RecordedRuns : public FolderTest
+{
+protected:
+    RecordedRuns()
+    {
+        write("rack.toml", RACK);
+        write("rack.con", "new.rbt  mwc4a 0 1\nold.mcb  mwc4a 0 2\n");
+        bitgen({"2v40cs144-4", "-o", "new.rbt", "--fill", "random"});
+        bitgen({"2v40cs144-4", "-o", "new.bit", "--fill", "random"});
+        bitgen({"v50pq240-5", "-o", "old.rbt"});
+        bitgen({"v50pq240-5", "-o", "old.bit"});
+        bitgen({"2v40cs144-4", "-o", "bad.rbt", "--defect", "crc"});
+        EXPECT_EQ(utility({"-c", "-fnew.bit"}, {}).status, 0);
+        EXPECT_EQ(utility({"-c", "-fold.bit"}, {}).status, 0);
+    }
+
+    void bitgen(std::vector<std::string> arguments) const
+    {
+        EXPECT_EQ(run({KVN_BITGEN_PROGRAM, std::move(arguments), folder, {}}).status, 0);
+    }
+
+    [[nodiscard]] Outcome utility(const std::vector<std::string>& arguments,
+                                  std::map<std::string, std::string> variables,
+                                  std::string_view answers = "") const
+    {
+        variables.emplace("MWVIRTUAL_RACK", path("rack.toml"));
+        return run({KVN_FPGA_PROGRAM, arguments, folder, variables}, answers);
+    }
+
+    [[nodiscard]] Outcome record(const std::vector<std::string>& arguments,
+                                 std::string_view answers = "") const
+    {
+        return utility(arguments, {{"KVN_MWAPI", "virtual"}, {"MWVIRTUAL_TRACE", path("trace")}}, answers);
+    }
+
+    [[nodiscard]] Outcome replay(const std::vector<std::string>& arguments,
+                                 std::string_view answers = "") const
+    {
+        return utility(arguments, {{"KVN_MWAPI", "replay:" + path("trace")}}, answers);
+    }
+
+    /// A trace's calls without what differs from time to time.
+    [[nodiscard]] std::vector<std::string> calls(const std::string& file) const
+    {
+        std::vector<std::string> all;
+        std::istringstream lines{content(file)};
+        std::string line;
+        std::getline(lines, line);
+        while (std::getline(lines, line)) {
+            mwtrace::Json call = mwtrace::Json::parse(line);
+            call.erase("t");
+            call.erase("took");
+            all.push_back(call.dump());
+        }
+        return all;
+    }
+
+    static std::string without_first_line(const std::string& text)
+    {
+        return text.substr(text.find('\n') + 1);
+    }
+};
+
+const std::string REPLAYING = "KVN_FPGA: KVN_MWAPI is replay: a recording answers, no hardware is reached.\n";
+const std::string SIMULATING =
+    "KVN_FPGA: KVN_MWAPI is virtual: the boards are simulated, no hardware is reached.\n";
+
+TEST_F(RecordedRuns, GiveTheSameConsoleResultAndCallsWhenReplayed)
+{
+    for (const Scenario& each : runs()) {
+        SCOPED_TRACE(each.name);
+        const Outcome recorded = record(each.arguments, each.answers);
+        EXPECT_EQ(recorded.status, each.status) << recorded.errors;
+        const std::vector<std::string> recorded_calls = calls("trace");
+        EXPECT_FALSE(recorded_calls.empty());
+
+        const Outcome replayed = replay(each.arguments, each.answers);
+        EXPECT_EQ(replayed.status, recorded.status);
+        EXPECT_EQ(replayed.output, recorded.output);
+        EXPECT_EQ(replayed.errors, REPLAYING + without_first_line(recorded.errors));
+
+        // The replay recorded in its turn: the same calls, with the same answers.
+        const Outcome again = utility(each.arguments,
+                                      {{"KVN_MWAPI", MWTRACE_LIBRARY},
+                                       {"MWTRACE_PROVIDER", MWREPLAY_LIBRARY},
+                                       {"MWTRACE_FILE", path("again")},
+                                       {"MWREPLAY_FILE", path("trace")}},
+                                      each.answers);
+        EXPECT_EQ(again.output, recorded.output);
+        EXPECT_EQ(calls("again"), recorded_calls);
+    }
+}
+
+TEST_F(RecordedRuns, AreTheSameByTheForwardingProvider)
+{
+    for (const Scenario& each : runs()) {
+        SCOPED_TRACE(each.name);
+        const Outcome own = record(each.arguments, each.answers);
+        const Outcome forwarded = utility(each.arguments,
+                                          {{"KVN_MWAPI", MWTRACE_LIBRARY},
+                                           {"MWTRACE_PROVIDER", "virtual"},
+                                           {"MWTRACE_FILE", path("forwarded")}},
+                                          each.answers);
+        EXPECT_EQ(forwarded.status, own.status);
+        EXPECT_EQ(forwarded.output, own.output);
+        EXPECT_EQ(forwarded.errors, without_first_line(own.errors));
+        EXPECT_EQ(calls("forwarded"), calls("trace"));
+    }
+}
+
+TEST_F(RecordedRuns, HoldTheExchangeInFull)
+{
+    const Outcome outcome = record({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"});
+    ASSERT_EQ(outcome.status, 0);
+    const mwtrace::Recording recording{path("trace")};
+    std::vector<std::string> functions;
+    mwtrace::Bytes sent;
+    std::uint64_t pieces = 0;
+    for (std::size_t i = 0; i < recording.size(); ++i) {
+        const mwtrace::Record record = recording.record(i);
+        functions.push_back(record.function);
+        EXPECT_EQ(record.result, 0U);
+        sent.insert(sent.end(), record.data.begin(), record.data.end());
+        for (const auto& run : record.sizes)
+            pieces += run.count;
+    }
+    EXPECT_THAT(functions, testing::ElementsAre(
+                               "MwOpenS", "MwInitIoStatus", "MwInitIoStatus", "MwGetBoardInfo",
+                               "MwKSBSendMessageEx", "MwKSBReceiveMessageEx", "MwKSBSendMessageEx",
+                               "MwKSBReceiveMessageEx", "MwKSBStartSendMessageEx", "MwKSBSendMessageDataEx",
+                               "MwKSBEndOfSendMessageEx", "MwKSBStartReceiveMessageEx",
+                               "MwKSBReceiveMessageDataEx", "MwKSBEndOfReceiveMessageEx", "MwClose"));
+    constexpr std::size_t data_size = 338'976 / 8;
+    ASSERT_EQ(sent.size(), 2 + data_size);
+    EXPECT_EQ(sent[0], 3);
+    EXPECT_EQ(sent[1], 5);
+    EXPECT_EQ(pieces, 1 + (data_size + 7) / 8) << "the header, then pieces of 8";
+    const std::string file = content("new.bit");
+    const std::string data = file.substr(file.size() - data_size);
+    for (std::size_t i = 0; i < data_size; ++i) {
+        unsigned reversed = 0;
+        for (unsigned bit = 0; bit < 8; ++bit)
+            reversed |= (static_cast<unsigned char>(data[i]) >> bit & 1U) << (7 - bit);
+        ASSERT_EQ(sent[2 + i], reversed) << i;
+    }
+}
+
+TEST_F(RecordedRuns, FailAtTheFirstCallThatDeparts)
+{
+    ASSERT_EQ(record({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"}).status, 0);
+
+    const Outcome other_mode = replay({"-u", "-fnew.bit", "-dmwc4a", "-b0", "-s1"});
+    EXPECT_EQ(other_mode.status, 1);
+    EXPECT_EQ(
+        other_mode.errors,
+        REPLAYING +
+            "Error 9351. Cannot send KSB message data, slot 0x1 (via 'mwc4a 0') (call 10 departs from the recording: expected line 11, MwKSBSendMessageDataEx(data 03 05, handle 1, length 2, timeout 5000); made MwKSBSendMessageDataEx(data 0D 05, handle 1, length 2, timeout 5000)).\n");
+
+    const Outcome other_board = replay({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b1", "-s1"});
+    EXPECT_EQ(other_board.status, 1);
+    EXPECT_EQ(
+        other_board.errors,
+        REPLAYING +
+            "Error 9201. Cannot open KSB device on board \"mwc4a 1\" (call 1 departs from the recording: expected line 2, MwOpenS(board 0, board_type \"mwc4a\", device \"ksb\"); made MwOpenS(board 1, board_type \"mwc4a\", device \"ksb\")).\n");
+
+    const Outcome other_slot = replay({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s2"});
+    EXPECT_THAT(
+        other_slot.errors,
+        testing::HasSubstr("Error 9060. Cannot send KSB message to slot 0x2 (via \"mwc4a 0\") (call 5 "
+                           "departs from the recording: expected line 6, MwKSBSendMessageEx("));
+
+    std::string file = content("new.bit");
+    file[file.size() - 1000] = static_cast<char>(file[file.size() - 1000] ^ 1);
+    write("new.bit", file);
+    const Outcome other_data = replay({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"});
+    EXPECT_THAT(other_data.errors, testing::HasSubstr("Error 9390. "));
+    EXPECT_THAT(other_data.errors, testing::HasSubstr("departs from the recording: expected line 11, "));
+}
+
+TEST_F(RecordedRuns, ARunThatEndsEarlyIsTold)
+{
+    ASSERT_EQ(record({"rack.con"}).status, 0);
+    const Outcome outcome = replay({"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_THAT(outcome.errors,
+                testing::HasSubstr("mwreplay: the run ended before the recording, of which "));
+    EXPECT_THAT(outcome.errors,
+                testing::HasSubstr("the next was MwOpenS(board 0, board_type \"mwc4a\", device \"ksb\")\n"));
+}
+
+TEST_F(RecordedRuns, TracesThatCannotBeUsedAreTold)
+{
+    const std::vector<std::string> arguments{"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"};
+    write("trace", "no trace\n");
+    EXPECT_EQ(replay(arguments).errors, REPLAYING +
+                                            "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
+                                            path("trace") + ":1: this is no trace of platform calls).\n");
+    std::filesystem::remove(path("trace"));
+    EXPECT_EQ(replay(arguments).errors, REPLAYING +
+                                            "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
+                                            path("trace") + ": No such file or directory).\n");
+    EXPECT_EQ(
+        utility(arguments, {{"KVN_MWAPI", MWREPLAY_LIBRARY}}).errors,
+        "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (MWREPLAY_FILE (not set): No such file "
+        "or directory).\n");
+}
+
+TEST_F(RecordedRuns, ARecordingThatWasCutReplaysAsFarAsItGoes)
+{
+    const std::vector<std::string> arguments{"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"};
+    ASSERT_EQ(record(arguments).status, 0);
+    const std::string whole = content("trace");
+    write("trace", whole.substr(0, whole.find("MwKSBEndOfSendMessageEx")));
+    const Outcome outcome = replay(arguments);
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.errors, testing::HasSubstr("expected nothing more (the recording is cut off); made "
+                                                   "MwKSBEndOfSendMessageEx(handle 1, timeout 5000)"));
+}
+
+TEST_F(RecordedRuns, TheDiskMayBeFull)
+{
+    const Outcome outcome = utility({"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"},
+                                    {{"KVN_MWAPI", "virtual"}, {"MWVIRTUAL_TRACE", "/dev/full"}});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, SIMULATING +
+                                  "mwtrace: cannot write /dev/full: No space left on device; the run "
+                                  "goes on unrecorded\n");
+}
+
+TEST_F(RecordedRuns, TheForwardingProviderNeedsAProvider)
+{
+    const std::vector<std::string> arguments{"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"};
+    EXPECT_EQ(utility(arguments, {{"KVN_MWAPI", MWTRACE_LIBRARY}}).errors,
+              "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (set MWTRACE_PROVIDER to the library "
+              "with the Mw... functions, or to virtual: libmwapi.so: cannot open shared object file: No such "
+              "file or directory).\n");
+    EXPECT_EQ(utility(arguments, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "libc.so.6"}}).errors,
+              "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (set MWTRACE_PROVIDER to the library "
+              "with the Mw... functions, or to virtual: libc.so.6 has no function MwOpenS).\n");
+    EXPECT_EQ(
+        utility(arguments, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", MWTRACE_LIBRARY}}).errors,
+        "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (MWTRACE_PROVIDER names the recorder "
+        "itself).\n");
+}
+
+TEST_F(RecordedRuns, WithoutAFileTheCallsAreForwardedUnrecorded)
+{
+    const Outcome outcome = utility({"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"},
+                                    {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "virtual"}});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n");
+}
+} // namespace
