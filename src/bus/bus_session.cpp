@@ -3,6 +3,7 @@
 #include "bus/api_text.h"
 #include "kvnfpgai.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace
@@ -62,19 +63,23 @@ kvn_fpga_imp::SendResult kvn_fpga_imp::send_buffered(MW_HANDLE* given_handle, co
                                                      std::size_t length)
 {
     std::size_t done = 0;
-    while (send_count + (length - done) >= PIECE_SIZE) {
-        const std::size_t missing = PIECE_SIZE - send_count;
-        if (missing == PIECE_SIZE) // the usual case, with a size that the compiler knows
-            std::memcpy(send_buffer, data + done, PIECE_SIZE);
-        else
-            std::memcpy(send_buffer + send_count, data + done, missing);
-        done += missing;
+    if (send_count > 0) {
+        done = std::min(length, PIECE_SIZE - send_count);
+        std::memcpy(send_buffer + send_count, data, done);
+        send_count += static_cast<std::uint32_t>(done);
+        if (send_count < PIECE_SIZE)
+            return {0, 0};
         send_count = 0;
         if (const auto status = MwKSBSendMessageDataEx(given_handle, send_buffer, PIECE_SIZE, KSB_TIMEOUT))
             return {status, done - 1};
     }
-    if (length > done)
-        std::memcpy(send_buffer + send_count, data + done, length - done);
-    send_count += static_cast<std::uint32_t>(length - done);
+    for (; length - done >= PIECE_SIZE; done += PIECE_SIZE) {
+        std::memcpy(send_buffer, data + done, PIECE_SIZE);
+        if (const auto status = MwKSBSendMessageDataEx(given_handle, send_buffer, PIECE_SIZE, KSB_TIMEOUT))
+            return {status, done + PIECE_SIZE - 1};
+    }
+    send_count = static_cast<std::uint32_t>(length - done);
+    if (send_count > 0)
+        std::memcpy(send_buffer, data + done, send_count);
     return {0, 0};
 }

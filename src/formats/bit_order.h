@@ -23,6 +23,9 @@ inline constexpr std::size_t LINE_CHARS = 33;
 /// The bytes that changes looks at.
 inline constexpr std::size_t CHANGES_SIZE = 64;
 
+/// The runs of one that are written, or taken, at once.
+inline constexpr std::size_t SINGLES = 16;
+
 namespace portable
 {
 /// The first byte in the lowest eight bits, whatever the machine.
@@ -65,19 +68,29 @@ inline void reverse_block(std::uint8_t* out, const std::uint8_t* in)
     store(out + 8, reverse_bits(load(in + 8)));
 }
 
-/// Reads a line of 32 characters and a line feed.
-/// @return false, with out undefined, when the line is not made of '0' and '1' alone
-inline bool read_plain_line(std::uint8_t* out, const char* line)
+/// Reads lines of 32 characters and a line feed.
+/// @return false, with out undefined, when they are not all made of '0' and '1' alone
+template <std::size_t Lines>
+bool read_plain_lines(std::uint8_t* out, const char* line)
 {
     std::uint64_t other = 0;
-    for (std::size_t group = 0; group < WORD_SIZE; ++group) {
-        const std::uint64_t chars = load(line + 8 * group);
-        other |= (chars & repeat(0xFE)) ^ repeat('0');
-        // The multiplication gathers the lowest bit of each character in the top byte, the first one in bit
-        // 0.
-        out[group] = static_cast<std::uint8_t>((chars & repeat(1)) * 0x0102040810204080U >> 56);
+    int line_feeds = 0;
+    for (std::size_t i = 0; i < Lines; ++i, line += LINE_CHARS, out += WORD_SIZE) {
+        for (std::size_t group = 0; group < WORD_SIZE; ++group) {
+            const std::uint64_t chars = load(line + 8 * group) ^ repeat('0');
+            other |= chars & repeat(0xFE);
+            // The multiplication gathers the lowest bit of each character in the top byte, the first one in
+            // bit 0.
+            out[group] = static_cast<std::uint8_t>((chars & repeat(1)) * 0x0102040810204080U >> 56);
+        }
+        line_feeds |= line[WORD_CHARS] ^ '\n';
     }
-    return other == 0 && line[WORD_CHARS] == '\n';
+    return other == 0 && line_feeds == 0;
+}
+
+inline bool read_plain_line(std::uint8_t* out, const char* line)
+{
+    return read_plain_lines<1>(out, line);
 }
 
 /// A mask of CHANGES_SIZE bytes that has a one for each that differs from the byte in front of it. There must
@@ -93,6 +106,27 @@ inline std::uint64_t changes(const std::uint8_t* bytes)
         mask |= (differs * 0x0102040810204080U >> 56) << i;
     }
     return mask;
+}
+
+/// Writes SINGLES bytes as runs of one: pairs of 1 and the byte.
+inline void write_singles(std::uint8_t* pairs, const std::uint8_t* bytes)
+{
+    for (std::size_t i = 0; i < SINGLES; ++i) {
+        pairs[2 * i] = 1;
+        pairs[2 * i + 1] = bytes[i];
+    }
+}
+
+/// Writes the values of SINGLES pairs.
+/// @return false, with out undefined, when they are not all runs of one
+inline bool read_singles(std::uint8_t* out, const std::uint8_t* pairs)
+{
+    unsigned other = 0;
+    for (std::size_t i = 0; i < SINGLES; ++i) {
+        other |= pairs[2 * i] ^ 1U;
+        out[i] = pairs[2 * i + 1];
+    }
+    return other == 0;
 }
 
 /// Writes a byte as 8 characters.
@@ -146,19 +180,29 @@ inline void reverse_block(std::uint8_t* out, const std::uint8_t* in)
     store(out, swap_bits<1>(v, repeat(0x55)));
 }
 
+template <std::size_t Lines>
+bool read_plain_lines(std::uint8_t* out, const char* line)
+{
+    __m128i digits = _mm_setzero_si128();
+    int line_feeds = 0;
+    for (std::size_t i = 0; i < Lines; ++i, line += LINE_CHARS, out += WORD_SIZE) {
+        const __m128i first = _mm_xor_si128(load(line), repeat('0'));
+        const __m128i second = _mm_xor_si128(load(line + 16), repeat('0'));
+        digits = _mm_or_si128(digits, _mm_or_si128(first, second));
+        line_feeds |= line[WORD_CHARS] ^ '\n';
+        // The lowest bit of each character goes to the top of its byte, where movemask gathers it.
+        const int low = _mm_movemask_epi8(_mm_slli_epi16(first, 7));
+        const int high = _mm_movemask_epi8(_mm_slli_epi16(second, 7));
+        const auto bits = static_cast<std::uint32_t>(low | high << 16);
+        std::memcpy(out, &bits, sizeof bits);
+    }
+    const __m128i other = _mm_andnot_si128(repeat(1), digits);
+    return line_feeds == 0 && _mm_movemask_epi8(_mm_cmpeq_epi8(other, _mm_setzero_si128())) == 0xFFFF;
+}
+
 inline bool read_plain_line(std::uint8_t* out, const char* line)
 {
-    const __m128i first = load(line);
-    const __m128i second = load(line + 16);
-    const __m128i other = _mm_or_si128(_mm_xor_si128(_mm_and_si128(first, repeat(0xFE)), repeat('0')),
-                                       _mm_xor_si128(_mm_and_si128(second, repeat(0xFE)), repeat('0')));
-    // The lowest bit of each character goes to the top of its byte, where movemask gathers it.
-    const int low = _mm_movemask_epi8(_mm_slli_epi16(first, 7));
-    const int high = _mm_movemask_epi8(_mm_slli_epi16(second, 7));
-    const auto bits = static_cast<std::uint32_t>(low | high << 16);
-    std::memcpy(out, &bits, sizeof bits);
-    const bool plain = _mm_movemask_epi8(_mm_cmpeq_epi8(other, _mm_setzero_si128())) == 0xFFFF;
-    return plain && line[WORD_CHARS] == '\n';
+    return read_plain_lines<1>(out, line);
 }
 
 inline std::uint64_t changes(const std::uint8_t* bytes)
@@ -171,21 +215,41 @@ inline std::uint64_t changes(const std::uint8_t* bytes)
     return ~same;
 }
 
-/// Writes two bytes as 16 characters.
-inline void write_chars(char* chars, std::uint8_t first, std::uint8_t second)
+inline void write_singles(std::uint8_t* pairs, const std::uint8_t* bytes)
+{
+    const __m128i values = load(bytes);
+    store(pairs, _mm_unpacklo_epi8(repeat(1), values));
+    store(pairs + 16, _mm_unpackhi_epi8(repeat(1), values));
+}
+
+inline bool read_singles(std::uint8_t* out, const std::uint8_t* pairs)
+{
+    const __m128i first = load(pairs);
+    const __m128i second = load(pairs + 16);
+    store(out, _mm_packus_epi16(_mm_srli_epi16(first, 8), _mm_srli_epi16(second, 8)));
+    const __m128i low = _mm_set1_epi16(0xFF);
+    const __m128i counts = _mm_packus_epi16(_mm_and_si128(first, low), _mm_and_si128(second, low));
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(counts, repeat(1))) == 0xFFFF;
+}
+
+/// Writes 16 characters for two bytes, each of which is there eight times.
+inline void write_chars(char* chars, __m128i bytes)
 {
     const __m128i each_bit = _mm_set1_epi64x(static_cast<long long>(0x8040201008040201U));
-    const __m128i bytes = _mm_set_epi64x(static_cast<long long>(portable::repeat(second)),
-                                         static_cast<long long>(portable::repeat(first)));
-    // The comparison gives -1 where the bit is set, and '0' less -1 is '1'.
-    const __m128i ones = _mm_cmpeq_epi8(_mm_and_si128(bytes, each_bit), each_bit);
-    store(chars, _mm_sub_epi8(repeat('0'), ones));
+    // The comparison gives -1 where the bit is clear, and '1' less 1 is '0'.
+    const __m128i clear = _mm_cmpeq_epi8(_mm_and_si128(bytes, each_bit), _mm_setzero_si128());
+    store(chars, _mm_add_epi8(repeat('1'), clear));
 }
 
 inline void write_line(char* line, const std::uint8_t* word)
 {
-    write_chars(line, word[0], word[1]);
-    write_chars(line + 16, word[2], word[3]);
+    std::int32_t bytes;
+    std::memcpy(&bytes, word, sizeof bytes);
+    const __m128i once = _mm_cvtsi32_si128(bytes);
+    const __m128i twice = _mm_unpacklo_epi8(once, once);
+    const __m128i four_times = _mm_unpacklo_epi16(twice, twice);
+    write_chars(line, _mm_unpacklo_epi32(four_times, four_times));
+    write_chars(line + 16, _mm_unpackhi_epi32(four_times, four_times));
     line[WORD_CHARS] = '\n';
 }
 } // namespace sse2

@@ -24,7 +24,7 @@ public:
     /// before. They stay valid until the next call.
     std::span<const std::uint8_t> peek(std::size_t wanted)
     {
-        if (end_ - begin_ < wanted && !stopped_)
+        while (end_ - begin_ < wanted && !stopped_)
             refill();
         return {block_ + begin_, end_ - begin_};
     }
@@ -45,6 +45,7 @@ private:
     std::uint8_t small_block_[MOST_WANTED];
     std::uint8_t* block_;
     std::size_t size_;
+    std::size_t position_; // in the file, behind what is in the block
     std::size_t begin_ = 0;
     std::size_t end_ = 0;
     bool stopped_ = false;

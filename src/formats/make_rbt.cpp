@@ -76,8 +76,9 @@ private:
     {
         char lines[LINES_AT_ONCE * LINE_CHARS];
         for (std::size_t done = 0; done < size;) {
+            const std::size_t stop = std::min(size, done + LINES_AT_ONCE * WORD_SIZE);
             char* end = lines;
-            for (; done < size && end < lines + sizeof lines; done += WORD_SIZE, end += LINE_CHARS)
+            for (; done < stop; done += WORD_SIZE, end += LINE_CHARS)
                 fastest::write_line(end, bytes + done);
             const auto length = static_cast<std::size_t>(end - lines);
             const std::size_t taken = output_.put(lines, length);

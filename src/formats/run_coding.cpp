@@ -3,59 +3,105 @@
 
 #include "formats/bit_order.h"
 
-#include <algorithm>
 #include <bit>
 
 namespace
 {
-/// Writes a run of any length: as many of 255 as go before the last part, which may itself be 255 long.
-std::uint8_t* write_run(std::uint8_t* pairs, std::size_t count, std::uint8_t value)
+/// Writes the runs of some data, the first of which earlier data may have begun.
+class RunWriter
 {
-    for (; count > LONGEST_RUN; count -= LONGEST_RUN) {
-        *pairs++ = LONGEST_RUN;
-        *pairs++ = value;
+public:
+    RunWriter(std::span<const std::uint8_t> data, std::size_t begun, std::uint8_t* pairs)
+        : data_{data}, start_{-static_cast<std::ptrdiff_t>(begun)}, out_{pairs}
+    {
     }
-    *pairs++ = static_cast<std::uint8_t>(count);
-    *pairs++ = value;
-    return pairs;
-}
+
+    /// Ends the run in hand in front of a byte that differs from it.
+    void end_run(std::size_t at, std::uint8_t value)
+    {
+        const std::size_t count = write_full_runs(at, value);
+        write_pair(count, value);
+        start_ = static_cast<std::ptrdiff_t>(at);
+    }
+
+    /// Ends a run in front of each byte that changes has found, with the first of them at `at`.
+    void end_runs(std::size_t at, std::uint64_t changes)
+    {
+        for (; changes != 0; at += SINGLES, changes >>= SINGLES) {
+            std::uint64_t group = changes & ALL_CHANGE;
+            if (group == ALL_CHANGE && length_before(at) <= LONGEST_RUN) {
+                end_singles(at);
+                continue;
+            }
+            for (; group != 0; group &= group - 1) {
+                const std::size_t change = at + static_cast<std::size_t>(std::countr_zero(group));
+                end_run(change, data_[change - 1]);
+            }
+        }
+    }
+
+    /// Holds back what may go on: at most LONGEST_RUN bytes.
+    std::size_t hold_back_rest() { return write_full_runs(data_.size(), data_.back()); }
+
+    [[nodiscard]] std::uint8_t* end() const { return out_; }
+
+private:
+    // The mask of SINGLES bytes that all differ from the one before.
+    static constexpr std::uint64_t ALL_CHANGE = (std::uint64_t{1} << SINGLES) - 1;
+
+    [[nodiscard]] std::size_t length_before(std::size_t at) const
+    {
+        return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(at) - start_);
+    }
+
+    void write_pair(std::size_t count, std::uint8_t value)
+    {
+        *out_++ = static_cast<std::uint8_t>(count);
+        *out_++ = value;
+    }
+
+    /// Writes as much of the run in front of a byte as makes more than one pair.
+    /// @return how much is left, which may be LONGEST_RUN itself
+    std::size_t write_full_runs(std::size_t at, std::uint8_t value)
+    {
+        std::size_t count = length_before(at);
+        for (; count > LONGEST_RUN; count -= LONGEST_RUN)
+            write_pair(LONGEST_RUN, value);
+        return count;
+    }
+
+    /// Where SINGLES bytes all differ from the one before, the run in hand ends, and runs of one.
+    void end_singles(std::size_t at)
+    {
+        fastest::write_singles(out_, &data_[at - 1]);
+        *out_ = static_cast<std::uint8_t>(length_before(at));
+        out_ += PAIR_SIZE * SINGLES;
+        start_ = static_cast<std::ptrdiff_t>(at + SINGLES - 1);
+    }
+
+    std::span<const std::uint8_t> data_;
+    std::ptrdiff_t start_; // of the run in hand: in front of the data, when earlier data began it
+    std::uint8_t* out_;
+};
 } // namespace
 
 std::size_t RunEncoder::encode(std::span<const std::uint8_t> data, std::uint8_t* pairs)
 {
     if (data.empty())
         return 0;
-    std::uint8_t* out = pairs;
-    // Where the run in hand began, as an index into data: before it, for a run that earlier data began.
-    auto start = -static_cast<std::ptrdiff_t>(count_);
-    std::uint8_t value = value_;
-    const auto begin_run = [&](std::size_t at) {
-        const auto here = static_cast<std::ptrdiff_t>(at);
-        out = write_run(out, static_cast<std::size_t>(here - start), value);
-        start = here;
-        value = data[at];
-    };
-
-    if (count_ == 0)
-        value = data[0];
-    else if (data[0] != value)
-        begin_run(0);
+    RunWriter runs{data, count_, pairs};
+    if (count_ > 0 && data[0] != value_)
+        runs.end_run(0, value_);
     std::size_t i = 1;
     for (; i + CHANGES_SIZE <= data.size(); i += CHANGES_SIZE)
-        for (std::uint64_t mask = fastest::changes(data.data() + i); mask != 0; mask &= mask - 1)
-            begin_run(i + static_cast<std::size_t>(std::countr_zero(mask)));
+        runs.end_runs(i, fastest::changes(&data[i]));
     for (; i < data.size(); ++i)
-        if (data[i] != value)
-            begin_run(i);
+        if (data[i] != data[i - 1])
+            runs.end_run(i, data[i - 1]);
 
-    count_ = static_cast<std::size_t>(static_cast<std::ptrdiff_t>(data.size()) - start);
-    value_ = value;
-    // A run is finished as soon as it is longer than a pair can say.
-    for (; count_ > LONGEST_RUN; count_ -= LONGEST_RUN) {
-        *out++ = LONGEST_RUN;
-        *out++ = value_;
-    }
-    const auto written = static_cast<std::size_t>(out - pairs);
+    count_ = runs.hold_back_rest();
+    value_ = data.back();
+    const auto written = static_cast<std::size_t>(runs.end() - pairs);
     finished_runs_ += written / PAIR_SIZE;
     return written;
 }

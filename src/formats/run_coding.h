@@ -18,7 +18,8 @@ inline constexpr std::size_t EXPAND_STEP = 16;
 class RunEncoder
 {
 public:
-    /// Codes the next bytes.
+    /// Codes the next bytes: a byte that differs from the one before it ends a run, and so does a run's 255th
+    /// copy when another follows.
     /// @param pairs receives the runs that are finished; it needs room for two bytes for each of data
     /// @return how many bytes of pairs were written
     std::size_t encode(std::span<const std::uint8_t> data, std::uint8_t* pairs);
@@ -51,14 +52,16 @@ inline RunsTaken measure_runs(std::span<const std::uint8_t> pairs, std::size_t e
     return taken;
 }
 
-/// Writes `count` copies of a value, and fewer than EXPAND_STEP further bytes.
+/// Writes `count` copies of a value, and at most EXPAND_STEP further bytes.
 inline void expand_run(std::uint8_t* out, std::size_t count, std::uint8_t value)
 {
     const std::uint64_t copies = portable::repeat(value);
-    for (std::size_t i = 0; i < count; i += EXPAND_STEP) {
-        portable::store(out + i, copies);
-        portable::store(out + i + sizeof copies, copies);
-    }
+    const std::uint8_t* end = out + count;
+    do { // most runs are done after one step
+        portable::store(out, copies);
+        portable::store(out + sizeof copies, copies);
+        out += EXPAND_STEP;
+    } while (out < end);
 }
 
 /// Follows runs as measure_runs does, and writes what they stand for.
@@ -66,9 +69,17 @@ inline void expand_run(std::uint8_t* out, std::size_t count, std::uint8_t value)
 inline RunsTaken expand_runs(std::span<const std::uint8_t> pairs, std::size_t enough, std::uint8_t* out)
 {
     RunsTaken taken{0, 0};
-    for (; taken.pair_bytes < pairs.size() && taken.data_bytes < enough; taken.pair_bytes += PAIR_SIZE) {
+    while (taken.pair_bytes < pairs.size() && taken.data_bytes < enough) {
         const std::uint8_t* pair = &pairs[taken.pair_bytes];
+        const bool has_singles =
+            taken.pair_bytes + PAIR_SIZE * SINGLES <= pairs.size() && taken.data_bytes + SINGLES <= enough;
+        if (has_singles && fastest::read_singles(out + taken.data_bytes, pair)) {
+            taken.pair_bytes += PAIR_SIZE * SINGLES;
+            taken.data_bytes += SINGLES;
+            continue;
+        }
         expand_run(out + taken.data_bytes, pair[0], pair[1]);
+        taken.pair_bytes += PAIR_SIZE;
         taken.data_bytes += pair[0];
     }
     return taken;

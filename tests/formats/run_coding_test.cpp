@@ -152,7 +152,7 @@ TEST(RunCoding, ARunIsExpandedToItsLength)
 TEST(RunCoding, ExpandingKeepsToItsRoom)
 {
     for (std::size_t count = 0; count <= LONGEST_RUN; ++count) {
-        Bytes out(count + EXPAND_STEP, 0xEE);
+        Bytes out(count + EXPAND_STEP + 1, 0xEE);
         expand_run(out.data(), count, 0x5A);
         EXPECT_EQ(out.back(), 0xEE) << count;
     }
