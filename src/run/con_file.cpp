@@ -119,11 +119,13 @@ int configure_module(kvn_fpga_imp& session)
     return session.load_selected_file();
 }
 
-FILE* open_con_file(const char* name)
+FILE* open_con_file(const char (&name)[256])
 {
-    // A name that left no room for its extension names no file.
-    const bool complete = kvn_fpga_imp::Check_Extension(name, ".con") <= 0;
-    return complete ? std::fopen(name, "r") : nullptr;
+    // A name that had no room for its extension names no file.
+    char full_name[sizeof name];
+    const bool has_extension = kvn_fpga_imp::Check_Extension(name, ".con") <= 0;
+    const bool has_room = copy_with_extension(full_name, name, ".con");
+    return has_extension || has_room ? std::fopen(name, "r") : nullptr;
 }
 } // namespace
 
