@@ -1,0 +1,343 @@
+// Writes the seed corpora of the fuzz targets: make_fuzz_seeds FOLDER makes FOLDER/rbt, FOLDER/bit, ...
+#include "support/bitstreams.h"
+#include "workplace.h"
+
+#if __has_include("devices.h")
+#include "devices.h"
+#include "stream.h"
+#endif
+
+#include <cstdio>
+#include <filesystem>
+
+using namespace std::string_literals; // their zero bytes count
+
+namespace
+{
+std::filesystem::path folder;
+
+/// One more input of a target.
+void seed(const std::string& target, const std::string& name, const std::string& content)
+{
+    const std::filesystem::path place = folder / target;
+    std::filesystem::create_directories(place);
+    write_file((place / name).string(), content);
+}
+
+std::string as_text(const Bytes& bytes)
+{
+    return {bytes.begin(), bytes.end()};
+}
+
+void seed_rbt()
+{
+    seed("rbt", "empty", "");
+    seed("rbt", "good", RbtFile{8}.text());
+    seed("rbt", "virtex", RbtFile{8}.device("v300pq240").text());
+    seed("rbt", "no_date", RbtFile{5}.without_date().text());
+    seed("rbt", "too_few_bits", RbtFile{8}.stated_bits(64).text());
+    seed("rbt", "no_bits", RbtFile{8}.stated_bits(0).text());
+    seed("rbt", "negative_bits", RbtFile{4}.stated_bits(-32).text());
+    seed("rbt", "most_bits", RbtFile{4}.stated_bits(4294967296L).text());
+    seed("rbt", "no_data", RbtFile{std::size_t{0}}.text());
+    seed("rbt", "long_runs", RbtFile{Bytes(600, 0)}.text());
+    RbtFile file{8};
+    seed("rbt", "cut_line", file.text().substr(0, file.text().size() - 7));
+    seed("rbt", "no_line_feed_at_the_end", file.text() + std::string(33, '1'));
+    file.data[3] = std::string(40, '1') + '\n';
+    seed("rbt", "long_line", file.text());
+    file.data[3] = "0101\r\n";
+    seed("rbt", "carriage_return", file.text());
+    file.data[3] = std::string(10, '1') + '\0' + std::string(21, '1') + '\n';
+    seed("rbt", "zero_byte", file.text());
+    RbtFile long_header{8};
+    long_header.header[2] = "Design name: " + std::string(300, 'x') + '\n';
+    seed("rbt", "long_header_line", long_header.text());
+}
+
+void seed_bit()
+{
+    seed("bit", "empty", "");
+    seed("bit", "good", BitFile{32}.content());
+    seed("bit", "no_data", BitFile{std::size_t{0}}.content());
+    seed("bit", "long_runs", BitFile{Bytes(600, 0xFF)}.content());
+    BitFile trailing{32};
+    trailing.tail = "x";
+    seed("bit", "one_byte_more", trailing.content());
+    trailing.tail = std::string(1024, 'x');
+    seed("bit", "a_block_more", trailing.content());
+    BitFile odd{32};
+    odd.byte_count = 30;
+    seed("bit", "odd_count", odd.content());
+    odd.byte_count = 0x20000004;
+    seed("bit", "count_beyond_32_bits", odd.content());
+    odd.byte_count = 0x10000000;
+    seed("bit", "negative_count", odd.content());
+    BitFile long_text{32};
+    long_text.design_length = 0xFFFF;
+    seed("bit", "long_text", long_text.content());
+    BitFile empty_texts{32};
+    empty_texts.design = empty_texts.date = empty_texts.time = "";
+    empty_texts.device = "v300pq240";
+    seed("bit", "texts_without_zeros", empty_texts.content());
+}
+
+void seed_mcb()
+{
+    seed("mcb", "empty", "");
+    seed("mcb", "good", McbFile{32}.content());
+    seed("mcb", "long_runs", McbFile{Bytes(6000, 0)}.content());
+    McbFile file{32};
+    file.device = "v300pq240";
+    file.timestamp = "2006/02/17 12:00:00";
+    seed("mcb", "virtex", file.content());
+    for (const std::int32_t count : {0, 1, 3, 4, 5, 31, 33, -1, 0x7FFFFFFF}) {
+        file.byte_count = count;
+        seed("mcb", "count_" + std::to_string(count), file.content());
+    }
+    file.byte_count = 32;
+    file.runs = {0, 1, 0, 2, 32, 3, 0, 0};
+    seed("mcb", "empty_runs", file.content());
+    file.runs = {31, 7, 9};
+    seed("mcb", "cut_pair", file.content());
+}
+
+void seed_texts()
+{
+    seed("con", "good", "\"a comment\ngood.rbt mwc4a 0 1\ngood.mcb mwc4a 0 0x02\n");
+    seed("con", "no_extension", "good mwc4a 1 0x13\n\n folder\n");
+    seed("con", "bit", "good.bit mwc4a 0 1\n");
+    seed("con", "folder", "folder.rbt mwc4a 0 1\n");
+    seed("con", "numbers", "good.rbt\tmwc4a\t16 1\ngood.rbt mwc4a -1 5\n");
+    seed("con", "missing_fields", "good.rbt\n");
+    seed("con", "missing_file", "missing mwc4a 0 1\n");
+    seed("con", "long_line", std::string(250, 'x') + " mwc4a 0 1\ngood.rbt mwc4a 0 1");
+    seed("con", "comments", "\"nothing\n\n");
+
+    seed("command_line", "configure", "\0"s + "-fgood.rbt\n-dmwc4a\n-b0\n-s2\n-v\n-u\n-n");
+    seed("command_line", "target", "\1-fgood\n-t3\n-s4\n-dmwc4a\n-b0");
+    seed("command_line", "compress", "\0"s + "-fgood.bit\n-c");
+    seed("command_line", "expand", "\0"s + "-fgood.mcb\n-r\n-V");
+    seed("command_line", "con", "\1good.con\n-v");
+    seed("command_line", "con_without_extension", "\1good");
+    seed("command_line", "unknown", "\0"s + "-x\n-zvalue\n-\n");
+    seed("command_line", "out_of_range", "\0"s + "-s259\n-b65536\n-t-1");
+    seed("command_line", "long", "\0"s + "-f" + std::string(300, 'x') + "\n-d" + std::string(40, 'y'));
+    seed("command_line", "percent", "\0"s + "-f%s%n.rbt\n-d%s\n-b1\n-s1\n-v");
+
+    seed("environment", "both", "mwc4a 0\nmwc4a 1");
+    seed("environment", "no_number", "mwc4a");
+    seed("environment", "blanks", "  mwc4a\t 3 more\n \t");
+    seed("environment", "empty", "\n");
+    seed("environment", "none", "");
+    seed("environment", "other_type", "mwc3a 2\nmwc4a 0");
+    seed("environment", "numbers", "mwc4a 99999999999\nmwc4a -1");
+    seed("environment", "long", std::string(200, 'm') + ' ' + std::string(200, '1'));
+
+    seed("console_answers", "all", "\0"s + "good\nmwc4a\n0\ny\n\n\n");
+    seed("console_answers", "wrong_names",
+         "\0"s + "\nx.txt\n" + std::string(400, 'x') + "\ngood.bit\nmwc4a\n0\n\n");
+    seed("console_answers", "slot", "\1good.mcb\nmwc4a\n0\n\n\n");
+    seed("console_answers", "only_mcb", "\2y\nmwc4a\n\n");
+    seed("console_answers", "only_bit", "\3yes\n0\nno\ny\n\n");
+    seed("console_answers", "compress", "\4Y\n");
+    seed("console_answers", "expand", "\5good.mcb\n");
+    seed("console_answers", "end", "\0"s);
+
+    seed("callback_answers", "all", "\0good.rbt\nmwc4a\n0\n\0\0\0y\0\0\0y"s);
+    seed("callback_answers", "only_mcb", "\2\0\0\1ymwc4a\n0\n"s);
+    seed("callback_answers", "only_bit", "\3\0\0\0Y0\n\0\0\0y"s);
+    seed("callback_answers", "long",
+         "\0"s + std::string(300, 'x') + ".rbt\ngood.mcb\n" + std::string(100, 'm') + '\n');
+}
+
+void seed_replies()
+{
+    const auto record = [](std::uint8_t type, std::uint8_t model, std::string device, char compression) {
+        device.resize(26, '\0');
+        return std::string{static_cast<char>(type), static_cast<char>(model), '\1'} + device + compression;
+    };
+    const std::string good_rest{"\0\0\1\1\0\0\0\0\4\0\0\0\0\0", 14};
+    seed("module_replies", "fpga", record(2, 4, "2v3000fg676-4", 0) + good_rest);
+    seed("module_replies", "old_fpga", record(2, 3, "2v3000fg676-4", 1) + good_rest);
+    seed("module_replies", "io", record(4, 5, "2v3000fg676-5", 0) + good_rest);
+    seed("module_replies", "old_io", record(4, 4, "2v3000fg676-5", 1) + good_rest);
+    seed("module_replies", "other", record(7, 1, "", 0) + good_rest);
+    seed("module_replies", "spartan_xl", record(2, 3, "s40xlpq208-4", 0) + good_rest);
+    seed("module_replies", "virtex_e", record(2, 3, "v1000efg680-6", 0) + good_rest);
+    seed("module_replies", "long_name", record(2, 3, std::string(26, '2'), 0) + good_rest);
+    seed("module_replies", "no_name", record(2, 3, "", 1) + good_rest);
+    seed("module_replies", "wrong_type", record(2, 4, "2v3000fg676-4", 0) + "\3\7\0");
+    seed("module_replies", "device", "2vp30ff896-6");
+}
+
+void seed_runs()
+{
+    // Bytes that lead through most of the decisions.
+    for (int variant = 0; variant < 24; ++variant) {
+        std::string choices;
+        std::uint32_t state = 12345U + static_cast<std::uint32_t>(variant);
+        for (int i = 0; i < 400; ++i) {
+            state = state * 1664525U + 1013904223U;
+            choices += static_cast<char>(state >> 24);
+        }
+        seed("runs", "mixed_" + std::to_string(variant), choices);
+    }
+    seed("runs", "zeros", std::string(300, '\0'));
+}
+
+#if __has_include("devices.h")
+void seed_ports()
+{
+    const auto devices = fpga::devices();
+    for (std::size_t i = 0; i < devices.size(); ++i) {
+        const fpga::Device& device = devices[i];
+        const bool is_first = i == 0 || devices[i - 1].family != device.family;
+        if (!is_first)
+            continue;
+        for (const auto& [name, defect] : {std::pair{"good", fpga::Defect::none},
+                                           {"crc", fpga::Defect::crc},
+                                           {"id", fpga::Defect::id},
+                                           {"short", fpga::Defect::short_data}}) {
+            const fpga::StreamOptions options{.fill = fpga::Fill::zero, .defect = defect};
+            const Bytes pairs = fpga::run_code(fpga::reverse_each(fpga::make_stream(device, options)));
+            seed("configuration_port", std::string{device.name} + '_' + name,
+                 std::string{static_cast<char>(i), '\x0F'} + as_text(pairs));
+        }
+        const Bytes plain = fpga::reverse_each(fpga::make_stream(device, {.fill = fpga::Fill::pattern}));
+        const Bytes begin{plain.begin(), plain.begin() + std::min<std::ptrdiff_t>(600, std::ssize(plain))};
+        seed("configuration_port", std::string{device.name} + "_begin",
+             std::string{static_cast<char>(i), '\x0E'} + as_text(begin));
+    }
+}
+
+void seed_racks()
+{
+    const std::string board = "[[board]]\ntype = \"mwc4a\"\nnumber = 0\n";
+    const std::string slot = "[[board.slot]]\nnumber = 1\nkind = \"fpga\"\nmodel = 4\nversion = 2\n"
+                             "device = \"2v3000fg676-4\"\ncompression = \"query\"\n";
+    const std::string io = "[[board.slot]]\nnumber = 2\nkind = \"io\"\nmodel = 4\ndevice = \"2s200fg456-5\"\n"
+                           "compression = \"record\"\n";
+    seed("rack", "board", board);
+    seed("rack", "slots",
+         board + slot + io +
+             "[[board.slot]]\nnumber = 3\nkind = \"processor\"\n"
+             "[[board.slot]]\nnumber = 4\nkind = \"no-bus\"\n");
+    seed("rack", "other",
+         board + "[[board.slot]]\nnumber = 1\nkind = \"other\"\ntype = 9\ninfo = [1, 0, 1]\n");
+    seed("rack", "two_boards",
+         board + slot +
+             "[[board]]\ntype = \"mwc4a\"\nnumber = 1\n"
+             "reached_over = \"mwc4a 0\"\n" +
+             slot);
+    seed("rack", "slow",
+         "[[board]]\ntype = \"mwc4a\"\nnumber = 0\nlatency_us = 100\nbytes_per_second = 1000\n"
+         "info_word = 7\nopens = true\n" +
+             slot);
+    seed("rack", "link_faults",
+         board +
+             "[[board.fault]]\nkind = \"flip-byte\"\nafter = 10\nmask = 0x10\n"
+             "[[board.fault]]\nkind = \"drop-byte\"\nafter = 4\n" +
+             slot);
+    for (const char* fault :
+         {"kind = \"wrong-status\"\nstatus = 77\nnth = 2", "kind = \"no-reply\"\nreply = \"load\"",
+          "kind = \"short-reply\"\nreply = \"identification\"\nlength = 3",
+          "kind = \"other-type\"\nreply = \"compression\"\ntype = 5"})
+        seed("rack", "reply_fault_" + std::to_string(std::string_view{fault}.size()),
+             board + slot + "[[board.slot.fault]]\n" + fault + '\n');
+    seed("rack", "call_fault",
+         board + slot +
+             "[[fault]]\nfunction = \"MwOpenS\"\ncall = 3\ncode = 0x80000001\n"
+             "text = \"gone\"\n[[fault]]\ncall = 9\ncode = 5\n");
+    seed("rack", "mistake", board + "slots = 3\n");
+    seed("rack", "no_toml", "[[board\n");
+}
+
+std::string hex_of(const Bytes& bytes)
+{
+    return "{\"hex\":\"" + hex(bytes) + "\"}";
+}
+
+/// A call as it stands in a trace.
+std::string call(const std::string& name, const std::string& in, const std::string& got = "", int result = 0)
+{
+    return R"({"t":1,"took":2,"call":"Mw)" + name + "\",\"in\":{" + in +
+           "},\"result\":" + std::to_string(result) + (got.empty() ? "" : ",\"got\":{" + got + '}') + "}\n";
+}
+
+/// A good run that configures slot 1 from good.rbt.
+std::string recorded_run(bool compressed, int status)
+{
+    constexpr const char* handle = "\"handle\":1,\"timeout\":5000";
+    const std::string on_slot = std::string{handle} + ",\"board\":0,\"slot\":1";
+    Bytes record = bytes("02 03 01");
+    const std::string device = "2v3000fg676-4";
+    record.insert(record.end(), device.begin(), device.end());
+    record.resize(30);
+    record[29] = compressed ? 1 : 0;
+    const Bytes data = compressed ? run_coded(good_data()) : good_data();
+    Bytes sent{static_cast<std::uint8_t>(compressed ? 13 : 3), 5};
+    sent.insert(sent.end(), data.begin(), data.end());
+    std::string sizes = "[1,2],[" + std::to_string(data.size() / 8) + ",8]";
+    if (data.size() % 8 != 0)
+        sizes += ",[1," + std::to_string(data.size() % 8) + ']';
+
+    std::string trace = "{\"trace\":\"mwapi\",\"version\":1}\n";
+    trace += call("OpenS", R"("board":0,"board_type":"mwc4a","device":"ksb")", "\"handle\":1");
+    trace += call("InitIoStatus", "\"handle\":1", "\"io_status\":7");
+    trace += call("InitIoStatus", "\"handle\":1", "\"io_status\":8");
+    trace += call("GetBoardInfo", R"("board":0,"board_type":"mwc4a")",
+                  "\"record\":[0,1,0,1,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0]");
+    trace += call("KSBSendMessageEx", on_slot + ",\"type\":1,\"data\":null,\"length\":0");
+    trace += call("KSBReceiveMessageEx", on_slot + ",\"size\":30",
+                  "\"type\":2,\"received\":30,\"data\":" + hex_of(record));
+    trace += call("KSBStartSendMessageEx", on_slot);
+    trace += call("KSBSendMessageDataEx",
+                  std::string{handle} + ",\"sizes\":[" + sizes + "],\"data\":" + hex_of(sent));
+    trace += call("KSBEndOfSendMessageEx", handle);
+    trace += call("KSBStartReceiveMessageEx", handle, "\"type\":4");
+    trace += call("KSBReceiveMessageDataEx", std::string{handle} + ",\"size\":2",
+                  "\"received\":2,\"data\":" + hex_of({static_cast<std::uint8_t>(status), 0}));
+    trace += call("KSBEndOfReceiveMessageEx", handle);
+    trace += call("Close", "\"handle\":1", "\"handle\":0");
+    return trace;
+}
+
+void seed_traces()
+{
+    constexpr int configured = 5;
+    const std::string good = recorded_run(false, configured);
+    seed("trace", "good", good);
+    seed("trace", "compressed", recorded_run(true, configured));
+    seed("trace", "refused", recorded_run(false, 2));
+    seed("trace", "cut", good.substr(0, good.size() / 2));
+    seed("trace", "version", "{\"trace\":\"mwapi\",\"version\":2}\n");
+    seed("trace", "no_trace", "{}\n");
+    seed("trace", "failed_open",
+         "{\"trace\":\"mwapi\",\"version\":1}\n" +
+             call("OpenS", R"("board":0,"board_type":"mwc4a","device":"ksb")", "", 7) +
+             call("Err2Text", "\"code\":7", R"("text":{"hex":"41 42 FF"})"));
+}
+#endif
+} // namespace
+
+int main(int argc, char** argv)
+{
+    if (argc != 2) {
+        (void)std::fprintf(stderr, "usage: %s FOLDER\n", argv[0]);
+        return 2;
+    }
+    folder = argv[1];
+    seed_rbt();
+    seed_bit();
+    seed_mcb();
+    seed_texts();
+    seed_replies();
+    seed_runs();
+#if __has_include("devices.h")
+    seed_ports();
+    seed_racks();
+    seed_traces();
+#endif
+    return 0;
+}

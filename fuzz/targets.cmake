@@ -1,0 +1,49 @@
+# The fuzz targets: what each is made of. kvn_fuzz_target makes one program of it; the including folder says how.
+set(KVN_FUZZ_DIR ${CMAKE_CURRENT_LIST_DIR})
+set(KVN_FUZZ_TARGETS rbt bit mcb con command_line environment console_answers callback_answers module_replies
+                     runs)
+if(KVN_BUILD_TOOLS)
+  list(APPEND KVN_FUZZ_TARGETS configuration_port rack trace)
+endif()
+
+set(kvn_fuzz_support ${PROJECT_SOURCE_DIR}/tests/support)
+add_library(kvn_fuzz_common STATIC ${KVN_FUZZ_DIR}/workplace.cpp ${kvn_fuzz_support}/bitstreams.cpp
+                                   ${kvn_fuzz_support}/bytes.cpp)
+target_include_directories(kvn_fuzz_common PUBLIC ${KVN_FUZZ_DIR} ${PROJECT_SOURCE_DIR}/tests)
+target_link_libraries(kvn_fuzz_common PUBLIC kvn_fpga_static PRIVATE kvn_warnings)
+
+add_library(kvn_fuzz_platform OBJECT ${KVN_FUZZ_DIR}/sessions.cpp ${KVN_FUZZ_DIR}/watched_platform.cpp)
+target_link_libraries(kvn_fuzz_platform PUBLIC kvn_fuzz_common PRIVATE kvn_warnings)
+
+# Writes the seed corpora, so that no generated file is kept with the sources.
+add_executable(make_fuzz_seeds ${KVN_FUZZ_DIR}/make_seeds.cpp)
+target_link_libraries(make_fuzz_seeds PRIVATE kvn_fuzz_platform kvn_warnings)
+set(KVN_FUZZ_SEEDS ${CMAKE_CURRENT_BINARY_DIR}/seeds)
+add_custom_command(OUTPUT ${KVN_FUZZ_SEEDS}/complete COMMAND make_fuzz_seeds ${KVN_FUZZ_SEEDS}
+                          COMMAND ${CMAKE_COMMAND} -E touch ${KVN_FUZZ_SEEDS}/complete
+                   DEPENDS make_fuzz_seeds)
+add_custom_target(fuzz_seeds ALL DEPENDS ${KVN_FUZZ_SEEDS}/complete)
+if(KVN_BUILD_TOOLS)
+  target_link_libraries(make_fuzz_seeds PRIVATE kvn_fpga_devices)
+endif()
+
+function(kvn_fuzz_target program name)
+  add_executable(${program} ${KVN_FUZZ_DIR}/targets/${name}.cpp ${ARGN})
+  add_dependencies(${program} fuzz_seeds)
+  if(name STREQUAL "rack")
+    target_link_libraries(${program} PRIVATE kvn_fuzz_common mwvirtual_objects kvn_fpga_devices mwtrace_core kvn_warnings)
+  elseif(name STREQUAL "trace")
+    target_include_directories(${program} PRIVATE ${PROJECT_SOURCE_DIR}/platform/trace)
+    target_link_libraries(${program} PRIVATE kvn_fuzz_common mwtrace_core kvn_warnings)
+  elseif(name STREQUAL "configuration_port")
+    target_link_libraries(${program} PRIVATE kvn_fuzz_platform kvn_fpga_devices kvn_warnings)
+  else()
+    target_link_libraries(${program} PRIVATE kvn_fuzz_platform kvn_warnings)
+  endif()
+  if(name STREQUAL "runs")
+    target_sources(${program} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/faults.cpp)
+    target_link_options(${program} PRIVATE
+      LINKER:--wrap=fread LINKER:--wrap=fgets LINKER:--wrap=fwrite LINKER:--wrap=fclose
+      LINKER:--wrap=_ZnwmRKSt9nothrow_t LINKER:--wrap=_ZnamRKSt9nothrow_t)
+  endif()
+endfunction()

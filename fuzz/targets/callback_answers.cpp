@@ -1,0 +1,66 @@
+// What an application's functions answer: texts of up to 255 characters, and any number for keys and yes or
+// no.
+#include "target.h"
+#include "watched_platform.h"
+#include "workplace.h"
+
+#include <cstring>
+
+namespace
+{
+constexpr std::size_t MOST_QUESTIONS = 100;
+
+Choices* answers = nullptr;
+std::size_t questions = 0;
+
+int next_number(char* text, void* /*unused*/)
+{
+    take_print(text);
+    return static_cast<int>(answers->word());
+}
+
+/// After many questions only good answers come, so that the run ends.
+int next_text(char* prompt, void* answer)
+{
+    constexpr std::size_t longest = 255;
+    take_print(prompt);
+    std::string text = answers->line();
+    if (++questions > MOST_QUESTIONS || answers->empty())
+        text = "good.rbt";
+    auto* buffer = static_cast<char*>(answer);
+    std::memset(buffer, 'x', longest + 1); // all of it is the function's to write
+    buffer[text.copy(buffer, longest)] = '\0';
+    return static_cast<int>(questions);
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const std::vector<std::string> lines[] = {
+        {"KVN_FPGA"},
+        {"KVN_FPGA", "-v", "-s1"},
+        {"KVN_FPGA", "-fonly_mcb.rbt", "-b0", "-s2"},
+        {"KVN_FPGA", "-fonly_bit.mcb", "-dmwc4a"},
+        {"KVN_FPGA", "-fonly_rbt.bit", "-c"},
+        {"KVN_FPGA", "-r"},
+    };
+    const InWorkplace here;
+    write_file("only_mcb.mcb", read_file("good.mcb"));
+    write_file("only_bit.bit", read_file("good.bit"));
+    write_file("only_rbt.rbt", read_file("good.rbt"));
+    Choices input{data, size};
+    answers = &input;
+    questions = 0;
+
+    WatchedPlatform platform;
+    kvn_fpga object;
+    object.kvn_fpga_set_userprint(take_print);
+    object.kvn_fpga_set_userfie(next_number, 0);
+    object.kvn_fpga_set_userfie(next_text, 1);
+    object.kvn_fpga_set_userfie(next_number, 2);
+    CommandLine arguments{input.one_of(lines)};
+    const int result = object.kvn_fpga_main(arguments.argc(), arguments.argv());
+    check_result(result, object.kvn_fpga_getlasterr());
+    platform.require_closed();
+    return 0;
+}

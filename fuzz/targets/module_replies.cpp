@@ -1,0 +1,85 @@
+// What modules and platform answer: the identification record comes first, so that dictionaries of device
+// names reach it.
+#include "kvnfpgai.h"
+#include "target.h"
+#include "watched_platform.h"
+#include "workplace.h"
+
+namespace
+{
+constexpr std::size_t RECORD_SIZE = 30;
+
+void take_answers(WatchedPlatform& platform, Choices& input)
+{
+    WatchedSlot slot;
+    slot.record = input.exactly(RECORD_SIZE);
+    // Mostly what is expected, so that a run goes on to the next answer.
+    if (input.once_in(4))
+        slot.type_reply = input.byte();
+    if (input.once_in(4))
+        slot.compression_reply = input.byte();
+    slot.compression_answer = input.bytes(input.below(40));
+    if (input.once_in(4))
+        slot.verdict = input.bytes(input.below(4));
+    slot.load_reply = input.word();
+    slot.claimed = input.word();
+    if (input.once_in(4))
+        for (std::uint32_t& word : slot.info)
+            word = input.byte();
+    platform.slots.fill(slot);
+    if (input.yes())
+        platform.failing_call = static_cast<std::uint32_t>(1 + input.below(32));
+    platform.failure_code = input.word() | 1U;
+    platform.error_words_fill_the_buffer = input.yes();
+    platform.handle_kind = input.once_in(4) ? input.word() : MW_DEVICE_KIND_KSB;
+    platform.handle_board_number = input.byte();
+    platform.error_words = input.line();
+    platform.handle_board_type = input.text(40);
+}
+
+/// Device names as texts of a session, which modules fill.
+void look_at_device(const std::string& name)
+{
+    kvn_fpga_imp session;
+    session.kvn_fpga_set_userprint(take_print);
+    char family[16] = "untouched";
+    const std::string text = name.substr(0, name.find('\0'));
+    const int known = session.Get_Device_Family(text.c_str(), family);
+    require(known == 1 || (known == 0 && std::string_view{family} == "untouched"),
+            "only a known family is named");
+    session.Print_Device_Statistics(text.c_str());
+}
+
+void check(int result, kvn_fpga& object, const WatchedPlatform& platform)
+{
+    check_result(result, object.kvn_fpga_getlasterr());
+    platform.require_closed();
+    require(!platform.failed || result != 0, "a call that fails is never taken for a success");
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static char file[] = "good.rbt";
+    static char board_type[] = "mwc4a";
+    const InWorkplace here;
+    look_at_device(Choices{data, size}.text(31));
+    for (int way = 0; way < 3; ++way) {
+        Choices input{data, size};
+        WatchedPlatform platform;
+        take_answers(platform, input);
+        kvn_fpga object;
+        answer_simply(object);
+        int result = 0;
+        if (way == 0) {
+            result = object.kvn_fpga_board(board_type, 0, 1, file, 0, 1);
+        } else if (way == 1) {
+            result = object.kvn_fpga_handle(platform.callers_handle(), 2, file, 0, 3);
+        } else {
+            CommandLine search{{"KVN_FPGA", "-fgood.mcb", "-v", "-dmwc4a", "-b0"}};
+            result = object.kvn_fpga_main(platform.callers_handle(), search.argc(), search.argv());
+        }
+        check(result, object, platform);
+    }
+    return 0;
+}

@@ -1,0 +1,68 @@
+// Recordings of platform calls: read, walked through as recorded, and as the platform of a run.
+#include "replay.h"
+#include "require.h"
+#include "target.h"
+#include "workplace.h"
+
+// The platform functions that answer from a recording, and their one replay, which each input replaces.
+#include "mwapi_replay.cpp" // NOLINT(bugprone-suspicious-include)
+
+#include <new>
+#include <string>
+
+namespace
+{
+constexpr const char* TRACE = "trace.jsonl";
+
+/// Makes every recorded call.
+void walk()
+{
+    try {
+        const mwtrace::Recording recording{TRACE};
+        mwtrace::Replay replayed{TRACE};
+        for (std::size_t i = 0; i < recording.size(); ++i) {
+            const mwtrace::Record record = recording.record(i);
+            const bool done = replayed.answer(record.function, record.in).has_value();
+            require(done || replayed.status() != 0, "a call that is not answered has a reason");
+        }
+        require(replayed.status() == 0 || !replayed.words().empty(), "a departure is told in words");
+        (void)replayed.rest();
+    } catch (const mwtrace::TraceError& error) {
+        require(std::string_view{error.what()}.starts_with(TRACE), "a mistake is told with its place");
+        mwtrace::Replay refused{TRACE};
+        require(refused.status() == mwtrace::BAD_TRACE, "a trace with a mistake is not used");
+    }
+}
+
+/// Lets the platform functions answer from the input.
+void begin_replay()
+{
+    mwtrace::Replay& one = mwtrace::replay();
+    one.~Replay();
+    new (&one) mwtrace::Replay{TRACE};
+}
+
+void run(const char* file_name, int flags)
+{
+    char board_type[] = "mwc4a";
+    std::string file{file_name};
+    begin_replay();
+    kvn_fpga object;
+    answer_simply(object);
+    const int result = object.kvn_fpga_board(board_type, 0, 1, file.data(), 0, flags);
+    check_result(result, object.kvn_fpga_getlasterr());
+    (void)mwtrace::replay().rest();
+}
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    static const bool named = setenv("MWREPLAY_FILE", "no such recording", 1) == 0; // for its first making
+    require(named, "the environment can be set");
+    const InWorkplace here;
+    write_file(TRACE, {reinterpret_cast<const char*>(data), size});
+    walk();
+    run("good.rbt", 0);
+    run("good.mcb", 4);
+    return 0;
+}

@@ -1,0 +1,72 @@
+// What the fuzz targets share: a folder of files to work in, and the checks of a run's result.
+#ifndef KVN_FPGA_FUZZ_WORKPLACE_H
+#define KVN_FPGA_FUZZ_WORKPLACE_H
+
+#include "choices.h"
+#include "kvn_fpga.h"
+#include "require.h"
+
+#include <cstdio>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// While it lives, the process works in a folder of its own and its standard output leads nowhere. The folder
+/// holds good.rbt, good.mcb, good.bit and good.con, of one configuration, and a folder named folder.rbt.
+class InWorkplace
+{
+public:
+    InWorkplace();
+    ~InWorkplace();
+    InWorkplace(const InWorkplace&) = delete;
+    InWorkplace& operator=(const InWorkplace&) = delete;
+
+private:
+    FILE* stdout_before_;
+    std::size_t descriptors_before_;
+};
+
+/// The path of the folder, with a slash behind it.
+const std::string& workplace();
+
+/// What the good files configure, in transmission order.
+const Bytes& good_data();
+
+void write_file(const std::string& name, std::string_view content);
+inline void write_file(const std::string& name, const Bytes& content)
+{
+    write_file(name, {reinterpret_cast<const char*>(content.data()), content.size()});
+}
+/// The content of a file; empty when there is none.
+std::string read_file(const std::string& name);
+void remove_file(const std::string& name);
+
+/// A stream over bytes. The library closes it.
+FILE* open_bytes(const std::uint8_t* data, std::size_t size);
+
+/// Checks that a run's result and text belong together.
+void check_result(int result, const char* text);
+
+/// Takes the library's prints; checks that each is a text.
+void take_print(char* text);
+/// Answers every question of an object the same way: return is pressed, a yes, and good.rbt, mwc4a or 0 for a
+/// text.
+void answer_simply(kvn_fpga& object);
+
+/// The pairs of a compressed load, expanded; a load of an odd length is a mistake.
+Bytes expanded(const Bytes& pairs);
+
+/// An argument vector for the library.
+class CommandLine
+{
+public:
+    explicit CommandLine(std::vector<std::string> arguments);
+    [[nodiscard]] int argc() const { return static_cast<int>(texts_.size()); }
+    char** argv() { return pointers_.data(); }
+
+private:
+    std::vector<std::string> texts_;
+    std::vector<char*> pointers_;
+};
+
+#endif
