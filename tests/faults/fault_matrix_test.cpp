@@ -1,0 +1,372 @@
+// Every kind of run, with every one of its operations failing in turn.
+//
+// A good run is recorded; then each of its platform calls, file operations, transfers and allocations fails
+// once, in a run of its own. So an operation that is added to the library is covered from its first day.
+#include "documented_errors.h"
+#include "fault_points.h"
+#include "run_kinds.h"
+#include "support/bitstreams.h"
+#include "support/run_fixture.h"
+
+#include <iostream>
+#include <numeric>
+
+using fault_points::Depth;
+using fault_points::Fault;
+using fault_points::Operation;
+using fault_points::Point;
+using fault_points::Recording;
+
+namespace
+{
+/// All that a run shows.
+struct Account {
+    Result result{};
+    std::vector<std::string> journal; ///< without the questions for an error's words
+    std::vector<Bytes> loads;         ///< what each slot was sent
+    std::string output;
+    std::vector<std::string> prints;
+    std::vector<Point> points;
+    int open_streams = 0;
+    std::size_t sent_after_failure = 0; ///< calls other than MwClose and MwErr2Text
+};
+
+bool needs_no_result(const std::string& call)
+{
+    return call.starts_with("Close") || call.starts_with("Err2Text");
+}
+
+class FaultMatrix : public RunFixture, public testing::WithParamInterface<RunKind>
+{
+protected:
+    const RunKind& kind = GetParam();
+    int cases = 0;
+    /// Leaves data calls out of the journal, for large files.
+    bool large = false;
+
+    void SetUp() override
+    {
+        FakeBoard& board = platform.board("mwc4a", 0);
+        if (kind.action == Action::con) {
+            board.slot(1, module_of(false));
+            board.slot(2, module_of(false));
+            board.slot(3, module_of(true));
+        } else {
+            board.slot(2, module_of(kind.compressed));
+        }
+        write_inputs(small_configuration(kind));
+    }
+
+    void TearDown() override
+    {
+        RunFixture::TearDown();
+        total_cases += cases;
+        std::cout << kind.name << ": " << cases << " faults (" << total_cases << " so far)\n";
+        RecordProperty("faults", cases);
+        EXPECT_GT(cases, 0);
+    }
+
+    [[nodiscard]] Module module_of(bool compressed) const
+    {
+        Module module = kind.is_io ? io_module(kind.model) : fpga_module(kind.model);
+        return module.device(kind.device).accepts_compressed(compressed);
+    }
+
+    void write_inputs(const Bytes& data) const
+    {
+        std::string part = kind.device;
+        part = part.substr(0, part.find('-'));
+        RbtFile rbt{data};
+        rbt.device(part);
+        McbFile mcb{data};
+        mcb.device = part;
+        BitFile bit{data};
+        bit.design = std::string{"design_routed.ncd\0", 18};
+        bit.device = (part + std::string(kind.long_device, 'x')).append(12 - part.size(), '\0');
+        if (kind.action == Action::con) {
+            write_file("rack.con", "one.rbt mwc4a 0 1\ntwo.mcb mwc4a 0 2\nthree mwc4a 0 3\n");
+            rbt.write("one.rbt");
+            mcb.write("two.mcb");
+            rbt.write("three.rbt");
+        } else if (kind.input() == "design.rbt") {
+            rbt.write();
+        } else if (kind.input() == "design.bit") {
+            bit.write();
+        } else {
+            mcb.write();
+        }
+    }
+
+    Account perform(std::size_t place, Fault fault, Depth depth = Depth::calls)
+    {
+        return perform([&](Recording& recording) { recording.plan(place, fault); }, depth);
+    }
+
+    Account perform_well(Depth depth = Depth::calls)
+    {
+        return perform([](Recording&) {}, depth);
+    }
+
+    /// A platform call that fails, counted without those whose result is not looked at.
+    Account perform_with_failing_call(int n)
+    {
+        platform.fail_call(n);
+        Account account = perform_well();
+        platform.fail_nothing();
+        return account;
+    }
+
+    template <class Plan>
+    Account perform(Plan plan, Depth depth)
+    {
+        clear_log();
+        platform.logs_data = !large;
+        FakeBoard& board = platform.board("mwc4a", 0);
+        for (std::uint32_t slot = 1; slot <= 4; ++slot)
+            if (Module* module = board.module_in(slot))
+                module->loads.clear();
+        if (!kind.output().empty())
+            std::filesystem::remove(kind.output());
+        answers.assign(kind.way == Way::search ? 1 : 0, "y");
+
+        Account account;
+        {
+            Recording recording{depth};
+            std::optional<std::size_t> failed_at;
+            // A wrong bit count is recorded early, and the load goes on; what counts is the last text.
+            recording.on_failure([&] { failed_at = log().size(); });
+            plan(recording);
+            account.result = start();
+            account.points = recording.points();
+            account.open_streams = recording.open_streams();
+            if (failed_at && account.result.number != 0)
+                for (std::size_t i = *failed_at; i < log().size(); ++i)
+                    if (log()[i].starts_with("* ") && !needs_no_result(log()[i].substr(2)))
+                        ++account.sent_after_failure;
+        }
+        answers.clear();
+        for (const std::string& call : bus())
+            if (!call.starts_with("Err2Text"))
+                account.journal.push_back(call);
+        for (std::uint32_t slot = 1; slot <= 4; ++slot)
+            if (const Module* module = board.module_in(slot))
+                account.loads.insert(account.loads.end(), module->loads.begin(), module->loads.end());
+        if (!kind.output().empty() && file_exists(kind.output()))
+            account.output = read_file(kind.output());
+        account.prints = prints();
+        return account;
+    }
+
+    Result start()
+    {
+        if (kind.way == Way::board)
+            return result(
+                session.kvn_fpga_board("mwc4a", 0, 2, kind.input().c_str(), 0, kind.verbose ? 1 : 0));
+        if (kind.way == Way::handle)
+            return result(
+                session.kvn_fpga_handle(platform.caller_handle("mwc4a", 0), 2, kind.input().c_str(), 0, 0));
+        const std::string file = "-f" + kind.input();
+        if (kind.action == Action::con)
+            return run({"rack.con"});
+        if (!kind.loads())
+            return run({file, "-u", kind.action == Action::mcb_to_rbt ? "-r" : "-c"});
+        MW_HANDLE* bus = kind.way == Way::line_on_handle ? platform.caller_handle("mwc4a", 0) : nullptr;
+        if (kind.way == Way::search)
+            return run({file, "-u", "-dmwc4a", "-b0"}, bus);
+        return run({file, "-u", "-dmwc4a", "-b0", "-s2", kind.verbose ? "-v" : "-u"}, bus);
+    }
+
+    /// What holds after every run, whatever became of it.
+    void expect_order(const Account& account) const
+    {
+        EXPECT_EQ(account.open_streams, 0) << "streams left open";
+        EXPECT_EQ(platform.open_handles(), 0) << "handles left open";
+        EXPECT_EQ(account.sent_after_failure, 0U) << joined(account.journal);
+        const auto count = [&account](std::string_view call) {
+            return std::count_if(account.journal.begin(), account.journal.end(),
+                                 [call](const std::string& line) { return line.starts_with(call); });
+        };
+        const bool open_failed = account.result.number == 9201;
+        EXPECT_EQ(count("Close"), count("OpenS") - (open_failed ? 1 : 0)) << joined(account.journal);
+        const bool ends_with_close = !account.journal.empty() && account.journal.back().starts_with("Close");
+        EXPECT_EQ(ends_with_close, count("Close") > 0 && !open_failed) << joined(account.journal);
+    }
+
+    void expect_number(const Account& account, int number) const
+    {
+        EXPECT_EQ(account.result.number, number) << account.result.text;
+        if (number == 0)
+            return;
+        EXPECT_EQ(account.result.last_error, number);
+        EXPECT_TRUE(is_documented(number, account.result.text))
+            << account.result.text << "\nis none of" << documented_texts(number);
+        EXPECT_NE(account.result.text.find(std::to_string(number)), std::string::npos);
+    }
+
+    /// The run succeeded as if there had been no fault.
+    static void expect_equal(const Account& account, const Account& good)
+    {
+        EXPECT_EQ(account.journal, good.journal);
+        EXPECT_EQ(account.loads, good.loads);
+        EXPECT_EQ(account.output, good.output);
+    }
+
+    /// The same session is good for another run, which is like the first.
+    void expect_ready(const Account& good)
+    {
+        const Account next = perform_well();
+        EXPECT_EQ(next.result, Succeeds());
+        expect_equal(next, good);
+        EXPECT_EQ(next.prints, good.prints);
+        expect_order(next);
+    }
+
+    /// The first operation that did not go as in the good run, or null.
+    static const Point* first_difference(const Account& account, const Account& good, const Point** before)
+    {
+        const auto is_call = [](const Point& point) { return point.operation < Operation::description; };
+        std::vector<const Point*> calls;
+        for (const Point& point : account.points)
+            if (is_call(point))
+                calls.push_back(&point);
+        std::size_t next = 0;
+        for (const Point& point : good.points) {
+            if (!is_call(point) || next == calls.size())
+                continue;
+            const Point* made = calls[next++];
+            if (made->done != point.done || made->error != point.error) {
+                *before = &point;
+                return made;
+            }
+        }
+        return nullptr;
+    }
+
+    void try_faults(const Account& good, Depth depth)
+    {
+        const std::size_t descriptors = count_descriptors();
+        for (std::size_t place = 0; place < good.points.size(); ++place) {
+            const Point& point = good.points[place];
+            const bool is_transfer = point.operation > Operation::description;
+            if (is_transfer != (depth == Depth::transfers))
+                continue;
+            for (const Fault fault : faults_of(point.operation)) {
+                SCOPED_TRACE(described(point) + " fails: " + described(fault));
+                ++cases;
+                const Account account = perform(place, fault, depth);
+                judge(account, good);
+                EXPECT_EQ(count_descriptors(), descriptors) << "descriptors left open";
+                if (!large)
+                    expect_ready(good);
+                if (HasFailure())
+                    return;
+            }
+        }
+    }
+
+    void judge(const Account& account, const Account& good)
+    {
+        expect_order(account);
+        const Point* before = nullptr;
+        const Point* failed = first_difference(account, good, &before);
+        const int number = failed == nullptr ? 0 : documented_file_error(kind, *failed, *before);
+        SCOPED_TRACE("first to go wrong: " + (failed == nullptr ? "nothing" : described(*failed)));
+        expect_number(account, number);
+        if (number != 0)
+            return;
+        if (failed != nullptr && failed->file == "rack.con" && failed->operation == Operation::line)
+            expect_fewer_modules(account, static_cast<int>(failed->ordinal) - 1);
+        else
+            expect_equal(account, good);
+    }
+
+    /// An error in a .con file counts as its end: the last line tells how many modules there were.
+    static void expect_fewer_modules(const Account& account, int modules)
+    {
+        EXPECT_EQ(account.prints.back(),
+                  "0x" + std::to_string(modules) + " modules sucessfully configured.\\n");
+        EXPECT_EQ(account.loads.size(), static_cast<std::size_t>(modules));
+    }
+
+    /// Files of more than two blocks, on each side that is read or written in blocks.
+    void use_large_files()
+    {
+        large = true;
+        const std::size_t size =
+            kind.action == Action::rbt_to_mcb || kind.input() == "design.mcb" ? 33500 : 66000;
+        const std::size_t rbt_size = 9000;
+        const bool reads_rbt_only = kind.action == Action::load_rbt || kind.action == Action::con;
+        write_inputs(configuration(reads_rbt_only ? rbt_size : size, false));
+    }
+
+    static int total_cases;
+};
+
+int FaultMatrix::total_cases = 0;
+} // namespace
+
+TEST_P(FaultMatrix, EveryPlatformCallEndsTheRun)
+{
+    const Account good = perform_well();
+    ASSERT_EQ(good.result, Succeeds());
+    const std::vector<int> numbers = documented_platform_errors(kind, good.journal);
+    if (!kind.loads()) {
+        EXPECT_TRUE(good.journal.empty()) << "a conversion needs no platform";
+        ++cases;
+        return;
+    }
+    std::vector<std::string> calls;
+    std::copy_if(good.journal.begin(), good.journal.end(), std::back_inserter(calls),
+                 [](const std::string& call) { return !needs_no_result(call); });
+    ASSERT_EQ(numbers.size(), calls.size());
+    for (std::size_t i = 0; i < calls.size(); ++i) {
+        SCOPED_TRACE("call " + std::to_string(i + 1) + ": " + calls[i]);
+        ++cases;
+        const Account account = perform_with_failing_call(static_cast<int>(i) + 1);
+        expect_number(account, numbers[i]);
+        expect_order(account);
+        // All before went as in the good run, the failing call was made, and nothing but the end came behind
+        // it.
+        std::vector<std::string> made;
+        std::copy_if(account.journal.begin(), account.journal.end(), std::back_inserter(made),
+                     [](const std::string& call) { return !needs_no_result(call); });
+        EXPECT_EQ(made, std::vector<std::string>(calls.begin(),
+                                                 calls.begin() + static_cast<std::ptrdiff_t>(i) + 1));
+        expect_ready(good);
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+TEST_P(FaultMatrix, EveryFileOperationAndAllocationOfASmallFile)
+{
+    const Account good = perform_well();
+    ASSERT_EQ(good.result, Succeeds());
+    try_faults(good, Depth::calls);
+}
+
+TEST_P(FaultMatrix, EveryFileOperationAndAllocationOfALargeFile)
+{
+    use_large_files();
+    const Account good = perform_well();
+    ASSERT_EQ(good.result, Succeeds());
+    try_faults(good, Depth::calls);
+}
+
+// What the disk does wrong shows where the stream passes it on.
+TEST_P(FaultMatrix, EveryTransferOfASmallFile)
+{
+    const Account good = perform_well(Depth::transfers);
+    ASSERT_EQ(good.result, Succeeds());
+    try_faults(good, Depth::transfers);
+}
+
+TEST_P(FaultMatrix, EveryTransferOfALargeFile)
+{
+    use_large_files();
+    const Account good = perform_well(Depth::transfers);
+    ASSERT_EQ(good.result, Succeeds());
+    try_faults(good, Depth::transfers);
+}
+
+INSTANTIATE_TEST_SUITE_P(Runs, FaultMatrix, testing::ValuesIn(run_kinds()),
+                         [](const auto& kind) { return std::string{kind.param.name}; });

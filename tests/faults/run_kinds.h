@@ -1,0 +1,66 @@
+// The kinds of runs whose faults are tried, and what the documents say of each fault.
+#ifndef KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
+#define KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
+
+#include "fault_points.h"
+#include "support/bytes.h"
+
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <vector>
+
+enum class Action { load_rbt, load_bit, load_mcb, rbt_to_mcb, bit_to_mcb, mcb_to_rbt, con };
+
+/// How a run reaches its module.
+enum class Way {
+    named_slot,    ///< the command line names it
+    search,        ///< the user accepts it
+    board,         ///< kvn_fpga_board
+    handle,        ///< kvn_fpga_handle, on the caller's bus
+    line_on_handle ///< a command line on the caller's bus
+};
+
+struct RunKind {
+    const char* name;
+    Action action;
+    Way way = Way::named_slot;
+    bool compressed = false;
+    /// Above 3 an FPGA module, and above 4 an IO module, is asked whether it takes compressed data.
+    std::uint8_t model = 3;
+    bool is_io = false;
+    bool verbose = false;
+    const char* device = "2v3000fg676-4";
+    /// Whether the last piece is filled by the last of the data, so that nothing is left to flush.
+    bool full_pieces = false;
+    /// A BIT file's device name this long is printed from allocated memory.
+    std::size_t long_device = 0;
+
+    [[nodiscard]] bool loads() const;
+    [[nodiscard]] bool is_virtex2() const { return std::string_view{device}.starts_with("2v"); }
+    /// The files that the run reads and writes; "" for none.
+    [[nodiscard]] std::string input() const;
+    [[nodiscard]] std::string output() const;
+};
+
+void PrintTo(const RunKind& kind, std::ostream* out);
+std::vector<RunKind> run_kinds();
+
+/// Configuration bytes of runs of up to four, or without any.
+Bytes configuration(std::size_t size, bool with_runs = true);
+
+/// The configuration bytes of a kind's small file.
+Bytes small_configuration(const RunKind& kind);
+
+/// The numbers with which a run ends when its platform calls fail, one for each call of a good run's journal
+/// that has a result that is looked at.
+std::vector<int> documented_platform_errors(const RunKind& kind, const std::vector<std::string>& journal);
+
+/// The number with which a run ends when this is the first operation that goes wrong; 0 when it succeeds
+/// nevertheless.
+/// @param good the operation in the good run
+int documented_file_error(const RunKind& kind, const fault_points::Point& failed,
+                          const fault_points::Point& good);
+
+#endif
