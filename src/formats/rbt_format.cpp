@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 int findin(const char* line, const char* word, std::int32_t* position)
@@ -64,52 +65,29 @@ namespace
 // What one read of a data line takes at the most: a longer line comes in pieces.
 constexpr std::size_t LONGEST_READ = 39;
 
-// The lines that are looked at together, as it is cheaper than one by one.
+// The plain lines that are looked at together, as it is cheaper than one by one.
 constexpr std::size_t LINES_AT_ONCE = 4;
+
+const char* as_text(std::span<const std::uint8_t> bytes)
+{
+    return reinterpret_cast<const char*>(bytes.data()); // NOLINT: the text of the file
+}
 } // namespace
 
-std::size_t RbtDataReader::read(std::uint8_t* bytes, std::size_t limit)
-{
-    std::size_t words = 0;
-    while (words < limit) {
-        const auto chars = input_.peek(LONGEST_READ);
-        const auto* line = reinterpret_cast<const char*>(chars.data()); // NOLINT: the text of the file
-        const std::size_t whole_lines = std::min(limit - words, chars.size() / LINE_CHARS);
-        std::size_t plain = 0;
-        const auto pass = [&](std::size_t lines) {
-            plain += lines;
-            line += lines * LINE_CHARS;
-            bytes += lines * WORD_SIZE;
-        };
-        while (plain + LINES_AT_ONCE <= whole_lines && fastest::read_plain_lines<LINES_AT_ONCE>(bytes, line))
-            pass(LINES_AT_ONCE);
-        while (plain < whole_lines && fastest::read_plain_line(bytes, line))
-            pass(1);
-        input_.skip(plain * LINE_CHARS);
-        words += plain;
-        if (plain > 0)
-            continue;
-        if (!read_odd_line(bytes))
-            break;
-        bytes += WORD_SIZE;
-        ++words;
-    }
-    return words;
-}
-
-/// Reads a line that is not plain '0' and '1': cut as fgets cuts it into a buffer of 40 bytes, and measured
-/// as strlen measures it. So 33 characters at the end of the file are a line even without a line feed, and a
-/// zero byte ends one.
-bool RbtDataReader::read_odd_line(std::uint8_t* word)
+/// Reads a line by the rule: it is cut as fgets cuts it into a buffer of 40 bytes, measured as strlen
+/// measures it, and must be 33 long. So 33 characters at the end of the file are a line even without a line
+/// feed, and a zero byte ends one.
+/// @return false at the end of the file and at a line of a wrong length
+bool RbtDataReader::read_line(std::uint8_t* word)
 {
     const auto bytes = input_.peek(LONGEST_READ);
-    std::string_view line{reinterpret_cast<const char*>(bytes.data()), // NOLINT: the text of the file
-                          std::min(bytes.size(), LONGEST_READ)};
+    std::string_view line{as_text(bytes), std::min(bytes.size(), LONGEST_READ)};
     const std::size_t line_feed = line.find('\n');
+    // Choice: what a read error cuts off is no line (docs/decisions/0013-read-errors-and-ends.md).
     if (line_feed != std::string_view::npos)
         line = line.substr(0, line_feed + 1);
     else if (line.empty() || (line.size() < LONGEST_READ && input_.failed()))
-        return false; // the end; and what a read error cuts off is no line
+        return false;
     const std::size_t length = std::min(line.find('\0'), line.size());
     if (length != LINE_CHARS) {
         wrong_line_ = true;
@@ -119,6 +97,39 @@ bool RbtDataReader::read_odd_line(std::uint8_t* word)
     kvn_fpga_imp::process_Bitstream_Word(line.data(), word);
     input_.skip(line.size());
     return true;
+}
+
+/// Reads what is at hand of lines of 32 times '0' or '1' and a line feed. The rule comes to the same for
+/// them.
+std::size_t RbtDataReader::read_plain_lines(std::uint8_t* bytes, std::size_t limit)
+{
+    const auto at_hand = input_.peek(LONGEST_READ);
+    const char* text = as_text(at_hand);
+    const std::size_t whole_lines = std::min(limit, at_hand.size() / LINE_CHARS);
+    std::size_t lines = 0;
+    while (lines + LINES_AT_ONCE <= whole_lines &&
+           fastest::read_plain_lines<LINES_AT_ONCE>(bytes + lines * WORD_SIZE, text + lines * LINE_CHARS))
+        lines += LINES_AT_ONCE;
+    while (lines < whole_lines &&
+           fastest::read_plain_line(bytes + lines * WORD_SIZE, text + lines * LINE_CHARS))
+        ++lines;
+    input_.skip(lines * LINE_CHARS);
+    return lines;
+}
+
+std::size_t RbtDataReader::read(std::uint8_t* bytes, std::size_t limit)
+{
+    std::size_t words = 0;
+    while (words < limit) {
+        const std::size_t plain = read_plain_lines(bytes + words * WORD_SIZE, limit - words);
+        words += plain;
+        if (plain > 0)
+            continue;
+        if (!read_line(bytes + words * WORD_SIZE))
+            break;
+        ++words;
+    }
+    return words;
 }
 
 int kvn_fpga_imp::write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes)

@@ -57,7 +57,8 @@ public:
     [[nodiscard]] int wrong_length() const { return wrong_length_; }
 
 private:
-    bool read_odd_line(std::uint8_t* word);
+    bool read_line(std::uint8_t* word);
+    std::size_t read_plain_lines(std::uint8_t* bytes, std::size_t limit);
 
     BlockReader input_;
     bool wrong_line_ = false;

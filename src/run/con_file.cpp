@@ -154,6 +154,7 @@ int kvn_fpga_imp::Process_Con_File()
     prompt_user = 0;
     unsigned configured = 0;
     char line[LINE_SIZE];
+    // Choice: a read error is an end too (docs/decisions/0013-read-errors-and-ends.md).
     while (std::fgets(line, sizeof line, con.get()) != nullptr) {
         if (is_comment_or_blank(line))
             continue;
