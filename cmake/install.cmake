@@ -12,3 +12,8 @@ configure_package_config_file(cmake/kvn_fpgaConfig.cmake.in ${PROJECT_BINARY_DIR
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvn_fpgaConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/kvn_fpgaConfig.cmake ${PROJECT_BINARY_DIR}/kvn_fpgaConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvn_fpga)
+
+# What users read and copy: the pages, and the example that tests an application on virtual carriers.
+install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md"
+        PATTERN decisions EXCLUDE)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})

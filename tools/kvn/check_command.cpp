@@ -46,9 +46,9 @@ bool is_tried(const fpga::Device* device)
 /// Names both devices when the file is for another one than the module's.
 void compare_devices(Inspection& inspection, const std::string& device)
 {
-    if (inspection.part.empty() || suits_device(device.c_str(), inspection.part.c_str()))
-        return;
     const fpga::Device* known = fpga::find_device(device);
+    if (known == nullptr || inspection.part.empty() || suits_device(device.c_str(), inspection.part.c_str()))
+        return;
     const auto text = [](const std::string& name, const fpga::Device* found) {
         return found == nullptr ? name : name + ", a " + device_text(*found);
     };

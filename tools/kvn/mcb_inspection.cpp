@@ -96,10 +96,11 @@ void inspect_mcb(File file, Inspection& inspection)
                                            std::to_string(done),
                                        CONVERT_ANEW});
     else if (done > total)
-        inspection.problems.push_back({"the last run goes " + std::to_string(done - total) +
-                                           " bytes beyond the " + std::to_string(total) +
-                                           " bytes that the header states",
-                                       CONVERT_ANEW});
+        inspection.problems.push_back(
+            {"the last run goes " + std::to_string(done - total) + " bytes beyond the " +
+                 std::to_string(total) +
+                 " bytes that the header states; a load sends them, a conversion to RBT fails over them",
+             CONVERT_ANEW, false});
     const std::uint64_t end = HEADER_SIZE + pair_bytes;
     if (done >= total && inspection.file_size > end)
         inspection.problems.push_back({std::to_string(inspection.file_size - end) +

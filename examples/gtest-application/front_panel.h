@@ -1,0 +1,11 @@
+// An application's part that configures modules.
+#ifndef FRONT_PANEL_H
+#define FRONT_PANEL_H
+
+#include <string>
+
+/// Loads the bitstream into the module in this slot of board mwc4a 0; a second time when the bus failed.
+/// @return "ready", or the library's message
+std::string configure_module(int slot, const std::string& bitstream);
+
+#endif

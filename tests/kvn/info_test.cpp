@@ -1,0 +1,171 @@
+#include "kvn_fixture.h"
+
+#include <gmock/gmock.h>
+
+namespace
+{
+using KvnInfo = KvnTest;
+
+const std::string NEW_REPORT = R"(Stated:         338976 bits
+Found:          338976 bits
+Standard size:  338976 bits for this device
+Sync word:      at bit 32
+Device ID:      01008093
+Registers:      CRC 1, FAR 1, FDRI 1 (10530 words), CMD 7, CTL 1, MASK 1, COR 1, FLR 1, IDCODE 1
+Commands:       RCRC, SWITCH, WCFG, GRESTORE, LFRM, START, DESYNCH
+Frames:         404 of 404
+CRC:            right, 2 checks passed
+Configuration:  DONE went high after 338784 bits
+)";
+
+TEST_F(KvnInfo, TellsWhatABitFileIs)
+{
+    make("2v40cs144-4", "a.bit");
+    const Outcome outcome = kvn({"info", "a.bit"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+    const auto coded = json({"info", "a.bit"})["run_coded"];
+    char ratio[32];
+    (void)std::snprintf(ratio, sizeof ratio, "%.3f", coded["ratio"].get<double>());
+    EXPECT_EQ(outcome.output,
+              "File:           a.bit, " + std::to_string(std::filesystem::file_size(folder / "a.bit")) +
+                  " bytes\n"
+                  "Format:         BIT\n"
+                  "Design:         example.ncd\n"
+                  "Date:           2006/02/17\n"
+                  "Time:           12:00:00\n"
+                  "Part:           2v40cs144\n"
+                  "Device:         2v40 (Virtex-2)\n" +
+                  NEW_REPORT + "Run-coded:      " + coded["bytes"].dump() + " bytes, " + ratio +
+                  " of the plain size\n"
+                  "Problems:       none\n");
+}
+
+TEST_F(KvnInfo, FindsTheSameInEveryFormat)
+{
+    make("2v40cs144-4", "a.bit");
+    make("2v40cs144-4", "a.rbt");
+    make("2v40cs144-4", "a.mcb");
+    for (const char* file : {"a.bit", "a.rbt", "a.mcb"})
+        EXPECT_THAT(kvn({"info", file}).output, testing::HasSubstr(NEW_REPORT)) << file;
+    EXPECT_EQ(json({"info", "a.rbt"})["run_coded"], json({"info", "a.bit"})["run_coded"]);
+    EXPECT_EQ(json({"info", "a.mcb"})["run_coded"], json({"info", "a.bit"})["run_coded"]);
+    const std::size_t mcb_size = std::filesystem::file_size(folder / "a.mcb");
+    EXPECT_EQ(json({"info", "a.mcb"})["run_coded"]["bytes"], mcb_size - 522);
+}
+
+TEST_F(KvnInfo, ShowsTheHeaderOfAnRbtFile)
+{
+    make("v50pq240-5", "a.rbt");
+    EXPECT_THAT(kvn({"info", "a.rbt"}).output, testing::HasSubstr("Format:         RBT\n"
+                                                                  "Line 2:         Created by kvn_bitgen\n"
+                                                                  "Design name:    example.ncd\n"
+                                                                  "Architecture:   virtex\n"
+                                                                  "Date:           Fri Feb 17 12:00:00 2006\n"
+                                                                  "Part:           v50pq240\n"
+                                                                  "Device:         v50 (Virtex)\n"));
+}
+
+TEST_F(KvnInfo, ShowsTheHeaderOfAnMcbFile)
+{
+    make("v50pq240-5", "a.mcb");
+    EXPECT_THAT(kvn({"info", "a.mcb"}).output, testing::HasSubstr("Format:         MCB\n"
+                                                                  "Timestamp:      2006/02/17 12:00:00\n"
+                                                                  "Part:           v50pq240\n"));
+}
+
+TEST_F(KvnInfo, TellsTheFramesOfASerialFamily)
+{
+    make("s10pc84-4", "a.bit");
+    const std::string output = kvn({"info", "a.bit"}).output;
+    EXPECT_THAT(output, testing::HasSubstr("Device:         s10 (Spartan)\n"));
+    EXPECT_THAT(output, testing::HasSubstr("Length count:   95001\n"
+                                           "Frames:         572 of 572\n"
+                                           "CRC:            right, 572 checks passed\n"));
+    EXPECT_THAT(output, testing::Not(testing::HasSubstr("Sync word")));
+    EXPECT_THAT(output,
+                testing::HasSubstr("Note:           the library holds back the last 16 bytes of a plain "
+                                   "load and the last 4 of an MCB file, which this family needs\n"));
+}
+
+TEST_F(KvnInfo, ComputesTheBusTime)
+{
+    make("2v40cs144-4", "new.bit");
+    make("v50pq240-5", "old.bit");
+    make("v50pq240-5", "old.mcb");
+    // The load header is 2 bytes; older devices are not sent the last 16, or 4 of an MCB file.
+    EXPECT_THAT(kvn({"info", "new.bit", "--bytes-per-second", "1000"}).output,
+                testing::HasSubstr("Bus time:       42.374 s plain, "));
+    EXPECT_THAT(kvn({"info", "old.bit", "--bytes-per-second", "1000"}).output,
+                testing::HasSubstr("Bus time:       69.886 s plain, "));
+    EXPECT_THAT(kvn({"info", "old.mcb", "--bytes-per-second", "1000"}).output,
+                testing::HasSubstr("Bus time:       69.898 s plain, "));
+    EXPECT_EQ(json({"info", "new.bit"})["bus_time"], nullptr) << "no speed, no time";
+}
+
+TEST_F(KvnInfo, PrintsJsonThatSaysTheSame)
+{
+    make("2v40cs144-4", "a.bit");
+    const nlohmann::json info = json({"info", "a.bit", "--bytes-per-second", "500"});
+    EXPECT_EQ(info["file"], "a.bit");
+    EXPECT_EQ(info["size"], std::filesystem::file_size(folder / "a.bit"));
+    EXPECT_EQ(info["format"], "BIT");
+    EXPECT_EQ(info["named"], "BIT");
+    EXPECT_EQ(info["header"],
+              (nlohmann::json{{"Design", "example.ncd"}, {"Date", "2006/02/17"}, {"Time", "12:00:00"}}));
+    EXPECT_EQ(info["part"], "2v40cs144");
+    EXPECT_EQ(info["device"],
+              (nlohmann::json{
+                  {"name", "2v40"}, {"family", "Virtex-2"}, {"frames", 404}, {"standard_bits", 338976}}));
+    EXPECT_EQ(info["other_family"], nullptr);
+    EXPECT_EQ(info["stated_bits"], 338976);
+    EXPECT_EQ(info["found_bits"], 338976);
+    EXPECT_EQ(info["packets"]["sync_bit"], 32);
+    EXPECT_EQ(info["packets"]["idcode"], "01008093");
+    EXPECT_EQ(info["packets"]["registers"][2],
+              (nlohmann::json{{"name", "FDRI"}, {"packets", 1}, {"words", 10530}}));
+    EXPECT_EQ(info["packets"]["commands"][0], (nlohmann::json{{"name", "RCRC"}, {"count", 1}}));
+    EXPECT_EQ(info["configuration"]["starts"], true);
+    EXPECT_EQ(info["configuration"]["frames"], (nlohmann::json{{"written", 404}, {"expected", 404}}));
+    EXPECT_EQ(info["configuration"]["crc"], (nlohmann::json{{"verdict", "right"}, {"checks_passed", 2}}));
+    EXPECT_DOUBLE_EQ(info["bus_time"]["plain_seconds"].get<double>(), 42374 / 500.0);
+    EXPECT_EQ(info["problems"], nlohmann::json::array());
+}
+
+TEST_F(KvnInfo, ShowsControlCharactersAsEscapes)
+{
+    make("2v40cs144-4", "a.bit");
+    std::string file = content("a.bit");
+    file.replace(file.find("example"), 7, "\x1B[2J\x07\xFF\n");
+    write("a.bit", file);
+    EXPECT_THAT(kvn({"info", "a.bit"}).output,
+                testing::HasSubstr("Design:         \\x1B[2J\\x07\xFF\\x0A.ncd\n"));
+    EXPECT_EQ(json({"info", "a.bit"})["header"]["Design"], "\x1B[2J\x07\xEF\xBF\xBD\n.ncd");
+}
+
+TEST_F(KvnInfo, WhatCannotBeReadIsAnError)
+{
+    EXPECT_EQ(kvn({"info", "nothing.bit"}).status, 2);
+    EXPECT_EQ(kvn({"info", "nothing.bit"}).errors, "kvn: nothing.bit: No such file or directory\n");
+    EXPECT_EQ(kvn({"info", "/"}).errors, "kvn: /: not a regular file\n");
+}
+
+TEST_F(KvnInfo, UsageErrorsExitWith2AndHelpWith0)
+{
+    for (const std::vector<std::string>& arguments : {std::vector<std::string>{},
+                                                      {"info"},
+                                                      {"look", "a.bit"},
+                                                      {"info", "a.bit", "--bytes-per-second", "0"},
+                                                      {"check", "a.bit", "--load", "none"},
+                                                      {"info", "a.bit", "b.bit"}})
+        EXPECT_EQ(kvn(arguments).status, 2);
+    EXPECT_EQ(kvn({"--help"}).status, 0);
+    EXPECT_THAT(kvn({"check", "--help"}).output, testing::HasSubstr("--device"));
+}
+
+TEST_F(KvnInfo, OutputThatCannotBeWrittenIsAnError)
+{
+    make("2v40cs144-4", "a.bit");
+    EXPECT_EQ(run({KVN_PROGRAM, {"check", "a.bit"}, folder, {}}, "", Output::full).status, 2);
+}
+} // namespace

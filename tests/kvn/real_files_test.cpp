@@ -1,0 +1,83 @@
+// Real bitstreams, in the folder that KVN_REAL_BITSTREAMS names, seen by kvn.
+#include "devices.h"
+#include "kvn_fixture.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <iostream>
+
+namespace
+{
+namespace fs = std::filesystem;
+
+std::vector<fs::path> real_files()
+{
+    std::vector<fs::path> found;
+    const char* folder = std::getenv("KVN_REAL_BITSTREAMS");
+    if (folder == nullptr || !fs::is_directory(folder)) {
+        std::cout << "KVN_REAL_BITSTREAMS names no folder: nothing is tried\n";
+        return found;
+    }
+    for (const auto& entry : fs::directory_iterator(folder))
+        if (entry.path().extension() == ".bit" || entry.path().extension() == ".rbt")
+            found.push_back(entry.path());
+    std::ranges::sort(found);
+    return found;
+}
+
+std::string content_of(const fs::path& file)
+{
+    std::ifstream stream{file, std::ios::binary};
+    return {std::istreambuf_iterator<char>{stream}, {}};
+}
+
+using KvnRealFiles = KvnTest;
+
+TEST_F(KvnRealFiles, AreJudgedByFamilyAndFormat)
+{
+    for (const fs::path& file : real_files()) {
+        SCOPED_TRACE(file.filename().string());
+        if (content_of(file).find("\nConverted from ") != std::string::npos) {
+            EXPECT_EQ(kvn({"check", file.string()}).status, 1) << "its header is not as the tools write it";
+            continue;
+        }
+        const nlohmann::json check = json({"check", file.string()});
+        const fpga::Device* device = fpga::find_device(check["part"].get<std::string>());
+        const bool is_carried = device != nullptr && device->carried_by_modules();
+        if (!is_carried) {
+            EXPECT_EQ(check["check"]["result"], "no");
+            EXPECT_TRUE(check["other_family"].is_string() || !check["problems"].empty());
+            continue;
+        }
+        const bool is_serial = device->architecture() == fpga::Architecture::length_count;
+        EXPECT_EQ(check["check"]["result"], is_serial ? "no" : "yes");
+        EXPECT_EQ(check["problems"].empty(), !is_serial);
+        const bool is_bit = file.extension() == ".bit";
+        if (!is_serial || is_bit) {
+            EXPECT_EQ(check["configuration"]["crc"]["verdict"], "right");
+        }
+    }
+}
+
+TEST_F(KvnRealFiles, AFlippedBitIsFound)
+{
+    for (const fs::path& file : real_files()) {
+        const fpga::Device* device = fpga::find_device(file.filename().string());
+        const bool is_packet_bit = file.extension() == ".bit" && device != nullptr &&
+                                   device->carried_by_modules() &&
+                                   device->architecture() != fpga::Architecture::length_count;
+        const bool is_debug = file.filename().string().find("debug") != std::string::npos;
+        if (!is_packet_bit || is_debug)
+            continue;
+        SCOPED_TRACE(file.filename().string());
+        fs::copy_file(file, folder / "a.bit", fs::copy_options::overwrite_existing);
+        std::string text = content("a.bit");
+        text[text.size() / 2] ^= 0x04;
+        write("a.bit", text);
+        EXPECT_EQ(kvn({"check", "a.bit"}).status, 1);
+        EXPECT_THAT(kvn({"info", "a.bit"}).output, testing::HasSubstr("CRC:            wrong, "));
+    }
+}
+} // namespace
