@@ -1,9 +1,10 @@
 // Records every operation of the C library that can fail, and makes a chosen one of them fail.
 #include "fault_points.h"
 
+#include "support/seen_errors.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <cstdarg>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -21,7 +22,6 @@ std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t items,
 int __real_setvbuf(FILE* stream, char* buffer, int mode, std::size_t size);
 long __real_ftell(FILE* stream);
 int __real_fclose(FILE* stream);
-int __real_vsnprintf(char* text, std::size_t size, const char* format, std::va_list values);
 void* __real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
 void* __real__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
 void* __real__Znwm(std::size_t size);
@@ -201,14 +201,26 @@ std::string described(const Point& point)
            ", done " + std::to_string(point.done) + ')';
 }
 
+namespace
+{
+void note_failure(const char* /*format*/)
+{
+    note(Operation::description, "", 0).done = 1;
+    if (record->on_failure)
+        record->on_failure();
+}
+} // namespace
+
 Recording::Recording(Depth depth)
 {
     record = std::make_unique<Record>();
     record->depth = depth;
+    error_format_listener = note_failure;
 }
 
 Recording::~Recording()
 {
+    error_format_listener = nullptr;
     record.reset();
 }
 
@@ -361,16 +373,6 @@ int __wrap_fclose(FILE* stream)
     return result;
 }
 
-int __wrap_vsnprintf(char* text, std::size_t size, const char* format, std::va_list values)
-{
-    if (record && std::strncmp(format, "Error 9", 7) == 0) {
-        note(Operation::description, "", 0).done = 1;
-        if (record->on_failure)
-            record->on_failure();
-    }
-    return __real_vsnprintf(text, size, format, values);
-}
-
 // With -D_FORTIFY_SOURCE these take the place of the plain functions.
 std::size_t __wrap___fread_chk(void* data, std::size_t /*room*/, std::size_t size, std::size_t items,
                                FILE* stream)
@@ -381,12 +383,6 @@ std::size_t __wrap___fread_chk(void* data, std::size_t /*room*/, std::size_t siz
 char* __wrap___fgets_chk(char* line, std::size_t /*room*/, int size, FILE* stream)
 {
     return __wrap_fgets(line, size, stream);
-}
-
-int __wrap___vsnprintf_chk(char* text, std::size_t size, int /*flag*/, std::size_t /*room*/,
-                           const char* format, std::va_list values)
-{
-    return __wrap_vsnprintf(text, size, format, values);
 }
 
 void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag)

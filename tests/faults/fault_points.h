@@ -22,7 +22,7 @@ enum class Operation {
     position,    ///< ftell
     close,       ///< fclose
     allocation,  ///< new (std::nothrow)
-    description, ///< vsnprintf of a numbered error: it cannot fail, and marks where a run has failed
+    description, ///< the writing of a numbered error: it cannot fail, and marks where a run has failed
     // What a stream asks of the file behind it, when transfers are recorded:
     transfer_in,
     transfer_out,

@@ -118,6 +118,18 @@ std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t items,
     return __real_fwrite(data, size, std::min(items, faults.items_written), stream);
 }
 
+// With -D_FORTIFY_SOURCE these take the place of the plain functions.
+std::size_t __wrap___fread_chk(void* data, std::size_t /*room*/, std::size_t size, std::size_t items,
+                               FILE* stream)
+{
+    return __wrap_fread(data, size, items, stream);
+}
+
+char* __wrap___fgets_chk(char* line, std::size_t /*room*/, int size, FILE* stream)
+{
+    return __wrap_fgets(line, size, stream);
+}
+
 int __wrap_fclose(FILE* stream)
 {
     const bool fails = faults.closes.falls_due();
