@@ -1,0 +1,301 @@
+// The utility stopped in the middle of a run: what it leaves on the disk, and that nobody takes it for whole.
+//
+// The utility reads from a named pipe that a test feeds and never ends, so that the run is not over when it
+// is stopped. How far it is at least is known from what it has taken out of the pipe.
+#include "utility_fixture.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <system_error>
+
+namespace
+{
+void check(bool good, const char* what)
+{
+    if (!good)
+        throw std::system_error(errno, std::generic_category(), what);
+}
+
+/// The utility, running.
+class Running
+{
+public:
+    explicit Running(const Command& command)
+    {
+        child_ = fork();
+        check(child_ != -1, "fork");
+        if (child_ != 0)
+            return;
+        // The child: only what is safe between fork and exec, and no output.
+        const int nowhere = open("/dev/null", O_RDWR);
+        dup2(nowhere, STDOUT_FILENO);
+        dup2(nowhere, STDERR_FILENO);
+        for (const auto& [name, value] : command.variables)
+            setenv(name.c_str(), value.c_str(), 1);
+        std::vector<char*> argv{const_cast<char*>(command.program.c_str())};
+        for (const std::string& argument : command.arguments)
+            argv.push_back(const_cast<char*>(argument.c_str()));
+        argv.push_back(nullptr);
+        if (chdir(command.folder.c_str()) == 0)
+            execv(command.program.c_str(), argv.data());
+        _exit(127);
+    }
+    ~Running()
+    {
+        if (child_ != -1)
+            stop(SIGKILL);
+    }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    /// Sends a signal. @return the signal that ended the program, or 0 when it ended by itself
+    int stop(int signal)
+    {
+        kill(child_, signal);
+        int status = 0;
+        while (waitpid(child_, &status, 0) == -1)
+            check(errno == EINTR, "waitpid");
+        child_ = -1;
+        return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
+    }
+
+private:
+    pid_t child_ = -1;
+};
+
+/// The writing end of a named pipe. Opening it waits for the reader.
+class Feed
+{
+public:
+    explicit Feed(const std::string& pipe) : descriptor_{open(pipe.c_str(), O_WRONLY | O_CLOEXEC)}
+    {
+        check(descriptor_ != -1, "open");
+    }
+    ~Feed() { close(descriptor_); }
+    Feed(const Feed&) = delete;
+    Feed& operator=(const Feed&) = delete;
+
+    /// Returns when the reader has taken all but what the pipe holds.
+    void write(std::string_view content) const
+    {
+        while (!content.empty()) {
+            const ssize_t taken = ::write(descriptor_, content.data(), content.size());
+            check(taken > 0, "write");
+            content.remove_prefix(static_cast<std::size_t>(taken));
+        }
+    }
+
+private:
+    int descriptor_;
+};
+
+class Interruption : public UtilityTest, public testing::WithParamInterface<int>
+{
+protected:
+    Interruption() { signal(SIGPIPE, SIG_IGN); }
+
+    void make_pipe(const std::string& name) const { check(mkfifo(path(name).c_str(), 0600) == 0, "mkfifo"); }
+
+    /// Stops a conversion that has been fed the first part of an input.
+    void stop_conversion(const std::string& input, const std::string& option, std::string_view part) const
+    {
+        make_pipe(input);
+        Running utility{kvn_fpga({"-f" + input, option, "-u"})};
+        const Feed feed{path(input)};
+        feed.write(part);
+        EXPECT_EQ(utility.stop(GetParam()), GetParam());
+        std::filesystem::remove(path(input));
+    }
+
+    /// The output is a beginning of the whole one, and not all of it.
+    void expect_beginning(const std::string& output, const std::string& whole, std::size_t at_least) const
+    {
+        const std::string left = content(output);
+        EXPECT_GE(left.size(), at_least);
+        EXPECT_LT(left.size(), whole.size());
+        EXPECT_EQ(left, whole.substr(0, left.size()));
+    }
+
+    [[nodiscard]] std::string error_of(std::vector<std::string> arguments) const
+    {
+        const Outcome outcome = run(kvn_fpga(std::move(arguments)));
+        EXPECT_EQ(outcome.status, 1);
+        return outcome.errors;
+    }
+};
+
+/// Bytes without runs, so that the files are large.
+Bytes noise(std::size_t size)
+{
+    Bytes data;
+    for (std::size_t i = 0; i < size; ++i)
+        data.push_back(static_cast<std::uint8_t>(i * 7 + i / 256));
+    return data;
+}
+
+constexpr std::size_t SIZE = 200'000;
+// A pipe holds 65536 bytes, and a stream gathers as many before it writes.
+constexpr std::size_t HELD = 3 * 65536;
+} // namespace
+
+TEST_P(Interruption, OfAConversionToMcbLeavesABeginningThatEveryReaderRefuses)
+{
+    RbtFile rbt{noise(SIZE)};
+    rbt.device("2v40cs144");
+    const std::string text = rbt.text();
+    write_whole_file(path("whole.rbt"), text);
+    ASSERT_EQ(run(kvn_fpga({"-fwhole.rbt", "-c", "-u"})).status, 0);
+
+    stop_conversion("design.rbt", "-c", std::string_view{text}.substr(0, text.size() / 2));
+    expect_beginning("design.mcb", content("whole.mcb"), 65536);
+
+    EXPECT_EQ(error_of({"-fdesign.mcb", "-r", "-u"}),
+              "Error 9281. End of MCB file design.mcb reached unexpectedly.\n");
+    use_test_provider();
+    EXPECT_EQ(error_of({"-fdesign.mcb", "-u", "-dmwc4a", "-b0", "-s2"}),
+              "Error 9159. End of MCB file design.mcb reached unexpectedly.\n");
+}
+
+TEST_P(Interruption, OfAConversionFromBitLeavesABeginningThatEveryReaderRefuses)
+{
+    BitFile bit{noise(SIZE)};
+    const std::string whole = bit.content();
+    write_whole_file(path("whole.bit"), whole);
+    ASSERT_EQ(run(kvn_fpga({"-fwhole.bit", "-c", "-u"})).status, 0);
+
+    stop_conversion("design.bit", "-c", std::string_view{whole}.substr(0, SIZE - 1));
+    expect_beginning("design.mcb", content("whole.mcb"), 65536);
+    EXPECT_EQ(error_of({"-fdesign.mcb", "-r", "-u"}),
+              "Error 9281. End of MCB file design.mcb reached unexpectedly.\n");
+}
+
+TEST_P(Interruption, OfAConversionToRbtLeavesABeginningThatEveryReaderRefuses)
+{
+    McbFile mcb{noise(SIZE)};
+    mcb.device = "2v40cs144";
+    const std::string whole = mcb.content();
+    write_whole_file(path("whole.mcb"), whole);
+    ASSERT_EQ(run(kvn_fpga({"-fwhole.mcb", "-r", "-u"})).status, 0);
+
+    stop_conversion("design.mcb", "-r", std::string_view{whole}.substr(0, whole.size() / 2 + HELD / 2));
+    expect_beginning("design.rbt", content("whole.rbt"), 65536);
+
+    // The cut lies in a line, or between two.
+    const std::string conversion_error = error_of({"-fdesign.rbt", "-c", "-u"});
+    EXPECT_TRUE(conversion_error.starts_with("Error 9251.") || conversion_error.starts_with("Error 9256."))
+        << conversion_error;
+    use_test_provider();
+    const std::string load_error = error_of({"-fdesign.rbt", "-u", "-dmwc4a", "-b0", "-s2"});
+    EXPECT_TRUE(load_error.starts_with("Error 9107.") || load_error.starts_with("Error 9112.") ||
+                load_error.starts_with("Error 9113."))
+        << load_error;
+}
+
+// The output is opened, and so emptied, before the input's data is read.
+TEST_P(Interruption, BeforeTheFirstBlockLeavesAnEmptyFileInPlaceOfAnOlderOne)
+{
+    // Less than a block of output, and more input than the pipe holds: when that is taken, the output is
+    // open.
+    const std::string text = RbtFile{noise(20'000)}.text();
+    write_whole_file(path("design.mcb"), "an older output");
+    make_pipe("design.rbt");
+    Running utility{kvn_fpga({"-fdesign.rbt", "-c", "-u"})};
+    {
+        const Feed feed{path("design.rbt")};
+        feed.write(std::string_view{text}.substr(0, 120'000));
+        EXPECT_EQ(utility.stop(GetParam()), GetParam());
+    }
+    EXPECT_TRUE(std::filesystem::exists(path("design.mcb")));
+    EXPECT_EQ(content("design.mcb"), "");
+    EXPECT_EQ(error_of({"-fdesign.mcb", "-r", "-u"}),
+              "Error 9270. Failed to read header section of MCB file design.mcb.\n");
+}
+
+TEST_P(Interruption, OfALoadSendsNothingFurtherAndTouchesNoFile)
+{
+    use_test_provider();
+    RbtFile rbt{noise(SIZE)};
+    rbt.device("2v40cs144");
+    const std::string text = rbt.text();
+    make_pipe("design.rbt");
+    Running utility{kvn_fpga({"-fdesign.rbt", "-u", "-dmwc4a", "-b0", "-s2"})};
+    {
+        const Feed feed{path("design.rbt")};
+        feed.write(std::string_view{text}.substr(0, text.size() / 2));
+        EXPECT_EQ(utility.stop(GetParam()), GetParam());
+    }
+    const std::vector<std::string> calls = lines("journal");
+    ASSERT_FALSE(calls.empty());
+    std::size_t pieces = 0;
+    for (const std::string& call : calls) {
+        pieces += call.find("SendMessageDataEx") != std::string::npos ? 1 : 0;
+        EXPECT_EQ(call.find("EndOfSendMessageEx"), std::string::npos)
+            << "the load cannot have come to its end";
+        EXPECT_EQ(call.find("MwClose"), std::string::npos)
+            << "the system closes what a stopped program had open";
+    }
+    EXPECT_GT(pieces, 1000U);
+    std::filesystem::remove(path("design.rbt"));
+    std::filesystem::remove(path("journal"));
+    EXPECT_TRUE(std::filesystem::is_empty(folder)) << "a load writes no file";
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, Interruption, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGKILL),
+                         [](const auto& signal) -> std::string {
+                             switch (signal.param) {
+                             case SIGINT:
+                                 return "INT";
+                             case SIGTERM:
+                                 return "TERM";
+                             case SIGHUP:
+                                 return "HUP";
+                             default:
+                                 return "KILL";
+                             }
+                         });
+
+namespace
+{
+class SizeLimit : public UtilityTest
+{
+protected:
+    /// A conversion that may write 64 KiB.
+    [[nodiscard]] Outcome convert(const char* preparation) const
+    {
+        RbtFile{noise(SIZE)}.write(path("design.rbt"));
+        return run({"/bin/bash",
+                    {"-c", std::string{preparation} + R"(ulimit -f 64; exec "$@")", "bash", KVN_FPGA_PROGRAM,
+                     "-fdesign.rbt", "-c", "-u"},
+                    folder,
+                    variables});
+    }
+    void expect_refused_beginning() const
+    {
+        EXPECT_EQ(std::filesystem::file_size(path("design.mcb")), 65536U);
+        EXPECT_EQ(run(kvn_fpga({"-fdesign.mcb", "-r", "-u"})).errors,
+                  "Error 9281. End of MCB file design.mcb reached unexpectedly.\n");
+    }
+};
+} // namespace
+
+TEST_F(SizeLimit, OfAFileEndsTheProgramAndLeavesABeginning)
+{
+    EXPECT_EQ(convert("").status, 128 + SIGXFSZ);
+    expect_refused_beginning();
+}
+
+TEST_F(SizeLimit, OfAFileIsAnErrorWhenTheSignalIsIgnored)
+{
+    const Outcome outcome = convert("trap '' XFSZ; ");
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.errors.starts_with("Error 925")) << outcome.errors;
+    EXPECT_TRUE(outcome.errors.ends_with(". Cannot write MCB file data to MCB file design.mcb.\n"))
+        << outcome.errors;
+    expect_refused_beginning();
+}

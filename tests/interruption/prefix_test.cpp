@@ -1,0 +1,116 @@
+// No beginning of an output file passes for the whole file: every reader refuses it, wherever it was cut off.
+#include "support/bitstreams.h"
+#include "support/run_fixture.h"
+
+#include <string>
+#include <string_view>
+
+namespace
+{
+class Prefix : public RunFixture, public testing::WithParamInterface<bool>
+{
+protected:
+    /// A module that starts only when it got all of its data.
+    Module& module{platform.board("mwc4a", 0).slot(2, fpga_module(3).accepts_compressed(GetParam()))};
+
+    void SetUp() override { module.status = 4; }
+
+    Result load(const std::string& file) { return run({"-f" + file, "-dmwc4a", "-b0", "-s2", "-u"}); }
+
+    void make_mcb()
+    {
+        RbtFile{16}.write("whole.rbt");
+        ASSERT_EQ(run({"-fwhole.rbt", "-c", "-u"}), Succeeds());
+    }
+};
+
+int mcb_load_error(std::size_t length)
+{
+    if (length < 8)
+        return 9150;
+    if (length < 8 + 255)
+        return 9152;
+    if (length < 8 + 2 * 255)
+        return 9154;
+    if (length < McbFile::HEADER_SIZE)
+        return 9155;
+    return length % 2 == 0 ? 9159 : 9161;
+}
+
+int mcb_conversion_error(std::size_t length)
+{
+    if (length < 8)
+        return 9270;
+    if (length < 8 + 255)
+        return 9272;
+    if (length < 8 + 2 * 255)
+        return 9277;
+    if (length < McbFile::HEADER_SIZE)
+        return 9278;
+    return length % 2 == 0 ? 9281 : 9283;
+}
+} // namespace
+
+TEST_P(Prefix, OfAnMcbFileIsRefusedByTheLoader)
+{
+    make_mcb();
+    const std::string whole = read_file("whole.mcb");
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        write_file("part.mcb", std::string_view{whole}.substr(0, length));
+        ASSERT_EQ(load("part.mcb").number, mcb_load_error(length)) << "cut after " << length << " bytes";
+    }
+}
+
+TEST_P(Prefix, OfAnMcbFileIsRefusedByTheConverter)
+{
+    make_mcb();
+    const std::string whole = read_file("whole.mcb");
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        write_file("part.mcb", std::string_view{whole}.substr(0, length));
+        ASSERT_EQ(run({"-fpart.mcb", "-r", "-u"}).number, mcb_conversion_error(length))
+            << "cut after " << length << " bytes";
+    }
+}
+
+TEST_P(Prefix, OfAnRbtFileIsRefused)
+{
+    make_mcb();
+    std::filesystem::remove("whole.rbt");
+    ASSERT_EQ(run({"-fwhole.mcb", "-r", "-u"}), Succeeds());
+    const std::string whole = read_file("whole.rbt");
+    const std::size_t label_end = whole.find("bits:") + 5;
+    const std::size_t number = whole.find_first_of("0123456789", label_end);
+    ASSERT_GT(number, label_end);
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        write_file("part.rbt", std::string_view{whole}.substr(0, length));
+        EXPECT_NE(load("part.rbt").number, 0) << "cut after " << length << " bytes";
+        // A file that ends between the label and its number states no bits and holds none: that is a whole
+        // file without data, and only the module refuses it.
+        const bool states_nothing = length >= label_end && length <= number;
+        EXPECT_EQ(run({"-fpart.rbt", "-c", "-u"}).number == 0, states_nothing)
+            << "cut after " << length << " bytes";
+        if (states_nothing) {
+            EXPECT_EQ(load("part.mcb").number, 9172);
+        }
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Modes, Prefix, testing::Bool(),
+                         [](const auto& mode) { return mode.param ? "Compressed" : "Plain"; });
+
+// A wrong bit count is found when all has been written. What is there is what the input stated, and no reader
+// can see that the input held more.
+TEST_F(RunFixture, Error9256LeavesAnOutputOfTheStatedSize)
+{
+    platform.board("mwc4a", 0).slot(2, fpga_module(3));
+    RbtFile{16}.stated_bits(256).write("more.rbt");
+    EXPECT_EQ(run({"-fmore.rbt", "-c", "-u"}),
+              Fails(9256, "Error 9256. Incorrect number of bits in RBT file more.rbt."));
+    EXPECT_EQ(run({"-fmore.mcb", "-dmwc4a", "-b0", "-s2", "-u"}), Succeeds());
+
+    RbtFile{16}.stated_bits(1024).write("less.rbt");
+    EXPECT_EQ(run({"-fless.rbt", "-c", "-u"}),
+              Fails(9256, "Error 9256. Incorrect number of bits in RBT file less.rbt."));
+    EXPECT_EQ(run({"-fless.mcb", "-dmwc4a", "-b0", "-s2", "-u"}),
+              Fails(9159, "Error 9159. End of MCB file less.mcb reached unexpectedly."));
+}
