@@ -1,0 +1,157 @@
+// Runs without memory: the C library's own allocations fail in turn, and the public object cannot be made.
+#include "kvn_fpga.h"
+#include "support/bitstreams.h"
+#include "support/run_fixture.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <new>
+#include <set>
+
+namespace
+{
+// Counts down to the allocation that fails; 0 when none is to.
+thread_local int allocations_left = 0;
+thread_local int allocations = 0;
+thread_local bool watching = false;
+bool next_new_fails = false;
+
+/// Whether code of the C library has called: streams allocate themselves and their buffers there.
+bool is_in_c_library(const void* caller)
+{
+    static const void* const library = [] {
+        Dl_info info{};
+        dladdr(reinterpret_cast<const void*>(&std::fopen), &info);
+        return info.dli_fbase;
+    }();
+    Dl_info info{};
+    return dladdr(caller, &info) != 0 && info.dli_fbase == library;
+}
+} // namespace
+
+extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): names of the C library and the
+// linker
+void* __libc_malloc(std::size_t size);
+void* __real__Znwm(std::size_t size);
+
+/// Takes the place of the C library's, whose streams call it too.
+void* malloc(std::size_t size)
+{
+    if (watching && is_in_c_library(__builtin_return_address(0))) {
+        ++allocations;
+        if (allocations_left > 0 && --allocations_left == 0) {
+            errno = ENOMEM;
+            return nullptr;
+        }
+    }
+    return __libc_malloc(size);
+}
+
+void* __wrap__Znwm(std::size_t size)
+{
+    if (std::exchange(next_new_fails, false))
+        throw std::bad_alloc{};
+    return __real__Znwm(size);
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+}
+
+namespace
+{
+class Memory : public RunFixture
+{
+protected:
+    Module& module{platform.board("mwc4a", 0).slot(2, fpga_module(3))};
+
+    Result run_with_failing_allocation(int n, const std::vector<std::string>& arguments)
+    {
+        module.loads.clear();
+        allocations = 0;
+        allocations_left = n;
+        watching = true;
+        Arguments line{arguments};
+        const Result outcome = result(session.kvn_fpga(nullptr, line.argc(), line.argv()));
+        watching = false;
+        allocations_left = 0;
+        return outcome;
+    }
+};
+
+struct MemoryRun {
+    const char* name;
+    std::vector<std::string> arguments;
+    const char* output;        ///< "" for a load
+    std::set<int> open_errors; ///< without memory for a stream its file counts as one that cannot be opened
+};
+
+void PrintTo(const MemoryRun& run, std::ostream* out)
+{
+    *out << run.name;
+}
+
+class MemoryRuns : public Memory, public testing::WithParamInterface<MemoryRun>
+{
+protected:
+    static std::string content_of_output()
+    {
+        return *GetParam().output == '\0' ? "" : read_file(GetParam().output);
+    }
+};
+
+std::vector<MemoryRun> memory_runs()
+{
+    const auto load = [](const char* file) {
+        return std::vector<std::string>{"KVN_FPGA", std::string{"-f"} + file, "-dmwc4a", "-b0", "-s2", "-u"};
+    };
+    return {
+        {"LoadRbt", load("design.rbt"), "", {9044}},
+        {"LoadBit", load("design.bit"), "", {9055}},
+        {"LoadMcb", load("design.mcb"), "", {9048}},
+        {"RbtToMcb", {"KVN_FPGA", "-fdesign.rbt", "-c", "-u"}, "design.mcb", {9044, 9242}},
+        {"BitToMcb", {"KVN_FPGA", "-fdesign.bit", "-c", "-u"}, "design.mcb", {9055, 9410}},
+        {"McbToRbt", {"KVN_FPGA", "-fdesign.mcb", "-r", "-u"}, "design.rbt", {9048, 9273}},
+        {"ConFile", {"KVN_FPGA", "rack.con"}, "", {9020, 9022}},
+    };
+}
+} // namespace
+
+TEST_P(MemoryRuns, FailToOpenOrSucceedSlowly)
+{
+    RbtFile{}.write();
+    BitFile{}.write();
+    McbFile{}.write();
+    write_file("rack.con", "design.rbt mwc4a 0 2\n");
+    ASSERT_EQ(run_with_failing_allocation(0, GetParam().arguments), Succeeds());
+    const int count = allocations;
+    const std::vector<Bytes> loads = module.loads;
+    const std::string output = content_of_output();
+    ASSERT_GT(count, 0);
+    std::set<int> errors;
+    for (int n = 1; n <= count; ++n) {
+        const Result outcome = run_with_failing_allocation(n, GetParam().arguments);
+        EXPECT_EQ(platform.open_handles(), 0);
+        if (outcome.number != 0) {
+            errors.insert(outcome.number);
+            continue;
+        }
+        EXPECT_EQ(module.loads, loads) << "allocation " << n;
+        EXPECT_EQ(content_of_output(), output) << "allocation " << n;
+    }
+    EXPECT_EQ(errors, GetParam().open_errors);
+    std::cout << GetParam().name << ": " << count << " allocations\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Streams, MemoryRuns, testing::ValuesIn(memory_runs()),
+                         [](const auto& run) { return std::string{run.param.name}; });
+
+// The one failure that is told by an exception: there is no object yet to keep a message.
+TEST_F(Memory, AnObjectThatCannotBeMadeThrowsBadAlloc)
+{
+    next_new_fails = true;
+    EXPECT_THROW(kvn_fpga{}, std::bad_alloc);
+    kvn_fpga next;
+    EXPECT_STREQ(next.kvn_fpga_getlasterr(), "");
+}
