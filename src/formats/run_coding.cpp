@@ -24,18 +24,18 @@ public:
         start_ = static_cast<std::ptrdiff_t>(at);
     }
 
-    /// Ends a run in front of each byte that changes has found, with the first of them at `at`.
-    void end_runs(std::size_t at, std::uint64_t changes)
+    /// Ends a run in front of each byte that changes has found among those from `first` on.
+    void end_runs(std::size_t first, std::uint64_t changes)
     {
-        for (; changes != 0; at += SINGLES, changes >>= SINGLES) {
-            std::uint64_t group = changes & ALL_CHANGE;
-            if (group == ALL_CHANGE && length_before(at) <= LONGEST_RUN) {
+        while (changes != 0) {
+            const int distance = std::countr_zero(changes);
+            const std::size_t at = first + static_cast<std::size_t>(distance);
+            if ((~(changes >> distance) & ALL_CHANGE) == 0 && length_before(at) <= LONGEST_RUN) {
                 end_singles(at);
-                continue;
-            }
-            for (; group != 0; group &= group - 1) {
-                const std::size_t change = at + static_cast<std::size_t>(std::countr_zero(group));
-                end_run(change, data_[change - 1]);
+                changes &= ~(ALL_CHANGE << distance);
+            } else {
+                end_run(at, data_[at - 1]);
+                changes &= changes - 1;
             }
         }
     }

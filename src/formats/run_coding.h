@@ -56,12 +56,15 @@ inline RunsTaken measure_runs(std::span<const std::uint8_t> pairs, std::size_t e
 inline void expand_run(std::uint8_t* out, std::size_t count, std::uint8_t value)
 {
     const std::uint64_t copies = portable::repeat(value);
-    const std::uint8_t* end = out + count;
-    do { // most runs are done after one step
-        portable::store(out, copies);
-        portable::store(out + sizeof copies, copies);
-        out += EXPAND_STEP;
-    } while (out < end);
+    const auto write_step = [copies](std::uint8_t* place) {
+        portable::store(place, copies);
+        portable::store(place + sizeof copies, copies);
+    };
+    write_step(out);
+    if (count <= EXPAND_STEP) // as most runs are
+        return;
+    for (std::size_t i = EXPAND_STEP; i < count; i += EXPAND_STEP)
+        write_step(out + i);
 }
 
 /// Follows runs as measure_runs does, and writes what they stand for.
@@ -69,18 +72,22 @@ inline void expand_run(std::uint8_t* out, std::size_t count, std::uint8_t value)
 inline RunsTaken expand_runs(std::span<const std::uint8_t> pairs, std::size_t enough, std::uint8_t* out)
 {
     RunsTaken taken{0, 0};
-    while (taken.pair_bytes < pairs.size() && taken.data_bytes < enough) {
-        const std::uint8_t* pair = &pairs[taken.pair_bytes];
+    const auto goes_on = [&] { return taken.pair_bytes < pairs.size() && taken.data_bytes < enough; };
+    while (goes_on()) {
         const bool has_singles =
             taken.pair_bytes + PAIR_SIZE * SINGLES <= pairs.size() && taken.data_bytes + SINGLES <= enough;
-        if (has_singles && fastest::read_singles(out + taken.data_bytes, pair)) {
+        if (has_singles && fastest::read_singles(out + taken.data_bytes, &pairs[taken.pair_bytes])) {
             taken.pair_bytes += PAIR_SIZE * SINGLES;
             taken.data_bytes += SINGLES;
             continue;
         }
-        expand_run(out + taken.data_bytes, pair[0], pair[1]);
-        taken.pair_bytes += PAIR_SIZE;
-        taken.data_bytes += pair[0];
+        // Among longer runs it does not pay to look for runs of one at every pair.
+        for (std::size_t i = 0; i < SINGLES / 2 && goes_on(); ++i) {
+            const std::uint8_t* pair = &pairs[taken.pair_bytes];
+            expand_run(out + taken.data_bytes, pair[0], pair[1]);
+            taken.pair_bytes += PAIR_SIZE;
+            taken.data_bytes += pair[0];
+        }
     }
     return taken;
 }
