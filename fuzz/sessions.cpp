@@ -37,6 +37,9 @@ void check_load(const WatchedPlatform& platform, const LoadCase& what, LoadResul
     const bool complete = platform.complete_loads == 1;
     require(complete == (platform.verdicts_read == 1), "behind a whole load the verdict is read");
     require(result.number != 0 || complete, "a load that succeeds is complete");
+    // With these two the module has started, although the counts of bits differ.
+    require(!complete || result.number == 0 || result.number == 9113 || result.number == 9365,
+            "a module that has started is a success");
     if (platform.loads.empty())
         return;
     const Bytes& sent = platform.loads.front();

@@ -231,6 +231,7 @@ struct WatchedFunctions {
         if (code == 0) {
             const WatchedSlot& module = platform.slots[(handle->slot - 1) % 4];
             *received = give(module.verdict, data, size) + module.claimed;
+            platform.last_verdict = module.verdict.empty() ? 0 : module.verdict.front();
         }
         return code;
     }

@@ -60,6 +60,7 @@ public:
     std::vector<Bytes> loads;
     std::size_t complete_loads = 0;
     std::size_t verdicts_read = 0;
+    int last_verdict = -1;
     std::uint32_t calls = 0;
     bool failed = false;
     std::size_t opens = 0;

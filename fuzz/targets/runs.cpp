@@ -15,6 +15,7 @@ namespace
 {
 constexpr std::size_t MOST_RUNS = 3;
 constexpr int CONFIGURE = 0;
+constexpr int STARTED = 5;
 constexpr std::uint8_t TYPES[] = {2, 4, 0, 1, 3, 255};
 constexpr std::uint8_t MODELS[] = {4, 3, 5, 0, 255};
 
@@ -128,7 +129,8 @@ void set_slots(WatchedPlatform& platform, Choices& input)
 }
 
 /// At most one thing goes wrong: a platform call, a file operation or an allocation.
-void plan_fault(WatchedPlatform& platform, Choices& input)
+/// @return whether it is the first closing of a file
+bool plan_fault(WatchedPlatform& platform, Choices& input)
 {
     const std::size_t kind = input.below(12);
     const int n = 1 + static_cast<int>(input.once_in(4) ? input.below(4000) : input.below(40));
@@ -146,13 +148,14 @@ void plan_fault(WatchedPlatform& platform, Choices& input)
         break;
     case 5:
         fail_close_at(1 + n % 3);
-        break;
+        return n % 3 == 0;
     case 6:
         fail_allocation_at(1 + n % 6);
         break;
     default:
         break;
     }
+    return false;
 }
 
 struct Run {
@@ -233,15 +236,19 @@ void check_messages(const WatchedPlatform& platform, const Run& run)
     }
     require(platform.loads.size() <= 1 && platform.opens <= 1, "a run loads one module");
     const bool is_complete = platform.verdicts_read == 1;
-    require(run.result != 0 || is_complete, "a run that succeeds has loaded a module");
+    const bool has_started = is_complete && platform.last_verdict == STARTED;
+    require(run.result != 0 || has_started, "a run that succeeds has started a module");
+    require(!has_started || run.result == 0 || run.result == 9113 || run.result == 9365,
+            "a module that has started is a success, or has a mistake in its file");
     require(platform.complete_loads == 0 || is_complete || platform.failed, "the verdict is read");
 }
 
 /// An output that is said to be whole is what the conversion makes without any fault.
-void check_output(const Run& run)
+void check_output(const Run& run, bool first_close_fails)
 {
     if (run.result != 0 || run.action == CONFIGURE || run.is_con)
         return;
+    require(!first_close_fails, "an output that cannot be closed is never a success");
     const char* output = run.action == 1 ? "input.mcb" : "input.rbt";
     const std::string made = read_file(output);
     kvn_fpga object;
@@ -280,12 +287,12 @@ void run_once(kvn_fpga& object, Choices& input)
         WatchedPlatform platform;
         set_slots(platform, input);
         const FaultScope faults;
-        plan_fault(platform, input);
+        const bool first_close_fails = plan_fault(platform, input);
         run.result = start(object, platform, run, input);
         no_faults();
         check_result(run.result, object.kvn_fpga_getlasterr());
         check_messages(platform, run);
-        check_output(run);
+        check_output(run, first_close_fails);
     }
     run_well(object);
 }
