@@ -171,6 +171,21 @@ void seed_replies()
     seed("module_replies", "device", "2vp30ff896-6");
 }
 
+/// One run as targets/runs.cpp reads it: a good file and good modules, and one fault.
+std::string run_choices(int kind, int action, int fault, int n)
+{
+    constexpr int eight_words = 20;
+    constexpr std::size_t bytes_of_slots = 49;
+    std::string choices{static_cast<char>(kind), '\0', static_cast<char>(action), '\0', eight_words};
+    choices += std::string(kind == 0 ? 9 : 8, '\0'); // device, stated size, date, changes
+    choices += std::string(bytes_of_slots, '\0');
+    choices += {static_cast<char>(fault), '\0', static_cast<char>(n)};
+    choices += std::string(4, '\0'); // the platform's code
+    if (fault == 4)
+        choices += '\0';            // how much of a failing write is written
+    return choices + "\0\0\1\0\0"s; // address, flags, entry point, board
+}
+
 void seed_runs()
 {
     // Bytes that lead through most of the decisions.
@@ -183,6 +198,14 @@ void seed_runs()
         }
         seed("runs", "mixed_" + std::to_string(variant), choices);
     }
+    for (int kind = 0; kind < 3; ++kind)
+        for (int fault = 1; fault <= 7; ++fault)
+            for (const int n : {0, 2, 7})
+                seed("runs",
+                     "kind_" + std::to_string(kind) + "_fault_" + std::to_string(fault) + "_at_" +
+                         std::to_string(n),
+                     run_choices(kind, 0, fault, n) + run_choices(kind, 1, fault, n) +
+                         run_choices(kind, 2, fault, n));
     seed("runs", "zeros", std::string(300, '\0'));
 }
 
