@@ -432,10 +432,26 @@ private:
     std::vector<BoardName> names_;
 };
 
+/// Refuses the characters U+FA62 to U+FEFE: where a blank may stand, the parser's table of blanks has no
+/// place for them.
+void refuse_unreadable_characters(std::string_view text, const std::string& file_name)
+{
+    for (std::size_t at = text.find('\xEF'); at < text.size() && at + 3 <= text.size();
+         at = text.find('\xEF', at + 1)) {
+        const std::string_view character = text.substr(at, 3);
+        if (character < "\xEF\xA9\xA2" || character > "\xEF\xBB\xBE")
+            continue;
+        const auto line = 1 + std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n');
+        throw RackError(file_name + ":" + std::to_string(line) + ": the character " + std::string{character} +
+                        " cannot be read here");
+    }
+}
+
 } // namespace
 
 std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file_name)
 {
+    refuse_unreadable_characters(text, file_name);
     try {
         const toml::table table = toml::parse(text);
         return RackReader{TableReader{table, file_name, "a rack"}}.read();
