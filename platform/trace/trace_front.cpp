@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
+#include <filesystem>
 
 namespace mwtrace
 {
@@ -28,11 +29,24 @@ bool is_our_own(Function function)
            given.dli_fbase == ours.dli_fbase;
 }
 
+/// The virtual carriers beside this library, else wherever the system finds them. The search path that the
+/// library was linked with does not serve a program under a sanitizer, which stands between it and dlopen.
+std::string virtual_carriers()
+{
+    const std::string name = "libmwvirtual.so";
+    Dl_info ours{};
+    if (dladdr(reinterpret_cast<const void*>(&variable), &ours) == 0 || ours.dli_fname == nullptr)
+        return name;
+    const std::filesystem::path beside = std::filesystem::path{ours.dli_fname}.replace_filename(name);
+    std::error_code unreadable;
+    return std::filesystem::exists(beside, unreadable) ? beside.string() : name;
+}
+
 Front* make_front()
 {
     auto made = std::make_unique<Front>();
     const std::string wish = variable("MWTRACE_PROVIDER");
-    const std::string provider = wish.empty() ? "libmwapi.so" : wish == "virtual" ? "libmwvirtual.so" : wish;
+    const std::string provider = wish.empty() ? "libmwapi.so" : wish == "virtual" ? virtual_carriers() : wish;
     const std::string problem = load_functions(provider, made->functions);
     if (!problem.empty())
         made->problem =
@@ -41,7 +55,8 @@ Front* make_front()
         made->problem = "MWTRACE_PROVIDER names the recorder itself";
     if (!made->problem.empty())
         return made.release();
-    made->recorder = recorder_from_environment("MWTRACE_FILE", provider);
+    made->recorder =
+        recorder_from_environment("MWTRACE_FILE", wish == "virtual" ? "libmwvirtual.so" : provider);
     if (made->recorder == nullptr)
         (void)std::fputs("mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n", stderr);
     return made.release();
