@@ -130,9 +130,14 @@ void set_slots(WatchedPlatform& platform, Choices& input)
     platform.error_words_fill_the_buffer = input.once_in(8);
 }
 
+/// What a planned fault means for an output.
+struct Fault {
+    int failing_close = 0;     ///< which closing of a file fails
+    bool spoils_reads = false; ///< the input looks like another one
+};
+
 /// At most one thing goes wrong: a platform call, a file operation or an allocation.
-/// @return which closing of a file fails, or 0
-int plan_fault(WatchedPlatform& platform, Choices& input)
+Fault plan_fault(WatchedPlatform& platform, Choices& input)
 {
     const std::size_t kind = input.below(12);
     const int n = 1 + static_cast<int>(input.once_in(4) ? input.below(4000) : input.below(40));
@@ -141,23 +146,23 @@ int plan_fault(WatchedPlatform& platform, Choices& input)
     switch (kind) {
     case 2:
         fail_read_at(n);
-        break;
+        return {.spoils_reads = true};
     case 3:
         end_read_at(n);
-        break;
+        return {.spoils_reads = true};
     case 4:
         fail_write_at(n, input.below(40));
         break;
     case 5:
         fail_close_at(1 + n % 3);
-        return 1 + n % 3;
+        return {.failing_close = 1 + n % 3};
     case 6:
         fail_allocation_at(1 + n % 6);
         break;
     default:
         break;
     }
-    return 0;
+    return {};
 }
 
 struct Run {
@@ -249,12 +254,12 @@ void check_messages(const WatchedPlatform& platform, const Run& run)
 }
 
 /// An output that is said to be whole is what the conversion makes without any fault.
-void check_output(const Run& run, int failing_close)
+void check_output(const Run& run, const Fault& fault)
 {
-    if (run.result != 0 || run.action == CONFIGURE || run.is_con)
+    if (run.result != 0 || run.action == CONFIGURE || run.is_con || fault.spoils_reads)
         return;
     // An MCB file is closed before its source, an RBT file behind it.
-    require(failing_close != run.action, "an output that cannot be closed is never a success");
+    require(fault.failing_close != run.action, "an output that cannot be closed is never a success");
     const char* output = run.action == 1 ? "input.mcb" : "input.rbt";
     const std::string made = read_file(output);
     kvn_fpga object;
@@ -293,12 +298,12 @@ void run_once(kvn_fpga& object, Choices& input)
         WatchedPlatform platform;
         set_slots(platform, input);
         const FaultScope faults;
-        const int failing_close = plan_fault(platform, input);
+        const Fault fault = plan_fault(platform, input);
         run.result = start(object, platform, run, input);
         no_faults();
         check_result(run.result, object.kvn_fpga_getlasterr());
         check_messages(platform, run);
-        check_output(run, failing_close);
+        check_output(run, fault);
     }
     run_well(object);
 }
