@@ -1,4 +1,5 @@
-# The fuzz targets: what each is made of. kvn_fuzz_target makes one program of it; the including folder says how.
+# The fuzz targets: what each is made of. kvn_fuzz_target makes one program of it; the including folder says
+# how.
 set(KVN_FUZZ_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(KVN_FUZZ_TARGETS rbt bit mcb con command_line environment console_answers callback_answers module_replies
                      runs)
@@ -31,7 +32,8 @@ function(kvn_fuzz_target program name)
   add_executable(${program} ${KVN_FUZZ_DIR}/targets/${name}.cpp ${ARGN})
   add_dependencies(${program} fuzz_seeds)
   if(name STREQUAL "rack")
-    target_link_libraries(${program} PRIVATE kvn_fuzz_common mwvirtual_objects kvn_fpga_devices mwtrace_core kvn_warnings)
+    target_link_libraries(${program} PRIVATE kvn_fuzz_common mwvirtual_objects kvn_fpga_devices mwtrace_core
+                                             kvn_warnings)
   elseif(name STREQUAL "trace")
     target_include_directories(${program} PRIVATE ${PROJECT_SOURCE_DIR}/platform/trace)
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwtrace_core kvn_warnings)
