@@ -1,0 +1,97 @@
+// The plainly written forms of what processors with vectors do at once: elsewhere they carry every bitstream.
+#include "formats/bit_order.h"
+#include "support/bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace
+{
+Bytes numbered(std::size_t size)
+{
+    Bytes data(size);
+    for (std::size_t i = 0; i < size; ++i)
+        data[i] = static_cast<std::uint8_t>(7 * i + 3);
+    return data;
+}
+
+Bytes pairs_of_one(const Bytes& values)
+{
+    Bytes pairs;
+    for (const std::uint8_t value : values)
+        pairs.insert(pairs.end(), {1, value});
+    return pairs;
+}
+} // namespace
+
+TEST(PortableForms, WriteRunsOfOneAsTheFastestDo)
+{
+    const Bytes values = numbered(SINGLES);
+    const Bytes expected = pairs_of_one(values);
+    Bytes pairs(2 * SINGLES);
+    portable::write_singles(pairs.data(), values.data());
+    EXPECT_EQ(pairs, expected);
+    std::fill(pairs.begin(), pairs.end(), std::uint8_t{0});
+    fastest::write_singles(pairs.data(), values.data());
+    EXPECT_EQ(pairs, expected);
+}
+
+TEST(PortableForms, ReadRunsOfOneAsTheFastestDo)
+{
+    const Bytes values = numbered(SINGLES);
+    const Bytes pairs = pairs_of_one(values);
+    Bytes read(SINGLES);
+    EXPECT_TRUE(portable::read_singles(read.data(), pairs.data()));
+    EXPECT_EQ(read, values);
+    std::fill(read.begin(), read.end(), std::uint8_t{0});
+    EXPECT_TRUE(fastest::read_singles(read.data(), pairs.data()));
+    EXPECT_EQ(read, values);
+}
+
+TEST(PortableForms, RefuseARunOfAnyOtherLengthInAnyPlace)
+{
+    const Bytes pairs = pairs_of_one(numbered(SINGLES));
+    Bytes read(SINGLES);
+    for (std::size_t place = 0; place < SINGLES; ++place)
+        for (const int count : {0, 2, 3, 128, 129, 255}) {
+            Bytes changed = pairs;
+            changed[2 * place] = static_cast<std::uint8_t>(count);
+            EXPECT_FALSE(portable::read_singles(read.data(), changed.data())) << place << ", " << count;
+            EXPECT_FALSE(fastest::read_singles(read.data(), changed.data())) << place << ", " << count;
+        }
+}
+
+TEST(PortableForms, FindEachChangeAsTheFastestDo)
+{
+    for (std::size_t place = 0; place <= CHANGES_SIZE; ++place)
+        for (const int difference : {1, 2, 0x7F, 0x80, 0xFF}) {
+            // One byte in front, and a single one that differs from its neighbours.
+            Bytes data(CHANGES_SIZE + 1, 0x41);
+            data[place] = static_cast<std::uint8_t>(data[place] ^ difference);
+            std::uint64_t expected = 0;
+            for (std::size_t i = 0; i < CHANGES_SIZE; ++i)
+                if (data[i + 1] != data[i])
+                    expected |= std::uint64_t{1} << i;
+            EXPECT_EQ(portable::changes(data.data() + 1), expected) << place << ", " << difference;
+            EXPECT_EQ(fastest::changes(data.data() + 1), expected) << place << ", " << difference;
+        }
+}
+
+TEST(PortableForms, ReadSeveralLinesAsTheFastestDo)
+{
+    constexpr std::size_t lines = 4;
+    const Bytes words = numbered(lines * WORD_SIZE);
+    std::string text(lines * LINE_CHARS, '\0');
+    for (std::size_t line = 0; line < lines; ++line)
+        portable::write_line(text.data() + line * LINE_CHARS, words.data() + line * WORD_SIZE);
+    Bytes read(lines * WORD_SIZE);
+    EXPECT_TRUE(portable::read_plain_lines<lines>(read.data(), text.data()));
+    EXPECT_EQ(read, words);
+    for (std::size_t place = 0; place < text.size(); ++place) {
+        std::string changed = text;
+        changed[place] = '2';
+        EXPECT_FALSE(portable::read_plain_lines<lines>(read.data(), changed.data())) << place;
+        EXPECT_FALSE(fastest::read_plain_lines<lines>(read.data(), changed.data())) << place;
+    }
+}
