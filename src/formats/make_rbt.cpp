@@ -55,12 +55,10 @@ public:
         return 0;
     }
 
-    /// Writes the last line, if there is a byte for it. Required: in an unfilled place stands the byte of the
-    /// line before.
+    /// Writes the bytes that write_lines has held back as the last line. Required: in an unfilled place
+    /// stands the byte of the line before.
     int write_last_line()
     {
-        if (const int error = write_lines())
-            return error;
         if (used_ == 0)
             return 0;
         std::memcpy(last_word_, bytes_, used_);
