@@ -1,8 +1,8 @@
 // Reads rack descriptions; mistakes in them are told with file, line and what was expected.
 #include "rack_reader.h"
 
-// Of some hostile texts the parser assumes, or asserts, what does not hold: a key that begins with a brace, or an
-// umlaut where a blank may stand. Its answers to them are there, so the assumptions are taken out.
+// Of some hostile texts the parser assumes, or asserts, what does not hold: a key that begins with a brace,
+// or an umlaut where a blank may stand. Its answers to them are there, so the assumptions are taken out.
 #include <toml++/impl/preprocessor.h>
 #undef TOML_ASSERT
 #undef TOML_ASSERT_ASSUME

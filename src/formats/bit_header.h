@@ -26,8 +26,8 @@ struct BitHeader {
     std::uint32_t byte_count = 0;
 };
 
-/// The configuration bits that a header states, in 32 bits as everywhere: a count beyond them wraps, as the count of
-/// the bits found does.
+/// The configuration bits that a header states, in 32 bits as everywhere: a count beyond them wraps, as the
+/// count of the bits found does.
 constexpr std::int32_t stated_bits(const BitHeader& header)
 {
     return static_cast<std::int32_t>(header.byte_count * 8U);

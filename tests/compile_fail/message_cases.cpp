@@ -12,23 +12,23 @@ int fail_with(kvn_fpga_imp& session)
     error += session.fail("Error 9003. API error 0x%lx.", code);
     error += session.fail({9120, "Error 9121. Another number than the one returned: %s."}, name);
     return error;
-#elif CASE == 1 // no "Error "
+#elif CASE == 1  // no "Error "
     return session.fail("Fault 9000. Text.");
-#elif CASE == 2 // a number of three digits
+#elif CASE == 2  // a number of three digits
     return session.fail("Error 900. Text.");
-#elif CASE == 3 // a number of five digits
+#elif CASE == 3  // a number of five digits
     return session.fail("Error 90000. Text.");
-#elif CASE == 4 // neither point nor colon
+#elif CASE == 4  // neither point nor colon
     return session.fail("Error 9000 Text.");
-#elif CASE == 5 // a value too few
+#elif CASE == 5  // a value too few
     return session.fail("Error 9000. %s and %d.", name);
-#elif CASE == 6 // a value too many
+#elif CASE == 6  // a value too many
     return session.fail("Error 9000. %s.", name, 1);
-#elif CASE == 7 // a text for a number
+#elif CASE == 7  // a text for a number
     return session.fail("Error 9000. %d.", name);
-#elif CASE == 8 // a number for a text
+#elif CASE == 8  // a number for a text
     return session.fail("Error 9000. %s.", 1);
-#elif CASE == 9 // a code for an int
+#elif CASE == 9  // a code for an int
     return session.fail("Error 9000. 0x%x.", code);
 #elif CASE == 10 // an int for a code
     return session.fail("Error 9000. 0x%lx.", 1);
