@@ -1,28 +1,46 @@
 // The error texts as docs/errors.md gives them.
 #include "documented_errors.h"
 
+#include <regex.h>
+
 #include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <regex>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace
 {
+/// The rows of the page look like this: | 9000 | `Error 9000. ...` | cause | remedy |
 std::multimap<int, std::string> read_page()
 {
+    constexpr std::string_view row_begin = "| 0000 | `";
     std::ifstream page{KVN_ERRORS_PAGE};
-    const std::regex row{R"(^\| (\d{4}) \| `([^`]*)` \|.*)"};
     std::multimap<int, std::string> texts;
-    std::smatch fields;
-    for (std::string line; std::getline(page, line);)
-        if (std::regex_match(line, fields, row))
-            texts.emplace(std::stoi(fields[1]), fields[2]);
+    for (std::string line; std::getline(page, line);) {
+        const std::size_t end = line.find("` |");
+        const bool is_row = end != std::string::npos && line.find_first_of("0123456789") == 2 &&
+                            line.compare(6, 4, row_begin.substr(6)) == 0;
+        if (is_row)
+            texts.emplace(std::stoi(line.substr(2, 4)),
+                          line.substr(row_begin.size(), end - row_begin.size()));
+    }
     if (texts.empty())
         throw std::runtime_error{"no error texts in " KVN_ERRORS_PAGE};
     return texts;
+}
+
+/// Whether the whole of a text is what a pattern describes.
+bool matches(const std::string& text, const std::string& pattern)
+{
+    regex_t compiled;
+    if (regcomp(&compiled, ("^(" + pattern + ")$").c_str(), REG_EXTENDED | REG_NOSUB) != 0)
+        throw std::runtime_error{"no pattern: " + pattern};
+    const bool same = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
+    regfree(&compiled);
+    return same;
 }
 
 const std::multimap<int, std::string>& page()
@@ -50,10 +68,15 @@ constexpr std::pair<const char*, const char*> values[] = {
     {"%d", "-?[0-9]+"},
 };
 
-std::string escaped_pattern(const std::string& text)
+std::string escaped_pattern(std::string_view text)
 {
-    static const std::regex special{R"([.^$|()\[\]{}*+?\\])"};
-    return std::regex_replace(text, special, R"(\$&)");
+    std::string escaped;
+    for (const char c : text) {
+        if (std::string_view{".^$|()[]{}*+?\\"}.find(c) != std::string_view::npos)
+            escaped += '\\';
+        escaped += c;
+    }
+    return escaped;
 }
 
 std::string pattern_of(const std::string& format)
@@ -79,9 +102,7 @@ std::string pattern_of(const std::string& format)
 bool is_documented(int number, const std::string& text)
 {
     const auto [first, last] = page().equal_range(number);
-    return std::any_of(first, last, [&](const auto& row) {
-        return std::regex_match(text, std::regex{pattern_of(row.second)});
-    });
+    return std::any_of(first, last, [&](const auto& row) { return matches(text, pattern_of(row.second)); });
 }
 
 std::string documented_texts(int number)
