@@ -62,6 +62,8 @@ int kvn_fpga_imp::BufferedKsbSendMessageData(MW_HANDLE* given_handle, const unsi
 kvn_fpga_imp::SendResult kvn_fpga_imp::send_buffered(MW_HANDLE* given_handle, const unsigned char* data,
                                                      std::size_t length)
 {
+    if (length == 0)
+        return {0, 0};
     std::size_t done = 0;
     if (send_count > 0) {
         done = std::min(length, PIECE_SIZE - send_count);
