@@ -46,6 +46,6 @@ function(kvn_fuzz_target program name)
     target_sources(${program} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/faults.cpp)
     target_link_options(${program} PRIVATE
       LINKER:--wrap=fread LINKER:--wrap=fgets LINKER:--wrap=fwrite LINKER:--wrap=fclose
-      LINKER:--wrap=_ZnwmRKSt9nothrow_t LINKER:--wrap=_ZnamRKSt9nothrow_t)
+      LINKER:--wrap=_ZnwmSt11align_val_tRKSt9nothrow_t LINKER:--wrap=_ZnamRKSt9nothrow_t)
   endif()
 endfunction()

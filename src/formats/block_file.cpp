@@ -7,9 +7,6 @@
 
 namespace
 {
-// Room for a whole block beside what is still wanted of the one before.
-constexpr std::size_t LARGE_SIZE = BlockReader::MOST_WANTED + BLOCK_SIZE;
-
 /// How much to read at most, so that the stream can read all of it in place with one system call: up to a
 /// multiple of its buffer's size.
 std::size_t whole_buffers(std::size_t position, std::size_t room)
@@ -21,21 +18,23 @@ std::size_t whole_buffers(std::size_t position, std::size_t room)
 
 BlockReader::BlockReader(FILE* stream)
     : stream_{stream},
-      large_block_{new (std::nothrow) std::uint8_t[LARGE_SIZE]},
-      block_{large_block_ ? large_block_.get() : small_block_},
-      size_{large_block_ ? LARGE_SIZE : sizeof small_block_},
-      position_{static_cast<std::size_t>(std::max(0L, std::ftell(stream)))}
+      large_{new (std::nothrow) Memory<BLOCK_SIZE>},
+      block_{large_ ? large_->bytes + MOST_WANTED : small_.bytes + MOST_WANTED},
+      size_{large_ ? BLOCK_SIZE : MOST_WANTED},
+      position_{static_cast<std::size_t>(std::max(0L, std::ftell(stream)))},
+      begin_{block_},
+      end_{block_}
 {
 }
 
 void BlockReader::refill()
 {
-    const std::size_t kept = end_ - begin_;
-    std::memmove(block_, block_ + begin_, kept);
-    const std::size_t room = whole_buffers(position_, std::min(size_ - kept, BLOCK_SIZE));
-    const std::size_t got = std::fread(block_ + kept, 1, room, stream_);
-    begin_ = 0;
-    end_ = kept + got;
+    const auto kept = static_cast<std::size_t>(end_ - begin_);
+    std::memmove(block_ - kept, begin_, kept);
+    const std::size_t room = whole_buffers(position_, size_);
+    const std::size_t got = std::fread(block_, 1, room, stream_);
+    begin_ = block_ - kept;
+    end_ = block_ + got;
     position_ += got;
     stopped_ = got < room;
 }

@@ -22,7 +22,8 @@ std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t items,
 int __real_setvbuf(FILE* stream, char* buffer, int mode, std::size_t size);
 long __real_ftell(FILE* stream);
 int __real_fclose(FILE* stream);
-void* __real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
+void* __real__ZnwmSt11align_val_tRKSt9nothrow_t(std::size_t size, std::align_val_t alignment,
+                                                const std::nothrow_t& tag);
 void* __real__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
 void* __real__Znwm(std::size_t size);
 }
@@ -385,7 +386,8 @@ char* __wrap___fgets_chk(char* line, std::size_t /*room*/, int size, FILE* strea
     return __wrap_fgets(line, size, stream);
 }
 
-void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag)
+void* __wrap__ZnwmSt11align_val_tRKSt9nothrow_t(std::size_t size, std::align_val_t alignment,
+                                                const std::nothrow_t& tag)
 {
     if (record) {
         Point& point = note(Operation::allocation, "", size);
@@ -393,7 +395,7 @@ void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag)
             return nullptr;
         point.done = size;
     }
-    return __real__ZnwmRKSt9nothrow_t(size, tag);
+    return __real__ZnwmSt11align_val_tRKSt9nothrow_t(size, alignment, tag);
 }
 
 void* __wrap__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag)

@@ -10,13 +10,14 @@ import sys
 
 # Wrapped: each is a fault point.
 FAILING = {"fopen", "fread", "fgets", "fwrite", "setvbuf", "ftell", "fclose", "vsnprintf",
-           "operator new(unsigned long, std::nothrow_t const&)", "operator new[](unsigned long, std::nothrow_t const&)",
-           "operator new(unsigned long)"}
+           "operator new(unsigned long, std::align_val_t, std::nothrow_t const&)",
+           "operator new[](unsigned long, std::nothrow_t const&)", "operator new(unsigned long)"}
 # They work on memory or on what a stream already knows, and cannot fail.
 CERTAIN = {"feof", "ferror", "getenv", "memcmp", "memcpy", "memmove", "memset", "memchr", "snprintf", "strcmp", "strcpy",
            "strcspn", "strlen", "strncmp", "strncpy", "strspn", "bcmp", "__flbf", "stdout", "stdin",
            "operator delete(void*)", "operator delete(void*, unsigned long)", "operator delete[](void*)",
-           "operator delete[](void*, std::nothrow_t const&)", "operator delete(void*, std::nothrow_t const&)"}
+           "operator delete[](void*, std::nothrow_t const&)", "operator delete(void*, std::align_val_t)",
+           "operator delete(void*, unsigned long, std::align_val_t)"}
 # The console without callbacks: what is shown is lost when it cannot be shown, and an input that cannot be read has
 # ended. Tests of the session and of the utility cover both.
 CONSOLE = {"fputs", "fputc", "putc", "putchar", "fflush", "getchar", "getc"}

@@ -96,7 +96,8 @@ std::size_t __real_fread(void* data, std::size_t size, std::size_t items, FILE* 
 char* __real_fgets(char* line, int size, FILE* stream);
 std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t items, FILE* stream);
 int __real_fclose(FILE* stream);
-void* __real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
+void* __real__ZnwmSt11align_val_tRKSt9nothrow_t(std::size_t size, std::align_val_t alignment,
+                                                const std::nothrow_t& tag);
 void* __real__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
 
 std::size_t __wrap_fread(void* data, std::size_t size, std::size_t items, FILE* stream)
@@ -137,9 +138,11 @@ int __wrap_fclose(FILE* stream)
     return fails ? EOF : result;
 }
 
-void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag)
+void* __wrap__ZnwmSt11align_val_tRKSt9nothrow_t(std::size_t size, std::align_val_t alignment,
+                                                const std::nothrow_t& tag)
 {
-    return faults.allocations.falls_due() ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
+    return faults.allocations.falls_due() ? nullptr
+                                          : __real__ZnwmSt11align_val_tRKSt9nothrow_t(size, alignment, tag);
 }
 
 void* __wrap__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag)
