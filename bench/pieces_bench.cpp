@@ -26,7 +26,7 @@ void count_bytes(benchmark::State& state)
 // The plainest way, which every other form is compared with.
 namespace naive
 {
-bool read_plain_line(std::uint8_t* out, const char* line)
+bool read_lines(std::uint8_t* out, const char* line)
 {
     kvn_fpga_imp::process_Bitstream_Word(line, out);
     return true;
@@ -54,22 +54,23 @@ std::uint64_t changes(const std::uint8_t* bytes)
 }
 } // namespace naive
 
-template <bool (*Read)(std::uint8_t*, const char*)>
+template <bool (*Read)(std::uint8_t*, const char*), std::size_t Lines>
 void pack_lines(benchmark::State& state)
 {
     const std::string lines = rbt_lines(make_data("mix", DATA_SIZE));
     Bytes bytes(DATA_SIZE);
     for (auto _ : state) {
-        for (std::size_t word = 0; word < DATA_SIZE / WORD_SIZE; ++word)
+        for (std::size_t word = 0; word + Lines <= DATA_SIZE / WORD_SIZE; word += Lines)
             if (!Read(&bytes[word * WORD_SIZE], &lines[word * LINE_CHARS]))
                 state.SkipWithError("a line is not plain");
         benchmark::ClobberMemory();
     }
     count_bytes(state);
 }
-BENCHMARK(pack_lines<fastest::read_plain_line>)->Name("pack lines/fastest");
-BENCHMARK(pack_lines<portable::read_plain_line>)->Name("pack lines/portable");
-BENCHMARK(pack_lines<naive::read_plain_line>)->Name("pack lines/naive");
+constexpr std::size_t LINES = 16;
+BENCHMARK(pack_lines<fastest::read_plain_lines<LINES>, LINES>)->Name("pack lines/fastest");
+BENCHMARK(pack_lines<portable::read_plain_lines<LINES>, LINES>)->Name("pack lines/portable");
+BENCHMARK(pack_lines<naive::read_lines, 1>)->Name("pack lines/naive");
 
 /// The reader with its blocks and its odd lines, on a stream in memory.
 void read_lines(benchmark::State& state)

@@ -9,9 +9,6 @@
 namespace
 {
 constexpr unsigned BOARDS = 16;
-
-// Required: the buffer goes out at 8 bytes although it holds 8192.
-constexpr std::size_t PIECE_SIZE = 8;
 } // namespace
 
 int kvn_fpga_imp::Initialise_Host_KSB(const char* given_type, int given_number)
@@ -59,8 +56,8 @@ int kvn_fpga_imp::BufferedKsbSendMessageData(MW_HANDLE* given_handle, const unsi
     return static_cast<int>(status);
 }
 
-kvn_fpga_imp::SendResult kvn_fpga_imp::send_buffered(MW_HANDLE* given_handle, const unsigned char* data,
-                                                     std::size_t length)
+kvn_fpga_imp::SendResult kvn_fpga_imp::send_parts(MW_HANDLE* given_handle, const unsigned char* data,
+                                                  std::size_t length)
 {
     if (length == 0)
         return {0, 0};
@@ -75,11 +72,10 @@ kvn_fpga_imp::SendResult kvn_fpga_imp::send_buffered(MW_HANDLE* given_handle, co
         if (const auto status = MwKSBSendMessageDataEx(given_handle, send_buffer, PIECE_SIZE, KSB_TIMEOUT))
             return {status, done - 1};
     }
-    for (; length - done >= PIECE_SIZE; done += PIECE_SIZE) {
-        std::memcpy(send_buffer, data + done, PIECE_SIZE);
-        if (const auto status = MwKSBSendMessageDataEx(given_handle, send_buffer, PIECE_SIZE, KSB_TIMEOUT))
-            return {status, done + PIECE_SIZE - 1};
-    }
+    const std::size_t whole = (length - done) / PIECE_SIZE * PIECE_SIZE;
+    if (const auto sent = send_pieces(given_handle, data + done, whole); sent.status != 0)
+        return {sent.status, done + sent.failed_byte};
+    done += whole;
     send_count = static_cast<std::uint32_t>(length - done);
     if (send_count > 0)
         std::memcpy(send_buffer, data + done, send_count);

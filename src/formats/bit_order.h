@@ -26,6 +26,9 @@ inline constexpr std::size_t CHANGES_SIZE = 64;
 /// The runs of one that are written, or taken, at once.
 inline constexpr std::size_t SINGLES = 16;
 
+/// The bytes of the pairs whose counts sum_counts adds up.
+inline constexpr std::size_t COUNTS_SIZE = 16;
+
 namespace portable
 {
 /// The first byte in the lowest eight bits, whatever the machine.
@@ -74,8 +77,9 @@ template <std::size_t Lines>
 bool read_plain_lines(std::uint8_t* out, const char* line)
 {
     std::uint64_t other = 0;
-    int line_feeds = 0;
     for (std::size_t i = 0; i < Lines; ++i, line += LINE_CHARS, out += WORD_SIZE) {
+        if (line[WORD_CHARS] != '\n')
+            return false;
         for (std::size_t group = 0; group < WORD_SIZE; ++group) {
             const std::uint64_t chars = load(line + 8 * group) ^ repeat('0');
             other |= chars & repeat(0xFE);
@@ -83,14 +87,8 @@ bool read_plain_lines(std::uint8_t* out, const char* line)
             // bit 0.
             out[group] = static_cast<std::uint8_t>((chars & repeat(1)) * 0x0102040810204080U >> 56);
         }
-        line_feeds |= line[WORD_CHARS] ^ '\n';
     }
-    return other == 0 && line_feeds == 0;
-}
-
-inline bool read_plain_line(std::uint8_t* out, const char* line)
-{
-    return read_plain_lines<1>(out, line);
+    return other == 0;
 }
 
 /// A mask of CHANGES_SIZE bytes that has a one for each that differs from the byte in front of it. There must
@@ -127,6 +125,16 @@ inline bool read_singles(std::uint8_t* out, const std::uint8_t* pairs)
         out[i] = pairs[2 * i + 1];
     }
     return other == 0;
+}
+
+/// Adds up the counts of the pairs in COUNTS_SIZE bytes: every other byte, from the first one on. This form
+/// is the fastest with SSE2 too.
+inline std::size_t sum_counts(const std::uint8_t* pairs)
+{
+    const std::uint64_t counts = 0x00FF00FF00FF00FFU;
+    const std::uint64_t sums = (load(pairs) & counts) + (load(pairs + 8) & counts);
+    // The multiplication adds the four sums up in the topmost 16 bits.
+    return static_cast<std::size_t>(sums * 0x0001000100010001U >> 48);
 }
 
 /// Writes a byte as 8 characters.
@@ -184,25 +192,21 @@ template <std::size_t Lines>
 bool read_plain_lines(std::uint8_t* out, const char* line)
 {
     __m128i digits = _mm_setzero_si128();
-    int line_feeds = 0;
+    // The lowest bit of each character goes to the top of its byte, where movemask gathers it.
+    const auto read_half = [&digits](std::uint8_t* half, const char* chars) {
+        const __m128i values = _mm_xor_si128(load(chars), repeat('0'));
+        digits = _mm_or_si128(digits, values);
+        const auto bits = static_cast<std::uint16_t>(_mm_movemask_epi8(_mm_slli_epi16(values, 7)));
+        std::memcpy(half, &bits, sizeof bits);
+    };
     for (std::size_t i = 0; i < Lines; ++i, line += LINE_CHARS, out += WORD_SIZE) {
-        const __m128i first = _mm_xor_si128(load(line), repeat('0'));
-        const __m128i second = _mm_xor_si128(load(line + 16), repeat('0'));
-        digits = _mm_or_si128(digits, _mm_or_si128(first, second));
-        line_feeds |= line[WORD_CHARS] ^ '\n';
-        // The lowest bit of each character goes to the top of its byte, where movemask gathers it.
-        const int low = _mm_movemask_epi8(_mm_slli_epi16(first, 7));
-        const int high = _mm_movemask_epi8(_mm_slli_epi16(second, 7));
-        const auto bits = static_cast<std::uint32_t>(low | high << 16);
-        std::memcpy(out, &bits, sizeof bits);
+        if (line[WORD_CHARS] != '\n')
+            return false;
+        read_half(out, line);
+        read_half(out + WORD_SIZE / 2, line + WORD_CHARS / 2);
     }
     const __m128i other = _mm_andnot_si128(repeat(1), digits);
-    return line_feeds == 0 && _mm_movemask_epi8(_mm_cmpeq_epi8(other, _mm_setzero_si128())) == 0xFFFF;
-}
-
-inline bool read_plain_line(std::uint8_t* out, const char* line)
-{
-    return read_plain_lines<1>(out, line);
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(other, _mm_setzero_si128())) == 0xFFFF;
 }
 
 inline std::uint64_t changes(const std::uint8_t* bytes)

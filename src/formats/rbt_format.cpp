@@ -64,20 +64,8 @@ namespace
 {
 // What one read of a data line takes at the most: a longer line comes in pieces.
 constexpr std::size_t LONGEST_READ = 39;
-
-// The plain lines that are looked at together, as it is cheaper than one by one.
-constexpr std::size_t LINES_AT_ONCE = 4;
-
-const char* as_text(std::span<const std::uint8_t> bytes)
-{
-    return reinterpret_cast<const char*>(bytes.data()); // NOLINT: the text of the file
-}
 } // namespace
 
-/// Reads a line by the rule: it is cut as fgets cuts it into a buffer of 40 bytes, measured as strlen
-/// measures it, and must be 33 long. So 33 characters at the end of the file are a line even without a line
-/// feed, and a zero byte ends one.
-/// @return false at the end of the file and at a line of a wrong length
 bool RbtDataReader::read_line(std::uint8_t* word)
 {
     const auto bytes = input_.peek(LONGEST_READ);
@@ -97,39 +85,6 @@ bool RbtDataReader::read_line(std::uint8_t* word)
     kvn_fpga_imp::process_Bitstream_Word(line.data(), word);
     input_.skip(line.size());
     return true;
-}
-
-/// Reads what is at hand of lines of 32 times '0' or '1' and a line feed. The rule comes to the same for
-/// them.
-std::size_t RbtDataReader::read_plain_lines(std::uint8_t* bytes, std::size_t limit)
-{
-    const auto at_hand = input_.peek(LONGEST_READ);
-    const char* text = as_text(at_hand);
-    const std::size_t whole_lines = std::min(limit, at_hand.size() / LINE_CHARS);
-    std::size_t lines = 0;
-    while (lines + LINES_AT_ONCE <= whole_lines &&
-           fastest::read_plain_lines<LINES_AT_ONCE>(bytes + lines * WORD_SIZE, text + lines * LINE_CHARS))
-        lines += LINES_AT_ONCE;
-    while (lines < whole_lines &&
-           fastest::read_plain_line(bytes + lines * WORD_SIZE, text + lines * LINE_CHARS))
-        ++lines;
-    input_.skip(lines * LINE_CHARS);
-    return lines;
-}
-
-std::size_t RbtDataReader::read(std::uint8_t* bytes, std::size_t limit)
-{
-    std::size_t words = 0;
-    while (words < limit) {
-        const std::size_t plain = read_plain_lines(bytes + words * WORD_SIZE, limit - words);
-        words += plain;
-        if (plain > 0)
-            continue;
-        if (!read_line(bytes + words * WORD_SIZE))
-            break;
-        ++words;
-    }
-    return words;
 }
 
 int kvn_fpga_imp::write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes)

@@ -47,6 +47,12 @@ struct RunsTaken {
 inline RunsTaken measure_runs(std::span<const std::uint8_t> pairs, std::size_t enough)
 {
     RunsTaken taken{0, 0};
+    for (; taken.pair_bytes + COUNTS_SIZE <= pairs.size(); taken.pair_bytes += COUNTS_SIZE) {
+        const std::size_t sum = portable::sum_counts(&pairs[taken.pair_bytes]);
+        if (taken.data_bytes + sum >= enough)
+            break;
+        taken.data_bytes += sum;
+    }
     for (; taken.pair_bytes < pairs.size() && taken.data_bytes < enough; taken.pair_bytes += PAIR_SIZE)
         taken.data_bytes += pairs[taken.pair_bytes];
     return taken;

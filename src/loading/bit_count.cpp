@@ -34,16 +34,14 @@ int judge(kvn_fpga_imp& session, LoadExchange& load, const BitTally& bits, int s
 }
 } // namespace
 
-std::span<const std::uint8_t> without_tail(std::span<const std::uint8_t> bytes, const BitTally& bits,
-                                           const kvn_fpga_imp& session)
+std::size_t words_before_tail(std::size_t words, const BitTally& bits, const kvn_fpga_imp& session)
 {
     if (session.virtex2_family)
-        return bytes;
+        return words;
     const std::int64_t room = std::int64_t{bits.stated} - TAIL_BITS - bits.found;
     if (room <= 0)
-        return {};
-    const auto words = static_cast<std::size_t>((room + BITS_PER_WORD - 1) / BITS_PER_WORD);
-    return bytes.first(std::min(bytes.size(), words * WORD_SIZE));
+        return 0;
+    return std::min(words, static_cast<std::size_t>((room + BITS_PER_WORD - 1) / BITS_PER_WORD));
 }
 
 void count_words(kvn_fpga_imp& session, BitTally& bits, std::size_t words)

@@ -9,9 +9,8 @@
 
 #include <span>
 
-/// The part of the next words that is sent in plain mode.
-std::span<const std::uint8_t> without_tail(std::span<const std::uint8_t> bytes, const BitTally& bits,
-                                           const kvn_fpga_imp& session);
+/// How many of the next words are sent in plain mode.
+std::size_t words_before_tail(std::size_t words, const BitTally& bits, const kvn_fpga_imp& session);
 
 /// Counts words, and shows the progress when a report is due.
 void count_words(kvn_fpga_imp& session, BitTally& bits, std::size_t words);

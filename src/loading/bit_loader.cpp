@@ -73,8 +73,8 @@ int send_plain(kvn_fpga_imp& session, FILE* fp, BitTally& bits)
     std::uint8_t bytes[BYTES_PER_REPORT];
     do {
         const std::size_t words = data.read(bytes, bits);
-        const auto sent = without_tail({bytes, words * WORD_SIZE}, bits, session);
-        if (const int error = session.transmit_bit_bytes(sent.data(), sent.size()))
+        const std::size_t to_send = words_before_tail(words, bits, session);
+        if (const int error = session.transmit_bit_bytes(bytes, to_send * WORD_SIZE))
             return error;
         count_words(session, bits, words);
         if (const int error = check_stop(session, data, bits, plain_messages))

@@ -75,13 +75,20 @@ int read_header(kvn_fpga_imp& session, FILE* fp, const char* device_name, BitTal
 int send_plain(kvn_fpga_imp& session, FILE* fp, BitTally& bits)
 {
     RbtDataReader lines{fp};
-    std::uint8_t bytes[BYTES_PER_REPORT];
+    int error = 0;
+    const auto send = [&](std::span<const std::uint8_t> bytes) {
+        error = session.transmit_rbt_bytes(bytes.data(), bytes.size());
+        return error == 0;
+    };
+    const auto hold_back = [](std::span<const std::uint8_t> /*bytes*/) { return true; };
     for (;;) {
         const std::size_t wanted = bits.words_to_report();
-        const std::size_t words = lines.read(bytes, wanted);
-        const auto sent = without_tail({bytes, words * WORD_SIZE}, bits, session);
-        if (const int error = session.transmit_rbt_bytes(sent.data(), sent.size()))
+        const std::size_t to_send = words_before_tail(wanted, bits, session);
+        std::size_t words = lines.read(to_send, send);
+        if (error != 0)
             return error;
+        if (words == to_send)
+            words += lines.read(wanted - to_send, hold_back);
         count_words(session, bits, words);
         if (words == wanted)
             continue;

@@ -80,7 +80,7 @@ TEST(PortableForms, FindEachChangeAsTheFastestDo)
 
 TEST(PortableForms, ReadSeveralLinesAsTheFastestDo)
 {
-    constexpr std::size_t lines = 4;
+    constexpr std::size_t lines = 16;
     const Bytes words = numbered(lines * WORD_SIZE);
     std::string text(lines * LINE_CHARS, '\0');
     for (std::size_t line = 0; line < lines; ++line)

@@ -164,21 +164,21 @@ TEST(BitOrder, TheFormsReadLinesAlike)
 {
     for (const Word& word : sample_words()) {
         const std::string line = chars_of(word) + "\n";
-        expect_plain<portable::read_plain_line>(line, word);
-        expect_plain<fastest::read_plain_line>(line, word);
+        expect_plain<portable::read_plain_lines<1>>(line, word);
+        expect_plain<fastest::read_plain_lines<1>>(line, word);
     }
 }
 
 TEST(BitOrder, ALineWithAnyOtherCharacterIsNotPlain)
 {
     const std::string plain = "01100110011001100110011001100110\n";
-    ASSERT_TRUE(is_plain<portable::read_plain_line>(plain));
+    ASSERT_TRUE(is_plain<portable::read_plain_lines<1>>(plain));
     for (std::size_t place = 0; place < LINE_CHARS; ++place)
         for (unsigned other = 0; other < 256; ++other) {
             std::string line = plain;
             line[place] = static_cast<char>(other);
             const bool fits = place == WORD_CHARS ? other == '\n' : other == '0' || other == '1';
-            EXPECT_EQ(is_plain<portable::read_plain_line>(line), fits) << place << ": " << other;
-            EXPECT_EQ(is_plain<fastest::read_plain_line>(line), fits) << place << ": " << other;
+            EXPECT_EQ(is_plain<portable::read_plain_lines<1>>(line), fits) << place << ": " << other;
+            EXPECT_EQ(is_plain<fastest::read_plain_lines<1>>(line), fits) << place << ": " << other;
         }
 }

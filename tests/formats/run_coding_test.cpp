@@ -179,3 +179,27 @@ TEST(RunCoding, RunsAreFollowedUntilTheyStandForEnough)
         EXPECT_EQ(out, Bytes(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(row.data_bytes)));
     }
 }
+
+// Runs are added up in groups: wherever the limit falls, it stops at the same run as one by one.
+TEST(RunCoding, RunsAreFollowedOneByOneWhateverTheLimit)
+{
+    std::mt19937 random{11};
+    for (const unsigned longest : {1U, 3U, 255U}) {
+        Bytes pairs(PAIR_SIZE * 61);
+        for (std::size_t i = 0; i < pairs.size(); i += PAIR_SIZE) {
+            pairs[i] =
+                static_cast<std::uint8_t>(longest == 255 ? 255 - random() % 4 : random() % (longest + 1));
+            pairs[i + 1] = static_cast<std::uint8_t>(random());
+        }
+        RunsTaken expected{0, 0};
+        for (std::size_t enough = 0; enough < pairs.size() / PAIR_SIZE * longest + 2; ++enough) {
+            while (expected.pair_bytes < pairs.size() && expected.data_bytes < enough) {
+                expected.data_bytes += pairs[expected.pair_bytes];
+                expected.pair_bytes += PAIR_SIZE;
+            }
+            const RunsTaken measured = measure_runs(pairs, enough);
+            ASSERT_EQ(measured.pair_bytes, expected.pair_bytes) << enough;
+            ASSERT_EQ(measured.data_bytes, expected.data_bytes) << enough;
+        }
+    }
+}
