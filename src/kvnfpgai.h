@@ -113,6 +113,8 @@ public:
     int Pause();
     /// Formats a text of any length and prints it.
     void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    /// Shows a percentage over the one before.
+    void show_progress(std::int32_t percent);
 
     // run/entry_points.cpp
     int kvn_fpga_board(const char* devstr, int given_number, int kavrinid, const char* rbtfile, int action,

@@ -57,7 +57,7 @@ int McbWriter::write_words(std::span<const std::uint8_t> bytes, BitTally& bits)
         return error;
     bits.add_words(bytes.size() / WORD_SIZE);
     if (bits.report_is_due() && bits.stated > 0)
-        session_.print("\r%% Done: %d", conversion_percent(bits.found, bits.stated));
+        session_.show_progress(conversion_percent(bits.found, bits.stated));
     return 0;
 }
 

@@ -140,7 +140,7 @@ int copy_data(kvn_fpga_imp& session, FILE* stream, RbtWriter& rbt, std::int32_t 
         if (const int error = rbt.write_lines())
             return error;
         if (bytes_done > last_shown + BYTES_PER_MCB_REPORT) {
-            session.print("\r%% Done: %d", conversion_percent(bytes_done, byte_count));
+            session.show_progress(conversion_percent(bytes_done, byte_count));
             last_shown = bytes_done;
         }
     }

@@ -93,19 +93,26 @@ private:
     // More gain little, and are sent too late to overlap with the next ones.
     static constexpr std::size_t LINES_AT_ONCE = 16;
 
-    /// Reads LINES_AT_ONCE lines when they all are 32 times '0' or '1' and a line feed, for which the rule
-    /// comes to the same, and else one line by the rule.
+    /// Reads the next lines by the rule; LINES_AT_ONCE of them where a pair begins and all are plain.
+    /// @return 0 when there are none
     std::size_t read_next(std::uint8_t* bytes, std::size_t limit)
     {
-        const auto at_hand = input_.peek(LINES_AT_ONCE * LINE_CHARS);
-        const bool at_pair = !inside_pair_;
-        if (at_pair && limit >= LINES_AT_ONCE && at_hand.size() >= LINES_AT_ONCE * LINE_CHARS &&
-            fastest::read_plain_lines<LINES_AT_ONCE>(bytes, as_text(at_hand))) {
-            input_.skip(LINES_AT_ONCE * LINE_CHARS);
+        if (!inside_pair_ && limit >= LINES_AT_ONCE && read_plain_lines<LINES_AT_ONCE>(bytes))
             return LINES_AT_ONCE;
-        }
-        inside_pair_ = at_pair;
-        return read_line(bytes) ? 1 : 0;
+        inside_pair_ = !inside_pair_;
+        return read_plain_lines<1>(bytes) || read_line(bytes) ? 1 : 0;
+    }
+
+    /// Reads lines when they all are plain: 32 times '0' or '1' and a line feed. The rule comes to the same
+    /// for them.
+    template <std::size_t Lines>
+    bool read_plain_lines(std::uint8_t* bytes)
+    {
+        const auto at_hand = input_.peek(Lines * LINE_CHARS);
+        if (at_hand.size() < Lines * LINE_CHARS || !fastest::read_plain_lines<Lines>(bytes, as_text(at_hand)))
+            return false;
+        input_.skip(Lines * LINE_CHARS);
+        return true;
     }
 
     static const char* as_text(std::span<const std::uint8_t> bytes)

@@ -51,7 +51,7 @@ void count_words(kvn_fpga_imp& session, BitTally& bits, std::size_t words)
     bits.add_words(words);
     // Choice: with a stated size of 0 no percentage is shown (docs/decisions/0006-percentages.md).
     if (bits.report_is_due() && bits.stated != 0)
-        session.print("\r%% Done: %d", load_percent(bits.found, bits.stated));
+        session.show_progress(load_percent(bits.found, bits.stated));
 }
 
 int finish_counted_load(kvn_fpga_imp& session, LoadExchange& load, File file, const BitTally& bits,

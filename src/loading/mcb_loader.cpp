@@ -88,7 +88,7 @@ public:
             if (const int error = reaches_tail(pairs) ? send_tail(pairs.data()) : send_runs(pairs))
                 return error;
             if (done_ > last_shown_ + BYTES_PER_LOAD_REPORT) {
-                session_.print("\r%% Done: %d", load_percent(bytes_done(), total_));
+                session_.show_progress(load_percent(bytes_done(), total_));
                 last_shown_ = done_;
             }
         }
