@@ -5,6 +5,7 @@
 #include "kvn_fpga.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <stdexcept>
 
 namespace
@@ -36,6 +37,14 @@ const Operation& find_operation(std::string_view name)
     if (found == std::end(known_operations))
         throw std::invalid_argument("there is no operation " + std::string{name});
     return *found;
+}
+
+std::string output_of(const Operation& operation, const BitstreamFiles& files)
+{
+    if (operation.option == nullptr)
+        return "";
+    const bool to_rbt = std::string_view{operation.option} == "-r";
+    return std::filesystem::path{files.*operation.input}.replace_extension(to_rbt ? "rbt" : "mcb").string();
 }
 
 void run(const Operation& operation, const BitstreamFiles& files)

@@ -21,6 +21,9 @@ std::span<const Operation> operations();
 /// @throws std::invalid_argument for an unknown name
 const Operation& find_operation(std::string_view name);
 
+/// The file that an operation writes, "" for a load.
+std::string output_of(const Operation& operation, const BitstreamFiles& files);
+
 /// Carries out an operation with the files of a folder.
 /// @throws std::runtime_error with the library's message when it fails
 void run(const Operation& operation, const BitstreamFiles& files);

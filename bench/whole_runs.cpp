@@ -1,9 +1,13 @@
 // Makes bitstream files, and runs and times whole operations of the library on them.
 //
-//     kvn_whole_runs make KIND BITS FOLDER         writes text.rbt, binary.bit and runs.mcb, all of the same
-//     data kvn_whole_runs run OPERATION FOLDER          does one operation and tells what was sent to the
-//     platform kvn_whole_runs time ROUNDS FOLDER            times all operations and what they are compared
-//     with kvn_whole_runs time-alone ROUNDS FOLDER      times the operations only
+//   kvn_whole_runs make KIND BITS FOLDER
+//     writes text.rbt, binary.bit and runs.mcb, all of the same data
+//   kvn_whole_runs run OPERATION FOLDER
+//     does one operation and tells what was sent to the platform
+//   kvn_whole_runs time ROUNDS FOLDER
+//     times all operations and what they are compared with
+//   kvn_whole_runs time-alone ROUNDS FOLDER OPERATION...
+//     times these operations only
 //
 // Timing goes round by round, each round with one run of everything, so that a disturbance of the machine
 // meets all alike. The result is JSON: for each the milliseconds on the wall clock and those of the
@@ -108,12 +112,16 @@ Milliseconds processor_clock()
 /// Something that is timed, with a figure for each round.
 struct Subject {
     std::string name;
+    std::string output; ///< the file that it writes, "" for none
     std::function<void()> run;
-    std::vector<Milliseconds> wall_times;
-    std::vector<Milliseconds> processor_times;
+    std::vector<Milliseconds> wall_times = {};
+    std::vector<Milliseconds> processor_times = {};
 
     void run_timed()
     {
+        // To cut off a file that is still on its way to the disk waits for the disk.
+        if (!output.empty())
+            std::filesystem::remove(output);
         const Milliseconds processor_start = processor_clock();
         const Milliseconds start = wall_clock();
         run();
@@ -126,7 +134,8 @@ using Subjects = std::vector<Subject>;
 
 void add_operation(Subjects& subjects, const Operation& operation, const BitstreamFiles& files)
 {
-    subjects.push_back({operation.name, [&operation, &files] { run(operation, files); }, {}, {}});
+    subjects.push_back(
+        {operation.name, output_of(operation, files), [&operation, &files] { run(operation, files); }});
 }
 
 /// Writes as many bytes as a file has, as cheaply as that can be done.
@@ -148,17 +157,18 @@ void write_in_blocks(const std::string& name, std::size_t size)
 /// The other programs that do comparable work on the files, a process that does nothing, and bare writing.
 void add_peers(Subjects& subjects, const BitstreamFiles& files, const std::string& folder)
 {
-    const auto add = [&](const char* name, std::vector<std::string> words) {
-        subjects.push_back({name, [words = std::move(words)] { run_program(words); }, {}, {}});
+    const auto add = [&](const char* name, const std::string& output, std::vector<std::string> words) {
+        subjects.push_back({name, output, [words = std::move(words)] { run_program(words); }});
     };
     const std::string copy = folder + "/copy";
-    add("wc-rbt", {"wc", "-l", files.rbt});
-    add("cp-rbt", {"cp", files.rbt, copy});
-    add("lz4-rbt", {"lz4", "-1", "-q", "-f", files.rbt, folder + "/copy.lz4"});
-    add("cp-bit", {"cp", files.bit, copy});
-    add("process", {"true"});
+    const std::string packed = folder + "/copy.lz4";
+    add("wc-rbt", "", {"wc", "-l", files.rbt});
+    add("cp-rbt", copy, {"cp", files.rbt, copy});
+    add("lz4-rbt", packed, {"lz4", "-1", "-q", "-f", files.rbt, packed});
+    add("cp-bit", copy, {"cp", files.bit, copy});
+    add("process", "", {"true"});
     const auto rbt_size = static_cast<std::size_t>(std::filesystem::file_size(files.rbt));
-    subjects.push_back({"write-rbt", [copy, rbt_size] { write_in_blocks(copy, rbt_size); }, {}, {}});
+    subjects.push_back({"write-rbt", copy, [copy, rbt_size] { write_in_blocks(copy, rbt_size); }});
 }
 
 /// A load and, next to it, its floor.
@@ -167,13 +177,10 @@ void add_load(Subjects& subjects, const Operation& operation, const BitstreamFil
     run(operation, files);
     const std::uint64_t calls = sent_data().calls;
     add_operation(subjects, operation, files);
-    subjects.push_back({"floor-" + std::string{operation.name},
-                        [&operation, &files, calls] {
+    subjects.push_back({"floor-" + std::string{operation.name}, "", [&operation, &files, calls] {
                             read_in_blocks(files.*operation.input);
                             make_bare_calls(calls);
-                        },
-                        {},
-                        {}});
+                        }});
 }
 
 void print_times(const Subjects& subjects, std::vector<Milliseconds> Subject::*times)
