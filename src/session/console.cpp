@@ -5,9 +5,9 @@
 #include <stdio_ext.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cstdarg>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string_view>
@@ -65,14 +65,22 @@ void kvn_fpga_imp::print(const char* format, ...)
     xprint(long_text ? long_text.get() : text);
 }
 
-/// A long run does this thousands of times: the plain conversion costs a tenth of a formatted one.
+/// A long run does this thousands of times: written from behind it costs a tenth of a formatted text.
 void kvn_fpga_imp::show_progress(std::int32_t percent)
 {
     constexpr std::string_view label = "\r% Done: ";
     char text[32];
-    char* number = std::copy(label.begin(), label.end(), text);
-    *std::to_chars(number, std::end(text), percent).ptr = '\0';
-    xprint(text);
+    char* start = std::end(text);
+    *--start = '\0';
+    auto rest = static_cast<std::uint32_t>(percent);
+    if (percent < 0)
+        rest = 0U - rest;
+    do
+        *--start = static_cast<char>('0' + rest % 10);
+    while ((rest /= 10) != 0);
+    if (percent < 0)
+        *--start = '-';
+    xprint(std::copy_backward(label.begin(), label.end(), start));
 }
 
 void kvn_fpga_imp::xprint(const char* text)

@@ -236,6 +236,20 @@ TEST_F(Console, ShowsEverythingBeforeItWaitsForAnAnswer)
     EXPECT_EQ(seen_while([&] { session.xaskstring("Which?", session.bitstream_file); }), "Which?\n> ");
 }
 
+TEST_F(Console, ShowsEveryPercentageInDigits)
+{
+    std::string expected;
+    const std::string shown = seen_while([&] {
+        for (const std::int32_t percent :
+             {0, 7, 10, 99, 100, -1, -120, std::numeric_limits<std::int32_t>::max(),
+              std::numeric_limits<std::int32_t>::min()}) {
+            session.show_progress(percent);
+            expected += "\r% Done: " + std::to_string(percent);
+        }
+    });
+    EXPECT_EQ(shown, expected);
+}
+
 TEST_F(Console, ShowsProgressOnATerminalAtOnce)
 {
     const int terminal = ::posix_openpt(O_RDWR | O_NOCTTY);
