@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <functional>
+#include <limits>
 
 namespace
 {
@@ -239,7 +240,7 @@ TEST_F(Console, ShowsEverythingBeforeItWaitsForAnAnswer)
 TEST_F(Console, ShowsEveryPercentageInDigits)
 {
     std::string expected;
-    const std::string shown = seen_while([&] {
+    const std::string shown = output_of("", [&] {
         for (const std::int32_t percent :
              {0, 7, 10, 99, 100, -1, -120, std::numeric_limits<std::int32_t>::max(),
               std::numeric_limits<std::int32_t>::min()}) {
