@@ -68,7 +68,7 @@ public:
     bool close() { return output_.close(); }
 
 private:
-    static constexpr std::size_t LINES_AT_ONCE = 64;
+    static constexpr std::size_t LINES_AT_ONCE = 256;
 
     int write_words(const std::uint8_t* bytes, std::size_t size)
     {
