@@ -205,8 +205,9 @@ public:
     static void process_Bitstream_Word(const char* chars, unsigned char* out);
     int Transmit_Bitstream_Word(const char* chars);
     int Transmit_Bitstream_Bytes(const unsigned char* word);
-    /// Send bytes that are in transmission order already, any number of words of them.
-    int transmit_rbt_bytes(const unsigned char* bytes, std::size_t size);
+    /// Fails when words of an RBT file could not be sent.
+    int check_rbt_send(std::uint32_t status);
+    /// Sends words of a BIT file that are in transmission order already.
     int transmit_bit_bytes(const unsigned char* bytes, std::size_t size);
     int Load_Bitstream_rbt(const char* given_type, int given_number, int given_address, FILE* fp,
                            const char* given_device);

@@ -18,9 +18,9 @@ std::size_t whole_buffers(std::size_t position, std::size_t room)
 
 BlockReader::BlockReader(FILE* stream)
     : stream_{stream},
-      large_{new (std::nothrow) Memory<BLOCK_SIZE>},
+      large_{new (std::nothrow) Memory<READ_SIZE>},
       block_{large_ ? large_->bytes + MOST_WANTED : small_.bytes + MOST_WANTED},
-      size_{large_ ? BLOCK_SIZE : MOST_WANTED},
+      size_{large_ ? READ_SIZE : MOST_WANTED},
       position_{static_cast<std::size_t>(std::max(0L, std::ftell(stream)))},
       begin_{block_},
       end_{block_}
@@ -39,8 +39,8 @@ void BlockReader::refill()
     stopped_ = got < room;
 }
 
-BlockWriter::BlockWriter(File file) : buffer_{new (std::nothrow) char[BLOCK_SIZE]}, file_{std::move(file)}
+BlockWriter::BlockWriter(File file) : buffer_{new (std::nothrow) char[WRITE_SIZE]}, file_{std::move(file)}
 {
     if (buffer_)
-        std::setvbuf(file_.get(), buffer_.get(), _IOFBF, BLOCK_SIZE);
+        std::setvbuf(file_.get(), buffer_.get(), _IOFBF, WRITE_SIZE);
 }

@@ -9,7 +9,9 @@
 #include <memory>
 #include <span>
 
-inline constexpr std::size_t BLOCK_SIZE = 65536;
+// Larger ones gain little, and a run is to stay small.
+inline constexpr std::size_t READ_SIZE = std::size_t{96} * 1024;
+inline constexpr std::size_t WRITE_SIZE = std::size_t{64} * 1024;
 
 /// Hands out the bytes of a stream in place. An end or an error of the stream counts only when its place is
 /// reached, however far the reading is ahead.
@@ -49,7 +51,7 @@ private:
 
     FILE* stream_;
     // Without memory for a whole block the small one serves: the run goes on, slower.
-    std::unique_ptr<Memory<BLOCK_SIZE>> large_;
+    std::unique_ptr<Memory<READ_SIZE>> large_;
     Memory<MOST_WANTED> small_;
     std::uint8_t* block_;
     std::size_t size_;

@@ -59,7 +59,9 @@ public:
         while (words < limit) {
             const std::size_t next = read_next(bytes, limit - words);
             words += next;
-            if (next == 0 || !take(std::span<const std::uint8_t>{bytes, next * WORD_SIZE}))
+            // Each size has its own call, so that the compiler can tell them apart.
+            if (next == LINES_AT_ONCE ? !take(std::span{bytes})
+                                      : next == 0 || !take(std::span{bytes}.first<WORD_SIZE>()))
                 break;
         }
         return words;

@@ -18,7 +18,7 @@ int kvn_fpga_imp::Transmit_Bitstream_Word(const char* chars)
 {
     unsigned char word[WORD_SIZE];
     process_Bitstream_Word(chars, word);
-    return transmit_rbt_bytes(word, sizeof word);
+    return check_rbt_send(send_buffered(handle, word, sizeof word).status);
 }
 
 int kvn_fpga_imp::Transmit_Bitstream_Bytes(const unsigned char* word)
@@ -28,12 +28,12 @@ int kvn_fpga_imp::Transmit_Bitstream_Bytes(const unsigned char* word)
     return transmit_bit_bytes(reversed, sizeof reversed);
 }
 
-int kvn_fpga_imp::transmit_rbt_bytes(const unsigned char* bytes, std::size_t size)
+int kvn_fpga_imp::check_rbt_send(std::uint32_t status)
 {
-    if (const auto status = send_buffered(handle, bytes, size).status)
-        return fail("Error 9140. Cannot send KSB message data, board \"%s %d\" (%s).", board_type,
-                    board_number, ApiText{status});
-    return 0;
+    if (status == 0)
+        return 0;
+    return fail("Error 9140. Cannot send KSB message data, board \"%s %d\" (%s).", board_type, board_number,
+                ApiText{status});
 }
 
 int kvn_fpga_imp::transmit_bit_bytes(const unsigned char* bytes, std::size_t size)

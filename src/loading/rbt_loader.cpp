@@ -75,17 +75,17 @@ int read_header(kvn_fpga_imp& session, FILE* fp, const char* device_name, BitTal
 int send_plain(kvn_fpga_imp& session, FILE* fp, BitTally& bits)
 {
     RbtDataReader lines{fp};
-    int error = 0;
+    std::uint32_t status = 0;
     const auto send = [&](std::span<const std::uint8_t> bytes) {
-        error = session.transmit_rbt_bytes(bytes.data(), bytes.size());
-        return error == 0;
+        status = session.send_buffered(session.handle, bytes.data(), bytes.size()).status;
+        return status == 0;
     };
     const auto hold_back = [](std::span<const std::uint8_t> /*bytes*/) { return true; };
     for (;;) {
         const std::size_t wanted = bits.words_to_report();
         const std::size_t to_send = words_before_tail(wanted, bits, session);
         std::size_t words = lines.read(to_send, send);
-        if (error != 0)
+        if (const int error = session.check_rbt_send(status))
             return error;
         if (words == to_send)
             words += lines.read(wanted - to_send, hold_back);

@@ -28,7 +28,7 @@ std::string shown(std::span<const std::uint8_t> bytes)
 
 TEST(BlockReader, GivesTheBytesOfTheStream)
 {
-    const std::string bytes = sample(3 * BLOCK_SIZE + 1234);
+    const std::string bytes = sample(3 * READ_SIZE + 1234);
     const File file = stream_of(bytes);
     BlockReader reader{file.get()};
     std::mt19937 random{6};
@@ -89,7 +89,7 @@ TEST(BlockReader, NeverReadsBehindTheEnd)
 
 TEST(BlockWriter, HandsOverEveryByte)
 {
-    const std::string bytes = sample(3 * BLOCK_SIZE + 1234);
+    const std::string bytes = sample(3 * READ_SIZE + 1234);
     std::string taken;
     BlockWriter writer{unbuffered_stream_into(taken)};
     std::mt19937 random{7};
