@@ -4,6 +4,7 @@ Everything here counts, so that the figures are the same whatever else the machi
 """
 
 import json
+import os
 import pathlib
 import re
 import subprocess
@@ -35,6 +36,7 @@ class Driver:
     def make(self, kind, bits):
         self.folder.mkdir(parents=True, exist_ok=True)
         run([self.program, "make", kind, str(bits), str(self.folder)])
+        os.sync()  # what is on its way to the disk would slow down what is measured next
         return self
 
     def run(self, operation):

@@ -21,7 +21,7 @@ import goals
 import measure
 
 DEFAULT_ROUNDS = 25
-GROWTH_ROUNDS = 7
+GROWTH_ROUNDS = 15
 
 BEGIN = "<!-- figures: written by scripts/performance -->"
 END = "<!-- end of figures -->"
