@@ -1,6 +1,6 @@
 # What the compiler and the linker do so that a mistake cannot become a way in. Debug builds and sanitizers do without
 # the checked C functions: those need optimised code, and sanitizers check more.
-option(KVN_HARDEN "Build the library with the compiler's and the linker's protections" ON)
+option(KVN_HARDEN "Build the library and the programs with the compiler's and the linker's protections" ON)
 
 add_library(kvn_hardening INTERFACE)
 if(KVN_HARDEN)

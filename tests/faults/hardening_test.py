@@ -1,6 +1,6 @@
-"""Looks at the built library and the utility for the protections that they are built with, and for how they bind.
+"""Looks at what is built for the protections that it is built with, and for how it binds.
 
-    hardening_test.py LIBRARY UTILITY CHECKED     CHECKED is 1 when the build has the checked C functions
+    hardening_test.py CHECKED LIBRARY UTILITY [OTHER...]     CHECKED is 1 when the library calls checked C functions
 """
 import os
 import pathlib
@@ -20,17 +20,24 @@ def read_elf(*arguments):
     return subprocess.check_output(["readelf", "--wide", *arguments], text=True)
 
 
+def check_protections(file):
+    name = pathlib.Path(file).name
+    segments = read_elf("--program-headers", file)
+    dynamic = read_elf("--dynamic", file)
+    symbols = read_elf("--dyn-syms", file)
+    expect("GNU_RELRO" in segments, f"{name}: no read-only relocations")
+    stack = next(line for line in segments.splitlines() if "GNU_STACK" in line)
+    expect(" RWE " not in stack, f"{name}: the stack is executable")
+    expect("TEXTREL" not in dynamic, f"{name}: the code is relocated")
+    expect("Type:                              DYN" in read_elf("--file-header", file), f"{name}: has a fixed address")
+    expect("__stack_chk_fail" in symbols, f"{name}: no guard on the stack")
+
+
 def check_library(library, checked):
-    segments = read_elf("--program-headers", library)
     dynamic = read_elf("--dynamic", library)
     symbols = read_elf("--dyn-syms", library)
-    expect("GNU_RELRO" in segments, "no read-only relocations")
-    stack = next(line for line in segments.splitlines() if "GNU_STACK" in line)
-    expect(" RWE " not in stack, "the stack is executable")
-    expect("TEXTREL" not in dynamic, "the code is relocated")
-    expect("BIND_NOW" not in dynamic and "NOW" not in dynamic, "all functions are bound at the start")
-    expect("__stack_chk_fail" in symbols, "no guard on the stack")
     expect(("_chk@" in symbols) == checked, "the checked C functions are " + ("missing" if checked else "there"))
+    expect("BIND_NOW" not in dynamic and "NOW" not in dynamic, "all functions are bound at the start")
 
 
 def load(library, **variables):
@@ -62,7 +69,9 @@ def check_binding(library, utility):
 
 
 def main():
-    library, utility, checked = sys.argv[1:]
+    checked, library, utility, *others = sys.argv[1:]
+    for file in (library, utility, *others):
+        check_protections(file)
     check_library(library, checked == "1")
     check_binding(library, utility)
     print("\n".join(problems) or "hardened, and bound as it should be")
