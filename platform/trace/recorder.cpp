@@ -50,7 +50,11 @@ Recorder::Recorder(std::string path, std::string_view provider)
 
 Recorder::~Recorder()
 {
-    flush();
+    try {
+        flush();
+    } catch (const std::exception& problem) {
+        give_up(problem.what());
+    }
     if (file_ != -1)
         (void)::close(file_);
 }
@@ -131,7 +135,7 @@ void Recorder::flush()
         write_pieces(thread);
 }
 
-void Recorder::give_up(const std::string& reason) noexcept
+void Recorder::give_up(const char* reason) noexcept
 {
     try {
         const std::lock_guard lock{mutex_};

@@ -67,7 +67,7 @@ public:
     /// Writes what is still gathered.
     void flush();
     /// Ends the recording for a reason.
-    void give_up(const std::string& reason) noexcept;
+    void give_up(const char* reason) noexcept;
 
 private:
     /// The pieces of a thread's message that are not written yet.

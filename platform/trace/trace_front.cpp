@@ -33,7 +33,7 @@ bool is_our_own(Function function)
 /// library was linked with does not serve a program under a sanitizer, which stands between it and dlopen.
 std::string virtual_carriers()
 {
-    const std::string name = "libmwvirtual.so";
+    std::string name = "libmwvirtual.so";
     Dl_info ours{};
     if (dladdr(reinterpret_cast<const void*>(&variable), &ours) == 0 || ours.dli_fname == nullptr)
         return name;

@@ -60,7 +60,7 @@ std::string arguments(const Call& call)
 {
     const std::string board_and_slot = "board " + number(call.board) + ", slot " + number(call.slot);
     const std::string slot = "slot " + number(call.slot);
-    const std::string timeout = number(call.timeout);
+    std::string timeout = number(call.timeout);
     switch (call.function) {
     case Function::MwOpenS:
         return quoted(call.board_type) + ", " + number(call.board) + ", " + quoted(call.device);

@@ -17,8 +17,8 @@ std::size_t whole_buffers(std::size_t position, std::size_t room)
 } // namespace
 
 BlockReader::BlockReader(FILE* stream)
-    : stream_{stream},
-      large_{new (std::nothrow) Memory<READ_SIZE>},
+    : large_{new (std::nothrow) Memory<READ_SIZE>},
+      stream_{stream},
       block_{large_ ? large_->bytes + MOST_WANTED : small_.bytes + MOST_WANTED},
       size_{large_ ? READ_SIZE : MOST_WANTED},
       position_{static_cast<std::size_t>(std::max(0L, std::ftell(stream)))},

@@ -49,10 +49,10 @@ private:
 
     void refill();
 
-    FILE* stream_;
     // Without memory for a whole block the small one serves: the run goes on, slower.
-    std::unique_ptr<Memory<READ_SIZE>> large_;
     Memory<MOST_WANTED> small_;
+    std::unique_ptr<Memory<READ_SIZE>> large_;
+    FILE* stream_;
     std::uint8_t* block_;
     std::size_t size_;
     std::size_t position_; // in the file, behind what is in the block

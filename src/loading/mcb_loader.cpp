@@ -73,7 +73,7 @@ class McbData
 {
 public:
     McbData(kvn_fpga_imp& session, LoadExchange& load, FILE* fp, std::int32_t total_bytes)
-        : session_{session}, load_{load}, runs_{fp}, total_{total_bytes}
+        : runs_{fp}, session_{session}, load_{load}, total_{total_bytes}
     {
     }
 
@@ -139,9 +139,9 @@ private:
         return load_.send({copies, static_cast<std::size_t>(count)}, tail_byte_message);
     }
 
+    McbRunReader runs_;
     kvn_fpga_imp& session_;
     LoadExchange& load_;
-    McbRunReader runs_;
     std::int32_t total_;
     std::int64_t done_ = 0;
     std::int64_t last_shown_ = 0;

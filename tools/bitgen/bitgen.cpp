@@ -102,6 +102,7 @@ void choose_defect(Request& request, const std::string& name)
 std::vector<std::string> defect_names()
 {
     std::vector<std::string> names;
+    names.reserve(stream_defects.size() + file_defects.size());
     for (const auto& [name, defect] : stream_defects)
         names.push_back(name);
     for (const auto& [name, defect] : file_defects)

@@ -29,8 +29,8 @@ struct Offsets {
 struct KeyFault {
     int error; ///< the library's number
     char key;
-    std::uint64_t offset;
     char found;
+    std::uint64_t offset;
 };
 
 std::string quoted(char c)
@@ -56,11 +56,11 @@ std::string field_in(const char* text)
 Problem header_problem(const kvn_fpga_imp& session, const BitHeader& header, std::uint64_t file_size)
 {
     const Offsets at{header};
-    const KeyFault faults[] = {{9327, 'a', 13, header.a_key},
-                               {9332, 'b', at.b, header.b_key},
-                               {9338, 'c', at.c, header.c_key},
-                               {9343, 'd', at.d, header.d_key},
-                               {9348, 'e', at.e, header.e_key}};
+    const KeyFault faults[] = {{9327, 'a', header.a_key, 13},
+                               {9332, 'b', header.b_key, at.b},
+                               {9338, 'c', header.c_key, at.c},
+                               {9343, 'd', header.d_key, at.d},
+                               {9348, 'e', header.e_key, at.e}};
     for (const KeyFault& fault : faults)
         if (session.last_error == fault.error)
             return {std::string{"the key letter '"} + fault.key + "' is missing at offset " +
