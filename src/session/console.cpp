@@ -93,8 +93,7 @@ void kvn_fpga_imp::xprint(const char* text)
     std::fputs(text, stdout);
     // A terminal shows progress at once. Its buffering tells what it is without asking the system for each
     // text.
-    const std::size_t length = std::strlen(text);
-    if (__flbf(stdout) != 0 && length > 0 && text[length - 1] != '\n')
+    if (__flbf(stdout) != 0)
         std::fflush(stdout);
 }
 

@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <functional>
 #include <limits>
 
@@ -272,6 +273,18 @@ TEST_F(Console, ShowsProgressOnATerminalAtOnce)
     }
     ::close(terminal);
     EXPECT_EQ(seen, "\r% Done: 7");
+}
+
+TEST_F(Console, KeepsProgressInAFileOrPipeUntilTheStreamIsFull)
+{
+    write_file("input");
+    {
+        const StandardStreams streams{std::fopen("input", "r"), std::fopen("output", "w")};
+        session.xprint("\r% Done: 7");
+        session.xprint("\n");
+        EXPECT_EQ(std::filesystem::file_size("output"), 0U);
+    }
+    EXPECT_EQ(std::filesystem::file_size("output"), 11U);
 }
 
 TEST_F(Console, HelpWaitsForACharacterAfterEachPage)
