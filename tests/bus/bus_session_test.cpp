@@ -249,6 +249,28 @@ SendMessageDataEx 09 0A 0B 0C 0D 0E 0F 10 timeout 5000
     EXPECT_EQ(bus().back(), "SendMessageDataEx 41 42 43 44 45 46 47 48 timeout 5000");
 }
 
+TEST_F(SendBuffer, NamesTheByteThatFilledThePieceThatCouldNotBeSent)
+{
+    const Bytes data(32, 0x41);
+    struct Row {
+        std::size_t buffered;
+        std::size_t length;
+        int failing_piece;
+        std::size_t failed_byte;
+    };
+    constexpr Row rows[] = {{0, 32, 1, 7}, {0, 32, 2, 15}, {0, 32, 4, 31}, {0, 29, 3, 23},
+                            {3, 29, 1, 4}, {3, 29, 2, 12}, {3, 5, 1, 4},   {7, 26, 3, 16}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.buffered << " + " << row.length << ", piece " << row.failing_piece);
+        ASSERT_EQ(send(row.buffered), 0);
+        platform.fail_call(row.failing_piece, 0x77);
+        const auto sent = session.send_buffered(session.handle, data.data(), row.length);
+        EXPECT_EQ(sent.status, 0x77U);
+        EXPECT_EQ(sent.failed_byte, row.failed_byte);
+        EXPECT_EQ(session.send_count, 0U);
+    }
+}
+
 TEST_F(SendBuffer, TellsOfAFailureWithoutAMessage)
 {
     platform.fail_call(1, 0x77);

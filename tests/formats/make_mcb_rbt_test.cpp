@@ -193,6 +193,12 @@ TEST_F(MakeMcbRbt, WithoutDataLinesOnePairOfZerosIsWritten)
     EXPECT_EQ(prints().at(2), R"(\r% Done: 100, stored 2 bytes representing 0 bits\n)");
 }
 
+TEST_F(MakeMcbRbt, OfASingleStatedBitProgressIsShown)
+{
+    convert(RbtFile{Bytes(2500, 0)}.stated_bits(1));
+    EXPECT_EQ(prints().at(2), R"(\r% Done: 2000000)");
+}
+
 TEST_F(MakeMcbRbt, OfNoStatedBitsNoProgressIsShown)
 {
     for (const long stated : {0L, -32L}) {
