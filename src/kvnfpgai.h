@@ -37,44 +37,44 @@ class kvn_fpga_imp
 public:
     // The bus (bus/).
     MW_HANDLE* handle = nullptr;
-    std::uint32_t reserved = 0;
-    std::uint32_t ReadIoStatus = 0;
-    std::uint32_t WriteIoStatus = 0;
-    std::int32_t api_status = 0; ///< of the last MwGetDeviceInfo for a command line with a handle
+    std::uint32_t reserved{};
+    std::uint32_t ReadIoStatus{};
+    std::uint32_t WriteIoStatus{};
+    std::int32_t api_status{}; ///< of the last MwGetDeviceInfo for a command line with a handle
 
     // The module, and what the caller said about it.
     char board_type[32] = {};
-    std::uint8_t slot = 0;
-    std::uint8_t slot_address = 0; ///< the kavrinid: slot in the low four bits, its board in the high four
-    std::uint16_t board_number = 0;
+    std::uint8_t slot{};
+    std::uint8_t slot_address{}; ///< the kavrinid: slot in the low four bits, its board in the high four
+    std::uint16_t board_number{};
     char device_name[32] = {};
-    std::uint32_t prompt_user = 0;
-    std::uint32_t verbose = 0;
-    std::uint32_t slot_given = 0;
-    std::uint32_t board_type_given = 0;
-    std::uint32_t handle_is_external = 0;
-    std::uint32_t board_number_given = 0;
-    std::uint32_t file_is_rbt = 0; ///< before file selection: a bitstream file was named
+    std::uint32_t prompt_user{};
+    std::uint32_t verbose{};
+    std::uint32_t slot_given{};
+    std::uint32_t board_type_given{};
+    std::uint32_t handle_is_external{};
+    std::uint32_t board_number_given{};
+    std::uint32_t file_is_rbt{}; ///< before file selection: a bitstream file was named
 
     // Files and actions.
     char bitstream_file[256] = {};
-    std::uint32_t make_mcb = 0;
-    std::uint32_t never_compress = 0;
-    std::uint32_t make_rbt = 0;
-    std::uint32_t con_given = 0;
+    std::uint32_t make_mcb{};
+    std::uint32_t never_compress{};
+    std::uint32_t make_rbt{};
+    std::uint32_t con_given{};
     char con_file[256] = {};
-    std::uint32_t file_is_mcb = 0;
+    std::uint32_t file_is_mcb{};
     std::uint32_t file_is_bit = 0;
 
     // What is known of the module.
-    std::uint32_t virtex2_family = 0;
-    std::uint32_t supports_compressed_loading = 0;
-    std::int32_t current_module_type = 0; ///< written by no operation, so no load is announced
-    std::uint32_t target_board = 0;
-    std::uint32_t target_board_given = 0;
+    std::uint32_t virtex2_family{};
+    std::uint32_t supports_compressed_loading{};
+    std::int32_t current_module_type{}; ///< written by no operation, so no load is announced
+    std::uint32_t target_board{};
+    std::uint32_t target_board_given{};
 
     std::uint8_t send_buffer[8192] = {};
-    std::uint32_t send_count = 0;
+    std::uint32_t send_count{};
 
     FILE* rbt_fp = nullptr; ///< open until a loader or converter takes it over
     FILE* bin_fp = nullptr; ///< likewise
@@ -84,7 +84,7 @@ public:
     int (*user_askstring)(char*, void*) = nullptr;
     int (*user_ask_yn)(char*, void*) = nullptr;
 
-    std::int32_t last_error = 0;
+    std::int32_t last_error{};
     char last_error_text[1024] = {};
 
     kvn_fpga_imp();

@@ -7,23 +7,23 @@
 /// The parsed header. It owns its four texts, each with a zero byte behind it; kvn_fpga_imp::free_header
 /// releases them.
 struct BitHeader {
-    std::uint32_t magic_length = 0;
+    std::uint32_t magic_length{};
     std::uint8_t magic[9] = {};
-    std::uint32_t a_length = 0;
-    char a_key = 0;
-    std::uint32_t ncd_length = 0;
+    std::uint32_t a_length{};
+    char a_key{};
+    std::uint32_t ncd_length{};
     char* ncd_name = nullptr;
-    char b_key = 0;
-    std::uint32_t device_length = 0;
+    char b_key{};
+    std::uint32_t device_length{};
     char* device = nullptr;
-    char c_key = 0;
-    std::uint32_t date_length = 0;
+    char c_key{};
+    std::uint32_t date_length{};
     char* date = nullptr;
-    char d_key = 0;
-    std::uint32_t time_length = 0;
+    char d_key{};
+    std::uint32_t time_length{};
     char* time = nullptr;
-    char e_key = 0;
-    std::uint32_t byte_count = 0;
+    char e_key{};
+    std::uint32_t byte_count{};
 };
 
 /// The configuration bits that a header states, in 32 bits as everywhere: a count beyond them wraps, as the
