@@ -261,7 +261,8 @@ TEST_F(SendBuffer, NamesTheByteThatFilledThePieceThatCouldNotBeSent)
     constexpr Row rows[] = {{0, 32, 1, 7}, {0, 32, 2, 15}, {0, 32, 4, 31}, {0, 29, 3, 23},
                             {3, 29, 1, 4}, {3, 29, 2, 12}, {3, 5, 1, 4},   {7, 26, 3, 16}};
     for (const Row& row : rows) {
-        SCOPED_TRACE(testing::Message() << row.buffered << " + " << row.length << ", piece " << row.failing_piece);
+        SCOPED_TRACE(testing::Message()
+                     << row.buffered << " + " << row.length << ", piece " << row.failing_piece);
         ASSERT_EQ(send(row.buffered), 0);
         platform.fail_call(row.failing_piece, 0x77);
         const auto sent = session.send_buffered(session.handle, data.data(), row.length);
