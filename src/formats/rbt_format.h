@@ -40,7 +40,12 @@ struct RbtLine {
 /// Reads lines 2 to 5, the part line into line.
 bool read_part_line(FILE* stream, RbtLine& line);
 
-/// Reads the data lines of a file from where its header ends.
+/// Reads the data lines of a file from where its header ends, by this rule: a line is cut as fgets cuts it
+/// into a buffer of 40 bytes, measured as strlen measures it, and must be 33 long. So 33 characters at the
+/// end of the file are a line even without a line feed, and a zero byte ends one.
+///
+/// read_line is the rule. For plain lines, 32 times '0' or '1' and a line feed, read_plain_lines comes to the
+/// same, some lines at once.
 class RbtDataReader
 {
 public:
@@ -86,16 +91,14 @@ public:
     [[nodiscard]] int wrong_length() const { return wrong_length_; }
 
 private:
-    /// Reads a line by the rule: it is cut as fgets cuts it into a buffer of 40 bytes, measured as strlen
-    /// measures it, and must be 33 long. So 33 characters at the end of the file are a line even without a
-    /// line feed, and a zero byte ends one.
+    /// Reads any line.
     /// @return false at the end of the file and at a line of a wrong length
     bool read_line(std::uint8_t* word);
 
     // More gain little, and are sent too late to overlap with the next ones.
     static constexpr std::size_t LINES_AT_ONCE = 16;
 
-    /// Reads the next lines by the rule; LINES_AT_ONCE of them where a pair begins and all are plain.
+    /// Reads the next line; LINES_AT_ONCE of them where a pair begins and all are plain.
     /// @return 0 when there are none
     std::size_t read_next(std::uint8_t* bytes, std::size_t limit)
     {
@@ -105,8 +108,7 @@ private:
         return read_plain_lines<1>(bytes) || read_line(bytes) ? 1 : 0;
     }
 
-    /// Reads lines when they all are plain: 32 times '0' or '1' and a line feed. The rule comes to the same
-    /// for them.
+    /// Reads lines when they all are plain.
     template <std::size_t Lines>
     bool read_plain_lines(std::uint8_t* bytes)
     {
