@@ -33,6 +33,7 @@ public:
         if (child_ != 0)
             return;
         // The child: only what is safe between fork and exec, and no output.
+        take_signals();
         const int nowhere = open("/dev/null", O_RDWR);
         dup2(nowhere, STDOUT_FILENO);
         dup2(nowhere, STDERR_FILENO);

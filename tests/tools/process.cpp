@@ -64,6 +64,39 @@ private:
     std::vector<char*> envp_;
 };
 
+/// Those that a run may be stopped by.
+sigset_t stopping_signals()
+{
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXFSZ})
+        sigaddset(&signals, signal);
+    return signals;
+}
+
+/// The signals of a program that is started: as take_signals leaves them.
+class SignalSettings
+{
+public:
+    SignalSettings()
+    {
+        posix_spawnattr_init(&attributes_);
+        const sigset_t taken = stopping_signals();
+        posix_spawnattr_setsigdefault(&attributes_, &taken);
+        sigset_t none;
+        sigemptyset(&none);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    }
+    ~SignalSettings() { posix_spawnattr_destroy(&attributes_); }
+    SignalSettings(const SignalSettings&) = delete;
+    SignalSettings& operator=(const SignalSettings&) = delete;
+    const posix_spawnattr_t* get() const { return &attributes_; }
+
+private:
+    posix_spawnattr_t attributes_;
+};
+
 class FileActions
 {
 public:
@@ -133,6 +166,17 @@ int open_pipe_without_reader()
 }
 } // namespace
 
+void take_signals()
+{
+    const sigset_t taken = stopping_signals();
+    for (int signal = 1; signal < NSIG; ++signal)
+        if (sigismember(&taken, signal) == 1)
+            std::signal(signal, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 Outcome run(const Command& command, std::string_view answers, Output output)
 {
     const StreamFolder streams;
@@ -161,8 +205,9 @@ Outcome run(const Command& command, std::string_view answers, Output output)
 
     Image image{command};
     pid_t child = -1;
-    const int error =
-        posix_spawn(&child, command.program.c_str(), actions.get(), nullptr, image.argv(), image.envp());
+    const SignalSettings signals;
+    const int error = posix_spawn(&child, command.program.c_str(), actions.get(), signals.get(), image.argv(),
+                                  image.envp());
     if (pipe_end != -1)
         close(pipe_end);
     if (error != 0)
@@ -182,6 +227,7 @@ Terminal::Terminal(const Command& command)
     child_ = forkpty(&master_, nullptr, &settings, nullptr);
     check(child_ != -1, "forkpty");
     if (child_ == 0) {
+        take_signals();
         if (chdir(command.folder.c_str()) == 0)
             execve(command.program.c_str(), image.argv(), image.envp());
         _exit(127);

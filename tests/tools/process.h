@@ -36,6 +36,10 @@ struct Outcome {
 /// Runs a program to its end. Its standard input holds the answers and then ends.
 Outcome run(const Command& command, std::string_view answers = "", Output output = Output::kept);
 
+/// For a child between fork and exec: takes signals as a program started by hand does, also when those who
+/// started the tests ignore or block some.
+void take_signals();
+
 /// A program on a terminal of its own, which shows output and errors and echoes nothing.
 class Terminal
 {
