@@ -253,7 +253,7 @@ void run_once(std::string_view name, const std::string& folder)
 
 bool obey(const std::vector<std::string>& words)
 {
-    const std::string_view command = words.empty() ? "" : words[0];
+    const std::string_view command = words.empty() ? std::string_view{} : words[0];
     if (command == "make" && words.size() == 4)
         make(words[1], parse_number(words[2]), words[3]);
     else if (command == "run" && words.size() == 3)

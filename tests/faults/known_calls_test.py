@@ -1,6 +1,6 @@
 """Holds what the library calls of the C library against what the fault matrix can make fail.
 
-    known_calls_test.py NM LIBRARY
+    known_calls_test.py LIBRARY
 
 A call that is new is either wrapped in fault_points.cpp or, when it cannot fail, listed here.
 """
@@ -28,8 +28,8 @@ SUPPORT = re.compile(r"^(__cxa_|__gxx_|_Unwind_|_ITM_|__gmon_start__|__stack_chk
 
 
 def main():
-    nm, library = sys.argv[1:]
-    lines = subprocess.check_output([nm, "--undefined-only", "--demangle", "--dynamic", library], text=True)
+    (library,) = sys.argv[1:]
+    lines = subprocess.check_output(["nm", "--undefined-only", "--demangle", "--dynamic", library], text=True)
     calls = {re.sub(r"@.*", "", line.split(None, 1)[1]) for line in lines.splitlines() if line.strip()}
     plain = {re.sub(r"^__(\w+)_chk$", r"\1", call) for call in calls}
     unknown = sorted(call for call in plain
