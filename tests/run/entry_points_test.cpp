@@ -104,6 +104,13 @@ TEST_F(EntryPoints, HandleOfAnotherDeviceGivesTypeAndNumberButNotItself)
     }
 }
 
+TEST_F(EntryPoints, HandleGivesABoardNumberOf16Bits)
+{
+    MW_HANDLE* given = platform.caller_handle("mwc4a", 0xA55A);
+    handle(given, 0x51, nullptr);
+    EXPECT_EQ(session.board_number, 0xA55A);
+}
+
 TEST_F(EntryPoints, CommandLineWithAnotherBoardTypeIgnoresTheHandle)
 {
     platform.board("mwc3a", 0).slot(1, fpga_module(3));
