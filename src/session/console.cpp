@@ -72,13 +72,14 @@ void kvn_fpga_imp::show_progress(std::int32_t percent)
     char text[32];
     char* start = std::end(text);
     *--start = '\0';
+    const bool negative = percent < 0;
     auto rest = static_cast<std::uint32_t>(percent);
-    if (percent < 0)
+    if (negative)
         rest = 0U - rest;
     do
         *--start = static_cast<char>('0' + rest % 10);
     while ((rest /= 10) != 0);
-    if (percent < 0)
+    if (negative)
         *--start = '-';
     xprint(std::copy_backward(label.begin(), label.end(), start));
 }
