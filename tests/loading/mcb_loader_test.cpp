@@ -225,6 +225,25 @@ TEST_F(McbLoader, ReadingStopsAtTheRunThatReachesTheTotal)
     EXPECT_EQ(module.received(), bytes("05 AA 06 BB"));
 }
 
+TEST_F(McbLoader, ReadingStopsAtATotalRightBehindAReport)
+{
+    platform.logs_data = false;
+    Bytes data(5020);
+    for (std::size_t i = 0; i < data.size(); ++i)
+        data[i] = static_cast<std::uint8_t>(i);
+    McbFile file{data}; // runs of one, one more than the total at the least
+    for (std::int32_t total = 4995; total < 5015; ++total) {
+        SCOPED_TRACE(total);
+        file.byte_count = total;
+        compress(false);
+        EXPECT_EQ(load_mcb(file), Succeeds());
+        EXPECT_EQ(module.received(), Bytes(data.begin(), data.begin() + total));
+        compress();
+        EXPECT_EQ(load_mcb(file), Succeeds());
+        EXPECT_EQ(module.received(), Bytes(file.runs.begin(), file.runs.begin() + 2 * total));
+    }
+}
+
 // The run that reaches into the last four bytes is cut, and is the last one.
 TEST_F(McbLoader, OlderFamiliesAreNotSentTheLastFourBytes)
 {
