@@ -94,7 +94,7 @@ void add_packets(Lines& lines, const Inspection& inspection)
     for (const auto& command : inspection.packets.commands()) {
         commands += (commands.empty() ? "" : ", ") + command.name;
         if (command.count != 1)
-            commands += " " + std::to_string(command.count) + " times";
+            commands.append(" ").append(std::to_string(command.count)).append(" times");
     }
     lines.add("Commands", commands.empty() ? "none" : commands);
 }
