@@ -15,3 +15,9 @@ target_link_libraries(kvn_bench_support PUBLIC mwapi PRIVATE kvn_warnings)
 add_executable(kvn_whole_runs ${CMAKE_CURRENT_LIST_DIR}/whole_runs.cpp ${CMAKE_CURRENT_LIST_DIR}/operations.cpp)
 target_link_libraries(kvn_whole_runs PRIVATE kvn_bench_support kvn_bare_calls kvn_fpga kvn_warnings)
 set_target_properties(kvn_whole_runs PROPERTIES ENABLE_EXPORTS ON)
+
+# Where a function begins in a line of the cache is worth a tenth of a load's time here. What is measured must not hang
+# on it: the platform that counts, and the calls into it, begin at a line whatever stands in front of them.
+foreach(target kvn_bare_calls kvn_bench_support kvn_whole_runs)
+  target_compile_options(${target} PRIVATE -falign-functions=64)
+endforeach()
