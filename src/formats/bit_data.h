@@ -1,4 +1,4 @@
-// Reads the configuration data of a BIT file, in transmission order.
+// Reads the configuration data of a BIT file.
 #ifndef KVN_FPGA_FORMATS_BIT_DATA_H
 #define KVN_FPGA_FORMATS_BIT_DATA_H
 
@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 
 /// What stopped the reading of words before their number was reached.
 enum class BitStop { none, end_or_error, short_word };
@@ -16,21 +17,30 @@ class BitDataReader
 public:
     explicit BitDataReader(FILE* stream) : input_{stream} {}
 
-    /// Reads the next words, up to the next report or the stated end; at least one.
-    /// @param bytes receives them, with the bits of each byte reversed
-    /// @return how many were read; fewer than were due when something stopped the reading
-    std::size_t read(std::uint8_t (&bytes)[BYTES_PER_REPORT], const BitTally& bits)
+    /// Gives the next words, up to the next report or the stated end; at least one.
+    /// @return their bytes as the file has them, valid until the next call; fewer than were due when
+    /// something stopped the reading
+    std::span<const std::uint8_t> next_words(const BitTally& bits)
     {
         const std::size_t due = words_due(bits);
         const auto at_hand = input_.peek(due * WORD_SIZE);
         const std::size_t words = std::min(due, at_hand.size() / WORD_SIZE);
-        reverse_bytes(bytes, at_hand.data(), words * WORD_SIZE);
         input_.skip(words * WORD_SIZE);
         if (words < due) {
             rest_ = at_hand.size() - words * WORD_SIZE;
             stop_ = input_.failed() || input_.ended() ? BitStop::end_or_error : BitStop::short_word;
         }
-        return words;
+        return at_hand.first(words * WORD_SIZE);
+    }
+
+    /// Reads the next words in transmission order.
+    /// @param bytes receives them, with the bits of each byte reversed
+    /// @return how many were read
+    std::size_t read(std::uint8_t (&bytes)[BYTES_PER_REPORT], const BitTally& bits)
+    {
+        const auto words = next_words(bits);
+        reverse_bytes(bytes, words.data(), words.size());
+        return words.size() / WORD_SIZE;
     }
 
     [[nodiscard]] BitStop stop() const { return stop_; }

@@ -5,8 +5,6 @@
 
 namespace
 {
-constexpr std::size_t BLOCK = 16;
-
 std::uint8_t reverse_byte(std::uint8_t byte)
 {
     return static_cast<std::uint8_t>(portable::reverse_bits(byte));
@@ -16,7 +14,7 @@ std::uint8_t reverse_byte(std::uint8_t byte)
 void reverse_bytes(std::uint8_t* out, const std::uint8_t* in, std::size_t size)
 {
     std::size_t i = 0;
-    for (; i + BLOCK <= size; i += BLOCK)
+    for (; i + REVERSED_SIZE <= size; i += REVERSED_SIZE)
         fastest::reverse_block(out + i, in + i);
     for (; i < size; ++i)
         out[i] = reverse_byte(in[i]);

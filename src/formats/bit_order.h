@@ -20,6 +20,9 @@ inline constexpr std::size_t WORD_SIZE = 4;
 inline constexpr std::size_t WORD_CHARS = 32;
 inline constexpr std::size_t LINE_CHARS = 33;
 
+/// The bytes that reverse_block reverses.
+inline constexpr std::size_t REVERSED_SIZE = 16;
+
 /// The bytes that changes looks at.
 inline constexpr std::size_t CHANGES_SIZE = 64;
 

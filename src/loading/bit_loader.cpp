@@ -70,11 +70,11 @@ int check_stop(kvn_fpga_imp& session, const BitDataReader& data, const BitTally&
 int send_plain(kvn_fpga_imp& session, FILE* fp, BitTally& bits)
 {
     BitDataReader data{fp};
-    std::uint8_t bytes[BYTES_PER_REPORT];
     do {
-        const std::size_t words = data.read(bytes, bits);
+        const auto bytes = data.next_words(bits);
+        const std::size_t words = bytes.size() / WORD_SIZE;
         const std::size_t to_send = words_before_tail(words, bits, session);
-        if (const int error = session.transmit_bit_bytes(bytes, to_send * WORD_SIZE))
+        if (const int error = session.transmit_bit_bytes(bytes.first(to_send * WORD_SIZE)))
             return error;
         count_words(session, bits, words);
         if (const int error = check_stop(session, data, bits, plain_messages))

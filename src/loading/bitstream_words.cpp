@@ -3,6 +3,8 @@
 #include "formats/bit_order.h"
 #include "kvnfpgai.h"
 
+#include <algorithm>
+
 void kvn_fpga_imp::process_Bitstream_Word(const char* chars, unsigned char* out)
 {
     for (std::size_t group = 0; group < WORD_SIZE; ++group) {
@@ -23,9 +25,7 @@ int kvn_fpga_imp::Transmit_Bitstream_Word(const char* chars)
 
 int kvn_fpga_imp::Transmit_Bitstream_Bytes(const unsigned char* word)
 {
-    unsigned char reversed[WORD_SIZE];
-    bit_reverse(reversed, word, static_cast<int>(sizeof reversed));
-    return transmit_bit_bytes(reversed, sizeof reversed);
+    return transmit_bit_bytes({word, WORD_SIZE});
 }
 
 int kvn_fpga_imp::check_rbt_send(std::uint32_t status)
@@ -36,9 +36,24 @@ int kvn_fpga_imp::check_rbt_send(std::uint32_t status)
                 ApiText{status});
 }
 
-int kvn_fpga_imp::transmit_bit_bytes(const unsigned char* bytes, std::size_t size)
+int kvn_fpga_imp::transmit_bit_bytes(std::span<const std::uint8_t> bytes)
 {
-    if (const auto status = send_buffered(handle, bytes, size).status)
+    std::uint8_t reversed[REVERSED_SIZE];
+    std::uint32_t status = 0;
+    while (status == 0 && !bytes.empty()) {
+        std::size_t size = sizeof reversed;
+        // Two pieces at once, no more: the processor reverses the next ones while these are on their way.
+        if (send_count == 0 && bytes.size() >= size) {
+            fastest::reverse_block(reversed, bytes.data());
+            status = send_pieces(handle, reversed, size).status;
+        } else {
+            size = std::min(bytes.size(), PIECE_SIZE - send_count);
+            reverse_bytes(reversed, bytes.data(), size);
+            status = send_parts(handle, reversed, size).status;
+        }
+        bytes = bytes.subspan(size);
+    }
+    if (status != 0)
         return fail("Error 9390. Cannot send KSB message data, board \"%s %d\" (%s).", board_type,
                     board_number, ApiText{status});
     return 0;
