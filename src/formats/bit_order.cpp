@@ -13,7 +13,7 @@ std::uint8_t reverse_byte(std::uint8_t byte)
 
 void reverse_bytes(std::uint8_t* out, const std::uint8_t* in, std::size_t size)
 {
-    std::size_t i = 0;
+    std::size_t i = fastest::reverse_long_blocks(out, in, size);
     for (; i + REVERSED_SIZE <= size; i += REVERSED_SIZE)
         fastest::reverse_block(out + i, in + i);
     for (; i < size; ++i)

@@ -9,7 +9,8 @@
 #include <memory>
 #include <span>
 
-// Larger ones gain little, and a run is to stay small.
+// Larger ones gain little, and a run is to stay small. At which byte a full disk is noticed, and so by which
+// number, hangs on what is written at once.
 inline constexpr std::size_t READ_SIZE = std::size_t{96} * 1024;
 inline constexpr std::size_t WRITE_SIZE = std::size_t{64} * 1024;
 

@@ -78,20 +78,65 @@ TEST(PortableForms, FindEachChangeAsTheFastestDo)
         }
 }
 
-TEST(PortableForms, ReadSeveralLinesAsTheFastestDo)
+namespace
 {
-    constexpr std::size_t lines = 16;
-    const Bytes words = numbered(lines * WORD_SIZE);
-    std::string text(lines * LINE_CHARS, '\0');
-    for (std::size_t line = 0; line < lines; ++line)
+constexpr std::size_t LINES = 16;
+
+struct LineForm {
+    const char* name;
+    bool (*read)(std::uint8_t*, const char*);
+};
+
+/// Every form of reading lines that this processor can run.
+std::vector<LineForm> line_forms()
+{
+    std::vector<LineForm> forms = {{"portable", portable::read_plain_lines<LINES>},
+                                   {"fastest", fastest::read_plain_lines<LINES>}};
+#if defined(__SSE2__)
+    forms.push_back({"SSE2", sse2::read_plain_lines<LINES>});
+    if (avx2::is_available())
+        forms.push_back({"AVX2", avx2::read_plain_lines<LINES>});
+#endif
+    return forms;
+}
+} // namespace
+
+TEST(PortableForms, ReadSeveralLinesAsTheOthersDo)
+{
+    const Bytes words = numbered(LINES * WORD_SIZE);
+    std::string text(LINES * LINE_CHARS, '\0');
+    for (std::size_t line = 0; line < LINES; ++line)
         portable::write_line(text.data() + line * LINE_CHARS, words.data() + line * WORD_SIZE);
-    Bytes read(lines * WORD_SIZE);
-    EXPECT_TRUE(portable::read_plain_lines<lines>(read.data(), text.data()));
-    EXPECT_EQ(read, words);
-    for (std::size_t place = 0; place < text.size(); ++place) {
-        std::string changed = text;
-        changed[place] = '2';
-        EXPECT_FALSE(portable::read_plain_lines<lines>(read.data(), changed.data())) << place;
-        EXPECT_FALSE(fastest::read_plain_lines<lines>(read.data(), changed.data())) << place;
+    for (const LineForm& form : line_forms()) {
+        Bytes read(LINES * WORD_SIZE);
+        EXPECT_TRUE(form.read(read.data(), text.data())) << form.name;
+        EXPECT_EQ(read, words) << form.name;
+        for (std::size_t place = 0; place < text.size(); ++place)
+            for (unsigned other = 0; other < 256; ++other) {
+                std::string changed = text;
+                changed[place] = static_cast<char>(other);
+                const bool is_end = place % LINE_CHARS == WORD_CHARS;
+                const bool fits = is_end ? other == '\n' : other == '0' || other == '1';
+                ASSERT_EQ(form.read(read.data(), changed.data()), fits)
+                    << form.name << ", " << place << ": " << other;
+            }
     }
 }
+
+#if defined(__SSE2__)
+TEST(PortableForms, ReverseWholeBlocksAsTheOthersDo)
+{
+    if (!avx2::is_available())
+        GTEST_SKIP() << "this processor has no AVX2";
+    Bytes in(32 * 8 + 31);
+    for (std::size_t i = 0; i < in.size(); ++i)
+        in[i] = static_cast<std::uint8_t>(i);
+    for (std::size_t size = 0; size <= in.size(); ++size) {
+        Bytes out(in.size(), 0x55);
+        const std::size_t whole = size / 32 * 32;
+        ASSERT_EQ(avx2::reverse_blocks(out.data(), in.data(), size), whole);
+        for (std::size_t i = 0; i < in.size(); ++i)
+            ASSERT_EQ(out[i], i < whole ? portable::reverse_bits(in[i]) : 0x55U) << size << ", " << i;
+    }
+}
+#endif
