@@ -1,9 +1,9 @@
 // Bit order: reversing bytes, and turning the characters of RBT lines into bytes and back.
 //
 // Inside the system a byte holds the first of its eight configuration bits in bit 0. Each operation has a
-// form for SSE2, which every x86-64 has, and one in 64-bit arithmetic for other machines. Reading lines and
-// reversing, the most of loading RBT and BIT files, have one for AVX2 too, chosen at run time. All are always
-// compiled and tested against each other.
+// form for SSE2, which every x86-64 has, and one in 64-bit arithmetic for other machines. Reading lines,
+// writing them and reversing have one for AVX2 too, chosen at run time. All are always compiled and tested
+// against each other.
 #ifndef KVN_FPGA_FORMATS_BIT_ORDER_H
 #define KVN_FPGA_FORMATS_BIT_ORDER_H
 
@@ -309,6 +309,24 @@ template <std::size_t Lines>
     }
     return done;
 }
+/// Writes a line for each of `count` words.
+[[gnu::target("avx2")]] inline void write_lines(char* lines, const std::uint8_t* words, std::size_t count)
+{
+    const __m256i each_bit = _mm256_set1_epi64x(static_cast<long long>(0x8040201008040201U));
+    // Each half of the register gets two bytes of the word, eight times each.
+    const __m256i eight_times =
+        _mm256_setr_epi64x(0, 0x0101010101010101, 0x0202020202020202, 0x0303030303030303);
+    for (; count > 0; --count, lines += LINE_CHARS, words += WORD_SIZE) {
+        std::int32_t word;
+        std::memcpy(&word, words, sizeof word);
+        const __m256i bytes = _mm256_shuffle_epi8(_mm256_set1_epi32(word), eight_times);
+        // The comparison gives -1 where the bit is clear, and '1' less 1 is '0'.
+        const __m256i clear = _mm256_cmpeq_epi8(_mm256_and_si256(bytes, each_bit), _mm256_setzero_si256());
+        const __m256i chars = _mm256_add_epi8(_mm256_set1_epi8('1'), clear);
+        std::memcpy(lines, &chars, sizeof chars);
+        lines[WORD_CHARS] = '\n';
+    }
+}
 } // namespace avx2
 
 namespace fastest
@@ -331,6 +349,16 @@ inline std::size_t reverse_long_blocks(std::uint8_t* out, const std::uint8_t* in
 {
     return avx2::is_available() ? avx2::reverse_blocks(out, in, size) : 0;
 }
+
+/// Writes a line for each of `count` words.
+inline void write_lines(char* lines, const std::uint8_t* words, std::size_t count)
+{
+    if (avx2::is_available())
+        avx2::write_lines(lines, words, count);
+    else
+        for (std::size_t i = 0; i < count; ++i)
+            write_line(lines + i * LINE_CHARS, words + i * WORD_SIZE);
+}
 } // namespace fastest
 #else
 namespace fastest
@@ -340,6 +368,12 @@ using namespace portable;
 inline std::size_t reverse_long_blocks(std::uint8_t*, const std::uint8_t*, std::size_t)
 {
     return 0;
+}
+
+inline void write_lines(char* lines, const std::uint8_t* words, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        write_line(lines + i * LINE_CHARS, words + i * WORD_SIZE);
 }
 } // namespace fastest
 #endif

@@ -74,11 +74,10 @@ private:
     {
         char lines[LINES_AT_ONCE * LINE_CHARS];
         for (std::size_t done = 0; done < size;) {
-            const std::size_t stop = std::min(size, done + LINES_AT_ONCE * WORD_SIZE);
-            char* end = lines;
-            for (; done < stop; done += WORD_SIZE, end += LINE_CHARS)
-                fastest::write_line(end, bytes + done);
-            const auto length = static_cast<std::size_t>(end - lines);
+            const std::size_t words = std::min(size - done, LINES_AT_ONCE * WORD_SIZE) / WORD_SIZE;
+            fastest::write_lines(lines, bytes + done, words);
+            done += words * WORD_SIZE;
+            const std::size_t length = words * LINE_CHARS;
             const std::size_t taken = output_.put(lines, length);
             if (taken < length)
                 return session_.fail(rbt_write_failure(lines[taken]), file_name_);

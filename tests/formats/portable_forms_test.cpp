@@ -123,6 +123,20 @@ TEST(PortableForms, ReadSeveralLinesAsTheOthersDo)
     }
 }
 
+TEST(PortableForms, WriteSeveralLinesAsTheOthersDo)
+{
+    constexpr char guard = 0x55;
+    const Bytes words = numbered(256 * WORD_SIZE);
+    for (const std::size_t count : {0U, 1U, 2U, 255U, 256U}) {
+        std::string expected((count + 1) * LINE_CHARS, guard);
+        for (std::size_t line = 0; line < count; ++line)
+            portable::write_line(expected.data() + line * LINE_CHARS, words.data() + line * WORD_SIZE);
+        std::string written(expected.size(), guard);
+        fastest::write_lines(written.data(), words.data(), count);
+        EXPECT_EQ(written, expected) << count;
+    }
+}
+
 #if defined(__SSE2__)
 TEST(PortableForms, ReverseWholeBlocksAsTheOthersDo)
 {
