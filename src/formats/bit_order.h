@@ -158,6 +158,14 @@ inline void write_line(char* line, const std::uint8_t* word)
 }
 } // namespace portable
 
+/// Writes a line for each of `count` words, one after the other.
+template <void (*WriteLine)(char*, const std::uint8_t*)>
+void write_each_line(char* lines, const std::uint8_t* words, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i)
+        WriteLine(lines + i * LINE_CHARS, words + i * WORD_SIZE);
+}
+
 #if defined(__SSE2__)
 namespace sse2
 {
@@ -356,8 +364,7 @@ inline void write_lines(char* lines, const std::uint8_t* words, std::size_t coun
     if (avx2::is_available())
         avx2::write_lines(lines, words, count);
     else
-        for (std::size_t i = 0; i < count; ++i)
-            write_line(lines + i * LINE_CHARS, words + i * WORD_SIZE);
+        write_each_line<write_line>(lines, words, count);
 }
 } // namespace fastest
 #else
@@ -372,8 +379,7 @@ inline std::size_t reverse_long_blocks(std::uint8_t*, const std::uint8_t*, std::
 
 inline void write_lines(char* lines, const std::uint8_t* words, std::size_t count)
 {
-    for (std::size_t i = 0; i < count; ++i)
-        write_line(lines + i * LINE_CHARS, words + i * WORD_SIZE);
+    write_each_line<write_line>(lines, words, count);
 }
 } // namespace fastest
 #endif

@@ -131,9 +131,12 @@ TEST(PortableForms, WriteSeveralLinesAsTheOthersDo)
         std::string expected((count + 1) * LINE_CHARS, guard);
         for (std::size_t line = 0; line < count; ++line)
             portable::write_line(expected.data() + line * LINE_CHARS, words.data() + line * WORD_SIZE);
-        std::string written(expected.size(), guard);
-        fastest::write_lines(written.data(), words.data(), count);
-        EXPECT_EQ(written, expected) << count;
+        for (const auto write : {fastest::write_lines, write_each_line<portable::write_line>,
+                                 write_each_line<fastest::write_line>}) {
+            std::string written(expected.size(), guard);
+            write(written.data(), words.data(), count);
+            EXPECT_EQ(written, expected) << count;
+        }
     }
 }
 
