@@ -317,6 +317,7 @@ template <std::size_t Lines>
     }
     return done;
 }
+
 /// Writes a line for each of `count` words.
 [[gnu::target("avx2")]] inline void write_lines(char* lines, const std::uint8_t* words, std::size_t count)
 {

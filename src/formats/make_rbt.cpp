@@ -47,7 +47,7 @@ public:
         if (used_ <= WORD_SIZE)
             return 0;
         const std::size_t size = (used_ - 1) / WORD_SIZE * WORD_SIZE;
-        if (const int error = write_words(bytes_, size))
+        if (const int error = write_words(bytes_, size / WORD_SIZE))
             return error;
         std::memcpy(last_word_, bytes_ + size - WORD_SIZE, WORD_SIZE);
         used_ -= size;
@@ -62,7 +62,7 @@ public:
         if (used_ == 0)
             return 0;
         std::memcpy(last_word_, bytes_, used_);
-        return write_words(last_word_, WORD_SIZE);
+        return write_words(last_word_, 1);
     }
 
     bool close() { return output_.close(); }
@@ -70,17 +70,18 @@ public:
 private:
     static constexpr std::size_t LINES_AT_ONCE = 256;
 
-    int write_words(const std::uint8_t* bytes, std::size_t size)
+    int write_words(const std::uint8_t* bytes, std::size_t words)
     {
         char lines[LINES_AT_ONCE * LINE_CHARS];
-        for (std::size_t done = 0; done < size;) {
-            const std::size_t words = std::min(size - done, LINES_AT_ONCE * WORD_SIZE) / WORD_SIZE;
-            fastest::write_lines(lines, bytes + done, words);
-            done += words * WORD_SIZE;
-            const std::size_t length = words * LINE_CHARS;
+        while (words > 0) {
+            const std::size_t next = std::min(words, LINES_AT_ONCE);
+            fastest::write_lines(lines, bytes, next);
+            const std::size_t length = next * LINE_CHARS;
             const std::size_t taken = output_.put(lines, length);
             if (taken < length)
                 return session_.fail(rbt_write_failure(lines[taken]), file_name_);
+            bytes += next * WORD_SIZE;
+            words -= next;
         }
         return 0;
     }
