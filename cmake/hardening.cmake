@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What the compiler and the linker do so that a mistake cannot become a way in. Debug builds and sanitizers do without
 # the checked C functions: those need optimised code, and sanitizers check more.
 option(KVN_HARDEN "Build the library and the programs with the compiler's and the linker's protections" ON)

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Puts the library, its public headers and the CMake package in their places; the programs and the virtual
 # carriers, which may be left out, bring rules of their own.
 include(CMakePackageConfigHelpers)

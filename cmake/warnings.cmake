@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The warnings that the tree is clean of; KVN_WERROR makes them errors, as in CI.
 option(KVN_WERROR "Treat warnings as errors" OFF)
 

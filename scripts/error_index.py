@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Holds docs/errors.md against the numbered messages of the sources.
 
     scripts/error_index.py --check            compare; exit 1 and name every difference

@@ -1,0 +1,68 @@
+# SPDX-License-Identifier: Apache-2.0
+# Builds the test programs quickly: unoptimised, with precompiled headers, linked by gold. What they test is built
+# as the preset says. Included behind all folders of tests.
+include(CheckLinkerFlag)
+option(KVN_PRECOMPILE "Precompile the headers that the tests share" ON)
+check_linker_flag(CXX -fuse-ld=gold KVN_HAS_GOLD)
+
+add_library(kvn_test_quickly INTERFACE)
+target_compile_options(kvn_test_quickly INTERFACE -O0)
+if(KVN_HAS_GOLD)
+  target_link_options(kvn_test_quickly INTERFACE -fuse-ld=gold)
+endif()
+
+if(KVN_PRECOMPILE)
+  file(CONFIGURE OUTPUT precompiled.cpp CONTENT "")
+  add_library(kvn_test_headers OBJECT EXCLUDE_FROM_ALL ${CMAKE_CURRENT_BINARY_DIR}/precompiled.cpp)
+  target_link_libraries(kvn_test_headers PRIVATE kvn_warnings kvn_test_quickly GTest::gtest GTest::gmock)
+  target_precompile_headers(kvn_test_headers PRIVATE
+    <algorithm> <array> <cstdint> <cstdio> <cstdlib> <cstring> <filesystem> <fstream> <functional> <iterator> <map>
+    <memory> <optional> <span> <sstream> <string> <string_view> <tuple> <utility> <vector>
+    <gtest/gtest.h> <gmock/gmock.h>)
+  # As the programs are compiled that use them.
+  set_target_properties(kvn_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+  target_compile_options(kvn_test_headers PRIVATE -fPIE)
+  # What ccache needs to know one precompiled header from another.
+  target_compile_options(kvn_test_quickly INTERFACE
+    $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess> "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
+endif()
+
+# Sets `programs` to the programs of a folder, and of those in it, that are linked with GoogleTest.
+function(kvn_find_test_programs folder)
+  set(found)
+  get_property(subfolders DIRECTORY ${folder} PROPERTY SUBDIRECTORIES)
+  foreach(subfolder IN LISTS subfolders)
+    kvn_find_test_programs(${subfolder})
+    list(APPEND found ${programs})
+  endforeach()
+  get_property(targets DIRECTORY ${folder} PROPERTY BUILDSYSTEM_TARGETS)
+  foreach(target IN LISTS targets)
+    get_target_property(type ${target} TYPE)
+    get_target_property(libraries ${target} LINK_LIBRARIES)
+    if(type STREQUAL "EXECUTABLE" AND libraries MATCHES "GTest::")
+      list(APPEND found ${target})
+    endif()
+  endforeach()
+  set(programs ${found} PARENT_SCOPE)
+endfunction()
+
+# The programs that hold the library itself and start no other program: coverage and mutation run them.
+set(library_tests)
+kvn_find_test_programs(${CMAKE_CURRENT_SOURCE_DIR})
+foreach(program IN LISTS programs)
+  get_target_property(libraries ${program} LINK_LIBRARIES)
+  get_target_property(started ${program} MANUALLY_ADDED_DEPENDENCIES)
+  if(libraries MATCHES "kvn_test_support|kvn_fpga_static" AND NOT started)
+    list(APPEND library_tests ${program})
+  endif()
+  target_link_libraries(${program} PRIVATE kvn_test_quickly)
+  # A folder that also enables C by another compiler expects precompiled headers of that one's kind.
+  get_target_property(folder ${program} SOURCE_DIR)
+  get_directory_property(extension DIRECTORY ${folder} DEFINITION CMAKE_PCH_EXTENSION)
+  if(KVN_PRECOMPILE AND extension STREQUAL CMAKE_PCH_EXTENSION)
+    target_precompile_headers(${program} REUSE_FROM kvn_test_headers)
+  endif()
+endforeach()
+add_custom_target(library_tests DEPENDS ${library_tests})
+list(JOIN library_tests "\n" names)
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/library_tests.txt CONTENT "@names@\n" @ONLY)
