@@ -1,9 +1,9 @@
-"""Measures the goals of docs/performance.md on this machine, prints their table and writes it with its plot.
+"""Measures the goals of docs/performance.md on this machine, prints their table and writes their plot.
 
-    performance.py PROGRAM FOLDER DOCUMENT [ROUNDS]
+    performance.py PROGRAM FOLDER PLOT [ROUNDS]
 
-PROGRAM is kvn_whole_runs, FOLDER takes the files (about 1 GB), DOCUMENT is the page whose figures are replaced; the
-plot goes beside it. Whatever is a ratio of times is the median of the ratios of single rounds.
+PROGRAM is kvn_whole_runs, FOLDER takes the files (about 1 GB), PLOT is the SVG file to write. Every ratio of times
+is the median of the ratios of single rounds.
 """
 
 import dataclasses
@@ -22,9 +22,6 @@ import measure
 
 DEFAULT_ROUNDS = 25
 GROWTH_ROUNDS = 15
-
-BEGIN = "<!-- figures: written by scripts/performance -->"
-END = "<!-- end of figures -->"
 
 
 @dataclasses.dataclass
@@ -177,13 +174,6 @@ def plot(rows):
     return "\n".join(parts) + "\n"
 
 
-def replace_figures(document, text):
-    page = document.read_text(encoding="utf-8")
-    before, rest = page.split(BEGIN)
-    after = rest.split(END)[1]
-    document.write_text(f"{before}{BEGIN}\n\n{text}\n\n{END}{after}", encoding="utf-8")
-
-
 def measure_all(program, folder, rounds):
     small, medium, largest, huge = [
         measure.Driver(program, folder / str(bits)).make("mix", bits)
@@ -197,17 +187,15 @@ def main(words):
     if len(words) not in (3, 4):
         print(__doc__, file=sys.stderr)
         return 2
-    program, folder, document = (pathlib.Path(word) for word in words[:3])
+    program, folder, picture = (pathlib.Path(word) for word in words[:3])
     rounds = int(words[3]) if len(words) == 4 else DEFAULT_ROUNDS
     load_before = os.getloadavg()[0]
     try:
         rows = measure_all(program, folder, rounds)
     finally:
         shutil.rmtree(folder, ignore_errors=True)
-    text = f"{machine((load_before, os.getloadavg()[0]))} {rounds} rounds.\n\n{table(rows)}"
-    print(text)
-    replace_figures(document, text)
-    document.with_suffix(".svg").write_text(plot(rows), encoding="utf-8")
+    print(f"{machine((load_before, os.getloadavg()[0]))} {rounds} rounds.\n\n{table(rows)}")
+    picture.write_text(plot(rows), encoding="utf-8")
     return 0
 
 
