@@ -1,4 +1,4 @@
-// An application's part that configures modules.
+// The part of an application that configures modules.
 #include "front_panel.h"
 
 #include <kvn_fpga.h>

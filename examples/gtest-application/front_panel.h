@@ -1,10 +1,10 @@
-// An application's part that configures modules.
+// The part of an application that configures modules.
 #ifndef FRONT_PANEL_H
 #define FRONT_PANEL_H
 
 #include <string>
 
-/// Loads the bitstream into the module in this slot of board mwc4a 0; a second time when the bus failed.
+/// Loads the bitstream into the module in this slot of board mwc4a 0, and tries again once on failure.
 /// @return "ready", or the library's message
 std::string configure_module(int slot, const std::string& bitstream);
 

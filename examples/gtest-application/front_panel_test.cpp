@@ -1,4 +1,4 @@
-// The application's tests: each sets up a rack, runs the application, and looks at what the modules hold.
+// The application's tests: each sets up a rack, runs the application, and examines what the modules hold.
 #include "front_panel.h"
 
 #include <gtest/gtest.h>

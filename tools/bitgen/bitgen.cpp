@@ -90,7 +90,7 @@ void list_devices()
                   << '\n';
 }
 
-/// Splits --defect between the data and the file around them.
+/// Assigns --defect to the data or to the file around it.
 void choose_defect(Request& request, const std::string& name)
 {
     if (const auto in_stream = stream_defects.find(name); in_stream != stream_defects.end())
@@ -117,16 +117,17 @@ int run(int argc, char** argv)
     bool list = false;
 
     CLI::App app{
-        "Writes an example bitstream for a device: the size, packets, CRC and ID are real, the design is not."};
+        "Writes an example bitstream for a device, with real size, packets, CRC and ID, but no design."};
     app.add_option("device", request.device,
                    "Device, with or without package and speed grade: 2v3000fg676-4");
     app.add_option("-o,--output", request.output,
                    "File to write; its extension, .rbt or .bit, chooses the format");
-    app.add_option("--fill", request.stream.fill, "What the frames hold: zero, pattern or random")
+    app.add_option("--fill", request.stream.fill, "Content of the frames: zero, pattern or random")
         ->transform(CLI::CheckedTransformer(fills))
         ->default_str("pattern");
     app.add_option("--seed", request.stream.seed, "Seed of the random fill")->capture_default_str();
-    app.add_option("--defect", defect, "What is wrong with the file")->check(CLI::IsMember(defect_names()));
+    app.add_option("--defect", defect, "Defect of the data or the file")
+        ->check(CLI::IsMember(defect_names()));
     app.add_flag("--frame-lines", request.frame_lines,
                  "RBT of Spartan and Spartan-XL: a line for each frame, as the maker's tools write them");
     app.add_flag("--list", list, "Print every device with its family and stream size in bits");
