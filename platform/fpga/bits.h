@@ -34,7 +34,7 @@ public:
     constexpr void clear() { register_ = 0; }
     [[nodiscard]] constexpr std::uint16_t value() const { return register_; }
 
-    /// Takes a data word and the address of the register that it was written to.
+    /// Adds a data word and the address of the register that it was written to.
     constexpr void feed(std::uint32_t word, unsigned address)
     {
         for (unsigned shift = 0; shift < 32; shift += 8)
@@ -79,7 +79,7 @@ public:
         const unsigned shifted = static_cast<unsigned>(register_) << 1 & 0xFFFFU;
         register_ = static_cast<std::uint16_t>((top ^ (1U - bit)) != 0 ? shifted ^ POLYNOMIAL : shifted);
     }
-    /// The low bits, which are 0 when the check bits fed last were right.
+    /// The low bits; 0 if the last check bits fed were right.
     [[nodiscard]] constexpr unsigned low(unsigned bits) const { return register_ & ((1U << bits) - 1); }
 
 private:

@@ -10,28 +10,28 @@
 namespace fpga
 {
 
-/// What a file's header says.
+/// The texts of a file's header.
 struct FileLabels {
     std::string part;         ///< "2v3000fg676"
-    std::string architecture; ///< "virtex2"; RBT files alone
+    std::string architecture; ///< "virtex2"; only in RBT files
     std::string design = "example.ncd";
     std::string rbt_date = "Fri Feb 17 12:00:00 2006";
     std::string bit_date = "2006/02/17";
     std::string bit_time = "12:00:00";
 };
 
-/// What is wrong with the file around its data.
+/// A defect of the file around its data.
 enum class FileDefect {
     none,
-    title,            ///< RBT: another first line; BIT: another magic
+    title,            ///< RBT: a wrong first line; BIT: wrong magic bytes
     carriage_returns, ///< RBT: lines end in CR LF
     short_line,       ///< RBT: one data line lacks its last character
     missing_key,      ///< BIT: the key 'c' is another letter
-    stated_size,      ///< the header states 32 bits more than there are
+    stated_size,      ///< the header states 32 bits too many
     trailing_bytes    ///< BIT: four bytes follow the stated data
 };
 
-/// Writes a RBT file of 32 characters a line; the data (in file order) must be a multiple of 4 bytes long.
+/// Writes an RBT file of 32 characters a line; the data (in file order) must be a multiple of 4 bytes long.
 /// With frame_bits, lines as tools write them for the length-count families: 40 characters, a line for each
 /// frame of that many, and the rest. Throws std::invalid_argument for data or defects that do not fit, and
 /// std::runtime_error when the file cannot be written.

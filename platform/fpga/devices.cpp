@@ -124,8 +124,8 @@ std::uint32_t virtex2_stream_words(const Device& device)
     return device.second_pass ? plain + device.clb_columns * (3 * device.frame_size + 4) + 4 : plain;
 }
 
-// Fill, preamble, length count and fill in front of the frames; postamble and fill up to the next byte
-// boundary and one byte more behind them.
+// Before the frames fill, preamble, length count and fill; after them postamble, fill up to the next byte
+// boundary and one more byte.
 std::uint32_t length_count_stream_bits(const Device& device)
 {
     const std::uint32_t up_to_postamble = 40 + device.length_count_frames * device.frame_size + 8;

@@ -12,26 +12,26 @@ namespace fpga
 
 enum class Family { spartan, spartan_xl, spartan2, spartan2e, virtex, virtex_e, virtex2, virtex2_pro };
 
-/// How a family takes its configuration.
+/// The configuration logic of a family.
 enum class Architecture {
-    length_count, ///< Spartan, Spartan-XL: a bit-serial stream of frames behind a length count
+    length_count, ///< Spartan, Spartan-XL: a length count, then a bit-serial stream of frames
     virtex,       ///< Spartan-2, Spartan-2E, Virtex, Virtex-E: packets, 4 address bits in the CRC
     virtex2       ///< Virtex-2, Virtex-2 Pro: packets, device ID, automatic CRC
 };
 
-/// What distinguishes one device. Frame and stream sizes follow from it; see the functions below.
+/// The properties of a device. Frame and stream sizes follow from them; see the functions below.
 struct Device {
     std::string_view name; ///< as modules and bitstreams name it, without "xc": "2v3000"
     Family family;
     unsigned frame_size;          ///< words a frame (packet families) or bits a frame (length count)
     unsigned clb_columns;         ///< 0 for length-count families
     unsigned block_ram_columns;   ///< 0 for length-count families
-    std::uint32_t idcode;         ///< compared by Virtex-2 class devices; 0 where streams hold none
+    std::uint32_t idcode;         ///< compared by Virtex-2 class devices; 0 if streams have none
     bool second_pass;             ///< the standard stream writes part of the frames twice
-    unsigned length_count_frames; ///< frames of a length-count device, else 0
+    unsigned length_count_frames; ///< frames of a length-count device, otherwise 0
 
     [[nodiscard]] Architecture architecture() const;
-    /// False for families that no module carries; they are known so that a diagnosis can name them.
+    /// False for families that no module carries; they are in the table for diagnoses.
     [[nodiscard]] bool carried_by_modules() const { return family != Family::spartan2e; }
     /// Number of distinct frames that a full configuration writes.
     [[nodiscard]] unsigned frames() const;
@@ -49,16 +49,17 @@ struct Column {
 [[nodiscard]] std::span<const Device> devices();
 [[nodiscard]] std::string_view family_name(Family family);
 
-/// The device that a name such as "2v3000fg676-4", "v1000efg680" or "XC2S50" begins with, else null.
+/// The device at the start of a name such as "2v3000fg676-4", "v1000efg680" or "XC2S50", or null.
 [[nodiscard]] const Device* find_device(std::string_view name);
 
-/// The device (carried by modules first) with this ID, the version in the top four bits aside, else null.
+/// The device with this ID, without the version in the top four bits, or null. Devices that modules carry
+/// come first.
 [[nodiscard]] const Device* find_idcode(std::uint32_t idcode);
 
 /// The frame columns of a packet-family device in the order of its frame addresses.
 [[nodiscard]] std::vector<Column> frame_columns(const Device& device);
 
-/// The word that the FAR register takes to name a frame.
+/// The FAR register's word for a frame.
 [[nodiscard]] constexpr std::uint32_t frame_address(unsigned block, unsigned major, unsigned minor)
 {
     return block << 25 | major << 17 | minor << 9;

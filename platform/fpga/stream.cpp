@@ -135,7 +135,7 @@ private:
         words_.insert(words_.end(), 4, NOOP_WORD);
     }
 
-    // Writes the same words again as the first pass wrote there.
+    // Writes the words of the first pass again.
     void second_pass()
     {
         const std::vector<std::uint32_t> first_pass{words_.begin() + frame_data_, words_.end()};

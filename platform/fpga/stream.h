@@ -11,17 +11,17 @@
 namespace fpga
 {
 
-/// What the frames hold.
+/// The content of the frames.
 enum class Fill {
     zero,
     pattern, ///< each frame begins with its number, the rest repeats the number's low byte
     random
 };
 
-/// What is wrong with the stream.
+/// A defect of the stream.
 enum class Defect {
     none,
-    no_sync,     ///< the synchronisation word (Spartan: the preamble) is spoilt
+    no_sync,     ///< the synchronisation word (Spartan: the preamble) is damaged
     crc,         ///< the last CRC word (Spartan: the check bits of the last frame) is wrong
     id,          ///< made for another device: ID, frame length or length count
     short_data,  ///< the last quarter is missing
@@ -35,15 +35,15 @@ struct StreamOptions {
     Defect defect = Defect::none;
 };
 
-/// A full configuration of the device, of the size that its standard streams have (short_data aside), in file
+/// A full configuration of the device, of the size of its standard streams (except for short_data), in file
 /// order: the first configuration bit of each byte is bit 7, as in a BIT file. Throws std::invalid_argument
 /// for a defect that the family cannot have.
 [[nodiscard]] std::vector<std::uint8_t> make_stream(const Device& device, const StreamOptions& options = {});
 
-/// The same bytes as they travel on a module's bus: the first configuration bit is bit 0. Its own inverse.
+/// The same bytes in bus order: the first configuration bit is bit 0. Its own inverse.
 [[nodiscard]] std::vector<std::uint8_t> reverse_each(std::span<const std::uint8_t> bytes);
 
-/// The bytes coded as pairs of a count (1 to 255) and a value, as compressed loads carry them.
+/// The bytes as pairs of a count (1 to 255) and a value, as in compressed loads.
 [[nodiscard]] std::vector<std::uint8_t> run_code(std::span<const std::uint8_t> bytes);
 
 } // namespace fpga
