@@ -1,4 +1,4 @@
-// The floor under a load: the calls of the platform with nothing round them.
+// The floor of a load: only the platform calls.
 #include "bare_calls.h"
 
 #include "mwapi.h"

@@ -1,4 +1,4 @@
-// The operations that are measured, by name, each as one call of the public class.
+// The operations to measure, by name, each as one call of the public class.
 #include "operations.h"
 
 #include "counting_platform.h"

@@ -1,4 +1,4 @@
-// The operations that are measured, by name, each as one call of the public class.
+// The operations to measure, by name, each as one call of the public class.
 #ifndef KVN_FPGA_BENCH_OPERATIONS_H
 #define KVN_FPGA_BENCH_OPERATIONS_H
 
@@ -11,7 +11,7 @@
 struct Operation {
     const char* name;
     std::string BitstreamFiles::*input;
-    const char* option; ///< what is to be done with the input, or null for a load
+    const char* option; ///< the conversion of the input, or null for a load
     bool compressed;
 };
 

@@ -32,7 +32,7 @@ class Row:
     name: str
     most: float
     figure: float
-    processor: float = None  # the same by the processor's time, where times are compared
+    processor: float = None  # the same by processor time, if times are compared
     unit: str = ""
 
     def kept(self):
@@ -52,7 +52,7 @@ GOAL_OF_PEER = {("rbt-to-mcb", "wc-rbt"): 1, ("rbt-to-mcb", "cp-rbt"): 1, ("rbt-
 
 
 def ratio(times, operation, other):
-    """The medians of the ratios round by round: on the wall clock, and in the processor's time."""
+    """The medians of the rounds' ratios, by the wall clock and by processor time."""
     return [statistics.median(a / b for a, b in zip(times[clock][operation], times[clock][other]))
             for clock in ("wall", "processor")]
 
@@ -102,7 +102,7 @@ def memory_rows(small, largest):
 
 
 def growth_rows(medium, largest, huge):
-    """The cost of a bit beyond the largest device against that below it."""
+    """The cost of a bit beyond the largest device, relative to that below it."""
     sizes = (medium, largest, huge)
     times = [{operation: [] for operation in measure.OPERATIONS} for _ in sizes]
     for _ in range(GROWTH_ROUNDS):
@@ -151,7 +151,7 @@ CHART_WIDTH = LABEL_WIDTH + 2 * GOAL_WIDTH
 
 
 def plot(rows):
-    """Each figure as a part of its goal, as an SVG picture."""
+    """Each figure as a fraction of its goal, as an SVG picture."""
     rows = [row for row in rows if row.most > 0]
     height = ROW_HEIGHT * (len(rows) + 2)
     goal_line = LABEL_WIDTH + GOAL_WIDTH

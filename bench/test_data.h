@@ -11,7 +11,7 @@
 using Bytes = std::vector<std::uint8_t>;
 
 /// Configuration bytes in transmission order, always the same for the same kind and size.
-/// @param kind mix: 70 % zeros in long runs, and random stretches between them; flip: each byte equals the
+/// @param kind mix: 70 % zeros in long runs, and random stretches between; flip: each byte equals the
 ///             one before with probability 1/2; zero; random
 /// @throws std::invalid_argument for another kind
 Bytes make_data(std::string_view kind, std::size_t size);
@@ -25,7 +25,7 @@ Bytes reversed_bits(const Bytes& data);
 /// The data as pairs of a count and a value.
 Bytes run_coded(const Bytes& data);
 
-/// What the files of a folder are called: each holds the same data.
+/// The names of the files in a folder; all hold the same data.
 struct BitstreamFiles {
     explicit BitstreamFiles(const std::string& folder)
         : rbt{folder + "/text.rbt"}, bit{folder + "/binary.bit"}, mcb{folder + "/runs.mcb"}

@@ -10,13 +10,13 @@
 #include <cstdio>
 #include <filesystem>
 
-using namespace std::string_literals; // their zero bytes count
+using namespace std::string_literals; // for texts with zero bytes
 
 namespace
 {
 std::filesystem::path folder;
 
-/// One more input of a target.
+/// Another input of a target.
 void seed(const std::string& target, const std::string& name, const std::string& content)
 {
     const std::filesystem::path place = folder / target;
@@ -182,13 +182,13 @@ std::string run_choices(int kind, int action, int fault, int n)
     choices += {static_cast<char>(fault), '\0', static_cast<char>(n)};
     choices += std::string(4, '\0'); // the platform's code
     if (fault == 4)
-        choices += '\0';            // how much of a failing write is written
+        choices += '\0';            // the part of a failing write that is written
     return choices + "\0\0\1\0\0"s; // address, flags, entry point, board
 }
 
 void seed_runs()
 {
-    // Bytes that lead through most of the decisions.
+    // Bytes that reach most of the decisions.
     for (int variant = 0; variant < 24; ++variant) {
         std::string choices;
         std::uint32_t state = 12345U + static_cast<std::uint32_t>(variant);
@@ -281,7 +281,7 @@ std::string hex_of(const Bytes& bytes)
     return "{\"hex\":\"" + hex(bytes) + "\"}";
 }
 
-/// A call as it stands in a trace.
+/// A call as a line of a trace.
 std::string call(const std::string& name, const std::string& in, const std::string& got = "", int result = 0)
 {
     return R"({"t":1,"took":2,"call":"Mw)" + name + "\",\"in\":{" + in +

@@ -35,7 +35,7 @@ bool run(const std::filesystem::path& input)
         return false;
     }
     (void)std::fprintf(stderr, "%s\n",
-                       input.c_str()); // the last name is that of the input that ends the process
+                       input.c_str()); // if the process ends, the last name is that of its input
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(content.data()), content.size());
     return true;
 }

@@ -1,4 +1,4 @@
-// How a fuzz target checks a rule.
+// The check of a rule in a fuzz target.
 #ifndef KVN_FPGA_FUZZ_REQUIRE_H
 #define KVN_FPGA_FUZZ_REQUIRE_H
 

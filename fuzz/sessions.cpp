@@ -1,4 +1,4 @@
-// Single loads and conversions of bytes that stand for a file.
+// Single loads and conversions of a file's bytes.
 #include "sessions.h"
 
 #include "support/text.h"
@@ -29,7 +29,7 @@ void prepare(kvn_fpga_imp& session, const std::string& file_name, bool verbose)
     copy_text(session.bitstream_file, file_name);
 }
 
-/// What a module got: nothing, or a load header and data.
+/// What a module received: nothing, or a load header and data.
 void check_load(const WatchedPlatform& platform, const LoadCase& what, LoadResult& result)
 {
     require(platform.loads.size() <= 1, "a load is one message");
@@ -37,7 +37,7 @@ void check_load(const WatchedPlatform& platform, const LoadCase& what, LoadResul
     const bool complete = platform.complete_loads == 1;
     require(complete == (platform.verdicts_read == 1), "behind a whole load the verdict is read");
     require(result.number != 0 || complete, "a load that succeeds is complete");
-    // With these two the module has started, although the counts of bits differ.
+    // After these two the module has started, although the counts of bits differ.
     require(!complete || result.number == 0 || result.number == 9113 || result.number == 9365,
             "a module that has started is a success");
     if (platform.loads.empty())
@@ -89,7 +89,8 @@ LoadResult load_in_every_way(Loader loader, const Bytes& file, const char* file_
         require(data == plain.data, "a compressed load holds the data of the plain one");
     }
     const LoadResult older = load(loader, file, {file_name, false, false, true, "v300pq240-5"});
-    // A load that ends early may leave bytes in the send buffer, so only what both have sent is compared.
+    // A load that ends early may leave bytes in the send buffer, so only the bytes that both sent are
+    // compared.
     const std::size_t both = std::min(older.data.size(), plain.data.size());
     require(std::equal(older.data.begin(), older.data.begin() + static_cast<std::ptrdiff_t>(both),
                        plain.data.begin()),

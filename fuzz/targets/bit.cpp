@@ -6,7 +6,7 @@
 
 namespace
 {
-/// Counts of bits have 32 bits: of a file that states more of them, the low ones alone are compared.
+/// Counts of bits have 32 bits: if a file states more, only the low ones are compared.
 bool states_too_many_bits(const Bytes& mcb)
 {
     constexpr std::size_t highest_byte_of_count = 521;
@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const LoadResult loaded_mcb =
         load(&kvn_fpga_imp::Load_Bitstream_mcb, mcb, {"input.mcb", false, true, false, ""});
     require(loaded_mcb.number == 0, "an MCB file that was made can be loaded");
-    // One byte behind the data is an error of the plain load alone.
+    // One trailing byte is an error only in a plain load.
     require(loaded.number == 0 || loaded.number == 9365, "what can be converted can be loaded");
     require(loaded_mcb.data == loaded.data, "a conversion keeps the data");
     (void)convert(&kvn_fpga_imp::Make_rbt_file, mcb, "input.mcb", false);

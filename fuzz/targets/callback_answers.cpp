@@ -1,5 +1,5 @@
-// What an application's functions answer: texts of up to 255 characters, and any number for keys and yes or
-// no.
+// The answers of an application's functions: texts of up to 255 characters, and any number for keys and for
+// yes or no.
 #include "target.h"
 #include "watched_platform.h"
 #include "workplace.h"
@@ -19,7 +19,7 @@ int next_number(char* text, void* /*unused*/)
     return static_cast<int>(answers->word());
 }
 
-/// After many questions only good answers come, so that the run ends.
+/// After many questions all answers are good, so that the run ends.
 int next_text(char* prompt, void* answer)
 {
     constexpr std::size_t longest = 255;
@@ -28,7 +28,7 @@ int next_text(char* prompt, void* answer)
     if (++questions > MOST_QUESTIONS || answers->empty())
         text = "good.rbt";
     auto* buffer = static_cast<char*>(answer);
-    std::memset(buffer, 'x', longest + 1); // all of it is the function's to write
+    std::memset(buffer, 'x', longest + 1); // the function may write all of it
     buffer[text.copy(buffer, longest)] = '\0';
     return static_cast<int>(questions);
 }

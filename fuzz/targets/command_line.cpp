@@ -1,4 +1,4 @@
-// Command lines: one argument for each line of the input.
+// Command lines: an argument for each line of the input.
 #include "target.h"
 #include "watched_platform.h"
 #include "workplace.h"

@@ -1,6 +1,5 @@
-// Streams into the configuration ports. Byte 0 chooses the device, byte 1 how the rest stands for the stream
-// (as it is or run-coded, so that a short input can stand for a whole configuration) and into what pieces it
-// is cut.
+// Streams into the configuration ports. Byte 0 selects the device; byte 1 selects whether the rest is the
+// plain or the run-coded stream (so that a short input can be a whole configuration), and how it is cut.
 #include "configuration_port.h"
 #include "devices.h"
 #include "require.h"

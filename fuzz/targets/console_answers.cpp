@@ -1,11 +1,11 @@
-// What is typed on standard input. The first byte chooses the command line.
+// Answers on standard input. The first byte selects the command line.
 #include "target.h"
 #include "watched_platform.h"
 #include "workplace.h"
 
 namespace
 {
-/// While it lives, standard input gives these bytes.
+/// While it exists, standard input consists of these bytes.
 class TypedInput
 {
 public:

@@ -1,5 +1,4 @@
-// Values of MWAPIKSB and MWAPIJTAG: the first two lines of the input; a line that is missing is a variable
-// that is not set.
+// Values of MWAPIKSB and MWAPIJTAG: the first two lines of the input; a variable without a line is not set.
 #include "target.h"
 #include "watched_platform.h"
 #include "workplace.h"

@@ -1,4 +1,4 @@
-// What modules and platform answer: the identification record comes first, so that dictionaries of device
+// The answers of modules and platform. The identification record comes first, so that dictionaries of device
 // names reach it.
 #include "kvnfpgai.h"
 #include "target.h"
@@ -13,7 +13,7 @@ void take_answers(WatchedPlatform& platform, Choices& input)
 {
     WatchedSlot slot;
     slot.record = input.exactly(RECORD_SIZE);
-    // Mostly what is expected, so that a run goes on to the next answer.
+    // Mostly the expected answer, so that a run reaches the next one.
     if (input.once_in(4))
         slot.type_reply = input.byte();
     if (input.once_in(4))
@@ -37,7 +37,7 @@ void take_answers(WatchedPlatform& platform, Choices& input)
     platform.handle_board_type = input.text(40);
 }
 
-/// Device names as texts of a session, which modules fill.
+/// Device names as a session holds them, filled by modules.
 void look_at_device(const std::string& name)
 {
     kvn_fpga_imp session;

@@ -1,4 +1,4 @@
-// Rack descriptions, and runs on the racks that they describe.
+// Rack descriptions, and runs on the racks they describe.
 #include "rack_reader.h"
 #include "require.h"
 #include "target.h"
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text{reinterpret_cast<const char*>(data), size};
     try {
         auto carrier = mwvirtual::Carrier::from_toml(text, "input.toml");
-        // A rack names the files that its modules keep, anywhere at all: those are not written here.
+        // A rack may name files to keep anywhere: these are not written.
         if (text.find("keep") == std::string::npos)
             run_on(carrier);
     } catch (const mwvirtual::RackError& error) {

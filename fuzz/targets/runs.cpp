@@ -1,7 +1,7 @@
 // Whole runs with modules, files and faults of all kinds, one after the other on one object.
 //
-// After each run: number and text belong together, the bus and the files are closed, the messages were in
-// order, nothing was sent after a failure, a file that is said to be whole is whole, and the next good run
+// After each run: the number is that of the text, the bus and the files are closed, the messages were in
+// order, nothing was sent after a failure, a file reported as complete is complete, and the next good run
 // succeeds.
 #include "support/bitstreams.h"
 #include "support/faults.h"
@@ -37,12 +37,12 @@ std::size_t choose_words(Choices& input)
 std::string choose_device(Choices& input)
 {
     constexpr const char* devices[] = {"2v3000fg676", "v300pq240", "2vp30ff896", "s40xlpq208", "", "-", "2v"};
-    // In two steps: the order of evaluation is the compiler's own.
+    // In two steps, because the order of evaluation is unspecified.
     const std::size_t choice = input.below(64) % std::size(devices);
     return input.yes() ? devices[choice] : devices[0];
 }
 
-/// Changes, takes out or puts in a few bytes.
+/// Changes, removes or inserts a few bytes.
 void spoil(std::string& content, Choices& input)
 {
     for (std::size_t edits = input.below(8) < 4 ? 0 : input.below(4); edits > 0 && !content.empty();
@@ -130,13 +130,13 @@ void set_slots(WatchedPlatform& platform, Choices& input)
     platform.error_words_fill_the_buffer = input.once_in(8);
 }
 
-/// What a planned fault means for an output.
+/// The effect of a planned fault on an output.
 struct Fault {
-    int failing_close = 0;     ///< which closing of a file fails
-    bool spoils_reads = false; ///< the input looks like another one
+    int failing_close = 0;     ///< the closing of a file that fails
+    bool spoils_reads = false; ///< the input reads like another one
 };
 
-/// At most one thing goes wrong: a platform call, a file operation or an allocation.
+/// At most one failure: a platform call, a file operation or an allocation.
 Fault plan_fault(WatchedPlatform& platform, Choices& input)
 {
     const std::size_t kind = input.below(12);
@@ -253,12 +253,12 @@ void check_messages(const WatchedPlatform& platform, const Run& run)
     require(platform.complete_loads == 0 || is_complete || platform.failed, "the verdict is read");
 }
 
-/// An output that is said to be whole is what the conversion makes without any fault.
+/// An output reported as complete equals that of a conversion without a fault.
 void check_output(const Run& run, const Fault& fault)
 {
     if (run.result != 0 || run.action == CONFIGURE || run.is_con || fault.spoils_reads)
         return;
-    // An MCB file is closed before its source, an RBT file behind it.
+    // An MCB file is closed before its source, an RBT file after it.
     require(fault.failing_close != run.action, "an output that cannot be closed is never a success");
     const char* output = run.action == 1 ? "input.mcb" : "input.rbt";
     const std::string made = read_file(output);

@@ -1,7 +1,7 @@
-// How bytes and texts of any content stand in a trace's JSON, and back.
+// Encodes bytes and texts of any content in a trace's JSON, and decodes them.
 //
-// Bytes are {"hex": "0D 05"} when they are few, so that people can read them, else {"base64": "..."}.
-// A text is a JSON string, or bytes in hex when it is no UTF-8. A null pointer is null.
+// A few bytes are {"hex": "0D 05"}, which people can read, more are {"base64": "..."}.
+// A text is a JSON string, or bytes in hex if it is not UTF-8. A null pointer is null.
 #ifndef MWTRACE_ENCODING_H
 #define MWTRACE_ENCODING_H
 
@@ -25,7 +25,7 @@ using Bytes = std::vector<std::uint8_t>;
 [[nodiscard]] std::string hex(std::span<const std::uint8_t> bytes);
 
 [[nodiscard]] Json bytes_to_json(std::span<const std::uint8_t> bytes);
-/// Nothing for anything but what bytes_to_json makes.
+/// @return nothing for a value that bytes_to_json does not make
 [[nodiscard]] std::optional<Bytes> bytes_from_json(const Json& value);
 
 [[nodiscard]] Json text_to_json(std::string_view text);

@@ -1,4 +1,4 @@
-// Reads a trace and checks it, line by line, before anything of it is used.
+// Reads a trace and checks every line before any is used.
 #ifndef MWTRACE_RECORDING_H
 #define MWTRACE_RECORDING_H
 
@@ -14,7 +14,7 @@
 namespace mwtrace
 {
 
-/// What is wrong with a trace: "run.jsonl:7: no call has the name MwFoo".
+/// A mistake in a trace: "run.jsonl:7: no call has the name MwFoo".
 class TraceError : public std::runtime_error
 {
 public:
@@ -22,14 +22,14 @@ public:
 };
 
 /// A record of a trace.
-// The values of the JSON library need memory to be destroyed: it ends the process when there is none.
+// Destroying values of the JSON library needs memory: without it, the process ends.
 struct Record { // NOLINT(bugprone-exception-escape)
     std::string function;
     unsigned thread = 1;
     Json in;
     std::uint32_t result = 0;
-    Json got; ///< null when the call wrote nothing
-    // Of a record of message pieces alone:
+    Json got; ///< null if the call wrote nothing
+    // Only for a record of message pieces:
     unsigned handle = 0;
     std::uint32_t timeout = 0;
     std::vector<SizeRun> sizes;
@@ -43,15 +43,15 @@ public:
     /// Reads a whole file. Throws TraceError.
     explicit Recording(std::string path);
 
-    /// What the lines are called in messages.
+    /// The name of the trace in messages.
     [[nodiscard]] const std::string& path() const { return path_; }
     [[nodiscard]] std::size_t size() const { return records_.size(); }
-    /// A record, read anew: only the text of a trace is kept.
+    /// A record, parsed again: only the text of a trace is kept.
     [[nodiscard]] Record record(std::size_t index) const;
     [[nodiscard]] unsigned thread(std::size_t index) const { return records_[index].thread; }
     /// The number of a record's line, from 1.
     [[nodiscard]] std::size_t line(std::size_t index) const { return records_[index].line; }
-    /// The file ends inside a line: the recording was cut off.
+    /// Whether the file ends inside a line: the recording was truncated.
     [[nodiscard]] bool is_cut() const { return cut_; }
 
 private:

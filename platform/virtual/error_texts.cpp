@@ -1,4 +1,4 @@
-// What the virtual carriers' own codes mean.
+// The texts of the virtual carriers' own codes.
 #include "error_texts.h"
 
 #include "virtual_carrier.h"

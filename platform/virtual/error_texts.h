@@ -1,4 +1,4 @@
-// What the virtual carriers' own codes mean.
+// The texts of the virtual carriers' own codes.
 #ifndef MWVIRTUAL_ERROR_TEXTS_H
 #define MWVIRTUAL_ERROR_TEXTS_H
 
@@ -8,7 +8,7 @@
 namespace mwvirtual
 {
 
-/// The text of a code; codes of others are named by their number.
+/// The text of a code; other codes are named by their number.
 [[nodiscard]] std::string own_text(std::uint32_t code);
 [[nodiscard]] std::string hexadecimal(std::uint32_t code);
 

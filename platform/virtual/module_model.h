@@ -1,4 +1,4 @@
-// A module that lives in a slot: takes messages byte by byte, answers, and loads its FPGA.
+// A module in a slot: receives messages byte by byte, answers, and loads its FPGA.
 #ifndef MWVIRTUAL_MODULE_MODEL_H
 #define MWVIRTUAL_MODULE_MODEL_H
 
@@ -27,12 +27,13 @@ public:
     [[nodiscard]] std::array<std::uint32_t, 5> info_words() const;
     [[nodiscard]] bool busy() const { return receiving_; }
 
-    /// A message begins that comes over the bus of the board with this number.
+    /// Begins a message over the bus of the board with this number.
     void begin_message(unsigned bus_board);
     void take(std::span<const std::uint8_t> bytes);
-    /// The message is complete; the reply, if the module has one.
+    /// Ends the message.
+    /// @return the module's reply, if it has one
     std::optional<Message> end_message();
-    /// The sender went away inside the message.
+    /// Drops an incomplete message.
     void drop_message();
 
     [[nodiscard]] const Contents& contents() const { return contents_; }
@@ -65,8 +66,8 @@ private:
     unsigned bus_board_ = 0;
     std::size_t header_bytes_ = 0;
     std::array<std::uint8_t, HEADER_SIZE> header_{};
-    std::optional<std::uint8_t> run_count_; ///< the count of a pair whose value has not come yet
-    std::map<Reply, unsigned> replies_;     ///< how many of each sort were due so far
+    std::optional<std::uint8_t> run_count_; ///< the count of a pair whose value is still to come
+    std::map<Reply, unsigned> replies_;     ///< the number of replies of each kind so far
 };
 
 } // namespace mwvirtual

@@ -1,4 +1,4 @@
-// Reads rack descriptions; mistakes in them are told with file, line and what was expected.
+// Reads rack descriptions; reports mistakes with file, line and what was expected.
 #include "rack_reader.h"
 
 // Of some hostile texts the parser assumes, or asserts, what does not hold: a key that begins with a brace,
@@ -49,7 +49,7 @@ std::string listed(const Words& words)
     return list;
 }
 
-/// Number of single-letter changes between two words.
+/// The number of single-letter changes between two words.
 std::size_t distance(std::string_view from, std::string_view to)
 {
     std::vector<std::size_t> row(to.size() + 1);
@@ -65,7 +65,7 @@ std::size_t distance(std::string_view from, std::string_view to)
     return row.back();
 }
 
-/// "; did you mean ...?" where a known word is near, else the list of all.
+/// "; did you mean ...?" if a known word is similar, otherwise the list of all.
 std::string suggestion(std::string_view word, const Words& known)
 {
     constexpr std::size_t NEAR = 3;
@@ -77,7 +77,7 @@ std::string suggestion(std::string_view word, const Words& known)
     return "; known are " + listed(known);
 }
 
-/// One table of the description, with what is said about mistakes in it.
+/// One table of the description, and the reports of mistakes in it.
 class TableReader
 {
 public:
@@ -158,7 +158,7 @@ public:
         return *value;
     }
 
-    /// Index of the text among the words.
+    /// The index of the text among the words.
     [[nodiscard]] std::size_t choice(std::string_view key, const Words& words) const
     {
         const std::string word = text(key);
@@ -242,7 +242,7 @@ std::string read_device(const TableReader& slot)
     const fpga::Device* device = fpga::find_device(name);
     if (device != nullptr && device->carried_by_modules())
         return name;
-    // The device is compared with as much of the name as it could be.
+    // The device is compared with the beginning of the name.
     Words known;
     for (const fpga::Device& each : fpga::devices()) {
         if (each.carried_by_modules())
@@ -397,7 +397,7 @@ private:
         }
     }
 
-    // Boards may name boards that are described further down.
+    // Boards may name boards described later.
     void read_reach(const TableReader& board)
     {
         const toml::node* node = board.find("reached_over");

@@ -1,4 +1,4 @@
-// Reads rack descriptions; mistakes in them are told with file, line and what was expected.
+// Reads rack descriptions; reports mistakes with file, line and what was expected.
 #ifndef MWVIRTUAL_RACK_READER_H
 #define MWVIRTUAL_RACK_READER_H
 

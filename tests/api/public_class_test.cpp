@@ -1,4 +1,4 @@
-// The public class, met through its header and the shared library alone.
+// The public class, through only its header and the shared library.
 #include "kvn_fpga.h"
 
 #include <gtest/gtest.h>
@@ -8,7 +8,7 @@
 
 namespace
 {
-// What callers of today were compiled against.
+// The interface that present callers were compiled with.
 template <class Method, class Expected>
 constexpr bool is = std::is_same_v<Method, Expected>;
 static_assert(is<decltype(&kvn_fpga::kvn_fpga_board), int (kvn_fpga::*)(char*, int, int, char*, int, int)>);

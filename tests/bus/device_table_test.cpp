@@ -1,4 +1,4 @@
-// The FPGA's family, and the lines that tell the user of device, package and speed grade.
+// The FPGA's family, and the lines about device, package and speed grade.
 #include "support/run_fixture.h"
 
 #include <cstring>
@@ -9,7 +9,7 @@ namespace
 class DeviceTable : public RunFixture
 {
 protected:
-    /// The family of a name, or "none", and whether it marks the Virtex-2 class.
+    /// The family of a name, or "none", and whether it is of the Virtex-2 class.
     std::string family(const char* name)
     {
         char text[13] = "untouched";
@@ -56,7 +56,7 @@ TEST_F(DeviceTable, CountsNoughtAndNineAsLettersOfThePrefixButAsDigitsOfTheKey)
     // The key skips the digits: "v" and "ve".
     EXPECT_EQ(family("v0150bg352-4"), "1 Virtex");
     EXPECT_EQ(family("v9e"), "1 Virtex-E");
-    // The split takes 0 and 9 into the letters, up to the first digit from 1 to 8.
+    // The split treats 0 and 9 as letters, up to the first digit from 1 to 8.
     EXPECT_EQ(statistics("v0150bg352-4"), R"(
 | The FPGA on this module is a v0150 device, in an bg352 package.\n
 | The FPGA speed grade is -4.\n
@@ -130,7 +130,7 @@ INSTANTIATE_TEST_SUITE_P(Names, Statistics,
                                          Split{"v50-4-I", "v50", "", "4-I"}, Split{"25x-1", "25", "x", "1"},
                                          Split{"1v5a-6C", "1v5", "a", "6C"}));
 
-// Names that no module sends: the scans end with the name, and what was not reached is empty.
+// Names that no module sends: the scans end with the name, and the remaining parts are empty.
 INSTANTIATE_TEST_SUITE_P(NamesWithoutStops, Statistics,
                          testing::Values(Split{"", "", "", ""}, Split{"2", "2", "", ""},
                                          Split{"abc", "abc", "", ""}, Split{"v50pq", "v50", "pq", ""},

@@ -34,7 +34,7 @@ int fail_with(kvn_fpga_imp& session)
     return session.fail("Error 9000. 0x%lx.", 1);
 #elif CASE == 11 // values in the wrong order
     return session.fail("Error 9000. %s %d.", 1, name);
-#elif CASE == 12 // a text that is not known while compiling
+#elif CASE == 12 // a text that is not known at compile time
     return session.fail(name);
 #elif CASE == 13 // a letter that no message uses
     return session.fail("Error 9000. %u.", 1);

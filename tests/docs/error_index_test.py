@@ -1,4 +1,4 @@
-"""Spoils a copy of docs/errors.md in one place at a time; the check must name each place."""
+"""Damages a copy of docs/errors.md in one place at a time; the check must name each place."""
 import pathlib
 import subprocess
 import sys
@@ -10,7 +10,7 @@ ROW = "| 9027 | `Error 9027. No KAVRIN-FPGA or KAVRIN-IO modules were configured
 
 
 def check(page):
-    """The exit status of the check of a page, and what it says."""
+    """The exit status of the check of a page, and its report."""
     with tempfile.TemporaryDirectory() as folder:
         copy = pathlib.Path(folder) / "errors.md"
         copy.write_text(page, encoding="utf-8")

@@ -1,4 +1,4 @@
-"""Converts the examples of docs/formats with the utility: what the pages show must be what it writes."""
+"""Converts the examples of docs/formats with the utility, whose output must equal the pages."""
 import os
 import pathlib
 import re
@@ -19,7 +19,7 @@ def blocks(page):
 
 
 def from_dump(block):
-    """The bytes of a hex dump from its first offset on, with that offset; * repeats the line in front."""
+    """The bytes of a hex dump from its first offset on, with that offset; * repeats the line before."""
     first, content, line = None, b"", b""
     for text in block.splitlines():
         match = DUMP_LINE.match(text)
@@ -45,7 +45,7 @@ class Examples(unittest.TestCase):
         self.folder = pathlib.Path(folder.name)
 
     def convert(self, switch, name, content, output):
-        """What a conversion of that content writes."""
+        """The output of a conversion of that content."""
         (self.folder / name).write_bytes(content)
         run = subprocess.run([UTILITY, "-u", switch, f"-f{name}"], cwd=self.folder, capture_output=True, check=False)
         self.assertEqual((run.returncode, run.stderr), (0, b""))

@@ -1,4 +1,4 @@
-"""Follows every relative link of the pages: the file must be there, and the heading behind a #."""
+"""Follows every relative link of the pages: the file must exist, and so must the heading after a #."""
 import pathlib
 import re
 import unittest
@@ -13,13 +13,13 @@ def pages():
 
 
 def prose(page):
-    """The page without its blocks and spans of code, where brackets are no links."""
+    """The page without blocks and spans of code, where brackets are not links."""
     text = re.sub(r"^```.*?^```", "", page.read_text(encoding="utf-8"), flags=re.MULTILINE | re.DOTALL)
     return re.sub(r"`[^`\n]*`", "", text)
 
 
 def anchors(page):
-    """What the headings of a page are linked as."""
+    """The link targets of a page's headings."""
     text = re.sub(r"^```.*?^```", "", page.read_text(encoding="utf-8"), flags=re.MULTILINE | re.DOTALL)
     for heading in re.findall(r"^#+ (.*)$", text, flags=re.MULTILINE):
         yield re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-")

@@ -1,4 +1,4 @@
-"""Holds docs/quirks.md against the sources and the tests, and the references in comments against docs/decisions."""
+"""Compares docs/quirks.md with the sources and the tests, and references in comments with docs/decisions."""
 import collections
 import pathlib
 import re

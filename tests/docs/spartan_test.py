@@ -1,4 +1,4 @@
-"""Tries what docs/formats/spartan.md says on virtual modules: its table, and the files lengthened as it shows."""
+"""Checks docs/formats/spartan.md on virtual modules: its table, and files lengthened with its program."""
 import os
 import pathlib
 import re

@@ -1,4 +1,4 @@
-// Command lines that a careless host builds: the count and the list of arguments do not agree.
+// Command lines of a careless host: the count and the list of arguments disagree.
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"
 

@@ -1,4 +1,4 @@
-// The error texts as docs/errors.md gives them.
+// The error texts of docs/errors.md.
 #include "documented_errors.h"
 
 #include <regex.h>
@@ -32,7 +32,7 @@ std::multimap<int, std::string> read_page()
     return texts;
 }
 
-/// Whether the whole of a text is what a pattern describes.
+/// Whether a whole text matches a pattern.
 bool matches(const std::string& text, const std::string& pattern)
 {
     regex_t compiled;
@@ -49,7 +49,7 @@ const std::multimap<int, std::string>& page()
     return texts;
 }
 
-/// What can stand in the place of a conversion, by the words around it. The first that fits counts.
+/// The possible values of a conversion, by the words around it. The first match is used.
 constexpr std::pair<const char*, const char*> values[] = {
     {"%s %d", "mwc4a 0"},
     {"(API error 0x%lx)", "(API error 0x77)"},

@@ -1,4 +1,4 @@
-"""Looks at what is built for the protections that it is built with, and for how it binds.
+"""Checks the protections of the built files, and how they bind.
 
     hardening_test.py CHECKED LIBRARY UTILITY [OTHER...]     CHECKED is 1 when the library calls checked C functions
 """

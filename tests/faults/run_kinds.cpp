@@ -1,4 +1,4 @@
-// The kinds of runs whose faults are tried, and what the documents say of each fault.
+// The kinds of runs for the fault matrix, and the documented result of each fault.
 #include "run_kinds.h"
 
 #include "support/bitstreams.h"
@@ -113,7 +113,7 @@ Bytes configuration(std::size_t size, bool with_runs)
 
 namespace
 {
-/// Whether the data of a load leaves nothing to flush behind its last byte.
+/// Whether the data of a load leaves nothing to flush after its last byte.
 bool fills_pieces(const RunKind& kind, const Bytes& data)
 {
     const std::size_t sent = kind.compressed ? run_coded(data).size() : data.size();
@@ -125,7 +125,7 @@ Bytes small_configuration(const RunKind& kind)
 {
     for (std::size_t words = 40;; ++words) {
         Bytes data = configuration(words * 4);
-        // The last run reaches over several pieces.
+        // The last run extends over several pieces.
         std::fill(data.end() - 21, data.end(), std::uint8_t{0x5A});
         if (fills_pieces(kind, data) == kind.full_pieces)
             return data;
@@ -168,8 +168,8 @@ LoadNumbers load_numbers(const RunKind& kind)
     }
 }
 
-/// Where in the data that is sent the last run begins: what an older family's MCB load sends of the run that
-/// reaches into the tail, or the pair that a compressed load holds back.
+/// Where the last run begins in the data sent: the part before the tail of an older family's MCB load, or the
+/// pair that a compressed load holds back.
 std::size_t last_run_begin(const Bytes& data, bool compressed)
 {
     const Bytes pairs = run_coded(data);
@@ -244,13 +244,13 @@ private:
         if (is_last && size < 8)
             return numbers.flush;
         const std::size_t last_byte = 8 * (pieces_ - 1) - 1;
-        // A short run ends inside a piece, a long one goes over several.
+        // A short run ends inside a piece, a long one extends over several.
         return last_byte >= last_run_begin(small_configuration(kind_), kind_of_load().compressed)
                    ? numbers.last_data
                    : numbers.data;
     }
 
-    /// The load that the run is at: a .con file's three differ.
+    /// The current load: the three of a .con file differ.
     [[nodiscard]] RunKind kind_of_load() const
     {
         if (kind_.action != Action::con)
@@ -298,7 +298,7 @@ int lines_error(const Point& failed, int wrong_line, int wrong_count)
 constexpr int bit_header[] = {9320, 9322, 9324, 9326, 9328, 9330, 9331, 9333, 9335,
                               9337, 9339, 9341, 9342, 9344, 9346, 9347, 9349};
 
-/// The number for an operation among header fields, or 0 when it is behind them.
+/// The number for an operation among header fields, or 0 after them.
 template <std::size_t Count>
 int field_error(const int (&numbers)[Count], const Point& point)
 {
@@ -308,14 +308,14 @@ int field_error(const int (&numbers)[Count], const Point& point)
 /// The number for a read that stopped before the end of the data of an MCB file.
 int runs_error(const Point& failed, int count_error, int count_end, int value_error, int value_end)
 {
-    // What was read before is whole pairs, as the blocks are even.
+    // Everything read before is whole pairs, as blocks have an even size.
     const bool at_value = failed.done % 2 != 0;
     if (failed.error)
         return at_value ? value_error : count_error;
     return at_value ? value_end : count_end;
 }
 
-/// The failures of a load's input by its kind, the opening excepted.
+/// The failures of a load's input by its kind, except opening it.
 int load_input_error(const RunKind& kind, const std::string& file, const Point& failed, const Point& good)
 {
     const auto lines = {9100, 9102, 9102, 9102, 9102, 9104, 9120};
@@ -383,7 +383,7 @@ int rbt_output_error(const Point& failed)
         return 0;
     constexpr int header[] = {
         9274, 9275, 9275, 9275, 9276,
-        9276, 9276, 9279, 9297}; // the bit count's failure shows when the file is closed
+        9276, 9276, 9279, 9297}; // a failure of the bit count shows when the file is closed
     if (const int error = field_error(header, failed))
         return error;
     switch (failed.refused) {

@@ -1,4 +1,4 @@
-// Blocks: nothing is lost, and an end or an error counts only where it stands.
+// Blocks: nothing is lost, and an end or an error takes effect only at its place.
 #include "formats/block_file.h"
 
 #include "streams.h"
@@ -123,7 +123,7 @@ TEST(BlockWriter, ReportsAtTheEndWhatFoundNoRoom)
 
 TEST(BlockWriter, TellsTheByteThatFoundNoRoomWhereNothingIsGathered)
 {
-    // Without memory for a block the stream keeps what buffer it has, which is none here.
+    // Without memory for a block the stream keeps its buffer, which is none here.
     const FaultScope faults;
     const std::string bytes = sample(1000);
     for (const std::size_t room : {0U, 1U, 99U, 100U, 999U}) {

@@ -1,4 +1,4 @@
-// There and back: RBT to MCB to RBT keeps the data lines, and BIT and RBT give the same data.
+// Round trips: RBT to MCB to RBT keeps the data lines, and BIT and RBT give the same data.
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"
 
@@ -41,7 +41,7 @@ void PrintTo(const Device& device, std::ostream* out)
     *out << device.name << " (" << device.bits << " bits)";
 }
 
-/// The lines of a bitstream: stretches of zeros between random words, as designs have them.
+/// The lines of a bitstream: stretches of zeros between random words, as in real designs.
 std::string data_lines(long bits)
 {
     const auto words = static_cast<std::size_t>(bits / 32);
@@ -85,7 +85,7 @@ protected:
 class RoundTripOf : public RoundTrip, public testing::WithParamInterface<Device>
 {
 protected:
-    /// Of the largest device, too, no percentage may wrap.
+    /// No percentage may wrap, even for the largest device.
     void expect_rising_percentages() const
     {
         const std::string before = R"(\r% Done: )";

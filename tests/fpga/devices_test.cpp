@@ -1,4 +1,4 @@
-// The device table: names, frames and stream sizes as the data sheets print them.
+// The device table: names, frames and stream sizes as in the data sheets.
 #include "devices.h"
 
 #include <gtest/gtest.h>

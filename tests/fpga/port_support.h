@@ -26,7 +26,7 @@ inline void PrintTo(const Device& device, std::ostream* out)
 
 } // namespace fpga
 
-/// What a device makes of a stream in file order that arrives in pieces of 8 bytes.
+/// A device's report on a stream in file order, fed in pieces of 8 bytes.
 inline fpga::PortReport configure(const fpga::Device& device, std::span<const std::uint8_t> stream)
 {
     const auto port = fpga::make_port(device);

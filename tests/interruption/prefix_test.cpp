@@ -1,4 +1,4 @@
-// No beginning of an output file passes for the whole file: every reader refuses it, wherever it was cut off.
+// No prefix of an output file passes for the whole file: every reader refuses it, wherever it was cut.
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"
 
@@ -10,7 +10,7 @@ namespace
 class Prefix : public RunFixture, public testing::WithParamInterface<bool>
 {
 protected:
-    /// A module that starts only when it got all of its data.
+    /// A module that starts only with all of its data.
     Module& module{platform.board("mwc4a", 0).slot(2, fpga_module(3).accepts_compressed(GetParam()))};
 
     void SetUp() override { module.status = 4; }
@@ -98,8 +98,8 @@ TEST_P(Prefix, OfAnRbtFileIsRefused)
 INSTANTIATE_TEST_SUITE_P(Modes, Prefix, testing::Bool(),
                          [](const auto& mode) { return mode.param ? "Compressed" : "Plain"; });
 
-// A wrong bit count is found when all has been written. What is there is what the input stated, and no reader
-// can see that the input held more.
+// A wrong bit count is found after everything has been written. The output has the stated size, so no reader
+// can detect that the input held more.
 TEST_F(RunFixture, Error9256LeavesAnOutputOfTheStatedSize)
 {
     platform.board("mwc4a", 0).slot(2, fpga_module(3));

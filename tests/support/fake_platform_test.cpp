@@ -1,4 +1,4 @@
-// The recording platform notices when the protocol is broken; a test that uses it would fail.
+// The fake platform notices when the protocol is broken, and fails the test that uses it.
 #include "support/fake_platform.h"
 
 #include <gtest/gtest-spi.h>

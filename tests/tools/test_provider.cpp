@@ -1,4 +1,4 @@
-// A platform of one module, in slot 2 of any board, that keeps a journal of its calls in a file.
+// A platform with one module, in slot 2 of any board, that keeps a journal of its calls in a file.
 //
 // KVN_TEST_JOURNAL  the file
 // KVN_TEST_FAIL     "function code": that function fails with the code; "*" is every function
@@ -58,7 +58,8 @@ std::string joined(const First& first, const Rest&... rest)
     return text.str();
 }
 
-/// Notes the call with the arguments that come in. @return what the function is to answer
+/// Notes the call with its arguments.
+/// @return the function's result
 template <class... Arguments>
 std::uint32_t called(const char* function, const Arguments&... arguments)
 {
@@ -72,7 +73,7 @@ const char* name_of(const MW_HANDLE* handle)
     return handle == nullptr ? "null" : handle == &device ? "device" : "unknown";
 }
 
-/// What the module answers to the last message.
+/// The module's answer to the last message.
 std::uint32_t answer(std::uint8_t* type, void* data, std::uint32_t size, std::uint32_t* received)
 {
     static bool identified = false;

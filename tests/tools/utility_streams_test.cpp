@@ -57,7 +57,7 @@ TEST_F(UtilityStreams, LostOutputCutsOffNoLoad)
 
 TEST_F(UtilityStreams, ClosedOutputIsNotMistakenForAFileOfTheRun)
 {
-    // Large enough for more progress than the stream's buffer holds.
+    // Large enough for more progress output than the stream's buffer holds.
     write_rbt("large.rbt", 600'000);
     EXPECT_EQ(run(kvn_fpga({"-c", "-flarge"})).status, 0);
     const std::string expected = content("large.mcb");

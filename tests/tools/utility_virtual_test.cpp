@@ -37,7 +37,7 @@ device = "v50pq240-5"
 )");
     }
 
-    /// Writes an example bitstream; the name's extension is the format.
+    /// Writes an example bitstream; the extension of the name gives the format.
     void make_bitstream(const std::string& device, const std::string& file) const
     {
         ASSERT_EQ(run({KVN_BITGEN_PROGRAM, {device, "-o", file}, folder, {}}).status, 0);

@@ -11,7 +11,7 @@ using mwtrace::TraceError;
 
 namespace
 {
-/// A trace with a record of every sort.
+/// A trace with a record of every kind.
 const std::string GOOD_TRACE =
     FIRST_LINE +
     R"({"t":1,"took":2,"call":"MwOpenS","in":{"board":0,"board_type":"mwc4a","device":"ksb"},"result":0,"got":{"handle":1}}
@@ -25,7 +25,7 @@ const std::string GOOD_TRACE =
 class RecordingTest : public FolderTest
 {
 protected:
-    /// What the reader says to a trace.
+    /// The reader's report on a trace.
     [[nodiscard]] std::string complaint(const std::string& text) const
     {
         write("trace", text);

@@ -35,7 +35,7 @@ inline std::string error_text(std::uint32_t code)
     return text.data();
 }
 
-/// A reply as it was received.
+/// A received reply.
 struct Received {
     std::uint32_t result = 0;
     std::uint32_t type = 0;
@@ -107,7 +107,7 @@ public:
         return reply;
     }
 
-    /// A load as hosts send it: header, pieces of eight bytes, end.
+    /// A load as sent by hosts: header, pieces of eight bytes, end.
     std::uint32_t send_load(std::uint32_t board, std::uint32_t slot, std::array<std::uint8_t, 2> header,
                             std::span<const std::uint8_t> bytes)
     {

@@ -1,4 +1,4 @@
-// Faults on purpose: failing calls, bad answers, a bad link, and the time that a bus takes.
+// Planned faults: failing calls, wrong answers, a bad link, and the time of a bus.
 #include "bus_support.h"
 
 #include <gtest/gtest.h>
@@ -122,7 +122,7 @@ TEST_F(Faults, FaultsOfABusDoNotTouchAnother)
     EXPECT_EQ(status_of(bus.load(1, 1, {0x03, 0x0D}, stream)), 5);
 }
 
-// Waits are gathered, so their sum is what counts: messages of a load (start, end, reply) and its bytes.
+// Waits are added up, so only their sum is defined: messages of a load (start, end, reply) and its bytes.
 TEST_F(Faults, ABusTakesItsTime)
 {
     std::chrono::nanoseconds waited{0};

@@ -1,4 +1,4 @@
-// The sixteen functions: what they answer, and what they make of misuse.
+// The sixteen functions: their answers, and their reports of misuse.
 #include "bus_support.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Rack descriptions: what they make, and what is said about mistakes in them.
+// Rack descriptions: the racks they give, and the reports of mistakes in them.
 #include "bus_support.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// What an outside application does with the library: a run that gets as far as the host's platform functions.
+// An outside application's use of the library: a run that reaches the host's platform functions.
 #include <kvn_fpga.h>
 
 #include <cstdio>

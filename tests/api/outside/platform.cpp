@@ -1,4 +1,4 @@
-// The platform functions of an outside host: every open answers a code, so no board is ever there.
+// The platform functions of an outside host: every open fails, so there are no boards.
 #include <mwapi.h>
 
 #include <cstdio>
