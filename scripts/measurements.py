@@ -1,4 +1,5 @@
 #!/usr/bin/env python3
+# SPDX-License-Identifier: Apache-2.0
 """Writes the figures of a run into docs/measurements.md, in place of those of the last one.
 
     scripts/performance                                   measures and writes the speed

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Gives scripts/measurements.py the output of runs; only their own section of the page may change."""
 import pathlib
 import subprocess
