@@ -130,7 +130,7 @@ int kvn_fpga_imp::Check_Module(const char* given_type, unsigned short given_numb
     int slot_kind = SLOT_EMPTY;
     if (const int error = Test_If_Proc_Module(given_type, given_number, given_address, &slot_kind))
         return error;
-    const int slot_number = given_address & 15;
+    const int slot_number = slot_of(given_address);
     if (slot_kind == SLOT_EMPTY)
         return fail("Error 9220. There is no module in slot %d of board %s %d.", slot_number, given_type,
                     given_number);

@@ -4,12 +4,11 @@
 // which take the slot alone, and has messages of its own.
 #include "bus/api_text.h"
 #include "bus/module_protocol.h"
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 
 namespace
 {
-constexpr int SLOTS = 4;
-
 /// The failures of the question whether a module takes compressed bitstreams.
 struct CompressionMessages {
     Message<int, const char*, int, const char*> send;    // slot, board type, board, platform's text
@@ -121,10 +120,10 @@ int kvn_fpga_imp::Search_For_Modules(const char* given_type, unsigned short give
 {
     supports_compressed_loading = 0;
     print("Searching for KAVRIN-FPGA and KAVRIN-IO modules\n");
-    for (int s = 1; s <= SLOTS; ++s) {
-        const auto address = static_cast<std::uint8_t>(s | (given_number * 16));
+    for (int slot_number = FIRST_SLOT; slot_number <= LAST_SLOT; ++slot_number) {
+        const auto address = join_slot_address(static_cast<std::uint32_t>(slot_number), given_number);
         bool accepted = false;
-        if (const int error = offer_slot(*this, {given_type, given_number}, s, address, accepted))
+        if (const int error = offer_slot(*this, {given_type, given_number}, slot_number, address, accepted))
             return error;
         if (accepted) {
             *slot_address_out = address;

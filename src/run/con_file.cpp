@@ -1,4 +1,5 @@
 // Configures one module for each line of a configuration description file.
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 #include "support/text.h"
 
@@ -7,8 +8,6 @@
 
 namespace
 {
-constexpr int BOARDS = 16;
-
 // A longer line is read in pieces, each of which is taken as a line.
 constexpr int LINE_SIZE = 256;
 
@@ -96,14 +95,14 @@ int read_module_line(kvn_fpga_imp& session, const char* line)
 
     copy_text(word, fields.next());
     session.board_number = static_cast<std::uint16_t>(to_number(word)); // Required: kept in 16 bits
-    if (session.board_number >= BOARDS)
+    if (!is_board(session.board_number))
         return session.fail("Error 9025. Invalid board number %d (should be 0..15).", session.board_number);
 
     copy_text(word, fields.next());
     // The field is the whole slot address: 0x21 is slot 1 of board 2.
     session.slot_address = static_cast<std::uint8_t>(kvn_fpga_imp::parse_number(word));
-    session.slot = session.slot_address & 15;
-    if (session.slot < 1 || session.slot > 4)
+    session.slot = slot_of(session.slot_address);
+    if (!is_slot(session.slot))
         return session.fail("Error 9026. Invalid slot number %d (should be 1,2,3 or 4).", session.slot);
     return 0;
 }

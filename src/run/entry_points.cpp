@@ -1,4 +1,5 @@
 // The four ways into a run: each resets the session, fills it and starts the driver.
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 #include "support/text.h"
 
@@ -43,7 +44,7 @@ void set_module(kvn_fpga_imp& session, int kavrinid)
 {
     session.slot_given = 1;
     session.slot_address = static_cast<std::uint8_t>(kavrinid);
-    session.slot = static_cast<std::uint8_t>(kavrinid & 15);
+    session.slot = slot_of(kavrinid);
     session.file_is_rbt = 1;
 }
 } // namespace

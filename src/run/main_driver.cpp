@@ -1,11 +1,10 @@
 // Carries out one run: a conversion, or the configuration of one module.
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 #include "support/text.h"
 
 namespace
 {
-constexpr unsigned BOARDS = 16;
-
 int convert_to_mcb(kvn_fpga_imp& session)
 {
     if (session.file_is_rbt)
@@ -112,14 +111,14 @@ int settle_board(kvn_fpga_imp& session)
 int find_module(kvn_fpga_imp& session)
 {
     if (session.slot_given) {
-        if (static_cast<std::uint8_t>(session.slot - 1) > 3)
+        if (!is_slot(session.slot))
             return session.fail("Error 9077. Invalid slot number %d (should be 1,2,3 or 4).", session.slot);
         return session.Check_Module(session.board_type, session.board_number, session.slot_address);
     }
     if (const int error =
             session.Search_For_Modules(session.board_type, session.board_number, &session.slot_address))
         return error;
-    session.slot = session.slot_address & 15;
+    session.slot = slot_of(session.slot_address);
     return 0;
 }
 
@@ -127,7 +126,7 @@ int configure(kvn_fpga_imp& session)
 {
     if (const int error = settle_board(session))
         return error;
-    if (session.board_number >= BOARDS)
+    if (!is_board(session.board_number))
         return session.fail("Error 9076. Invalid board number %d (should be 0..15).", session.board_number);
 
     const Finally close_bus{[&session] { session.Close_KSB(); }};
