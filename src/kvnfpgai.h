@@ -18,9 +18,6 @@
 /// The time-out of every message operation, in the platform's unit.
 inline constexpr std::uint32_t KSB_TIMEOUT = 5000;
 
-// Required: the buffer goes out at 8 bytes although it holds 8192.
-inline constexpr std::size_t PIECE_SIZE = 8;
-
 /// Compares without regard to case, as far as a goes: an a that ends first is equal.
 /// @return 0, or the difference of the first two characters that differ
 int stricmp(const char* a, const char* b);
@@ -150,33 +147,10 @@ public:
     // bus/bus_session.cpp
     int Initialise_Host_KSB(const char* given_type, int given_number);
     int Close_KSB();
+
+    // bus/buffered_sending.cpp
     int BufferedKsbSendMessageData(MW_HANDLE* given_handle, const unsigned char* data, unsigned long length,
                                    int timeout);
-    /// What a buffered send came to: the platform's code and, when it is not 0, the index of the byte that
-    /// filled the piece that could not be sent.
-    struct SendResult {
-        std::uint32_t status;
-        std::size_t failed_byte;
-    };
-    SendResult send_buffered(MW_HANDLE* given_handle, const unsigned char* data, std::size_t length)
-    {
-        const bool whole_pieces = send_count == 0 && length % PIECE_SIZE == 0;
-        return whole_pieces ? send_pieces(given_handle, data, length)
-                            : send_parts(given_handle, data, length);
-    }
-    /// Sends whole pieces from where they are; the buffer is empty.
-    static SendResult send_pieces(MW_HANDLE* given_handle, const unsigned char* data, std::size_t length)
-    {
-        // What goes round the calls counts: a load makes one for each 8 bytes.
-#pragma GCC unroll 8
-        for (std::size_t done = 0; done < length; done += PIECE_SIZE)
-            if (const auto status =
-                    MwKSBSendMessageDataEx(given_handle, data + done, PIECE_SIZE, KSB_TIMEOUT))
-                return {status, done + PIECE_SIZE - 1};
-        return {0, 0};
-    }
-    /// Fills up the piece in the buffer, sends whole pieces, and keeps the rest in the buffer.
-    SendResult send_parts(MW_HANDLE* given_handle, const unsigned char* data, std::size_t length);
 
     // bus/module_identification.cpp
     int Query_Module_Type(int given_address, unsigned char* reply, int reply_size, int* module_type);

@@ -1,5 +1,6 @@
 // Turns single words of a bitstream into bytes, and sends them.
 #include "bus/api_text.h"
+#include "bus/buffered_sending.h"
 #include "formats/bit_order.h"
 #include "kvnfpgai.h"
 
@@ -20,7 +21,7 @@ int kvn_fpga_imp::Transmit_Bitstream_Word(const char* chars)
 {
     unsigned char word[WORD_SIZE];
     process_Bitstream_Word(chars, word);
-    return check_rbt_send(send_buffered(handle, word, sizeof word).status);
+    return check_rbt_send(send_buffered(*this, handle, word, sizeof word).status);
 }
 
 int kvn_fpga_imp::Transmit_Bitstream_Bytes(const unsigned char* word)
@@ -49,7 +50,7 @@ int kvn_fpga_imp::transmit_bit_bytes(std::span<const std::uint8_t> bytes)
         } else {
             size = std::min(bytes.size(), PIECE_SIZE - send_count);
             reverse_bytes(reversed, bytes.data(), size);
-            status = send_parts(handle, reversed, size).status;
+            status = send_parts(*this, handle, reversed, size).status;
         }
         bytes = bytes.subspan(size);
     }
