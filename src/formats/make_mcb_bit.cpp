@@ -1,6 +1,7 @@
 // Makes an MCB file from a BIT file.
 #include "formats/bit_data.h"
 #include "formats/mcb_writer.h"
+#include "formats/output_name.h"
 #include "kvnfpgai.h"
 
 namespace

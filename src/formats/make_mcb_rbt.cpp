@@ -1,5 +1,6 @@
 // Makes an MCB file from an RBT file.
 #include "formats/mcb_writer.h"
+#include "formats/output_name.h"
 #include "formats/rbt_format.h"
 #include "kvnfpgai.h"
 

@@ -1,7 +1,7 @@
 // Makes an RBT file from an MCB file.
 #include "formats/mcb_format.h"
 #include "formats/mcb_runs.h"
-#include "formats/mcb_writer.h"
+#include "formats/output_name.h"
 #include "formats/progress.h"
 #include "formats/rbt_format.h"
 #include "kvnfpgai.h"

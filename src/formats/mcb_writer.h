@@ -56,10 +56,4 @@ private:
     bool complete_ = false;
 };
 
-/// The name of a conversion's output: the input's with its last three characters replaced.
-struct OutputName {
-    char text[256];
-    OutputName(const char* input, const char* extension);
-};
-
 #endif
