@@ -1,6 +1,7 @@
 // The session: one object that holds all state of a run, with every step of a run as an operation.
 //
 // Operations that can fail return 0 or the number of the error, whose text is then in last_error_text.
+// "For callers" marks operations that the library itself does not use.
 // Everything is public so that tests reach it; applications include kvn_fpga.h and never see this class.
 #ifndef KVNFPGAI_H
 #define KVNFPGAI_H
@@ -97,7 +98,7 @@ public:
     int kvn_fpga_set_userfie(int (*fn)(char*, void*), int type);
     char* kvn_fpga_getlasterr();
     static char* getapivar(const char* name);
-    static char* getregenv(const char* name);
+    static char* getregenv(const char* name); ///< for callers
     /// Takes over a stream that the session may have noted as open.
     File take_over(FILE* file);
     /// Closes what the run opened and nobody took over.
@@ -168,20 +169,20 @@ public:
     int Print_Device_Statistics(const char* name);
 
     // formats/
-    int write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes);
+    static void process_Bitstream_Word(const char* chars, unsigned char* out);
+    int write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes); ///< for callers
     int Read_Bitstream_Hdr_bit(FILE* stream, BitHeader* header);
     static void free_header(BitHeader* header);
-    static unsigned char bit_reverse_byte(unsigned char b);
-    static int bit_reverse(unsigned char* destination, const unsigned char* source, int n);
+    static unsigned char bit_reverse_byte(unsigned char b);                                 ///< for callers
+    static int bit_reverse(unsigned char* destination, const unsigned char* source, int n); ///< for callers
     int Make_mcb_file(FILE* stream, int kind);
     int Make_mcb_file_rbt(FILE* stream);
     int Make_mcb_file_bit(FILE* stream);
     int Make_rbt_file(FILE* stream);
 
     // loading/
-    static void process_Bitstream_Word(const char* chars, unsigned char* out);
-    int Transmit_Bitstream_Word(const char* chars);
-    int Transmit_Bitstream_Bytes(const unsigned char* word);
+    int Transmit_Bitstream_Word(const char* chars);          ///< for callers
+    int Transmit_Bitstream_Bytes(const unsigned char* word); ///< for callers
     /// Fails when words of an RBT file could not be sent.
     int check_rbt_send(std::uint32_t status);
     /// Sends words of a BIT file, as they are there.

@@ -87,6 +87,17 @@ bool RbtDataReader::read_line(std::uint8_t* word)
     return true;
 }
 
+void kvn_fpga_imp::process_Bitstream_Word(const char* chars, unsigned char* out)
+{
+    for (std::size_t group = 0; group < WORD_SIZE; ++group) {
+        unsigned byte = 0;
+        for (unsigned bit = 0; bit < 8; ++bit)
+            if (*chars++ == '1')
+                byte |= 1U << bit;
+        out[group] = static_cast<unsigned char>(byte);
+    }
+}
+
 int kvn_fpga_imp::write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes)
 {
     char line[LINE_CHARS];

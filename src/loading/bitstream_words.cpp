@@ -1,21 +1,10 @@
-// Turns single words of a bitstream into bytes, and sends them.
+// Sends words of a bitstream.
 #include "bus/api_text.h"
 #include "bus/buffered_sending.h"
 #include "formats/bit_order.h"
 #include "kvnfpgai.h"
 
 #include <algorithm>
-
-void kvn_fpga_imp::process_Bitstream_Word(const char* chars, unsigned char* out)
-{
-    for (std::size_t group = 0; group < WORD_SIZE; ++group) {
-        unsigned byte = 0;
-        for (unsigned bit = 0; bit < 8; ++bit)
-            if (*chars++ == '1')
-                byte |= 1U << bit;
-        out[group] = static_cast<unsigned char>(byte);
-    }
-}
 
 int kvn_fpga_imp::Transmit_Bitstream_Word(const char* chars)
 {
