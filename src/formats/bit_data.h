@@ -2,6 +2,7 @@
 #ifndef KVN_FPGA_FORMATS_BIT_DATA_H
 #define KVN_FPGA_FORMATS_BIT_DATA_H
 
+#include "formats/bit_order.h"
 #include "formats/block_file.h"
 #include "formats/progress.h"
 

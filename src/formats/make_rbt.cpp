@@ -75,7 +75,8 @@ private:
         char lines[LINES_AT_ONCE * LINE_CHARS];
         while (words > 0) {
             const std::size_t next = std::min(words, LINES_AT_ONCE);
-            fastest::write_lines(lines, bytes, next);
+            for (std::size_t word = 0; word < next; ++word)
+                fastest::write_line(lines + word * LINE_CHARS, bytes + word * WORD_SIZE);
             const std::size_t length = next * LINE_CHARS;
             const std::size_t taken = output_.put(lines, length);
             if (taken < length)

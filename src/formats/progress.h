@@ -2,7 +2,7 @@
 #ifndef KVN_FPGA_FORMATS_PROGRESS_H
 #define KVN_FPGA_FORMATS_PROGRESS_H
 
-#include "formats/bit_order.h"
+#include "formats/byte_sizes.h"
 
 #include <algorithm>
 #include <cstddef>

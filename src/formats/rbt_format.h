@@ -9,8 +9,8 @@
 #ifndef KVN_FPGA_FORMATS_RBT_FORMAT_H
 #define KVN_FPGA_FORMATS_RBT_FORMAT_H
 
-#include "formats/bit_order.h"
 #include "formats/block_file.h"
+#include "formats/byte_kernels.h"
 #include "support/message.h"
 
 #include <cstddef>

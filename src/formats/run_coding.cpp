@@ -1,7 +1,7 @@
 // The run coding of MCB files and of compressed loads.
 #include "formats/run_coding.h"
 
-#include "formats/bit_order.h"
+#include "formats/byte_kernels.h"
 
 #include <bit>
 

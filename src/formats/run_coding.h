@@ -2,7 +2,7 @@
 #ifndef KVN_FPGA_FORMATS_RUN_CODING_H
 #define KVN_FPGA_FORMATS_RUN_CODING_H
 
-#include "formats/bit_order.h"
+#include "formats/byte_kernels.h"
 
 #include <cstddef>
 #include <cstdint>

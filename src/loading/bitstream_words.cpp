@@ -2,6 +2,7 @@
 #include "bus/api_text.h"
 #include "bus/buffered_sending.h"
 #include "formats/bit_order.h"
+#include "formats/byte_kernels.h"
 #include "kvnfpgai.h"
 
 #include <algorithm>
