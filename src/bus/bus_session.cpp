@@ -17,7 +17,7 @@ int kvn_fpga_imp::Initialise_Host_KSB(const char* given_type, int given_number)
             MwOpenS(given_type, static_cast<std::uint16_t>(given_number), "ksb", &handle, &unused))
         return fail("Error 9201. Cannot open KSB device on board \"%s %d\" (%s).", given_type, given_number,
                     ApiText{status});
-    // From here on a failure leaves the device open; the caller's Close_KSB closes it.
+    // A failure from here on leaves the device open; the caller closes it with Close_KSB.
     if (const auto status = MwInitIoStatus(handle, &ReadIoStatus))
         return fail("Error 9202. Cannot initialise ReadIoStatus, board \"%s %d\" (%s).", given_type,
                     given_number, ApiText{status});
