@@ -152,14 +152,14 @@ using namespace sse2;
 template <std::size_t Lines>
 bool read_plain_lines(std::uint8_t* out, const char* line)
 {
-    // A line alone is not worth the question and the call.
+    // For a single line the check and the call cost more than they save.
     if constexpr (Lines > 1)
         if (avx2::is_available())
             return avx2::read_plain_lines<Lines>(out, line);
     return sse2::read_plain_lines<Lines>(out, line);
 }
 
-/// Reverses blocks that are longer than those of reverse_block, where there is a faster way for them.
+/// Reverses blocks longer than those of reverse_block, if there is a faster form for them.
 /// @return how many bytes
 inline std::size_t reverse_long_blocks(std::uint8_t* out, const std::uint8_t* in, std::size_t size)
 {

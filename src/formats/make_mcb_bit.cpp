@@ -6,7 +6,7 @@
 
 namespace
 {
-// Data behind the stated end goes unnoticed unless a whole block of this size is there.
+// Data after the stated end is noticed only if there is a whole block of this size.
 constexpr std::size_t TRAILING_BLOCK = 1024;
 
 constexpr McbDataMessages data_messages{

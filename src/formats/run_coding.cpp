@@ -59,8 +59,8 @@ private:
         *out_++ = value;
     }
 
-    /// Writes as much of the run in front of a byte as makes more than one pair.
-    /// @return how much is left, which may be LONGEST_RUN itself
+    /// Writes the pairs of 255 of the run that ends in front of a byte.
+    /// @return the copies left for the last pair, up to LONGEST_RUN
     std::size_t write_full_runs(std::size_t at, std::uint8_t value)
     {
         std::size_t count = length_before(at);
@@ -69,7 +69,7 @@ private:
         return count;
     }
 
-    /// Where SINGLES bytes all differ from the one before, the run in hand ends, and runs of one.
+    /// Ends the run in hand and SINGLES - 1 runs of one: all of SINGLES bytes differ from the one before.
     void end_singles(std::size_t at)
     {
         fastest::write_singles(out_, &data_[at - 1]);
