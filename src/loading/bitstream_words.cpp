@@ -33,7 +33,7 @@ int kvn_fpga_imp::transmit_bit_bytes(std::span<const std::uint8_t> bytes)
     std::uint32_t status = 0;
     while (status == 0 && !bytes.empty()) {
         std::size_t size = sizeof reversed;
-        // Two pieces at once, no more: the processor reverses the next ones while these are on their way.
+        // Two pieces at once, no more: the processor reverses the next ones while these are being sent.
         if (send_count == 0 && bytes.size() >= size) {
             fastest::reverse_block(reversed, bytes.data());
             status = send_pieces(handle, reversed, size).status;
