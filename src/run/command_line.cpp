@@ -26,8 +26,7 @@ int take_con_file(kvn_fpga_imp& session, const char* argument)
         return session.fail(
             "Error 9004. %s does not have a .con extension. If you meant to provide a bitstream use the -f option.",
             session.con_file);
-    // A name that leaves no room for its extension stays without one, and counts as not found when it is
-    // opened.
+    // A name without room for the extension stays as it is; opening it fails as if it were missing.
     if (extension > 0)
         copy_with_extension(session.con_file, session.con_file, ".con");
     session.con_given = 1;
@@ -118,7 +117,7 @@ int take_argument(kvn_fpga_imp& session, const char* argument)
 {
     if (argument[0] != '-')
         return take_con_file(session, argument);
-    // A lone "-" is an option without a letter, which is none of them.
+    // A lone "-" has no letter, so it is an unknown option.
     return std::strlen(argument) <= 2 ? take_switch(session, argument) : take_option(session, argument);
 }
 } // namespace

@@ -8,16 +8,16 @@
 
 namespace
 {
-// A longer line is read in pieces, each of which is taken as a line.
+// A longer line is read as several.
 constexpr int LINE_SIZE = 256;
 
-/// Cuts the fields of a line one after the other.
+/// Cuts a line into its fields.
 class Fields
 {
 public:
     explicit Fields(const char* line) : rest_{line} {}
 
-    /// The field up to the next blank or the end of the line.
+    /// Returns the field up to the next blank or the end of the line.
     /// Choice: a field that is missing is empty (docs/decisions/0015-fields-of-con-files.md).
     std::string_view next()
     {
@@ -120,7 +120,7 @@ int configure_module(kvn_fpga_imp& session)
 
 FILE* open_con_file(const char (&name)[256])
 {
-    // A name that had no room for its extension names no file.
+    // A name without room for its extension names no file.
     char full_name[sizeof name];
     const bool has_extension = kvn_fpga_imp::Check_Extension(name, ".con") <= 0;
     const bool has_room = copy_with_extension(full_name, name, ".con");

@@ -33,7 +33,7 @@ void set_board_number(kvn_fpga_imp& session, const char* digits)
         session.slot_address = session.form_slot_address();
 }
 
-/// The value of the environment's board, or null.
+/// Returns the value of MWAPIKSB or else MWAPIJTAG, or null.
 const char* find_environment_board(kvn_fpga_imp& session)
 {
     // Choice: a variable that is set but empty counts as set (docs/decisions/0004-environment-values.md).
@@ -48,7 +48,7 @@ const char* find_environment_board(kvn_fpga_imp& session)
     return nullptr;
 }
 
-/// Takes what is missing from a value such as "mwc4a 0".
+/// Takes the missing type and number from a value such as "mwc4a 0".
 void take_environment_board(kvn_fpga_imp& session, const char* value)
 {
     char type_word[32];
@@ -62,7 +62,7 @@ void take_environment_board(kvn_fpga_imp& session, const char* value)
             session.print("No boardtype (-d) defined. Use '%s' from MWAPIKSB or MWAPIJTAG..\n",
                           session.board_type);
     }
-    // Required: the number belongs to the variable's board type, so another type's run cannot use it.
+    // Required: the number belongs to the variable's board type and is not used for another.
     if (session.board_number_given || stricmp(type_word, session.board_type) != 0)
         return;
     // Choice: a value without a second word gives no number (docs/decisions/0004-environment-values.md).
@@ -97,7 +97,7 @@ int ask_for_board(kvn_fpga_imp& session)
     return 0;
 }
 
-/// Settles board type and number: from the options, then the environment, then the user.
+/// Determines board type and number: from the options, then the environment, then the user.
 int settle_board(kvn_fpga_imp& session)
 {
     if (session.board_type_given && session.board_number_given)
@@ -107,7 +107,7 @@ int settle_board(kvn_fpga_imp& session)
     return ask_for_board(session);
 }
 
-/// Makes sure of the module in the named slot, or lets the user choose one.
+/// Checks the named slot, or searches.
 int find_module(kvn_fpga_imp& session)
 {
     if (session.slot_given) {
