@@ -19,12 +19,12 @@
 /// The time-out of every message operation, in the platform's unit.
 inline constexpr std::uint32_t KSB_TIMEOUT = 5000;
 
-/// Compares without regard to case, as far as a goes: an a that ends first is equal.
-/// @return 0, or the difference of the first two characters that differ
+/// Compares without regard to case, up to the end of a: a prefix of b is equal to it.
+/// @return 0, or the difference of the first pair of characters that differ
 int stricmp(const char* a, const char* b);
 
-/// Looks for a word in a line without regard to case.
-/// @param position receives the index of the first occurrence; untouched when there is none
+/// Finds a word in a line, without regard to case.
+/// @param position receives the index of the first occurrence; unchanged if there is none
 /// @return 1 when the word is there, else 0 (also for an empty line or word)
 int findin(const char* line, const char* word, std::int32_t* position);
 
@@ -41,7 +41,7 @@ public:
     std::uint32_t WriteIoStatus{};
     std::int32_t api_status{}; ///< of the last MwGetDeviceInfo for a command line with a handle
 
-    // The module, and what the caller said about it.
+    // The module as the caller named it.
     char board_type[32] = {};
     std::uint8_t slot{};
     std::uint8_t slot_address{}; ///< the kavrinid: slot in the low four bits, its board in the high four
@@ -68,7 +68,7 @@ public:
     // What is known of the module.
     std::uint32_t virtex2_family{};
     std::uint32_t supports_compressed_loading{};
-    std::int32_t current_module_type{}; ///< written by no operation, so no load is announced
+    std::int32_t current_module_type{}; ///< never written, so no load is announced
     std::uint32_t target_board{};
     std::uint32_t target_board_given{};
 
@@ -99,9 +99,9 @@ public:
     char* kvn_fpga_getlasterr();
     static char* getapivar(const char* name);
     static char* getregenv(const char* name); ///< for callers
-    /// Takes over a stream that the session may have noted as open.
+    /// Takes over a stream, which the session then no longer notes as open.
     File take_over(FILE* file);
-    /// Closes what the run opened and nobody took over.
+    /// Closes the files that the run opened and no loader or converter took over.
     void close_open_files();
 
     // session/console.cpp
@@ -112,7 +112,7 @@ public:
     int Pause();
     /// Formats a text of any length and prints it.
     void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
-    /// Shows a percentage over the one before.
+    /// Shows a percentage in place of the one before.
     void show_progress(std::int32_t percent);
 
     // run/entry_points.cpp
@@ -124,7 +124,7 @@ public:
 
     // run/command_line.cpp
     int parse_command_line(int argc, char** argv);
-    /// The slot address that slot, target board and board number form together.
+    /// Returns the slot address of slot and target board, or slot and board number.
     [[nodiscard]] std::uint8_t form_slot_address() const;
 
     // run/help.cpp
@@ -157,7 +157,7 @@ public:
     int Query_Module_Type(int given_address, unsigned char* reply, int reply_size, int* module_type);
     int Test_If_Proc_Module(const char* given_type, int given_number, int given_address, int* slot_kind);
     int Check_Module(const char* given_type, unsigned short given_number, unsigned char given_address);
-    /// Prints and keeps what an identification record says of compression and FPGA.
+    /// Prints and stores what an identification record states about compression and FPGA.
     void describe_module(const unsigned char* record);
 
     // bus/module_search.cpp
@@ -183,9 +183,9 @@ public:
     // loading/
     int Transmit_Bitstream_Word(const char* chars);          ///< for callers
     int Transmit_Bitstream_Bytes(const unsigned char* word); ///< for callers
-    /// Fails when words of an RBT file could not be sent.
+    /// Returns 0, or the error of words of an RBT file that could not be sent.
     int check_rbt_send(std::uint32_t status);
-    /// Sends words of a BIT file, as they are there.
+    /// Sends words of a BIT file, given with the file's bit order.
     int transmit_bit_bytes(std::span<const std::uint8_t> bytes);
     int Load_Bitstream_rbt(const char* given_type, int given_number, int given_address, FILE* fp,
                            const char* given_device);
