@@ -9,7 +9,7 @@
 #ifndef KVN_FPGA_H
 #define KVN_FPGA_H
 
-/// The platform's open device (declared in full by nobody; see mwapi.h).
+/// An open device of the platform. Opaque; see mwapi.h.
 typedef struct MW_HANDLE MW_HANDLE;
 
 class kvn_fpga_imp;
@@ -25,29 +25,25 @@ class KVN_FPGA_API kvn_fpga
 public:
     /// Configures one module, or converts a file, without a command line.
     ///
-    /// @param devstr       board type of the board whose bus is opened, such as "mwc4a" (at most 31
-    /// characters)
+    /// @param devstr       type of the board whose bus is opened, such as "mwc4a" (at most 31 characters)
     /// @param board_number number of that board, 0 to 15
-    /// @param kavrinid     bus address of the module: slot (1 to 4) in the low four bits, number of the board
-    /// that
-    ///                     carries the module in the high four
-    /// @param rbtfile      bitstream file, with extension (.rbt, .mcb or .bit) or without (at most 255
-    /// characters)
+    /// @param kavrinid     bus address of the module: slot (1 to 4) in the low four bits, number of the
+    ///                     board that carries the module in the high four
+    /// @param rbtfile      bitstream file, with or without extension (.rbt, .mcb or .bit; at most 255
+    ///                     characters)
     /// @param action       0 configure the module; 1 write an MCB file; 2 write an RBT file from an MCB file
     /// @param flags        sum of 1 (verbose), 2 (questions allowed) and 4 (never send compressed data)
     /// @return 0, or an error number: 9310 devstr is null, 9311 rbtfile is null, 9312 unknown action, and
-    /// those of
-    ///         the run (9040 to 9422)
+    ///         those of the run (9040 to 9422)
     int kvn_fpga_board(char* devstr, int board_number, int kavrinid, char* rbtfile, int action, int flags);
 
-    /// The same with a device that the caller has opened. A handle on a board's serial bus is used as it is
-    /// and never closed; of any other handle only board type and number are taken and the run opens the bus
-    /// itself.
+    /// Does the same with a device that the caller has opened. A handle on a board's serial bus is used as it
+    /// is and never closed. From any other handle only the board type and number are taken, and the run opens
+    /// the bus itself.
     ///
     /// @param handle the caller's device; it must stay open until the call returns
-    /// @return 0, or an error number: 9300 handle is null, 9301 the platform knows nothing of it, 9302
-    /// rbtfile is
-    ///         null, 9303 unknown action, and those of the run
+    /// @return 0, or an error number: 9300 handle is null, 9301 the platform does not know it, 9302 rbtfile
+    ///         is null, 9303 unknown action, and those of the run
     int kvn_fpga_handle(MW_HANDLE* handle, int kavrinid, char* rbtfile, int action, int flags);
 
     /// Runs a command line (docs/command-line.md) with a device that the caller has opened. The handle is
@@ -55,42 +51,42 @@ public:
     /// otherwise it is ignored.
     ///
     /// @param handle the caller's device, or null; it must stay open until the call returns
-    /// @param argc   number of arguments, the program's name included
-    /// @param argv   the arguments; argv[0] is passed over
-    /// @return 0, or an error number: 9000 to 9005 for the command line, 9307 the platform knows nothing of
-    /// the
+    /// @param argc   number of arguments, including the program's name
+    /// @param argv   the arguments; argv[0] is ignored
+    /// @return 0, or an error number: 9000 to 9005 for the command line, 9307 the platform does not know the
     ///         handle, and those of the run
     int kvn_fpga_main(MW_HANDLE* handle, int argc, char** argv);
 
-    /// Runs a command line. Arguments and result as above.
+    /// Runs a command line without a device. Arguments and result as above.
     int kvn_fpga_main(int argc, char** argv);
 
-    /// The message of the last error, "" after a run without one. It stays valid and unchanged until the next
-    /// call on this object that starts a run or records an error, or until the object is destroyed.
+    /// Returns the message of the last error, or "" after a run without one. It stays valid and unchanged
+    /// until the next call on this object that starts a run or records an error, or until the object is
+    /// destroyed.
     char* kvn_fpga_getlasterr();
 
-    /// Installs a function that asks the user, in place of standard output and input; null takes it away
-    /// again. It stays installed from run to run.
+    /// Installs a function that asks the user, in place of standard output and input; null removes it. It
+    /// stays installed from run to run.
     ///
     /// @param fn   type 0: fn(text, null) shows a text and waits for a key.
     ///             type 1: fn(prompt, answer) asks for a line and writes it, ended by a zero byte, into
-    ///             answer, which holds 256 bytes; what does not fit its purpose (31 characters for a board
-    ///             type) is cut. type 2: fn(question, null) asks and returns a character in its low byte: 'y'
-    ///             or 'Y' is yes. The texts are valid only during the call.
+    ///             answer, which holds 256 bytes; an answer too long for its purpose (31 characters for a
+    ///             board type) is cut. type 2: fn(question, null) asks and returns a character in its low
+    ///             byte: 'y' or 'Y' is yes. The texts are valid only during the call.
     /// @param type 0, 1 or 2
     /// @return 0, or 9215 for another type
     int kvn_fpga_set_userfie(int (*fn)(char*, void*), int type);
 
     /// Installs a function that receives every text the library prints, in place of standard output; null
-    /// takes it away again. It stays installed from run to run. The text is valid only during the call.
+    /// removes it. It stays installed from run to run. The text is valid only during the call.
     void kvn_fpga_set_userprint(void (*fn)(char*));
 
     /// Prints the usage of the command line in three pages and waits for a key after each.
     ///
-    /// @return what the last wait gave: the function of type 0's result, or the character read
+    /// @return the result of the last wait: that of the function of type 0, or the character read
     int kvn_fpga_help();
 
-    /// Stores the version: 2, 7 and its text. The text is constant and valid for ever. No pointer may be
+    /// Stores the version: 2, 7 and its text. The text is constant and stays valid. No pointer may be
     /// null.
     void kvn_fpga_version(int* major, int* minor, char** text);
 

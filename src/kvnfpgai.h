@@ -1,6 +1,7 @@
 // The session: one object that holds all state of a run, with every step of a run as an operation.
 //
 // Operations that can fail return 0 or the number of the error, whose text is then in last_error_text.
+// "For callers" marks operations that the library itself does not use.
 // Everything is public so that tests reach it; applications include kvn_fpga.h and never see this class.
 #ifndef KVNFPGAI_H
 #define KVNFPGAI_H
@@ -18,15 +19,12 @@
 /// The time-out of every message operation, in the platform's unit.
 inline constexpr std::uint32_t KSB_TIMEOUT = 5000;
 
-// Required: the buffer goes out at 8 bytes although it holds 8192.
-inline constexpr std::size_t PIECE_SIZE = 8;
-
-/// Compares without regard to case, as far as a goes: an a that ends first is equal.
-/// @return 0, or the difference of the first two characters that differ
+/// Compares without regard to case, up to the end of a: a prefix of b is equal to it.
+/// @return 0, or the difference of the first pair of characters that differ
 int stricmp(const char* a, const char* b);
 
-/// Looks for a word in a line without regard to case.
-/// @param position receives the index of the first occurrence; untouched when there is none
+/// Finds a word in a line, without regard to case.
+/// @param position receives the index of the first occurrence; unchanged if there is none
 /// @return 1 when the word is there, else 0 (also for an empty line or word)
 int findin(const char* line, const char* word, std::int32_t* position);
 
@@ -43,7 +41,7 @@ public:
     std::uint32_t WriteIoStatus{};
     std::int32_t api_status{}; ///< of the last MwGetDeviceInfo for a command line with a handle
 
-    // The module, and what the caller said about it.
+    // The module as the caller named it.
     char board_type[32] = {};
     std::uint8_t slot{};
     std::uint8_t slot_address{}; ///< the kavrinid: slot in the low four bits, its board in the high four
@@ -70,7 +68,7 @@ public:
     // What is known of the module.
     std::uint32_t virtex2_family{};
     std::uint32_t supports_compressed_loading{};
-    std::int32_t current_module_type{}; ///< written by no operation, so no load is announced
+    std::int32_t current_module_type{}; ///< never written, so no load is announced
     std::uint32_t target_board{};
     std::uint32_t target_board_given{};
 
@@ -100,10 +98,10 @@ public:
     int kvn_fpga_set_userfie(int (*fn)(char*, void*), int type);
     char* kvn_fpga_getlasterr();
     static char* getapivar(const char* name);
-    static char* getregenv(const char* name);
-    /// Takes over a stream that the session may have noted as open.
+    static char* getregenv(const char* name); ///< for callers
+    /// Takes over a stream, which the session then no longer notes as open.
     File take_over(FILE* file);
-    /// Closes what the run opened and nobody took over.
+    /// Closes the files that the run opened and no loader or converter took over.
     void close_open_files();
 
     // session/console.cpp
@@ -114,7 +112,7 @@ public:
     int Pause();
     /// Formats a text of any length and prints it.
     void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
-    /// Shows a percentage over the one before.
+    /// Shows a percentage in place of the one before.
     void show_progress(std::int32_t percent);
 
     // run/entry_points.cpp
@@ -126,7 +124,7 @@ public:
 
     // run/command_line.cpp
     int parse_command_line(int argc, char** argv);
-    /// The slot address that slot, target board and board number form together.
+    /// Returns the slot address of slot and target board, or slot and board number.
     [[nodiscard]] std::uint8_t form_slot_address() const;
 
     // run/help.cpp
@@ -150,39 +148,16 @@ public:
     // bus/bus_session.cpp
     int Initialise_Host_KSB(const char* given_type, int given_number);
     int Close_KSB();
+
+    // bus/buffered_sending.cpp
     int BufferedKsbSendMessageData(MW_HANDLE* given_handle, const unsigned char* data, unsigned long length,
                                    int timeout);
-    /// What a buffered send came to: the platform's code and, when it is not 0, the index of the byte that
-    /// filled the piece that could not be sent.
-    struct SendResult {
-        std::uint32_t status;
-        std::size_t failed_byte;
-    };
-    SendResult send_buffered(MW_HANDLE* given_handle, const unsigned char* data, std::size_t length)
-    {
-        const bool whole_pieces = send_count == 0 && length % PIECE_SIZE == 0;
-        return whole_pieces ? send_pieces(given_handle, data, length)
-                            : send_parts(given_handle, data, length);
-    }
-    /// Sends whole pieces from where they are; the buffer is empty.
-    static SendResult send_pieces(MW_HANDLE* given_handle, const unsigned char* data, std::size_t length)
-    {
-        // What goes round the calls counts: a load makes one for each 8 bytes.
-#pragma GCC unroll 8
-        for (std::size_t done = 0; done < length; done += PIECE_SIZE)
-            if (const auto status =
-                    MwKSBSendMessageDataEx(given_handle, data + done, PIECE_SIZE, KSB_TIMEOUT))
-                return {status, done + PIECE_SIZE - 1};
-        return {0, 0};
-    }
-    /// Fills up the piece in the buffer, sends whole pieces, and keeps the rest in the buffer.
-    SendResult send_parts(MW_HANDLE* given_handle, const unsigned char* data, std::size_t length);
 
     // bus/module_identification.cpp
     int Query_Module_Type(int given_address, unsigned char* reply, int reply_size, int* module_type);
     int Test_If_Proc_Module(const char* given_type, int given_number, int given_address, int* slot_kind);
     int Check_Module(const char* given_type, unsigned short given_number, unsigned char given_address);
-    /// Prints and keeps what an identification record says of compression and FPGA.
+    /// Prints and stores what an identification record states about compression and FPGA.
     void describe_module(const unsigned char* record);
 
     // bus/module_search.cpp
@@ -194,23 +169,23 @@ public:
     int Print_Device_Statistics(const char* name);
 
     // formats/
-    int write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes);
+    static void process_Bitstream_Word(const char* chars, unsigned char* out);
+    int write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes); ///< for callers
     int Read_Bitstream_Hdr_bit(FILE* stream, BitHeader* header);
     static void free_header(BitHeader* header);
-    static unsigned char bit_reverse_byte(unsigned char b);
-    static int bit_reverse(unsigned char* destination, const unsigned char* source, int n);
+    static unsigned char bit_reverse_byte(unsigned char b);                                 ///< for callers
+    static int bit_reverse(unsigned char* destination, const unsigned char* source, int n); ///< for callers
     int Make_mcb_file(FILE* stream, int kind);
     int Make_mcb_file_rbt(FILE* stream);
     int Make_mcb_file_bit(FILE* stream);
     int Make_rbt_file(FILE* stream);
 
     // loading/
-    static void process_Bitstream_Word(const char* chars, unsigned char* out);
-    int Transmit_Bitstream_Word(const char* chars);
-    int Transmit_Bitstream_Bytes(const unsigned char* word);
-    /// Fails when words of an RBT file could not be sent.
+    int Transmit_Bitstream_Word(const char* chars);          ///< for callers
+    int Transmit_Bitstream_Bytes(const unsigned char* word); ///< for callers
+    /// Returns 0, or the error of words of an RBT file that could not be sent.
     int check_rbt_send(std::uint32_t status);
-    /// Sends words of a BIT file, as they are there.
+    /// Sends words of a BIT file, given with the file's bit order.
     int transmit_bit_bytes(std::span<const std::uint8_t> bytes);
     int Load_Bitstream_rbt(const char* given_type, int given_number, int given_address, FILE* fp,
                            const char* given_device);

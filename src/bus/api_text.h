@@ -1,4 +1,4 @@
-// The platform's words for an error code.
+// The platform's text for an error code.
 #ifndef KVN_FPGA_BUS_API_TEXT_H
 #define KVN_FPGA_BUS_API_TEXT_H
 
@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-/// Fetches the words when it is made, so it is made only where a message needs them.
+/// Asks the platform on construction, so construct it only where a message needs the text.
 class ApiText
 {
 public:
@@ -15,7 +15,7 @@ public:
         MwErr2Text(code, text_);
         text_[sizeof text_ - 1] = '\0';
     }
-    // NOLINTNEXTLINE(google-explicit-constructor): it stands for its text in a message
+    // NOLINTNEXTLINE(google-explicit-constructor): a message takes it as its text
     operator const char*() const { return text_; }
 
 private:

@@ -1,4 +1,4 @@
-// Tells a module's FPGA by its name: family, package and speed grade.
+// Derives family, package and speed grade from the name of a module's FPGA.
 #include "kvnfpgai.h"
 #include "support/text.h"
 
@@ -19,7 +19,7 @@ constexpr Family families[] = {
     {"ve", "Virtex-E", false},
 };
 
-/// The letters that tell the family: 2v3000fg676-4 has 2v, s40xlpq208-4 has sxl.
+/// The letters that identify the family: 2v for 2v3000fg676-4, sxl for s40xlpq208-4.
 class FamilyKey
 {
 public:
@@ -42,7 +42,7 @@ public:
     [[nodiscard]] std::string_view text() const { return {key_, length_}; }
 
 private:
-    /// Appends the character that name is at, unless the name ends there.
+    /// Moves the next character of name to the key, unless the name has ended.
     void take(const char*& name)
     {
         if (*name != '\0')

@@ -1,4 +1,4 @@
-// Finds out what sits in a slot, and makes sure that it can be configured.
+// Identifies the module in a slot and checks that it can be configured.
 #include "bus/api_text.h"
 #include "bus/module_protocol.h"
 #include "bus/slot_address.h"
@@ -13,7 +13,7 @@ namespace
 constexpr std::size_t BOARD_INFO_WORDS = 128;
 constexpr std::size_t WORDS_PER_SLOT = 5;
 
-/// The failures of the question whether a module takes compressed bitstreams.
+/// Messages for a failed query whether a module supports compressed loading.
 struct CompressionMessages {
     Message<int, const char*, int, const char*> send; // slot address, board type, board, platform's text
     Message<const char*, int, const char*> receive;   // board type, board, platform's text
@@ -31,7 +31,7 @@ constexpr CompressionMessages io_messages{
     .reply = "Error 9228. Error in reply to \"do you support compressed loading?\", got %d, board \"%s %d\".",
 };
 
-/// The board through which a module is asked, as the messages name it.
+/// The board through which a module is queried, as the messages name it.
 struct Access {
     const char* board_type;
     int board_number;
@@ -58,7 +58,8 @@ int ask_for_compression(kvn_fpga_imp& session, const CompressionMessages& messag
     return 0;
 }
 
-/// Learns whether the module takes compressed bitstreams: from its record or, of newer models, by asking.
+/// Finds out whether the module supports compressed loading: from its record or, for newer models, by a
+/// query.
 int learn_compression(kvn_fpga_imp& session, const std::uint8_t* record, Access access, int address)
 {
     if (answers_compression_query(record))
@@ -70,7 +71,7 @@ int learn_compression(kvn_fpga_imp& session, const std::uint8_t* record, Access 
 }
 } // namespace
 
-// The messages name the session's board, not arguments.
+// The messages name the session's board, not the arguments.
 int kvn_fpga_imp::Query_Module_Type(int given_address, unsigned char* reply, int reply_size, int* module_type)
 {
     const auto board = board_of(given_address);
@@ -130,7 +131,7 @@ int kvn_fpga_imp::Check_Module(const char* given_type, unsigned short given_numb
     int slot_kind = SLOT_EMPTY;
     if (const int error = Test_If_Proc_Module(given_type, given_number, given_address, &slot_kind))
         return error;
-    const int slot_number = given_address & 15;
+    const int slot_number = slot_of(given_address);
     if (slot_kind == SLOT_EMPTY)
         return fail("Error 9220. There is no module in slot %d of board %s %d.", slot_number, given_type,
                     given_number);
@@ -147,7 +148,7 @@ int kvn_fpga_imp::Check_Module(const char* given_type, unsigned short given_numb
         return error;
     if (verbose)
         print("Second module type %x.\n", static_cast<unsigned>(type));
-    // Required: a module of another type is accepted, and nothing is known of its FPGA.
+    // Required: a module of another type is accepted, although its FPGA is unknown.
     if (type != KAVRIN_FPGA && type != KAVRIN_IO)
         return 0;
     if (const int error = learn_compression(*this, record, {given_type, given_number}, given_address))
@@ -173,6 +174,6 @@ void kvn_fpga_imp::describe_module(const unsigned char* record)
     std::memcpy(name, record + RECORD_DEVICE, RECORD_DEVICE_SIZE);
     copy_text(device_name, name);
     char family[16];
-    Get_Device_Family(device_name, family); // only for what it says of virtex2_family
+    Get_Device_Family(device_name, family); // called only because it sets virtex2_family
     Print_Device_Statistics(device_name);
 }

@@ -10,11 +10,11 @@ inline constexpr std::uint32_t KSB_MSG_MODULE_TYPE_REPLY = 2;
 inline constexpr std::uint32_t KSB_MSG_COMPRESSION_QUERY = 11;
 inline constexpr std::uint32_t KSB_MSG_COMPRESSION_REPLY = 12;
 
-// Module types: all others are not configured by this library.
+// The types of modules that this library configures.
 inline constexpr int KAVRIN_FPGA = 2;
 inline constexpr int KAVRIN_IO = 4;
 
-// The identification record, which is also the size of every reply buffer.
+// The identification record. Every reply buffer has its size.
 inline constexpr std::size_t RECORD_SIZE = 30;
 inline constexpr std::size_t RECORD_MODEL = 1;
 inline constexpr std::size_t RECORD_VERSION = 2;
@@ -22,15 +22,15 @@ inline constexpr std::size_t RECORD_DEVICE = 3;
 inline constexpr std::size_t RECORD_DEVICE_SIZE = 26;
 inline constexpr std::size_t RECORD_COMPRESSION = 29;
 
-/// Whether the module answers the compression query; an older model says it in its record. The two kinds of
-/// modules changed over at different models.
+/// Whether the module answers the compression query; older models state it in their record. The two kinds of
+/// modules changed at different models.
 constexpr bool answers_compression_query(const std::uint8_t* record)
 {
     const int last_model_with_flag = record[0] == KAVRIN_FPGA ? 3 : 4;
     return record[RECORD_MODEL] > last_model_with_flag;
 }
 
-// What sits in a slot.
+// What a slot holds.
 inline constexpr int SLOT_EMPTY = 0;
 inline constexpr int SLOT_PROCESSOR = 1;
 inline constexpr int SLOT_WITHOUT_BUS = 2;

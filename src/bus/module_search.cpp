@@ -1,16 +1,15 @@
-// Walks the four slots of a board until the user accepts a module.
+// Offers the modules of a board, slot by slot, until the user accepts one.
 //
 // Unlike the check of a named slot, the search asks about compression with the plain message operations,
 // which take the slot alone, and has messages of its own.
 #include "bus/api_text.h"
 #include "bus/module_protocol.h"
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 
 namespace
 {
-constexpr int SLOTS = 4;
-
-/// The failures of the question whether a module takes compressed bitstreams.
+/// Messages for a failed query whether a module supports compressed loading.
 struct CompressionMessages {
     Message<int, const char*, int, const char*> send;    // slot, board type, board, platform's text
     Message<int, const char*, int, const char*> receive; // likewise
@@ -49,7 +48,7 @@ int ask_for_compression(kvn_fpga_imp& session, const CompressionMessages& messag
                                                 &received, KSB_TIMEOUT))
         return session.fail(messages.receive, slot, access.board_type, access.board_number, ApiText{status});
     if (type != KSB_MSG_COMPRESSION_REPLY) {
-        // Required: the platform is asked for the words of success here, although no message shows them.
+        // Required: the platform is asked for the text of code 0 here, although no message shows it.
         const ApiText unused{0};
         return session.fail(messages.reply, type, static_cast<int>(KSB_MSG_COMPRESSION_REPLY),
                             access.board_type, access.board_number);
@@ -82,8 +81,8 @@ void announce_module(kvn_fpga_imp& session, const std::uint8_t* record, int slot
     }
 }
 
-/// Looks at one slot, and at a configurable module in it offers it to the user.
-/// @param accepted set to true when the user takes it
+/// Offers the module in a slot to the user if it can be configured.
+/// @param accepted set to true when the user accepts it
 int offer_slot(kvn_fpga_imp& session, Access access, int slot, std::uint8_t address, bool& accepted)
 {
     session.supports_compressed_loading = 0;
@@ -121,10 +120,10 @@ int kvn_fpga_imp::Search_For_Modules(const char* given_type, unsigned short give
 {
     supports_compressed_loading = 0;
     print("Searching for KAVRIN-FPGA and KAVRIN-IO modules\n");
-    for (int s = 1; s <= SLOTS; ++s) {
-        const auto address = static_cast<std::uint8_t>(s | (given_number * 16));
+    for (int slot_number = FIRST_SLOT; slot_number <= LAST_SLOT; ++slot_number) {
+        const auto address = join_slot_address(static_cast<std::uint32_t>(slot_number), given_number);
         bool accepted = false;
-        if (const int error = offer_slot(*this, {given_type, given_number}, s, address, accepted))
+        if (const int error = offer_slot(*this, {given_type, given_number}, slot_number, address, accepted))
             return error;
         if (accepted) {
             *slot_address_out = address;

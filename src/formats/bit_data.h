@@ -2,6 +2,7 @@
 #ifndef KVN_FPGA_FORMATS_BIT_DATA_H
 #define KVN_FPGA_FORMATS_BIT_DATA_H
 
+#include "formats/bit_order.h"
 #include "formats/block_file.h"
 #include "formats/progress.h"
 
@@ -9,7 +10,7 @@
 #include <cstdint>
 #include <span>
 
-/// What stopped the reading of words before their number was reached.
+/// Why fewer words were read than requested.
 enum class BitStop { none, end_or_error, short_word };
 
 class BitDataReader
@@ -17,9 +18,8 @@ class BitDataReader
 public:
     explicit BitDataReader(FILE* stream) : input_{stream} {}
 
-    /// Gives the next words, up to the next report or the stated end; at least one.
-    /// @return their bytes as the file has them, valid until the next call; fewer than were due when
-    /// something stopped the reading
+    /// Returns the next words, up to the next report or the stated end; at least one is requested.
+    /// @return their bytes as in the file, valid until the next call; fewer if reading stopped
     std::span<const std::uint8_t> next_words(const BitTally& bits)
     {
         const std::size_t due = words_due(bits);
@@ -34,7 +34,7 @@ public:
     }
 
     /// Reads the next words in transmission order.
-    /// @param bytes receives them, with the bits of each byte reversed
+    /// @param bytes receives the words, with the bits of each byte reversed
     /// @return how many were read
     std::size_t read(std::uint8_t (&bytes)[BYTES_PER_REPORT], const BitTally& bits)
     {

@@ -12,13 +12,13 @@ namespace
 {
 constexpr std::uint8_t magic_bytes[] = {0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0, 0x0F, 0xF0};
 
-// Room behind a text beyond its terminating zero.
+// Spare room behind the terminating zero of a text.
 constexpr std::size_t TEXT_SLACK = 4;
 
 using FileMessage = Message<const char*>;
 using KeyMessage = Message<const char*, int>; // file, key found
 
-/// The failures of a text with its length in front.
+/// Messages for a failed read of a length and its text.
 struct TextMessages {
     FileMessage length;
     FileMessage memory;

@@ -4,8 +4,7 @@
 
 #include <cstdint>
 
-/// The parsed header. It owns its four texts, each with a zero byte behind it; kvn_fpga_imp::free_header
-/// releases them.
+/// The parsed header. It owns its four zero-terminated texts; kvn_fpga_imp::free_header releases them.
 struct BitHeader {
     std::uint32_t magic_length{};
     std::uint8_t magic[9] = {};
@@ -26,8 +25,8 @@ struct BitHeader {
     std::uint32_t byte_count{};
 };
 
-/// The configuration bits that a header states, in 32 bits as everywhere: a count beyond them wraps, as the
-/// count of the bits found does.
+/// The number of configuration bits that a header states, in 32 bits: it wraps, as does the number of bits
+/// found.
 constexpr std::int32_t stated_bits(const BitHeader& header)
 {
     return static_cast<std::int32_t>(header.byte_count * 8U);

@@ -1,6 +1,7 @@
 // Reverses the bit order of bytes.
 #include "formats/bit_order.h"
 
+#include "formats/byte_kernels.h"
 #include "kvnfpgai.h"
 
 namespace

@@ -7,8 +7,8 @@
 
 namespace
 {
-/// How much to read at most, so that the stream can read all of it in place with one system call: up to a
-/// multiple of its buffer's size.
+/// The most to read so that the stream needs one system call and no copy: up to a multiple of its buffer's
+/// size.
 std::size_t whole_buffers(std::size_t position, std::size_t room)
 {
     const std::size_t beyond = (position + room) % BUFSIZ;

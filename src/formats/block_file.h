@@ -9,13 +9,13 @@
 #include <memory>
 #include <span>
 
-// Larger ones gain little, and a run is to stay small. At which byte a full disk is noticed, and so by which
-// number, hangs on what is written at once.
+// Larger blocks gain little and cost memory. The size of a write decides at which byte, and so with which
+// error number, a full disk is noticed.
 inline constexpr std::size_t READ_SIZE = std::size_t{96} * 1024;
 inline constexpr std::size_t WRITE_SIZE = std::size_t{64} * 1024;
 
-/// Hands out the bytes of a stream in place. An end or an error of the stream counts only when its place is
-/// reached, however far the reading is ahead.
+/// Hands out the bytes of a stream in place. The end or an error of the stream takes effect only when its
+/// place is reached, however far ahead the stream was read.
 class BlockReader
 {
 public:
@@ -23,8 +23,8 @@ public:
 
     explicit BlockReader(FILE* stream);
 
-    /// The bytes at hand, at least `wanted` of them (MOST_WANTED at the most) unless the stream stopped
-    /// before. They stay valid until the next call.
+    /// Returns the bytes at hand: at least `wanted` (up to MOST_WANTED) unless the stream stopped earlier.
+    /// They stay valid until the next call.
     std::span<const std::uint8_t> peek(std::size_t wanted)
     {
         while (static_cast<std::size_t>(end_ - begin_) < wanted && !stopped_)
@@ -32,10 +32,10 @@ public:
         return {begin_, end_};
     }
 
-    /// Passes over bytes that peek has shown.
+    /// Skips bytes that peek has returned.
     void skip(std::size_t count) { begin_ += count; }
 
-    /// Whether the stream stopped with its error or its end-of-file indicator set, or with neither.
+    /// Whether the stream stopped with its error or its end-of-file indicator set; neither may be.
     [[nodiscard]] bool failed() const { return stopped_ && std::ferror(stream_) != 0; }
     [[nodiscard]] bool ended() const { return stopped_ && std::feof(stream_) != 0; }
 
@@ -50,7 +50,7 @@ private:
 
     void refill();
 
-    // Without memory for a whole block the small one serves: the run goes on, slower.
+    // Used when there is no memory for a large block: slower, but the run goes on.
     Memory<MOST_WANTED> small_;
     std::unique_ptr<Memory<READ_SIZE>> large_;
     FILE* stream_;
@@ -69,7 +69,7 @@ public:
     explicit BlockWriter(File file);
 
     /// Writes bytes.
-    /// @return how many were taken: all of them, or those before the very byte that could not be written
+    /// @return the number written: all, or those before the byte that failed
     std::size_t put(const void* bytes, std::size_t size)
     {
         const std::size_t taken = std::fwrite(bytes, 1, size, file_.get());
@@ -77,8 +77,8 @@ public:
         return taken;
     }
 
-    /// Writes what the stream still holds and closes the file.
-    /// @return false when that, or any write before, failed
+    /// Flushes and closes the file.
+    /// @return false if this or any earlier write failed
     bool close() { return std::fclose(file_.release()) == 0 && complete_; }
 
 private:

@@ -4,8 +4,8 @@
 
 #include <cstring>
 
-/// Whether the part that a file names begins with the device's name before its dash, letter case included. A
-/// device without a name suits every file.
+/// Whether the part that a file names begins with the device's name up to its dash; case matters. A device
+/// without a name suits every file.
 inline bool suits_device(const char* device_name, const char* part)
 {
     return std::strncmp(device_name, part, std::strcspn(device_name, "-")) == 0;

@@ -1,11 +1,12 @@
 // Makes an MCB file from a BIT file.
 #include "formats/bit_data.h"
 #include "formats/mcb_writer.h"
+#include "formats/output_name.h"
 #include "kvnfpgai.h"
 
 namespace
 {
-// Data behind the stated end goes unnoticed unless a whole block of this size is there.
+// Data after the stated end is noticed only if there is a whole block of this size.
 constexpr std::size_t TRAILING_BLOCK = 1024;
 
 constexpr McbDataMessages data_messages{

@@ -1,5 +1,6 @@
 // Makes an MCB file from an RBT file.
 #include "formats/mcb_writer.h"
+#include "formats/output_name.h"
 #include "formats/rbt_format.h"
 #include "kvnfpgai.h"
 
@@ -27,8 +28,8 @@ int copy_device(kvn_fpga_imp& session, FILE* stream, McbWriter& mcb)
     return mcb.write_text(device, "Error 9246. Cannot write header to MCB file %s.");
 }
 
-/// Copies the date line. Where there is none, what stands before "bits:" and a line feed take its place.
-/// @param line receives the line that should have the bit count
+/// Copies the date line. If there is none, writes what precedes "bits:" and a line feed instead.
+/// @param line receives the line that should hold the bit count
 int copy_timestamp(kvn_fpga_imp& session, FILE* stream, McbWriter& mcb, RbtLine& line)
 {
     constexpr Message<const char*> unwritten = "Error 9248. Cannot write header to MCB file %s.";

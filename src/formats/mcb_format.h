@@ -12,13 +12,13 @@ inline constexpr std::uint32_t MCB_MAGIC_1 = 0x00441278;
 inline constexpr std::uint32_t MCB_MAGIC_2 = 0x00760188;
 inline constexpr std::size_t MCB_NUMBER_SIZE = 4;
 
-/// A text of the header as it stands in the file: ended by a zero byte and filled up with more of them.
+/// A text of the header as stored: terminated and padded with zero bytes.
 using McbText = std::array<char, 255>;
 
-/// A number of the header as it stands in the file.
+/// A number of the header as stored.
 using McbNumber = std::array<std::uint8_t, MCB_NUMBER_SIZE>;
 
-/// A text that is too long is cut, so that its zero byte fits.
+/// Cuts a text that is too long, so that a zero byte ends it.
 McbText to_mcb_text(std::string_view text);
 
 McbNumber to_mcb_number(std::uint32_t number);

@@ -1,4 +1,4 @@
-// Reads the runs of an MCB file from where its header ends.
+// Reads the runs of an MCB file, which follow its header.
 #ifndef KVN_FPGA_FORMATS_MCB_RUNS_H
 #define KVN_FPGA_FORMATS_MCB_RUNS_H
 
@@ -8,7 +8,7 @@
 
 #include <span>
 
-/// The failures of reading, each about the MCB file.
+/// Messages for a failed read; each names the MCB file.
 struct McbReadMessages {
     Message<const char*> count_error;
     Message<const char*> count_end;
@@ -21,7 +21,7 @@ class McbRunReader
 public:
     explicit McbRunReader(FILE* stream) : input_{stream} {}
 
-    /// The pairs at hand; none when the stream stopped, be it in the middle of a pair.
+    /// Returns the pairs at hand. Empty at end of file or error, even mid-pair.
     std::span<const std::uint8_t> pairs()
     {
         const auto bytes = input_.peek(PAIR_SIZE);
@@ -29,10 +29,10 @@ public:
         return bytes.first(bytes.size() / PAIR_SIZE * PAIR_SIZE);
     }
 
-    /// Passes over bytes of pairs.
+    /// Skips bytes of pairs.
     void skip(std::size_t count) { input_.skip(count); }
 
-    /// What stopped the stream.
+    /// The message for what stopped the stream.
     [[nodiscard]] const Message<const char*>& failure(const McbReadMessages& messages) const
     {
         if (at_value_)

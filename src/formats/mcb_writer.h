@@ -12,7 +12,7 @@
 #include <span>
 #include <string_view>
 
-/// The failures of the data, each about the MCB file.
+/// Messages for a failed write of data; each names the MCB file.
 struct McbDataMessages {
     Message<const char*> count;
     Message<const char*> value;
@@ -29,18 +29,18 @@ public:
     {
     }
 
-    // Each field comes with the message of its failure; the result is 0 or its number.
+    // Each takes the message for its failure and returns 0 or that message's number.
     int write_number(std::uint32_t number, const Message<const char*>& message);
     int write_text(std::string_view text, const Message<const char*>& message);
 
-    /// Codes the next words and counts them. After the words of a report the progress is shown.
+    /// Codes and counts the next words, and shows progress when a report is due.
     int write_words(std::span<const std::uint8_t> bytes, BitTally& bits);
 
     /// Writes the last run, shows the final line and closes the file.
     int finish(const BitTally& bits);
 
-    /// Whether everything that was written reached the file; known after finish.
-    /// @return 0, or the number of the last write
+    /// Checks, after finish, that everything written reached the file.
+    /// @return 0, or the error number of the last write
     int check_file();
 
 private:
@@ -54,12 +54,6 @@ private:
     BlockWriter output_;
     RunEncoder runs_;
     bool complete_ = false;
-};
-
-/// The name of a conversion's output: the input's with its last three characters replaced.
-struct OutputName {
-    char text[256];
-    OutputName(const char* input, const char* extension);
 };
 
 #endif

@@ -62,7 +62,7 @@ bool read_part_line(FILE* stream, RbtLine& line)
 
 namespace
 {
-// What one read of a data line takes at the most: a longer line comes in pieces.
+// The most that one read of a data line takes; a longer line is read as several.
 constexpr std::size_t LONGEST_READ = 39;
 } // namespace
 
@@ -71,7 +71,7 @@ bool RbtDataReader::read_line(std::uint8_t* word)
     const auto bytes = input_.peek(LONGEST_READ);
     std::string_view line{as_text(bytes), std::min(bytes.size(), LONGEST_READ)};
     const std::size_t line_feed = line.find('\n');
-    // Choice: what a read error cuts off is no line (docs/decisions/0013-read-errors-and-ends.md).
+    // Choice: a line that a read error cuts short is none (docs/decisions/0013-read-errors-and-ends.md).
     if (line_feed != std::string_view::npos)
         line = line.substr(0, line_feed + 1);
     else if (line.empty() || (line.size() < LONGEST_READ && input_.failed()))
@@ -85,6 +85,17 @@ bool RbtDataReader::read_line(std::uint8_t* word)
     kvn_fpga_imp::process_Bitstream_Word(line.data(), word);
     input_.skip(line.size());
     return true;
+}
+
+void kvn_fpga_imp::process_Bitstream_Word(const char* chars, unsigned char* out)
+{
+    for (std::size_t group = 0; group < WORD_SIZE; ++group) {
+        unsigned byte = 0;
+        for (unsigned bit = 0; bit < 8; ++bit)
+            if (*chars++ == '1')
+                byte |= 1U << bit;
+        out[group] = static_cast<unsigned char>(byte);
+    }
 }
 
 int kvn_fpga_imp::write_rbt_line(const char* file_name, FILE* stream, const unsigned char* bytes)

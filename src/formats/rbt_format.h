@@ -2,37 +2,36 @@
 //
 // Header:  1     "Xilinx ASCII Bitstream"
 //          2-4   anything
-//          5     the part line; the device stands behind its first blanks
+//          5     the part line; the device follows its first blanks
 //          6     a date line, which may be missing
-//          6, 7  the line with "bits:" and the number of configuration bits
-// Data:    32 characters and a line feed for each four bytes; '1' is a one, any other character a zero
+//          6, 7  "bits:" and the number of configuration bits
+// Data:    a line of 32 characters and a line feed for every four bytes; '1' is a one, anything else a zero
 #ifndef KVN_FPGA_FORMATS_RBT_FORMAT_H
 #define KVN_FPGA_FORMATS_RBT_FORMAT_H
 
-#include "formats/bit_order.h"
 #include "formats/block_file.h"
+#include "formats/byte_kernels.h"
 #include "support/message.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 
-/// A header line as it is read: at most 254 characters, its line feed among them, and a terminating zero. A
-/// longer line is read in pieces, each of which counts as a line.
+/// A header line: at most 254 characters including the line feed. A longer line is read as several.
 struct RbtLine {
     char text[255] = {};
 
     /// @return false when no line can be read
     bool read(FILE* stream) { return std::fgets(text, sizeof text, stream) != nullptr; }
 
-    /// Whether the line is the title, to the letter and with nothing behind its line feed.
+    /// Whether the line is exactly the title.
     [[nodiscard]] bool is_title() const;
 
-    /// Copies the device that a part line names. Choice: a line without a blank names none, and one without a
-    /// line feed ends at its end (docs/decisions/0008-device-names.md).
+    /// Copies the device that a part line names. Choice: a line without a blank names none, and a line feed
+    /// may be missing (docs/decisions/0008-device-names.md).
     void copy_device(char (&device)[255]) const;
 
-    /// Finds "bits:" and the number behind it.
+    /// Finds "bits:" and reads the number that follows.
     /// @return false when the line has no "bits:"
     [[nodiscard]] bool find_bit_count(std::int32_t& bits) const;
 };
@@ -40,22 +39,22 @@ struct RbtLine {
 /// Reads lines 2 to 5, the part line into line.
 bool read_part_line(FILE* stream, RbtLine& line);
 
-/// Reads the data lines of a file from where its header ends, by this rule: a line is cut as fgets cuts it
-/// into a buffer of 40 bytes, measured as strlen measures it, and must be 33 long. So 33 characters at the
-/// end of the file are a line even without a line feed, and a zero byte ends one.
+/// Reads the data lines, which follow the header, by this rule: fgets reads a line into a buffer of 40 bytes,
+/// and its strlen must be 33. So the last line needs no line feed if it has 33 characters, and a zero byte
+/// ends a line.
 ///
-/// read_line is the rule. For plain lines, 32 times '0' or '1' and a line feed, read_plain_lines comes to the
-/// same, some lines at once.
+/// read_line states the rule. read_plain_lines gives the same result for several lines of 32 digits '0' or
+/// '1' and a line feed.
 class RbtDataReader
 {
 public:
     explicit RbtDataReader(FILE* stream) : input_{stream} {}
 
-    /// Turns the next lines into words and hands them on a few at a time: the processor packs the next ones
-    /// while these are on their way.
+    /// Turns the next lines into words and passes them on a few at a time, so that the processor packs the
+    /// next ones while these are being sent.
     /// @param limit the number of lines to read
-    /// @param take takes the bytes of some words; false stops the reading
-    /// @return how many were read; fewer at the end of the file and in front of a line of a wrong length
+    /// @param take takes the bytes of some words; returns false to stop
+    /// @return the number of lines read; fewer at end of file or at a line of the wrong length
     template <class Take>
     std::size_t read(std::size_t limit, Take take)
     {
@@ -86,19 +85,19 @@ public:
         return words;
     }
 
-    /// Whether a line of a wrong length stopped the reading, and that length.
+    /// Whether a line of the wrong length stopped the reading, and its length.
     [[nodiscard]] bool found_wrong_line() const { return wrong_line_; }
     [[nodiscard]] int wrong_length() const { return wrong_length_; }
 
 private:
-    /// Reads any line.
-    /// @return false at the end of the file and at a line of a wrong length
+    /// Reads any line, by the rule.
+    /// @return false at end of file or at a line of the wrong length
     bool read_line(std::uint8_t* word);
 
-    // More gain little, and are sent too late to overlap with the next ones.
+    // More lines gain little: they are sent too late to overlap with packing the next ones.
     static constexpr std::size_t LINES_AT_ONCE = 16;
 
-    /// Reads the next line; LINES_AT_ONCE of them where a pair begins and all are plain.
+    /// Reads LINES_AT_ONCE lines if a piece begins here and all are plain, else one.
     /// @return 0 when there are none
     std::size_t read_next(std::uint8_t* bytes, std::size_t limit)
     {
@@ -108,7 +107,7 @@ private:
         return read_plain_lines<1>(bytes) || read_line(bytes) ? 1 : 0;
     }
 
-    /// Reads lines when they all are plain.
+    /// Reads the next lines if all of them are plain.
     template <std::size_t Lines>
     bool read_plain_lines(std::uint8_t* bytes)
     {
@@ -125,12 +124,12 @@ private:
     }
 
     BlockReader input_;
-    bool inside_pair_ = false; // two lines make a piece of what is sent: groups start where a piece does
+    bool inside_pair_ = false; // two lines make a piece that is sent; groups start where a piece does
     bool wrong_line_ = false;
     int wrong_length_ = 0;
 };
 
-/// The message for a character of a data line that cannot be written.
+/// The message when this character of a data line cannot be written.
 constexpr Message<const char*> rbt_write_failure(char character)
 {
     if (character == '1')

@@ -1,27 +1,18 @@
 // The run coding of MCB files and of compressed loads.
 #include "formats/run_coding.h"
 
-#include "formats/bit_order.h"
-
 #include <bit>
 
 namespace
 {
-/// Writes the runs of some data, the first of which earlier data may have begun.
+/// Writes the runs of some data at the places where a byte differs from the one before.
 class RunWriter
 {
 public:
+    /// @param begun how many copies of the first byte are in hand, the first byte itself among them
     RunWriter(std::span<const std::uint8_t> data, std::size_t begun, std::uint8_t* pairs)
-        : data_{data}, start_{-static_cast<std::ptrdiff_t>(begun)}, out_{pairs}
+        : data_{data}, start_{1 - static_cast<std::ptrdiff_t>(begun)}, out_{pairs}
     {
-    }
-
-    /// Ends the run in hand in front of a byte that differs from it.
-    void end_run(std::size_t at, std::uint8_t value)
-    {
-        const std::size_t count = write_full_runs(at, value);
-        write_pair(count, value);
-        start_ = static_cast<std::ptrdiff_t>(at);
     }
 
     /// Ends a run in front of each byte that changes has found among those from `first` on.
@@ -46,6 +37,14 @@ public:
     [[nodiscard]] std::uint8_t* end() const { return out_; }
 
 private:
+    /// Ends the run in hand in front of a byte that differs from it.
+    void end_run(std::size_t at, std::uint8_t value)
+    {
+        const std::size_t count = write_full_runs(at, value);
+        write_pair(count, value);
+        start_ = static_cast<std::ptrdiff_t>(at);
+    }
+
     // The mask of SINGLES bytes that all differ from the one before.
     static constexpr std::uint64_t ALL_CHANGE = (std::uint64_t{1} << SINGLES) - 1;
 
@@ -60,8 +59,8 @@ private:
         *out_++ = value;
     }
 
-    /// Writes as much of the run in front of a byte as makes more than one pair.
-    /// @return how much is left, which may be LONGEST_RUN itself
+    /// Writes the pairs of 255 of the run that ends in front of a byte.
+    /// @return the copies left for the last pair, up to LONGEST_RUN
     std::size_t write_full_runs(std::size_t at, std::uint8_t value)
     {
         std::size_t count = length_before(at);
@@ -70,7 +69,7 @@ private:
         return count;
     }
 
-    /// Where SINGLES bytes all differ from the one before, the run in hand ends, and runs of one.
+    /// Ends the run in hand and SINGLES - 1 runs of one: all of SINGLES bytes differ from the one before.
     void end_singles(std::size_t at)
     {
         fastest::write_singles(out_, &data_[at - 1]);
@@ -85,25 +84,45 @@ private:
 };
 } // namespace
 
-std::size_t RunEncoder::encode(std::span<const std::uint8_t> data, std::uint8_t* pairs)
+std::size_t RunEncoder::encode_plainly(std::span<const std::uint8_t> data, std::uint8_t* pairs)
 {
-    if (data.empty())
-        return 0;
-    RunWriter runs{data, count_, pairs};
-    if (count_ > 0 && data[0] != value_)
-        runs.end_run(0, value_);
-    std::size_t i = 1;
-    for (; i + CHANGES_SIZE <= data.size(); i += CHANGES_SIZE)
-        runs.end_runs(i, fastest::changes(&data[i]));
-    for (; i < data.size(); ++i)
-        if (data[i] != data[i - 1])
-            runs.end_run(i, data[i - 1]);
+    const std::size_t finished_before = finished_runs_;
+    for (const std::uint8_t byte : data) {
+        const bool run_ends = count_ > 0 && (byte != value_ || count_ == LONGEST_RUN);
+        if (run_ends) {
+            finish(pairs);
+            pairs += PAIR_SIZE;
+            ++finished_runs_;
+            count_ = 0;
+        }
+        value_ = byte;
+        ++count_;
+    }
+    return (finished_runs_ - finished_before) * PAIR_SIZE;
+}
 
+/// Codes bytes that follow a first one, in whole blocks. The first one has been coded.
+std::size_t RunEncoder::encode_blocks(std::span<const std::uint8_t> data, std::uint8_t* pairs)
+{
+    RunWriter runs{data, count_, pairs};
+    for (std::size_t i = 1; i < data.size(); i += CHANGES_SIZE)
+        runs.end_runs(i, fastest::changes(&data[i]));
     count_ = runs.hold_back_rest();
     value_ = data.back();
     const auto written = static_cast<std::size_t>(runs.end() - pairs);
     finished_runs_ += written / PAIR_SIZE;
     return written;
+}
+
+std::size_t RunEncoder::encode(std::span<const std::uint8_t> data, std::uint8_t* pairs)
+{
+    if (data.size() <= CHANGES_SIZE)
+        return encode_plainly(data, pairs);
+    // A block is compared with what stands one byte in front of it, so the first byte goes ahead.
+    const std::size_t in_blocks = 1 + (data.size() - 1) / CHANGES_SIZE * CHANGES_SIZE;
+    std::size_t written = encode_plainly(data.first(1), pairs);
+    written += encode_blocks(data.first(in_blocks), pairs + written);
+    return written + encode_plainly(data.subspan(in_blocks), pairs + written);
 }
 
 void RunEncoder::finish(std::uint8_t* pair) const

@@ -6,7 +6,7 @@ namespace
 // Required: older families are not sent the last four words in plain mode.
 constexpr std::int32_t TAIL_BITS = 128;
 
-/// A wrong count is recorded, and the load goes on: the data has been sent, and the module has the last word.
+/// Records a wrong count and lets the load go on: the data has been sent, and the module decides.
 void report_bit_count(kvn_fpga_imp& session, const BitTally& bits, const VerdictMessages& messages)
 {
     if (bits.matches()) {

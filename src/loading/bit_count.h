@@ -1,5 +1,4 @@
-// What the RBT and the BIT loader share: they count bits, and judge the count together with the module's
-// verdict.
+// What the RBT and the BIT loader share: they count bits and judge by the count and the module's verdict.
 #ifndef KVN_FPGA_LOADING_BIT_COUNT_H
 #define KVN_FPGA_LOADING_BIT_COUNT_H
 
@@ -9,14 +8,13 @@
 
 #include <span>
 
-/// How many of the next words are sent in plain mode.
+/// Returns how many of the next words are sent in plain mode.
 std::size_t words_before_tail(std::size_t words, const BitTally& bits, const kvn_fpga_imp& session);
 
-/// Counts words, and shows the progress when a report is due.
+/// Counts words and shows progress when a report is due.
 void count_words(kvn_fpga_imp& session, BitTally& bits, std::size_t words);
 
-/// What is said when the counts differ, and of the module's verdict. In the messages the stated count comes
-/// first.
+/// The texts for differing counts and for the module's verdict. Messages give the stated count first.
 struct VerdictMessages {
     const char* mismatch_line;               ///< found, stated
     Message<int, int, const char*> mismatch; ///< recorded while the load goes on
@@ -25,7 +23,7 @@ struct VerdictMessages {
     Message<int> refused;
 };
 
-/// Sends what the buffer still holds, closes the file, and hears and judges the module's verdict.
+/// Flushes the buffer, closes the file, and reads and judges the module's verdict.
 int finish_counted_load(kvn_fpga_imp& session, LoadExchange& load, File file, const BitTally& bits,
                         const VerdictMessages& messages);
 

@@ -34,12 +34,12 @@ constexpr VerdictMessages verdict_messages{
     .refused = "Error 9366. Configuration was unsuccessful (%d).",
 };
 
-// Required: in plain mode one byte behind the stated end is noticed, in compressed mode only a whole block of
-// these.
+// Required: a single byte after the stated end is noticed in plain mode, only a whole block in compressed
+// mode.
 constexpr std::size_t TRAILING_BYTE = 1;
 constexpr std::size_t TRAILING_BLOCK = 1024;
 
-/// The failures of reading a word.
+/// Messages for a failed read of a word.
 struct WordMessages {
     Message<const char*, int, int> end_or_error; // file, bits read, bits stated
     Message<int, int, const char*> short_word;   // its length, bits read, file
@@ -108,7 +108,7 @@ int send_compressed(kvn_fpga_imp& session, LoadExchange& load, FILE* fp, BitTall
 }
 } // namespace
 
-/// The device name is not looked at: the header's reader checks the session's.
+/// The device name is ignored: the header's reader checks the session's.
 int kvn_fpga_imp::Load_Bitstream_bit(const char* given_type, int given_number, int given_address, FILE* fp,
                                      const char* /*given_device*/)
 {

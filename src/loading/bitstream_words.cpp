@@ -1,26 +1,17 @@
-// Turns single words of a bitstream into bytes, and sends them.
+// Sends words of a bitstream.
 #include "bus/api_text.h"
+#include "bus/buffered_sending.h"
 #include "formats/bit_order.h"
+#include "formats/byte_kernels.h"
 #include "kvnfpgai.h"
 
 #include <algorithm>
-
-void kvn_fpga_imp::process_Bitstream_Word(const char* chars, unsigned char* out)
-{
-    for (std::size_t group = 0; group < WORD_SIZE; ++group) {
-        unsigned byte = 0;
-        for (unsigned bit = 0; bit < 8; ++bit)
-            if (*chars++ == '1')
-                byte |= 1U << bit;
-        out[group] = static_cast<unsigned char>(byte);
-    }
-}
 
 int kvn_fpga_imp::Transmit_Bitstream_Word(const char* chars)
 {
     unsigned char word[WORD_SIZE];
     process_Bitstream_Word(chars, word);
-    return check_rbt_send(send_buffered(handle, word, sizeof word).status);
+    return check_rbt_send(send_buffered(*this, handle, word, sizeof word).status);
 }
 
 int kvn_fpga_imp::Transmit_Bitstream_Bytes(const unsigned char* word)
@@ -42,14 +33,14 @@ int kvn_fpga_imp::transmit_bit_bytes(std::span<const std::uint8_t> bytes)
     std::uint32_t status = 0;
     while (status == 0 && !bytes.empty()) {
         std::size_t size = sizeof reversed;
-        // Two pieces at once, no more: the processor reverses the next ones while these are on their way.
+        // Two pieces at once, no more: the processor reverses the next ones while these are being sent.
         if (send_count == 0 && bytes.size() >= size) {
             fastest::reverse_block(reversed, bytes.data());
             status = send_pieces(handle, reversed, size).status;
         } else {
             size = std::min(bytes.size(), PIECE_SIZE - send_count);
             reverse_bytes(reversed, bytes.data(), size);
-            status = send_parts(handle, reversed, size).status;
+            status = send_parts(*this, handle, reversed, size).status;
         }
         bytes = bytes.subspan(size);
     }

@@ -2,6 +2,7 @@
 #include "loading/load_exchange.h"
 
 #include "bus/api_text.h"
+#include "bus/buffered_sending.h"
 #include "bus/module_protocol.h"
 #include "bus/slot_address.h"
 
@@ -67,13 +68,13 @@ int LoadExchange::start()
 
 int LoadExchange::send_pairs(std::span<const std::uint8_t> pairs, const PairMessages& messages)
 {
-    const auto result = session_.send_buffered(session_.handle, pairs.data(), pairs.size());
+    const auto result = send_buffered(session_, session_.handle, pairs.data(), pairs.size());
     return check(result.status, result.failed_byte % PAIR_SIZE == 0 ? messages.count : messages.value);
 }
 
 int LoadExchange::send(std::span<const std::uint8_t> bytes, const SlotMessage& message)
 {
-    return check(session_.send_buffered(session_.handle, bytes.data(), bytes.size()).status, message);
+    return check(send_buffered(session_, session_.handle, bytes.data(), bytes.size()).status, message);
 }
 
 int LoadExchange::flush()

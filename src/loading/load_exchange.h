@@ -14,7 +14,7 @@ using SlotMessage =
     Message<int, const char*, int, const char*>; // slot address, board type, board, platform's text
 using ReplyMessage = Message<const char*, int, const char*>; // board type, board, platform's text
 
-/// The failures of the exchange: every loader numbers its own.
+/// Messages for a failed exchange; every loader has numbers of its own.
 struct ExchangeMessages {
     SlotMessage start;
     SlotMessage header;
@@ -25,7 +25,7 @@ struct ExchangeMessages {
     ReplyMessage end_reply;
 };
 
-/// The failures of a run's two bytes.
+/// Messages for the two bytes of a run.
 struct PairMessages {
     SlotMessage count;
     SlotMessage value;
@@ -37,28 +37,28 @@ public:
     /// The messages name the session's board type, and the number and address that the loader was given.
     LoadExchange(kvn_fpga_imp& session, const ExchangeMessages& messages, int board_number, int slot_address);
 
-    /// Whether the data goes out run-coded; settled once for the load.
+    /// Whether the data is sent run-coded; decided once per load.
     [[nodiscard]] bool compressed() const { return compressed_; }
 
-    // Each step returns 0 or the number of its error. After a failure the message stays open and nothing more
-    // is sent.
+    // Each step returns 0 or the number of its error. After a failure the message stays open and nothing
+    // further is sent.
 
-    /// Waits for the user where questions are allowed, opens the message and sends the load header.
+    /// Waits for the user if questions are allowed, starts the message and sends the load header.
     int start();
 
-    /// Sends runs. A failure is that of the very byte that could not be sent.
+    /// Sends runs. The error is that of the byte that could not be sent.
     int send_pairs(std::span<const std::uint8_t> pairs, const PairMessages& messages);
 
-    /// Sends plain bytes that all have the same failure.
+    /// Sends plain bytes, all with the same message for a failure.
     int send(std::span<const std::uint8_t> bytes, const SlotMessage& message);
 
-    /// Sends what the buffer still holds.
+    /// Flushes the buffer.
     int flush();
 
     /// Ends the message and reads the module's verdict.
     int finish(int& status);
 
-    /// Tells the user that the module has started.
+    /// Reports to the user that the module has started.
     void report_success();
 
 private:

@@ -68,7 +68,7 @@ int read_header(kvn_fpga_imp& session, FILE* fp, const char* device_name, std::i
     return 0;
 }
 
-/// Sends the data of a file, and counts its bytes.
+/// Sends and counts the data of a file.
 class McbData
 {
 public:
@@ -101,8 +101,8 @@ private:
         return !session_.virtex2_family && done_ + pairs[0] >= total_ - TAIL_BYTES;
     }
 
-    /// Sends runs until a report is due or the end is reached; near the tail of an older family a single one,
-    /// since the next may reach into it.
+    /// Sends runs until a report is due or the data ends; near the tail of an older family only one, as the
+    /// next may reach into it.
     int send_runs(std::span<const std::uint8_t> pairs)
     {
         std::int64_t room = total_ - done_;
@@ -122,7 +122,7 @@ private:
                                   : load_.send({bytes, taken.data_bytes}, expanded_message);
     }
 
-    /// Sends the run that reaches into the tail, without what lies in the tail. It is the last one.
+    /// Sends the part of the last run that lies before the tail.
     int send_tail(const std::uint8_t* pair)
     {
         const std::int64_t count = total_ - TAIL_BYTES - done_;

@@ -1,4 +1,5 @@
 // Loads a module's FPGA from an RBT file.
+#include "bus/buffered_sending.h"
 #include "formats/device_match.h"
 #include "formats/rbt_format.h"
 #include "formats/run_coding.h"
@@ -77,7 +78,7 @@ int send_plain(kvn_fpga_imp& session, FILE* fp, BitTally& bits)
     RbtDataReader lines{fp};
     std::uint32_t status = 0;
     const auto send = [&](std::span<const std::uint8_t> bytes) {
-        status = session.send_buffered(session.handle, bytes.data(), bytes.size()).status;
+        status = send_buffered(session, session.handle, bytes.data(), bytes.size()).status;
         return status == 0;
     };
     const auto hold_back = [](std::span<const std::uint8_t> /*bytes*/) { return true; };

@@ -1,4 +1,5 @@
 // Turns the arguments of a command line into the session's fields.
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 #include "support/text.h"
 
@@ -15,8 +16,6 @@ int stricmp(const char* a, const char* b)
 
 namespace
 {
-constexpr unsigned BOARDS = 16;
-
 int take_con_file(kvn_fpga_imp& session, const char* argument)
 {
     if (session.con_given)
@@ -27,8 +26,7 @@ int take_con_file(kvn_fpga_imp& session, const char* argument)
         return session.fail(
             "Error 9004. %s does not have a .con extension. If you meant to provide a bitstream use the -f option.",
             session.con_file);
-    // A name that leaves no room for its extension stays without one, and counts as not found when it is
-    // opened.
+    // A name without room for the extension stays as it is; opening it fails as if it were missing.
     if (extension > 0)
         copy_with_extension(session.con_file, session.con_file, ".con");
     session.con_given = 1;
@@ -66,7 +64,7 @@ int take_switch(kvn_fpga_imp& session, const char* argument)
 int take_slot(kvn_fpga_imp& session, const char* value)
 {
     session.slot = static_cast<std::uint8_t>(to_number(value)); // Required: kept in 8 bits, so 259 is slot 3
-    if (static_cast<std::uint8_t>(session.slot - 1) > 3)
+    if (!is_slot(session.slot))
         return session.fail("Error 9000. Slot %d is not a valid slot (must be 1,2,3 or 4).", session.slot);
     session.slot_given = 1;
     return 0;
@@ -76,7 +74,7 @@ int take_target_board(kvn_fpga_imp& session, const char* value)
 {
     session.target_board = static_cast<std::uint32_t>(to_number(value));
     // Required: the message shows the board number, not the target board.
-    if (session.target_board >= BOARDS)
+    if (!is_board(session.target_board))
         return session.fail("Error 9005. Target board %d not a valid board (must be 0..15).",
                             session.board_number);
     session.target_board_given = 1;
@@ -86,7 +84,7 @@ int take_target_board(kvn_fpga_imp& session, const char* value)
 int take_board_number(kvn_fpga_imp& session, const char* value)
 {
     session.board_number = static_cast<std::uint16_t>(to_number(value)); // Required: kept in 16 bits
-    if (session.board_number >= BOARDS)
+    if (!is_board(session.board_number))
         return session.fail("Error 9001. Board %d not a valid board (must be 0..15).", session.board_number);
     session.board_number_given = 1;
     return 0;
@@ -119,7 +117,7 @@ int take_argument(kvn_fpga_imp& session, const char* argument)
 {
     if (argument[0] != '-')
         return take_con_file(session, argument);
-    // A lone "-" is an option without a letter, which is none of them.
+    // A lone "-" has no letter, so it is an unknown option.
     return std::strlen(argument) <= 2 ? take_switch(session, argument) : take_option(session, argument);
 }
 } // namespace
@@ -149,6 +147,5 @@ int kvn_fpga_imp::parse_command_line(int argc, char** argv)
 
 std::uint8_t kvn_fpga_imp::form_slot_address() const
 {
-    const unsigned board = target_board_given ? target_board : board_number;
-    return static_cast<std::uint8_t>((slot & 7U) | (board * 16));
+    return join_slot_address(slot, target_board_given ? target_board : board_number);
 }

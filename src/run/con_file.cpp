@@ -1,4 +1,5 @@
 // Configures one module for each line of a configuration description file.
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 #include "support/text.h"
 
@@ -7,18 +8,16 @@
 
 namespace
 {
-constexpr int BOARDS = 16;
-
-// A longer line is read in pieces, each of which is taken as a line.
+// A longer line is read as several.
 constexpr int LINE_SIZE = 256;
 
-/// Cuts the fields of a line one after the other.
+/// Cuts a line into its fields.
 class Fields
 {
 public:
     explicit Fields(const char* line) : rest_{line} {}
 
-    /// The field up to the next blank or the end of the line.
+    /// Returns the field up to the next blank or the end of the line.
     /// Choice: a field that is missing is empty (docs/decisions/0015-fields-of-con-files.md).
     std::string_view next()
     {
@@ -96,14 +95,14 @@ int read_module_line(kvn_fpga_imp& session, const char* line)
 
     copy_text(word, fields.next());
     session.board_number = static_cast<std::uint16_t>(to_number(word)); // Required: kept in 16 bits
-    if (session.board_number >= BOARDS)
+    if (!is_board(session.board_number))
         return session.fail("Error 9025. Invalid board number %d (should be 0..15).", session.board_number);
 
     copy_text(word, fields.next());
     // The field is the whole slot address: 0x21 is slot 1 of board 2.
     session.slot_address = static_cast<std::uint8_t>(kvn_fpga_imp::parse_number(word));
-    session.slot = session.slot_address & 15;
-    if (session.slot < 1 || session.slot > 4)
+    session.slot = slot_of(session.slot_address);
+    if (!is_slot(session.slot))
         return session.fail("Error 9026. Invalid slot number %d (should be 1,2,3 or 4).", session.slot);
     return 0;
 }
@@ -121,7 +120,7 @@ int configure_module(kvn_fpga_imp& session)
 
 FILE* open_con_file(const char (&name)[256])
 {
-    // A name that had no room for its extension names no file.
+    // A name without room for its extension names no file.
     char full_name[sizeof name];
     const bool has_extension = kvn_fpga_imp::Check_Extension(name, ".con") <= 0;
     const bool has_room = copy_with_extension(full_name, name, ".con");

@@ -1,12 +1,13 @@
 // The four ways into a run: each resets the session, fills it and starts the driver.
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 #include "support/text.h"
 
 namespace
 {
-/// What the platform says of a handle that the caller opened.
+/// What the platform reports about a handle that the caller opened.
 struct DeviceInfo {
-    // Larger than the 32 characters that the platform is asked for, so that a careless one does no harm.
+    // Larger than the 32 characters that are requested, in case a platform writes more.
     char board_type[256] = {};
     std::uint16_t board_number = 0;
     // Platforms write 16 or 32 bits here.
@@ -38,12 +39,12 @@ void set_flags(kvn_fpga_imp& session, int flags)
     session.never_compress = (flags & 4) != 0 ? 1 : 0;
 }
 
-/// Both direct entry points name the module by its bus address and never search.
+/// Takes the module's bus address: the direct entry points never search.
 void set_module(kvn_fpga_imp& session, int kavrinid)
 {
     session.slot_given = 1;
     session.slot_address = static_cast<std::uint8_t>(kavrinid);
-    session.slot = static_cast<std::uint8_t>(kavrinid & 15);
+    session.slot = slot_of(kavrinid);
     session.file_is_rbt = 1;
 }
 } // namespace
@@ -118,7 +119,7 @@ int kvn_fpga_imp::kvn_fpga(MW_HANDLE* given_handle, int argc, char** argv)
             return fail(
                 "Error 9307: kvn_fpga: Cannot retrieve information from device handle (API error 0x%lx).",
                 static_cast<unsigned long>(device.status));
-        // Required: the handle's board serves only to see whether the handle suits the command line.
+        // Required: the handle's board only decides whether the handle suits the command line.
         const bool type_suits = !board_type_given || stricmp(board_type, device.board_type) == 0;
         const bool number_suits = !board_number_given || board_number == device.board_number;
         if (device.kind == MW_DEVICE_KIND_KSB && type_suits && number_suits) {

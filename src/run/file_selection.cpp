@@ -1,4 +1,4 @@
-// Settles which bitstream file a run uses, and of what kind it is, and opens it.
+// Selects and opens the bitstream file of a run and determines its kind.
 #include "kvnfpgai.h"
 #include "support/text.h"
 
@@ -12,7 +12,7 @@ constexpr int NO_EXTENSION = 1;
 constexpr int SAME_EXTENSION = 0;
 constexpr int OTHER_EXTENSION = -1;
 
-/// One kind of bitstream file: how it is opened, and where the session notes it.
+/// One kind of bitstream file: how it is opened and where the session notes it.
 struct FileKind {
     const char* extension;
     const char* mode;
@@ -40,7 +40,7 @@ bool open_with_extension(kvn_fpga_imp& session, std::string_view name, const Fil
     return session.*kind.stream != nullptr;
 }
 
-/// Uses the file of this kind when there is one.
+/// Uses the file of this kind if it exists.
 bool try_kind(kvn_fpga_imp& session, std::string_view name, const FileKind& kind)
 {
     char full_name[256];
@@ -51,8 +51,8 @@ bool try_kind(kvn_fpga_imp& session, std::string_view name, const FileKind& kind
     return true;
 }
 
-/// Offers the file of this kind, when there is one, in place of the named one. A refused file stays open
-/// until the run ends.
+/// Offers the file of this kind, if it exists, in place of the named one. A refused file stays open until the
+/// run ends.
 Outcome offer_kind(kvn_fpga_imp& session, const FileKind& kind)
 {
     std::string_view name{session.bitstream_file};
@@ -158,14 +158,14 @@ int kvn_fpga_imp::Check_Extension(const char* name, const char* ext)
     return text.ends_with(ext) ? SAME_EXTENSION : OTHER_EXTENSION;
 }
 
-/// Asks until a usable name is given. The result is OTHER_EXTENSION only when standard input has ended.
+/// Asks until a usable name is given. Returns OTHER_EXTENSION only when standard input has ended.
 int kvn_fpga_imp::Request_Rbt_File()
 {
     for (;;) {
         const int result =
             xaskstring("Enter the name of the bitstream RBT, MCB, or BIT file:", bitstream_file);
         if (bitstream_file[0] == '\0') {
-            // Choice: nobody will ever answer on an input that has ended, so asking again would never end
+            // Choice: after the end of input there will be no answer, so asking again would never end
             // (docs/decisions/0002-answers.md).
             if (user_askstring == nullptr && result == 0)
                 return OTHER_EXTENSION;
@@ -180,7 +180,7 @@ int kvn_fpga_imp::Request_Rbt_File()
     }
 }
 
-// The orders in which the other kinds are tried differ for each named kind, on purpose.
+// Each named kind has its own order in which the other kinds are tried.
 int kvn_fpga_imp::determine_bitstream_type()
 {
     if (!file_is_rbt && (!prompt_user || Request_Rbt_File() == OTHER_EXTENSION))

@@ -1,11 +1,10 @@
 // Carries out one run: a conversion, or the configuration of one module.
+#include "bus/slot_address.h"
 #include "kvnfpgai.h"
 #include "support/text.h"
 
 namespace
 {
-constexpr unsigned BOARDS = 16;
-
 int convert_to_mcb(kvn_fpga_imp& session)
 {
     if (session.file_is_rbt)
@@ -34,7 +33,7 @@ void set_board_number(kvn_fpga_imp& session, const char* digits)
         session.slot_address = session.form_slot_address();
 }
 
-/// The value of the environment's board, or null.
+/// Returns the value of MWAPIKSB or else MWAPIJTAG, or null.
 const char* find_environment_board(kvn_fpga_imp& session)
 {
     // Choice: a variable that is set but empty counts as set (docs/decisions/0004-environment-values.md).
@@ -49,7 +48,7 @@ const char* find_environment_board(kvn_fpga_imp& session)
     return nullptr;
 }
 
-/// Takes what is missing from a value such as "mwc4a 0".
+/// Takes the missing type and number from a value such as "mwc4a 0".
 void take_environment_board(kvn_fpga_imp& session, const char* value)
 {
     char type_word[32];
@@ -63,7 +62,7 @@ void take_environment_board(kvn_fpga_imp& session, const char* value)
             session.print("No boardtype (-d) defined. Use '%s' from MWAPIKSB or MWAPIJTAG..\n",
                           session.board_type);
     }
-    // Required: the number belongs to the variable's board type, so another type's run cannot use it.
+    // Required: the number belongs to the variable's board type and is not used for another.
     if (session.board_number_given || stricmp(type_word, session.board_type) != 0)
         return;
     // Choice: a value without a second word gives no number (docs/decisions/0004-environment-values.md).
@@ -98,7 +97,7 @@ int ask_for_board(kvn_fpga_imp& session)
     return 0;
 }
 
-/// Settles board type and number: from the options, then the environment, then the user.
+/// Determines board type and number: from the options, then the environment, then the user.
 int settle_board(kvn_fpga_imp& session)
 {
     if (session.board_type_given && session.board_number_given)
@@ -108,18 +107,18 @@ int settle_board(kvn_fpga_imp& session)
     return ask_for_board(session);
 }
 
-/// Makes sure of the module in the named slot, or lets the user choose one.
+/// Checks the named slot, or searches.
 int find_module(kvn_fpga_imp& session)
 {
     if (session.slot_given) {
-        if (static_cast<std::uint8_t>(session.slot - 1) > 3)
+        if (!is_slot(session.slot))
             return session.fail("Error 9077. Invalid slot number %d (should be 1,2,3 or 4).", session.slot);
         return session.Check_Module(session.board_type, session.board_number, session.slot_address);
     }
     if (const int error =
             session.Search_For_Modules(session.board_type, session.board_number, &session.slot_address))
         return error;
-    session.slot = session.slot_address & 15;
+    session.slot = slot_of(session.slot_address);
     return 0;
 }
 
@@ -127,7 +126,7 @@ int configure(kvn_fpga_imp& session)
 {
     if (const int error = settle_board(session))
         return error;
-    if (session.board_number >= BOARDS)
+    if (!is_board(session.board_number))
         return session.fail("Error 9076. Invalid board number %d (should be 0..15).", session.board_number);
 
     const Finally close_bus{[&session] { session.Close_KSB(); }};

@@ -1,4 +1,4 @@
-// All output and all questions of the library: the caller's functions, or else standard output and input.
+// All output and questions of the library: through the caller's functions, else standard output and input.
 #include "kvnfpgai.h"
 #include "support/text.h"
 
@@ -16,7 +16,7 @@ namespace
 {
 constexpr std::size_t ANSWER_SIZE = 256;
 
-/// Writes a question as a line and makes sure that it is seen before the answer is awaited.
+/// Writes a question as a line and flushes it, so that it is seen before the answer is read.
 void show_question(const char* text, const char* prompt_mark)
 {
     std::fputs(text, stdout);
@@ -25,8 +25,8 @@ void show_question(const char* text, const char* prompt_mark)
     std::fflush(stdout);
 }
 
-/// Reads a line without its newline, cut to size; the rest of a longer line is dropped.
-/// @return false when the input had ended before the line
+/// Reads a line without its newline; the rest of a line longer than size is dropped.
+/// @return false at the end of input
 bool read_line(char* line, std::size_t size)
 {
     std::size_t length = 0;
@@ -53,7 +53,7 @@ void kvn_fpga_imp::print(const char* format, ...)
     const int length = std::vsnprintf(text, sizeof text, format, values);
     va_end(values);
 
-    // Only texts that quote a BIT file's header are ever this long.
+    // Only texts that quote a BIT file's header get this long.
     std::unique_ptr<char[]> long_text;
     if (length >= static_cast<int>(sizeof text)) {
         const std::size_t size = static_cast<std::size_t>(length) + 1;
@@ -65,7 +65,8 @@ void kvn_fpga_imp::print(const char* format, ...)
     xprint(long_text ? long_text.get() : text);
 }
 
-/// A long run does this thousands of times: written from behind it costs a tenth of a formatted text.
+/// Built from the last digit backwards, at a tenth of the cost of formatting: a long run does this thousands
+/// of times.
 void kvn_fpga_imp::show_progress(std::int32_t percent)
 {
     constexpr std::string_view label = "\r% Done: ";
@@ -87,13 +88,12 @@ void kvn_fpga_imp::show_progress(std::int32_t percent)
 void kvn_fpga_imp::xprint(const char* text)
 {
     if (user_print != nullptr) {
-        user_print(const_cast<char*>(text)); // NOLINT: the text stands in print's buffer
+        user_print(const_cast<char*>(text)); // NOLINT: the text is in print's buffer
         return;
     }
-    // Written as it stands: a percent sign in a file name is no conversion.
+    // Not as a format: a file name may hold a percent sign.
     std::fputs(text, stdout);
-    // A terminal shows progress at once. Its buffering tells what it is without asking the system for each
-    // text.
+    // A terminal shows progress at once. Line buffering identifies it without a system call for each text.
     if (__flbf(stdout) != 0)
         std::fflush(stdout);
 }
@@ -109,14 +109,14 @@ int kvn_fpga_imp::xprompt(const char* text)
     return std::getchar();
 }
 
-/// On the console the result is 0 when the input had ended, else 1.
+/// On the console, returns 0 at the end of input, else 1.
 int kvn_fpga_imp::xaskstring(const char* prompt, char* answer)
 {
     const std::size_t size = answer == board_type ? sizeof board_type : ANSWER_SIZE;
     if (user_askstring != nullptr) {
         char shown[ANSWER_SIZE];
         copy_text(shown, prompt);
-        // The function may write 256 bytes whatever the answer holds; what it leaves untouched stays.
+        // The function may write 256 bytes whatever room the answer has; what it does not write stays.
         char given[ANSWER_SIZE] = {};
         std::strncpy(given, answer, size - 1);
         const int result = user_askstring(shown, given);

@@ -1,4 +1,4 @@
-// The session's frame: its reset, version, callbacks, last error and the files it has open.
+// The session's reset, version, callbacks, last error and open files.
 #include "kvnfpgai.h"
 #include "session/version.h"
 
@@ -14,7 +14,7 @@ kvn_fpga_imp::kvn_fpga_imp()
     user_ask_yn = nullptr;
 }
 
-// Required: an open file or bus is forgotten here, not closed; the run that opened it has closed it.
+// Required: open files and buses are forgotten here, not closed; the run that opened them has closed them.
 kvn_fpga_imp::~kvn_fpga_imp()
 {
     Initialise();
@@ -34,7 +34,7 @@ void clear_text(char (&field)[Size])
 }
 } // namespace
 
-// Required: the callbacks survive, and file_is_bit, which file selection clears before use.
+// Required: the callbacks stay, and so does file_is_bit, which file selection clears before use.
 void kvn_fpga_imp::Initialise()
 {
     handle = nullptr;
@@ -109,7 +109,7 @@ char* kvn_fpga_imp::kvn_fpga_getlasterr()
 
 char* kvn_fpga_imp::getapivar(const char* name)
 {
-    return std::getenv(name); // NOLINT(concurrency-mt-unsafe): the environment is the caller's to keep still
+    return std::getenv(name); // NOLINT(concurrency-mt-unsafe): the caller leaves the environment alone
 }
 
 // Required: an equivalent accessor that no step uses.

@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-/// What printing makes of a value of type T: text, an int or an unsigned long.
+/// The type as which a value of type T is printed: text, an int or an unsigned long.
 template <class T>
 using Printed = std::conditional_t<std::is_convertible_v<const T&, const char*>, const char*,
                                    std::conditional_t<(sizeof(T) > sizeof(int)), unsigned long, int>>;
@@ -15,7 +15,7 @@ template <class... Values>
 class Message
 {
 public:
-    // NOLINTNEXTLINE(google-explicit-constructor): a message is written as the literal that it is
+    // NOLINTNEXTLINE(google-explicit-constructor): a message is written as a literal
     consteval Message(const char* words) : Message{stated_number(words), words} {}
 
     /// For the one text that states another number than the one returned.

@@ -1,4 +1,4 @@
-// Owners of what must be released on every path.
+// Owners of resources that are released on every path.
 #ifndef KVN_FPGA_SUPPORT_OWNED_H
 #define KVN_FPGA_SUPPORT_OWNED_H
 

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string_view>
 
-/// Copies a text into a field, cut to what the field holds with its terminating zero.
+/// Copies a text into a field, cut so that a terminating zero fits.
 template <std::size_t Size>
 void copy_text(char (&field)[Size], std::string_view text)
 {
@@ -14,8 +14,8 @@ void copy_text(char (&field)[Size], std::string_view text)
     field[length] = '\0';
 }
 
-/// Copies a text with an extension behind it.
-/// @return false, with the field untouched, when the whole does not fit
+/// Copies a text followed by an extension.
+/// @return false, with the field unchanged, if the result does not fit
 template <std::size_t Size>
 bool copy_with_extension(char (&field)[Size], std::string_view name, std::string_view extension)
 {
@@ -28,7 +28,7 @@ bool copy_with_extension(char (&field)[Size], std::string_view name, std::string
     return true;
 }
 
-/// A character's lower-case form, in every locale the same.
+/// Returns the lower-case form of a character, independent of the locale.
 constexpr char lower(char c)
 {
     return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
@@ -45,7 +45,7 @@ constexpr bool is_digit(char c)
     return c >= '0' && c <= '9';
 }
 
-/// The text from the first character on that is no blank.
+/// Returns the text from its first non-blank character on.
 constexpr const char* skip_blanks(const char* text)
 {
     while (is_blank(*text))
@@ -53,7 +53,7 @@ constexpr const char* skip_blanks(const char* text)
     return text;
 }
 
-/// The first blank of a text, or its end.
+/// Returns the first blank of a text, or its end.
 constexpr const char* find_blank(const char* text)
 {
     while (*text != '\0' && !is_blank(*text))
@@ -61,8 +61,8 @@ constexpr const char* find_blank(const char* text)
     return text;
 }
 
-/// Converts the leading decimal integer: white space, a sign and digits, up to the first other character. No
-/// digits give 0, and what leaves 32 bits the nearest number of 32 bits.
+/// Converts the leading decimal integer: white space, a sign and digits. Returns 0 without digits, and
+/// saturates at 32 bits.
 std::int32_t to_number(const char* text);
 
 #endif

@@ -1,4 +1,5 @@
 // Opening and closing a board's bus, and the buffer of outgoing data.
+#include "bus/buffered_sending.h"
 #include "support/run_fixture.h"
 
 #include <cstring>
@@ -265,7 +266,7 @@ TEST_F(SendBuffer, NamesTheByteThatFilledThePieceThatCouldNotBeSent)
                      << row.buffered << " + " << row.length << ", piece " << row.failing_piece);
         ASSERT_EQ(send(row.buffered), 0);
         platform.fail_call(row.failing_piece, 0x77);
-        const auto sent = session.send_buffered(session.handle, data.data(), row.length);
+        const auto sent = send_buffered(session, session.handle, data.data(), row.length);
         EXPECT_EQ(sent.status, 0x77U);
         EXPECT_EQ(sent.failed_byte, row.failed_byte);
         EXPECT_EQ(session.send_count, 0U);

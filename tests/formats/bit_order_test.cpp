@@ -1,5 +1,6 @@
 // Bit order: the fast forms agree with each other and with bits moved one by one.
 #include "formats/bit_order.h"
+#include "formats/byte_kernels.h"
 #include "kvnfpgai.h"
 
 #include <gtest/gtest.h>

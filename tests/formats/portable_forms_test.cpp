@@ -1,5 +1,5 @@
 // The plainly written forms of what processors with vectors do at once: elsewhere they carry every bitstream.
-#include "formats/bit_order.h"
+#include "formats/byte_kernels.h"
 #include "formats/run_coding.h"
 #include "support/bytes.h"
 
@@ -122,23 +122,6 @@ TEST(PortableForms, ReadSeveralLinesAsTheOthersDo)
                 ASSERT_EQ(form.read(read.data(), changed.data()), fits)
                     << form.name << ", " << place << ": " << other;
             }
-    }
-}
-
-TEST(PortableForms, WriteSeveralLinesAsTheOthersDo)
-{
-    constexpr char guard = 0x55;
-    const Bytes words = numbered(256 * WORD_SIZE);
-    for (const std::size_t count : {0U, 1U, 2U, 255U, 256U}) {
-        std::string expected((count + 1) * LINE_CHARS, guard);
-        for (std::size_t line = 0; line < count; ++line)
-            portable::write_line(expected.data() + line * LINE_CHARS, words.data() + line * WORD_SIZE);
-        for (const auto write : {fastest::write_lines, write_each_line<portable::write_line>,
-                                 write_each_line<fastest::write_line>}) {
-            std::string written(expected.size(), guard);
-            write(written.data(), words.data(), count);
-            EXPECT_EQ(written, expected) << count;
-        }
     }
 }
 

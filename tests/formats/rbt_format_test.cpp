@@ -301,6 +301,15 @@ TEST(RbtFormat, DataIsReadAsLineByLineAcrossTheBlocks)
     }
 }
 
+TEST(RbtFormat, CharactersBecomeFourBytesLowestBitFirst)
+{
+    unsigned char word[4];
+    kvn_fpga_imp::process_Bitstream_Word("10000000010000000010000000000001", word);
+    EXPECT_EQ(Bytes(word, word + 4), bytes("01 02 04 80"));
+    kvn_fpga_imp::process_Bitstream_Word("1xyz 2\t1........0000000O!!!!!!!1", word);
+    EXPECT_EQ(Bytes(word, word + 4), bytes("81 00 00 80")) << "whatever is no '1' is a zero";
+}
+
 TEST(RbtFormat, AWordIsWrittenWithTheLowestBitFirst)
 {
     kvn_fpga_imp session;

@@ -10,21 +10,14 @@
 
 namespace
 {
-/// One byte after the other: a differing byte, or a full run, ends the run.
+/// The coding by its rule, which must come out whatever way the bytes are taken.
 Bytes coded_byte_by_byte(const Bytes& data)
 {
-    Bytes pairs;
-    unsigned count = 0;
-    std::uint8_t value = data.empty() ? 0 : data[0];
-    for (const std::uint8_t byte : data) {
-        if (byte != value || count == LONGEST_RUN) {
-            pairs.insert(pairs.end(), {static_cast<std::uint8_t>(count), value});
-            count = 0;
-            value = byte;
-        }
-        ++count;
-    }
-    pairs.insert(pairs.end(), {static_cast<std::uint8_t>(count), value});
+    RunEncoder encoder;
+    Bytes pairs(PAIR_SIZE * data.size() + PAIR_SIZE);
+    const std::size_t size = encoder.encode_plainly(data, pairs.data());
+    encoder.finish(pairs.data() + size);
+    pairs.resize(size + PAIR_SIZE);
     return pairs;
 }
 
@@ -108,6 +101,35 @@ TEST(RunCoding, ARunOf255IsHeldBackUntilMoreFollows)
     EXPECT_EQ(coded_at_once(twice), (Bytes{255, 9, 255, 9}));
 }
 
+// The plain form is the rule itself: it is held against examples, and everything else against it.
+TEST(RunCoding, ThePlainFormEndsARunAtADifferingByteAndAt255Copies)
+{
+    EXPECT_EQ(coded_byte_by_byte({}), bytes("00 00"));
+    EXPECT_EQ(coded_byte_by_byte({7}), bytes("01 07"));
+    EXPECT_EQ(coded_byte_by_byte({0xAA, 0xAA, 0xBB, 0xAA}), bytes("02 AA 01 BB 01 AA"));
+    EXPECT_EQ(coded_byte_by_byte(Bytes(255, 9)), bytes("FF 09"));
+    EXPECT_EQ(coded_byte_by_byte(Bytes(256, 9)), bytes("FF 09 01 09"));
+    Bytes full_and_other(255, 9);
+    full_and_other.push_back(8);
+    EXPECT_EQ(coded_byte_by_byte(full_and_other), bytes("FF 09 01 08"));
+}
+
+TEST(RunCoding, BothFormsMayTakeTurns)
+{
+    std::mt19937 random{6};
+    for (int round = 0; round < 100; ++round) {
+        const Bytes data = runs_of_random_length(random, 2000, 400);
+        RunEncoder encoder;
+        Bytes pairs(PAIR_SIZE * (data.size() + 1));
+        std::size_t size = encoder.encode({data.data(), 700}, pairs.data());
+        size += encoder.encode_plainly({data.data() + 700, 300}, pairs.data() + size);
+        size += encoder.encode({data.data() + 1000, 1000}, pairs.data() + size);
+        encoder.finish(pairs.data() + size);
+        pairs.resize(size + PAIR_SIZE);
+        ASSERT_EQ(pairs, coded_byte_by_byte(data)) << round;
+    }
+}
+
 TEST(RunCoding, EveryLengthOfARunIsCodedAsByteByByte)
 {
     for (std::size_t length = 1; length < 1100; ++length) {
@@ -177,6 +199,29 @@ TEST(RunCoding, RunsAreFollowedUntilTheyStandForEnough)
         const Bytes all = bytes("AA AA AA BB BB CC CC CC CC CC");
         out.resize(row.data_bytes);
         EXPECT_EQ(out, Bytes(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(row.data_bytes)));
+    }
+}
+
+TEST(RunCoding, RunsAreExpandedAsOneByOneWhateverTheLimit)
+{
+    std::mt19937 random{12};
+    for (const unsigned longest : {1U, 2U, 20U}) {
+        Bytes pairs;
+        for (int run = 0; run < 100; ++run)
+            pairs.insert(pairs.end(), {static_cast<std::uint8_t>(random() % longest + random() % 2),
+                                       static_cast<std::uint8_t>(random())});
+        const std::size_t all = measure_runs(pairs, SIZE_MAX).data_bytes;
+        for (std::size_t enough = 0; enough <= all + 1; ++enough) {
+            Bytes expected;
+            const RunsTaken plain = follow_plainly(pairs, enough, {0, 0}, [&](auto, auto count, auto value) {
+                expected.insert(expected.end(), count, value);
+            });
+            Bytes out(expanded_size(enough));
+            const RunsTaken taken = expand_runs(pairs, enough, out.data());
+            out.resize(taken.data_bytes);
+            ASSERT_EQ(taken.pair_bytes, plain.pair_bytes) << enough;
+            ASSERT_EQ(out, expected) << enough;
+        }
     }
 }
 

@@ -1,4 +1,4 @@
-// Single words of a bitstream: characters to bytes, and their way into the send buffer.
+// Single words of a bitstream: their way into the send buffer.
 #include "load_fixture.h"
 
 namespace
@@ -24,15 +24,6 @@ protected:
 
 constexpr char CHARS[] = "10000000010000000010000000000001";
 } // namespace
-
-TEST_F(BitstreamWords, CharactersBecomeFourBytesLowestBitFirst)
-{
-    unsigned char word[4];
-    kvn_fpga_imp::process_Bitstream_Word(CHARS, word);
-    EXPECT_EQ(Bytes(word, word + 4), bytes("01 02 04 80"));
-    kvn_fpga_imp::process_Bitstream_Word("1xyz 2\t1........0000000O!!!!!!!1", word);
-    EXPECT_EQ(Bytes(word, word + 4), bytes("81 00 00 80")) << "whatever is no '1' is a zero";
-}
 
 TEST_F(BitstreamWords, AWordOfCharactersGoesIntoTheBuffer)
 {
