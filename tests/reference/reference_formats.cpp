@@ -227,12 +227,6 @@ bool Model::suits_the_module(const std::string& device) const
     return scenario_.converts || device.starts_with(scenario_.device.substr(0, scenario_.device.find('-')));
 }
 
-std::int32_t Model::stated_bits(const std::string& line, std::size_t behind_the_word) const
-{
-    const std::string rest = line.substr(behind_the_word);
-    return decimal(rest.substr(0, rest.find('\n')));
-}
-
 void Model::read_bit_header()
 {
     const auto expect_length = [this](int number, std::uint32_t length, const char* what) {
@@ -283,17 +277,17 @@ void Model::read_bit_header()
 
 // Converters
 
-void Model::code_word(RunOfBytes& run, const Bytes& word)
+void Model::code_word(const Bytes& word)
 {
     for (const std::uint8_t byte : word) {
-        if (run.value == -1)
-            run.value = byte;
-        if (byte != run.value || run.count == 255) {
-            *outcome_.output += static_cast<char>(run.count);
-            *outcome_.output += static_cast<char>(run.value);
-            run = {0, byte, run.written + 1};
+        if (run_.value == -1)
+            run_.value = byte;
+        if (byte != run_.value || run_.count == 255) {
+            *outcome_.output += static_cast<char>(run_.count);
+            *outcome_.output += static_cast<char>(run_.value);
+            run_ = {0, byte, run_.written + 1};
         }
-        ++run.count;
+        ++run_.count;
     }
     done_ += 32;
     if (done_ % 20000 == 0 && stated_ > 0)
@@ -306,11 +300,11 @@ void Model::report_conversion(const char* end)
     print("\r%% Done: %d%s", static_cast<int>(percent), end);
 }
 
-void Model::end_mcb(const RunOfBytes& run, int error, const char* format)
+void Model::end_mcb(int error, const char* format)
 {
-    *outcome_.output += static_cast<char>(run.count);
-    *outcome_.output += static_cast<char>(std::max(run.value, 0));
-    report_conversion((", stored " + std::to_string(run.written + 2) + " bytes representing " +
+    *outcome_.output += static_cast<char>(run_.count);
+    *outcome_.output += static_cast<char>(std::max(run_.value, 0));
+    report_conversion((", stored " + std::to_string(run_.written + 2) + " bytes representing " +
                        std::to_string(stated_) + " bits\n")
                           .c_str());
     if (done_ != stated_)
@@ -345,19 +339,18 @@ void Model::make_mcb_from_rbt()
     }
     if (!bits)
         fail(9257, "Failed to find bit size of RBT file %s.", scenario_.file_name());
-    stated_ = stated_bits(line, *bits + 5);
+    stated_ = decimal(line.substr(*bits + 5));
     if (scenario_.verbose)
         print("The bitstream contains %d configuration bits.\n", stated_);
     *outcome_.output += integer(static_cast<std::uint32_t>(stated_ / 8));
 
-    RunOfBytes run;
     while (file_.line(40, line)) {
         if (line.size() != 33)
             fail(9251, "Incorrect line length. Bit_count = %d. In RBT file %s.", done_,
                  scenario_.file_name());
-        code_word(run, word_of(line));
+        code_word(word_of(line));
     }
-    end_mcb(run, 9256, "RBT");
+    end_mcb(9256, "RBT");
 }
 
 void Model::make_mcb_from_bit()
@@ -373,18 +366,17 @@ void Model::make_mcb_from_bit()
         print("The bitstream contains %d configuration bits.\n", stated_);
     *outcome_.output += integer(byte_count_);
 
-    RunOfBytes run;
     Bytes word;
     do {
         if (!file_.read(4, word))
             fail(9416, "Failed to read BIT file %s (after %d bits read, expected %d).", scenario_.file_name(),
                  done_, stated_);
-        code_word(run, reversed(word));
+        code_word(reversed(word));
     } while (done_ < stated_);
     Bytes more;
     if (file_.read(1024, more))
         done_ += 1024;
-    end_mcb(run, 9422, "BIT");
+    end_mcb(9422, "BIT");
 }
 
 void Model::write_line(const Bytes& line)

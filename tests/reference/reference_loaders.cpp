@@ -99,14 +99,14 @@ void Model::load_word(const LoadNumbers& numbers, const Bytes& word)
                 send(numbers.plain, byte);
             continue;
         }
-        if (counted_.value == -1)
-            counted_.value = byte;
-        if (byte != counted_.value || counted_.count == 255) {
-            send(numbers.count, counted_.count);
-            send(numbers.count + 1, counted_.value);
-            counted_ = {0, byte, 0};
+        if (run_.value == -1)
+            run_.value = byte;
+        if (byte != run_.value || run_.count == 255) {
+            send(numbers.count, run_.count);
+            send(numbers.count + 1, run_.value);
+            run_ = {0, byte, 0};
         }
-        ++counted_.count;
+        ++run_.count;
     }
     done_ += 32;
     if (done_ % 20000 == 0)
@@ -125,8 +125,8 @@ void Model::report_load(const char* end)
 void Model::end_words(const LoadNumbers& numbers)
 {
     if (compressed()) {
-        send(numbers.last_count, counted_.count);
-        send(numbers.last_count + 1, counted_.value == -1 ? 0 : counted_.value);
+        send(numbers.last_count, run_.count);
+        send(numbers.last_count + 1, run_.value == -1 ? 0 : run_.value);
     }
     flush(numbers.flush);
     report_load("\n");
@@ -198,7 +198,7 @@ void Model::load_rbt()
         outcome_ = {9120, std::string{"Error 9121. Failed to find bit size of RBT "} + name + '.', {}};
         throw Stop{};
     }
-    stated_ = stated_bits(line, *bits + 5);
+    stated_ = decimal(line.substr(*bits + 5));
     if (scenario_.verbose)
         print("The bitstream contains %d configuration bits.\n", stated_);
     start_load(numbers);

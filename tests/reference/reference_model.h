@@ -80,10 +80,11 @@ private:
     };
 
     struct LoadNumbers;
+    /// Equal bytes in a row.
     struct RunOfBytes {
         int count = 0;
-        int value = -1;
-        int written = 0;
+        int value = -1;  ///< -1 before the first byte
+        int written = 0; ///< runs before this one
     };
 
     [[noreturn]] void fail(int number, const char* format, ...) __attribute__((format(printf, 3, 4)));
@@ -94,14 +95,13 @@ private:
 
     // Headers
     void read_bit_header();
-    bool suits_the_module(const std::string& device) const;
-    std::int32_t stated_bits(const std::string& line, std::size_t behind_the_word) const;
+    [[nodiscard]] bool suits_the_module(const std::string& device) const;
 
     // Converters
     void make_mcb_from_rbt();
     void make_mcb_from_bit();
-    void code_word(RunOfBytes& run, const Bytes& word);
-    void end_mcb(const RunOfBytes& run, int error, const char* format);
+    void code_word(const Bytes& word);
+    void end_mcb(int error, const char* format);
     void make_rbt_from_mcb();
     void write_line(const Bytes& line);
     void report_conversion(const char* end);
@@ -132,7 +132,7 @@ private:
     Input file_;
     Outcome outcome_;
     Bytes unsent_;
-    RunOfBytes counted_;
+    RunOfBytes run_;
     std::string device_;
     std::string date_;
     std::string time_;
