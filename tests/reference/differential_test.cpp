@@ -1,116 +1,215 @@
-// The library and the reference model behave alike: in every event, text, number and byte of a file.
-#include "both_worlds.h"
+// The library and the reference model load and convert alike: the same prints, platform calls, errors and
+// bytes.
+#include "random_scenarios.h"
+#include "reference_model.h"
+
+#include "kvn_fpga.h"
+#include "support/bitstreams.h"
+#include "support/fake_platform.h"
+#include "support/run_fixture.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace
 {
 
-using scenario::Scenario;
+using reference::Format;
+using reference::Model;
+using reference::Outcome;
+using reference::Scenario;
+using Log = std::vector<std::string>;
 
-uint64_t from_environment(const char* name, uint64_t otherwise)
+std::uint64_t from_environment(const char* name, std::uint64_t otherwise)
 {
     const char* value = std::getenv(name);
     return value == nullptr ? otherwise : std::strtoull(value, nullptr, 0);
+}
+
+/// All that a run shows.
+struct Account {
+    Outcome outcome;
+    Log log;
+    std::vector<Bytes> loads; ///< what the module was sent
+};
+
+/// Where two logs part.
+std::string first_difference(const Log& library, const Log& model)
+{
+    const auto shown = [](const Log& log, std::size_t at) {
+        return at < log.size() ? log[at].substr(0, 400) : "nothing more";
+    };
+    const auto both = std::min(library.size(), model.size());
+    const auto length = static_cast<std::ptrdiff_t>(both);
+    const auto at = static_cast<std::size_t>(
+        std::mismatch(library.begin(), library.begin() + length, model.begin()).first - library.begin());
+    return "event " + std::to_string(at) + "\n  library  " + shown(library, at) + "\n  model    " +
+           shown(model, at) + '\n';
 }
 
 class Differential : public testing::Test
 {
 protected:
     /// Plays the scenario both ways; false, with a report, when they differ.
-    bool same(const Scenario& scenario, const std::string& name)
+    static bool same(const Scenario& scenario, const std::string& name)
     {
-        worlds::announce_seed(name);
-        const worlds::Account library = worlds_.with_library(scenario);
-        const worlds::Account model = worlds_.with_model(scenario);
-        const std::string found = worlds::difference(library, model);
-        if (found.empty())
-            return true;
-        ADD_FAILURE() << name << "\n" << scenario::described(scenario) << found;
-        return false;
+        std::filesystem::remove(scenario.output_name());
+        write_whole_file(scenario.file_name(), scenario.content);
+        const Account library = with_library(scenario);
+        const Account model = with_model(scenario);
+        std::string found;
+        if (library.log != model.log)
+            found += first_difference(library.log, model.log);
+        if (library.outcome.number != model.outcome.number || library.outcome.text != model.outcome.text)
+            found += "  library  \"" + escaped(library.outcome.text) + "\"\n  model    \"" +
+                     escaped(model.outcome.text) + "\"\n";
+        if (library.outcome.output != model.outcome.output)
+            found += "the outputs differ\n";
+        if (library.loads != model.loads)
+            found += "the module was sent different bytes\n";
+        if (!found.empty())
+            ADD_FAILURE() << name << ", " << scenario.file_name() << " for a \"" << scenario.device << "\"\n"
+                          << found;
+        return found.empty();
     }
 
-    std::size_t platform_calls(const Scenario& scenario)
+private:
+    /// What the scenario meets in a new platform.
+    static Module& prepare(FakePlatform& platform, const Scenario& scenario)
     {
-        const worlds::Account model = worlds_.with_model(scenario);
-        return static_cast<std::size_t>(
-            std::count_if(model.log.begin(), model.log.end(),
-                          [](const std::string& line) { return line.find('(') < line.find(' '); }));
+        platform.board("mwc4a", static_cast<std::uint16_t>(scenario.board));
+        Module module = fpga_module(scenario.board % 2 == 0 ? 3 : 4);
+        module.device(scenario.device).accepts_compressed(scenario.accepts_compressed);
+        module.status = scenario.verdict;
+        if (!scenario.failing_function.empty())
+            platform.fail(scenario.failing_function, scenario.failing_call);
+        platform.logs_data = scenario.content.size() < 1'000'000;
+        log = &platform.log;
+        return platform.board("mwc4a", static_cast<std::uint16_t>(scenario.address / 16))
+            .slot(scenario.address % 16, module);
     }
 
-    worlds::Worlds worlds_;
+    static Account with_library(const Scenario& scenario)
+    {
+        FakePlatform platform;
+        const Module& module = prepare(platform, scenario);
+        const std::size_t descriptors = count_descriptors();
+        kvn_fpga library;
+        library.kvn_fpga_set_userprint([](char* text) { log->push_back(printed(text)); });
+        library.kvn_fpga_set_userfie(
+            [](char* text, void*) {
+                log->push_back(asked_key(text));
+                return 0;
+            },
+            0);
+        const int action = !scenario.converts ? 0 : scenario.format == Format::mcb ? 2 : 1;
+        const int flags =
+            (scenario.verbose ? 1 : 0) + (scenario.prompts ? 2 : 0) + (scenario.never_compresses ? 4 : 0);
+        Account account;
+        account.outcome.number = library.kvn_fpga_board(Chars{"mwc4a"}, static_cast<int>(scenario.board),
+                                                        static_cast<int>(scenario.address),
+                                                        Chars{scenario.file_name()}, action, flags);
+        account.outcome.text = library.kvn_fpga_getlasterr();
+        account.outcome.output = output_of(scenario);
+        account.log = without_the_way_there(platform.log);
+        account.loads = module.loads;
+        EXPECT_EQ(count_descriptors(), descriptors) << "descriptors left open";
+        EXPECT_EQ(platform.open_handles(), 0) << "handles left open";
+        return account;
+    }
+
+    static Account with_model(const Scenario& scenario)
+    {
+        FakePlatform platform;
+        const Module& module = prepare(platform, scenario);
+        MW_HANDLE* const bus = platform.opened_bus("mwc4a", static_cast<std::uint16_t>(scenario.board));
+        const Outcome outcome = Model{scenario, bus, platform.log}.play();
+        return {outcome, platform.log, module.loads};
+    }
+
+    /// The events from the first look at the file on, without the opening, the search and the closing of the
+    /// bus.
+    static Log without_the_way_there(const Log& events)
+    {
+        const auto first = std::find_if(events.begin(), events.end(), [](const std::string& line) {
+            return line.starts_with("| Checking header") || line.starts_with("| \\nGenerating");
+        });
+        Log rest{first, events.end()};
+        std::erase(rest, "* Close");
+        return rest;
+    }
+
+    /// The content of the file that a conversion made.
+    static std::optional<std::string> output_of(const Scenario& scenario)
+    {
+        std::ifstream file{scenario.output_name(), std::ios::binary};
+        if (!file)
+            return {};
+        return std::string{std::istreambuf_iterator<char>{file}, {}};
+    }
+
+    inline static Log* log = nullptr;
+    TemporaryFolder folder_;
 };
 
-const char* const device = "2v3000fg676-4";
-const char* const older_device = "v1000fg680-6";
+const Format formats[] = {Format::rbt, Format::bit, Format::mcb};
 
-/// A run that loads slot 2 of board 0 from one file.
-Scenario load(const std::string& file, const std::string& content, const fake::Module& module, int flags)
+/// The conversion of a file, and its loads with and without compression into a device of each kind of family.
+std::vector<Scenario> uses(Format format, const std::string& content)
 {
-    Scenario scenario;
-    scenario.files[file].content = content;
-    scenario.platform.boards[0][2] = module;
-    scenario::Call call;
-    call.devstr = "mwc4a";
-    call.rbtfile = file;
-    call.kavrinid = 2;
-    call.flags = flags;
-    scenario.calls.push_back(call);
-    return scenario;
+    Scenario conversion;
+    conversion.format = format;
+    conversion.content = content;
+    conversion.converts = conversion.verbose = true;
+    conversion.device = "2v3000fg676-4";
+    std::vector<Scenario> all{conversion};
+    for (const bool virtex2 : {false, true}) {
+        for (const bool compressed : {false, true}) {
+            Scenario& load = all.emplace_back(conversion);
+            load.converts = false;
+            if (!virtex2)
+                load.device = "2s200fg456-5";
+            load.virtex2 = virtex2;
+            load.accepts_compressed = compressed;
+        }
+    }
+    return all;
 }
 
-Scenario convert(const std::string& file, const std::string& content, int flags)
+/// A good file for the device.
+std::string good_content(Format format, const Scenario& scenario, std::size_t size, std::uint64_t seed)
 {
-    Scenario scenario = load(file, content, {}, flags);
-    scenario.calls[0].action = file.ends_with(".mcb") ? 2 : 1;
-    return scenario;
-}
-
-struct Format {
-    const char* file;
-    std::string (*build)(const std::string&, const fake::Bytes&);
-};
-const Format formats[] = {{"design.rbt", scenario::rbt_file},
-                          {"design.bit", scenario::bit_file},
-                          {"design.mcb", scenario::mcb_file}};
-
-/// Loads with every mode and family, and the conversion, of one file.
-std::vector<Scenario> uses(const char* file, const std::string& content)
-{
-    return {load(file, content, scenario::good_module(2, 4, device, true), 1),
-            load(file, content, scenario::good_module(2, 3, device, false), 1),
-            load(file, content, scenario::good_module(4, 5, older_device, true), 0),
-            load(file, content, scenario::good_module(4, 4, older_device, true), 4),
-            convert(file, content, 1)};
+    return file_content(format, scenario.device.substr(0, scenario.device.find('-')),
+                        configuration_of(size, seed));
 }
 
 TEST_F(Differential, RandomRunsAreTheSame)
 {
-    const uint64_t first = from_environment("KVN_DIFFERENTIAL_SEED", 1);
-    const uint64_t cases = from_environment("KVN_DIFFERENTIAL_CASES", 6000);
+    const std::uint64_t first = from_environment("KVN_DIFFERENTIAL_SEED", 1);
+    const std::uint64_t cases = from_environment("KVN_DIFFERENTIAL_CASES", 6000);
     int differences = 0;
-    for (uint64_t seed = first; seed < first + cases && differences < 10; ++seed) {
-        if (!same(scenario::generate(seed), "KVN_DIFFERENTIAL_SEED=" + std::to_string(seed)))
+    for (std::uint64_t seed = first; seed < first + cases && differences < 10; ++seed) {
+        if (!same(random_scenario(seed), "KVN_DIFFERENTIAL_SEED=" + std::to_string(seed)))
             ++differences;
     }
 }
 
 TEST_F(Differential, FilesCutAtEveryByteAreTheSame)
 {
-    for (const Format& format : formats) {
-        for (const char* name : {device, older_device}) {
-            const std::string whole = format.build(std::string(name, std::string(name).find('-')),
-                                                   scenario::sample_configuration(24, 8));
+    for (const Format format : formats) {
+        for (Scenario scenario : uses(format, "")) {
+            const std::string whole = good_content(format, scenario, 24, 8);
             for (std::size_t length = 0; length <= whole.size(); ++length) {
-                for (const Scenario& scenario : uses(format.file, whole.substr(0, length)))
-                    ASSERT_TRUE(same(scenario,
-                                     std::string(format.file) + " of " + std::to_string(length) + " bytes"));
+                scenario.content = whole.substr(0, length);
+                ASSERT_TRUE(same(scenario, std::to_string(length) + " bytes"));
             }
         }
     }
@@ -118,16 +217,15 @@ TEST_F(Differential, FilesCutAtEveryByteAreTheSame)
 
 TEST_F(Differential, FilesWithAnyByteChangedAreTheSame)
 {
-    for (const Format& format : formats) {
-        const std::string whole = format.build("2v3000fg676", scenario::sample_configuration(24, 5));
-        for (std::size_t place = 0; place < whole.size(); ++place) {
-            if (place > 300 && place < 510)
-                continue; // the padding of a text field in an MCB file, or data lines like others
-            for (const char change : {'\0', '\n', '1'}) {
-                std::string content = whole;
-                content[place] = change;
-                for (const Scenario& scenario : uses(format.file, content))
-                    ASSERT_TRUE(same(scenario, std::string(format.file) + ", byte " + std::to_string(place)));
+    for (const Format format : formats) {
+        for (Scenario scenario : uses(format, "")) {
+            const std::string whole = good_content(format, scenario, 24, 5);
+            for (std::size_t place = 0; place < whole.size(); ++place) {
+                for (const char change : {'\0', '\n', '1'}) {
+                    scenario.content = whole;
+                    scenario.content[place] = change;
+                    ASSERT_TRUE(same(scenario, "byte " + std::to_string(place)));
+                }
             }
         }
     }
@@ -135,17 +233,14 @@ TEST_F(Differential, FilesWithAnyByteChangedAreTheSame)
 
 TEST_F(Differential, TrailingBytesOfManyNumbersAreTheSame)
 {
-    for (const Format& format : formats) {
-        const std::string whole = format.build("2v3000fg676", scenario::sample_configuration(40, 3));
-        std::vector<std::size_t> numbers = {1,  2,  3,   4,    5,    31,   32,   33,
-                                            34, 66, 400, 1500, 2000, 2048, 4096, 70000};
-        for (std::size_t number = 1018; number < 1030; ++number)
-            numbers.push_back(number);
-        for (const std::size_t more : numbers) {
-            for (const char fill : {'0', '\n'}) {
-                for (const Scenario& scenario : uses(format.file, whole + std::string(more, fill)))
-                    ASSERT_TRUE(
-                        same(scenario, std::string(format.file) + " and " + std::to_string(more) + " bytes"));
+    for (const Format format : formats) {
+        for (Scenario scenario : uses(format, "")) {
+            for (const std::size_t more : {1U, 2U, 3U, 4U, 5U, 32U, 33U, 34U, 66U, 1020U, 1023U, 1024U, 1025U,
+                                           1028U, 2048U, 4096U, 70000U}) {
+                for (const char fill : {'0', '\n'}) {
+                    scenario.content = good_content(format, scenario, 40, 3) + std::string(more, fill);
+                    ASSERT_TRUE(same(scenario, std::to_string(more) + " bytes more"));
+                }
             }
         }
     }
@@ -153,86 +248,17 @@ TEST_F(Differential, TrailingBytesOfManyNumbersAreTheSame)
 
 TEST_F(Differential, EveryFailingCallOfALoadIsTheSame)
 {
-    for (const Format& format : formats) {
-        for (const char* name : {device, older_device}) {
-            const std::string content = format.build(std::string(name, std::string(name).find('-')),
-                                                     scenario::sample_configuration(64, 9));
-            for (const bool compressed : {false, true}) {
-                Scenario scenario =
-                    load(format.file, content, scenario::good_module(2, 4, name, compressed), 3);
-                const auto calls = static_cast<int>(platform_calls(scenario));
-                for (int failing = 1; failing <= calls; ++failing) {
-                    scenario.platform.failures = {{"", failing, 0x80000001}};
-                    ASSERT_TRUE(
-                        same(scenario, std::string(format.file) + ", call " + std::to_string(failing)));
-                }
-            }
-        }
-    }
-}
-
-TEST_F(Differential, EveryFailingCallOfASearchIsTheSame)
-{
-    for (const unsigned char kind : {static_cast<unsigned char>(2), static_cast<unsigned char>(4)}) {
-        Scenario scenario =
-            load("design.rbt", scenario::rbt_file("2v3000fg676", scenario::sample_configuration(24, 4)),
-                 scenario::good_module(kind, 9, device, true), 0);
-        scenario.platform.boards[0][4] = scenario.platform.boards[0][2];
-        scenario.user.decisions = {'n', 'Y'};
-        scenario.calls[0].entry = scenario::Entry::main_plain;
-        scenario.calls[0].arguments = {"KVN_FPGA", "-fdesign", "-dmwc4a", "-b0", "-v", "-u"};
-        const auto calls = static_cast<int>(platform_calls(scenario));
-        for (int failing = 1; failing <= calls; ++failing) {
-            scenario.platform.failures = {{"", failing, 0x1234}};
-            ASSERT_TRUE(same(scenario, "a search, call " + std::to_string(failing)));
-        }
-        scenario.platform.failures.clear();
-        for (int type = 0; type < 256; ++type) {
-            scenario.platform.boards[0][4].compression_reply = static_cast<unsigned char>(type);
-            ASSERT_TRUE(same(scenario, "a search, reply " + std::to_string(type)));
-        }
-    }
-}
-
-TEST_F(Differential, EveryAddressIsTheSame)
-{
-    for (int address = -2; address <= 0x102; ++address) {
-        for (const int board : {0, 3, 15, 16}) {
-            Scenario scenario =
-                load("design.rbt", scenario::rbt_file("2v3000fg676", scenario::sample_configuration(24, 4)),
-                     {}, 1);
-            for (auto& slots : scenario.platform.boards)
-                slots.fill(scenario::good_module(4, 5, device, true));
-            scenario.calls[0].board_number = board;
-            scenario.calls[0].kavrinid = address;
-            ASSERT_TRUE(
-                same(scenario, "address " + std::to_string(address) + " of board " + std::to_string(board)));
-        }
-    }
-}
-
-/// Every combination of what is there, what is asked for and what is answered.
-TEST_F(Differential, EveryChoiceOfAFileIsTheSame)
-{
-    static const char* const names[] = {"design",     "design.rbt", "design.mcb",
-                                        "design.bit", "design.RBT", "des"};
-    const fake::Bytes data = scenario::sample_configuration(24, 4);
-    for (const char* name : names) {
-        for (unsigned there = 0; there < 8; ++there) {
-            for (const int action : {0, 1, 2}) {
-                for (const int flags : {0, 2}) {
-                    for (const int decision : {0x79, 0x6E}) { // y and n
-                        Scenario scenario = load(name, "", scenario::good_module(2, 4, device, true), flags);
-                        scenario.files.clear();
-                        for (unsigned kind = 0; kind < 3; ++kind) {
-                            if ((there >> kind & 1) != 0)
-                                scenario.files[formats[kind].file].content =
-                                    formats[kind].build("2v3000fg676", data);
-                        }
-                        scenario.calls[0].action = action;
-                        scenario.user.decisions = {decision};
-                        ASSERT_TRUE(same(scenario, name));
-                    }
+    for (const Format format : formats) {
+        for (Scenario scenario : uses(format, "")) {
+            scenario.content = good_content(format, scenario, 64, 9);
+            scenario.prompts = true;
+            for (const char* function :
+                 {"StartSendMessageEx", "SendMessageDataEx", "EndOfSendMessageEx", "StartReceiveMessageEx",
+                  "ReceiveMessageDataEx", "EndOfReceiveMessageEx"}) {
+                for (int call = 1; call <= (function == std::string{"SendMessageDataEx"} ? 20 : 1); ++call) {
+                    scenario.failing_function = function;
+                    scenario.failing_call = call;
+                    ASSERT_TRUE(same(scenario, function + std::string{", call "} + std::to_string(call)));
                 }
             }
         }
@@ -241,19 +267,13 @@ TEST_F(Differential, EveryChoiceOfAFileIsTheSame)
 
 TEST_F(Differential, FilesLongEnoughForProgressAreTheSame)
 {
-    for (const Format& format : formats) {
-        for (const std::size_t length : {2496U, 2500U, 2504U, 5000U, 5004U, 10004U, 40000U}) {
-            for (uint64_t seed = 0; seed < 4; ++seed) {
-                const std::string content =
-                    format.build("v1000fg680", scenario::sample_configuration(length, seed));
-                for (const Scenario& scenario : uses(format.file, content))
-                    ASSERT_TRUE(same(scenario, std::string(format.file) + " of " + std::to_string(length)));
-                ASSERT_TRUE(
-                    same(load(format.file, content, scenario::good_module(2, 3, older_device, false), 1),
-                         format.file));
-                ASSERT_TRUE(
-                    same(load(format.file, content, scenario::good_module(2, 9, older_device, true), 1),
-                         format.file));
+    for (const Format format : formats) {
+        for (Scenario scenario : uses(format, "")) {
+            for (const std::size_t length : {2496U, 2500U, 2504U, 5000U, 5004U, 10004U, 40000U}) {
+                for (std::uint64_t seed = 0; seed < 4; ++seed) {
+                    scenario.content = good_content(format, scenario, length, seed);
+                    ASSERT_TRUE(same(scenario, std::to_string(length) + " bytes"));
+                }
             }
         }
     }
@@ -262,98 +282,13 @@ TEST_F(Differential, FilesLongEnoughForProgressAreTheSame)
 /// More bits than a hundredfold of which fits 32 bits: the loaders' percentages wrap, the converters' do not.
 TEST_F(Differential, PercentagesOfLargeFilesAreTheSame)
 {
-    const std::size_t length = 2'700'000;
-    for (const Format& format : formats) {
-        const std::string content = format.build("2v3000fg676", fake::Bytes(length, 0x55));
-        for (Scenario scenario : uses(format.file, content)) {
-            scenario.platform.log_data = false;
-            ASSERT_TRUE(same(scenario, format.file));
+    for (const Format format : formats) {
+        for (Scenario scenario : uses(format, "")) {
+            scenario.content = file_content(format, scenario.device.substr(0, scenario.device.find('-')),
+                                            Bytes(2'700'000, 0x55));
+            ASSERT_TRUE(same(scenario, "a large file"));
         }
     }
-}
-
-/// Outputs longer than their buffer: the number names the byte for which there was no room.
-TEST_F(Differential, DisksFullBehindTheBufferAreTheSame)
-{
-    static const char* const outputs[] = {"design.mcb", "design.mcb", "design.rbt"};
-    for (std::size_t i = 0; i < 3; ++i) {
-        for (uint64_t seed = 0; seed < 5; ++seed) {
-            const std::size_t length = 40000 + 4 * static_cast<std::size_t>(seed);
-            const std::string content =
-                formats[i].build("2v3000fg676", scenario::sample_configuration(length, seed));
-            for (const std::size_t place :
-                 {0U, 600U, 65535U, 65536U, 65537U, 70000U, 131071U, 131072U, 131073U, 262144U}) {
-                Scenario scenario = convert(formats[i].file, content, 1);
-                scenario.files[outputs[i]].writable = place;
-                ASSERT_TRUE(same(scenario, std::string(outputs[i]) + " full at " + std::to_string(place)));
-            }
-        }
-    }
-}
-
-/// Outputs that cannot be written: a full device, and a folder of that name.
-TEST_F(Differential, OutputsThatFailAreTheSame)
-{
-    static const char* const outputs[] = {"design.mcb", "design.mcb", "design.rbt"};
-    for (std::size_t i = 0; i < 3; ++i) {
-        for (const std::size_t length : {4U, 8U, 64U}) {
-            for (const scenario::Kind kind : {scenario::Kind::full_device, scenario::Kind::directory}) {
-                Scenario scenario =
-                    convert(formats[i].file,
-                            formats[i].build("2v3000fg676", scenario::sample_configuration(length, 1)), 1);
-                scenario.files[outputs[i]] = {kind, "", {}, {}};
-                ASSERT_TRUE(same(scenario, outputs[i]));
-            }
-        }
-    }
-}
-
-TEST_F(Differential, ReadErrorsAtEveryByteAreTheSame)
-{
-    for (const Format& format : formats) {
-        const std::string whole = format.build("2v3000fg676", scenario::sample_configuration(24, 5)) + "more";
-        for (std::size_t place = 0; place <= whole.size(); ++place) {
-            for (Scenario scenario : uses(format.file, whole)) {
-                scenario.files[format.file].readable = place;
-                ASSERT_TRUE(
-                    same(scenario, std::string(format.file) + ", read error at " + std::to_string(place)));
-            }
-        }
-    }
-}
-
-/// Small outputs, which wait in any buffer until the end.
-TEST_F(Differential, DisksFullAtEveryByteAreTheSame)
-{
-    static const char* const outputs[] = {"design.mcb", "design.mcb", "design.rbt"};
-    for (std::size_t i = 0; i < 3; ++i) {
-        for (const std::size_t length : {4U, 20U}) {
-            const std::string content =
-                formats[i].build("2v3000fg676", scenario::sample_configuration(length, 1));
-            for (const std::string& input :
-                 {content, content.substr(0, content.size() - 1), content + std::string(1024, '1')}) {
-                for (std::size_t place = 0; place < 600; place += place % 100 < 16 ? 1 : 7) {
-                    Scenario scenario = convert(formats[i].file, input, 1);
-                    scenario.files[outputs[i]].writable = place;
-                    ASSERT_TRUE(
-                        same(scenario, std::string(outputs[i]) + " full at " + std::to_string(place)));
-                }
-            }
-        }
-    }
-}
-
-TEST_F(Differential, TheHelpIsTheSame)
-{
-    Scenario scenario;
-    scenario::Call call;
-    call.entry = scenario::Entry::help;
-    scenario.calls.push_back(call);
-    scenario.user.keys = {1, 2, 300};
-    EXPECT_TRUE(same(scenario, "help with callbacks"));
-    scenario.prints = scenario.prompts = false;
-    scenario.typed = "ab";
-    EXPECT_TRUE(same(scenario, "help on a terminal"));
 }
 
 } // namespace

@@ -1,8 +1,13 @@
-// The reference model's file formats: the BIT header and the three converters.
+// The reference model's formats: headers and the three converters.
 #include "reference_model.h"
 
-#include <array>
-#include <cstring>
+#include "support/run_fixture.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstdarg>
+#include <cstdio>
+#include <limits>
 
 namespace reference
 {
@@ -11,495 +16,432 @@ namespace
 {
 
 const char* const TITLE = "Xilinx ASCII Bitstream\n";
-const uint32_t FIRST_MAGIC = 0x00441278;
-const uint32_t SECOND_MAGIC = 0x00760188;
+const char* const RBT_HEADER = "Failed to read header section of RBT file %s.";
+constexpr std::uint32_t FIRST_MAGIC = 0x00441278;
+constexpr std::uint32_t SECOND_MAGIC = 0x00760188;
+constexpr std::size_t FIELD_SIZE = 255;
 
-/// Reads a line as fgets does; false when nothing can be read. The text ends at its first zero byte.
-bool read_line(FILE* file, int limit, std::string& line)
+std::string formatted(const char* format, std::va_list values)
 {
-    char buffer[256] = "";
-    if (std::fgets(buffer, limit, file) == nullptr)
-        return false;
-    line = buffer;
-    return true;
+    std::vector<char> buffer(100'000);
+    std::vsnprintf(buffer.data(), buffer.size(), format, values);
+    return buffer.data();
 }
 
-/// False when the stream then shows an error or the end of the file.
-bool read_bytes(FILE* file, std::size_t count, Bytes& bytes)
-{
-    bytes.assign(count, 0);
-    for (std::size_t i = 0; i < count; ++i) {
-        if (std::fread(&bytes[i], 1, 1, file) != 1) {
-            bytes.resize(i);
-            break;
-        }
-    }
-    return std::ferror(file) == 0 && std::feof(file) == 0;
-}
-
-std::string text_of(const Bytes& bytes)
+std::string integer(std::uint32_t value)
 {
     std::string text;
-    for (const Byte byte : bytes) {
-        if (byte == 0)
-            break;
-        text += static_cast<char>(byte);
-    }
+    for (int byte = 0; byte < 4; ++byte)
+        text += static_cast<char>(value >> (8 * byte) & 0xFF);
     return text;
 }
 
-uint32_t big_endian(const Bytes& bytes)
+/// A text, its zero byte, and zero bytes behind it.
+std::string field(const std::string& text)
 {
-    uint32_t value = 0;
-    for (const Byte byte : bytes)
+    std::string padded = text.substr(0, FIELD_SIZE - 1);
+    padded.resize(FIELD_SIZE, '\0');
+    return padded;
+}
+
+bool is_blank(char character)
+{
+    return character == ' ' || character == '\t';
+}
+
+} // namespace
+
+const char* Scenario::file_name() const
+{
+    return format == Format::rbt ? "design.rbt" : format == Format::bit ? "design.bit" : "design.mcb";
+}
+
+const char* Scenario::output_name() const
+{
+    return format == Format::mcb ? "design.rbt" : "design.mcb";
+}
+
+bool Input::read(std::size_t count, Bytes& bytes)
+{
+    bytes.clear();
+    while (bytes.size() < count && next_ < content_.size())
+        bytes.push_back(static_cast<std::uint8_t>(content_[next_++]));
+    return bytes.size() == count;
+}
+
+bool Input::line(std::size_t limit, std::string& text)
+{
+    text.clear();
+    while (text.size() < limit - 1 && next_ < content_.size()) {
+        text += content_[next_++];
+        if (text.back() == '\n')
+            break;
+    }
+    const bool anything = !text.empty();
+    text = text.substr(0, text.find('\0'));
+    return anything;
+}
+
+Bytes word_of(const std::string& characters)
+{
+    Bytes word(4, 0);
+    for (std::size_t bit = 0; bit < 32; ++bit) {
+        if (characters[bit] == '1')
+            word[bit / 8] = static_cast<std::uint8_t>(word[bit / 8] + (1 << bit % 8));
+    }
+    return word;
+}
+
+std::string device_field(const std::string& part_line)
+{
+    auto place = std::find_if(part_line.begin(), part_line.end(), is_blank);
+    place = std::find_if_not(place, part_line.end(), is_blank);
+    return {place, std::find(place, part_line.end(), '\n')};
+}
+
+std::optional<std::size_t> find_word(const std::string& line, const std::string& word)
+{
+    for (std::size_t start = 0; start + word.size() <= line.size(); ++start) {
+        std::size_t same = 0;
+        while (same < word.size() &&
+               std::tolower(static_cast<unsigned char>(line[start + same])) == word[same])
+            ++same;
+        if (same == word.size())
+            return start;
+    }
+    return {};
+}
+
+std::uint32_t big_endian(const Bytes& bytes)
+{
+    std::uint32_t value = 0;
+    for (const std::uint8_t byte : bytes)
         value = value * 256 + byte;
     return value;
 }
 
-uint32_t little_endian(const Byte* bytes)
+std::uint32_t little_endian(const Bytes& bytes)
 {
-    return bytes[0] + 256U * bytes[1] + 65536U * bytes[2] + 16777216U * bytes[3];
+    return big_endian({bytes.rbegin(), bytes.rend()});
 }
 
-bool write_byte(FILE* file, int byte)
+std::string text_of(const Bytes& bytes)
 {
-    return std::fputc(byte, file) != EOF;
+    return {bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)};
 }
 
-bool write_integer(FILE* file, uint32_t value)
+Bytes reversed(Bytes bytes)
 {
-    bool written = true;
-    for (int i = 0; i < 4; ++i)
-        written = write_byte(file, static_cast<int>(value >> (8 * i) & 0xFF)) && written;
-    return written;
-}
-
-/// A text field of 255 bytes: the text, its zero byte, and zero bytes behind it.
-bool write_field(FILE* file, const std::string& text)
-{
-    bool written = true;
-    for (std::size_t i = 0; i < 255; ++i)
-        written = write_byte(file, i < text.size() && i < 254 ? static_cast<Byte>(text[i]) : 0) && written;
-    return written;
-}
-
-int percent(int64_t done, int64_t stated)
-{
-    return stated <= 0 ? 100 : static_cast<int>(done * 100 / stated);
-}
-
-/// Two files that are closed whatever happens. The output waits in a buffer of 64 KiB, so a full disk shows
-/// when a byte no longer fits it, and at the end.
-struct Files {
-    FILE* in = nullptr;
-    FILE* out = nullptr;
-    std::vector<char> buffer = std::vector<char>(65536);
-    Files() = default;
-    Files(const Files&) = delete;
-    Files& operator=(const Files&) = delete;
-    ~Files() { close(); }
-    void create(const char* name, const char* mode)
-    {
-        out = std::fopen(name, mode);
-        if (out != nullptr)
-            std::setvbuf(out, buffer.data(), _IOFBF, buffer.size());
+    for (std::uint8_t& byte : bytes) {
+        int mirrored = 0;
+        for (int bit = 0; bit < 8; ++bit)
+            mirrored = mirrored * 2 + (byte >> bit & 1);
+        byte = static_cast<std::uint8_t>(mirrored);
     }
-    /// False when what was still to be written could not be.
-    bool close()
-    {
-        bool good = true;
-        if (in != nullptr)
-            std::fclose(in);
-        if (out != nullptr)
-            good = std::fclose(out) == 0;
-        in = nullptr;
-        out = nullptr;
-        return good;
-    }
-};
-
-/// The run of equal bytes that is being counted.
-struct Run {
-    Byte value = 0;
-    int count = 0;
-    int written = 0;
-};
-
-int write_run(FILE* out, const Run& run, int count_error, int value_error)
-{
-    if (!write_byte(out, run.count))
-        return count_error;
-    return write_byte(out, run.value) ? 0 : value_error;
+    return bytes;
 }
 
-int code_word(FILE* out, Run& run, const Bytes& word, int count_error, int value_error)
+std::int32_t decimal(const std::string& text)
 {
-    for (const Byte byte : word) {
-        if (byte != run.value || run.count == 255) {
-            if (const int error = write_run(out, run, count_error, value_error))
-                return error;
-            ++run.written;
-            run.count = 1;
-            run.value = byte;
-        } else {
-            ++run.count;
+    constexpr std::int64_t beyond = std::int64_t{1} << 40;
+    auto place =
+        std::find_if_not(text.begin(), text.end(), [](unsigned char c) { return std::isspace(c) != 0; });
+    const bool negative = place != text.end() && *place == '-';
+    if (place != text.end() && (*place == '-' || *place == '+'))
+        ++place;
+    std::int64_t value = 0;
+    for (; place != text.end() && *place >= '0' && *place <= '9'; ++place)
+        value = std::min(beyond, value * 10 + (*place - '0'));
+    value = negative ? -value : value;
+    return static_cast<std::int32_t>(std::clamp<std::int64_t>(value, std::numeric_limits<std::int32_t>::min(),
+                                                              std::numeric_limits<std::int32_t>::max()));
+}
+
+// The run
+
+Outcome Model::play()
+{
+    try {
+        switch (scenario_.format) {
+        case Format::rbt:
+            scenario_.converts ? make_mcb_from_rbt() : load_rbt();
+            break;
+        case Format::bit:
+            scenario_.converts ? make_mcb_from_bit() : load_bit();
+            break;
+        case Format::mcb:
+            scenario_.converts ? make_rbt_from_mcb() : load_mcb();
+            break;
         }
+    } catch (const Stop&) {
+        // The outcome tells what stopped it.
     }
-    return 0;
+    return outcome_;
 }
 
-} // namespace
-
-// BIT file header
-
-/// The part of the module's device name before its first '-' must begin the file's device.
-bool Model::suits_the_module(const std::string& device)
+void Model::fail(int number, const char* format, ...)
 {
-    for (std::size_t i = 0; i < device_name.size() && device_name[i] != '-'; ++i) {
-        if (i >= device.size() || device[i] != device_name[i])
-            return false;
-    }
-    return true;
+    std::va_list values;
+    va_start(values, format);
+    outcome_.number = number;
+    outcome_.text = "Error " + std::to_string(number) + ". " + formatted(format, values);
+    va_end(values);
+    throw Stop{};
 }
 
-int Model::read_bit_header(FILE* file, BitFileHeader& header)
+void Model::print(const char* format, ...)
 {
-    const char* name = bitstream_file.c_str();
+    std::va_list values;
+    va_start(values, format);
+    log_.push_back(printed(formatted(format, values)));
+    va_end(values);
+}
+
+void Model::wait_for_key(const char* text)
+{
+    if (scenario_.prompts)
+        log_.push_back(asked_key(text));
+}
+
+// Headers
+
+std::string Model::header_line(int number)
+{
+    std::string line;
+    if (!file_.line(255, line))
+        fail(number, RBT_HEADER, scenario_.file_name());
+    return line;
+}
+
+Bytes Model::header_bytes(int number, std::size_t count, const char* what)
+{
     Bytes bytes;
-    if (!read_bytes(file, 2, bytes))
-        return fail(9320, "Error 9320. Failed to read header section of BIT file %s (magic header length).",
-                    name);
-    if (big_endian(bytes) != 9)
-        return fail(9321, "Error 9321. Expected length of 9 in header section of BIT file %s (found %d).",
-                    name, static_cast<int>(big_endian(bytes)));
-    if (!read_bytes(file, 9, bytes))
-        return fail(9322, "Error 9322. Failed to read header section of BIT file %s (magic string).", name);
-    for (std::size_t i = 0; i < 8; ++i) {
-        if (bytes[i] != (i % 2 == 0 ? 0x0F : 0xF0))
-            return fail(9323, "Error 9323. Header of file %s indicates it is not a BIT file.", name);
+    if (!file_.read(count, bytes))
+        fail(number, "Failed to read header section of BIT file %s (%s).", scenario_.file_name(), what);
+    return bytes;
+}
+
+/// The module's device before its first '-' begins the file's. Conversions know of no module.
+bool Model::suits_the_module(const std::string& device) const
+{
+    return scenario_.converts || device.starts_with(scenario_.device.substr(0, scenario_.device.find('-')));
+}
+
+void Model::read_bit_header()
+{
+    const auto expect_length = [this](int number, std::uint32_t length, const char* what) {
+        const auto found = static_cast<int>(big_endian(header_bytes(number, 2, what)));
+        if (found != static_cast<int>(length))
+            fail(number + 1, "Expected length of %u in header section of BIT file %s (found %d).", length,
+                 scenario_.file_name(), found);
+    };
+    const auto expect_key = [this](int number, char key) {
+        const std::string what = std::string{"'"} + key + "' character";
+        const Bytes found = header_bytes(number, 1, what.c_str());
+        if (found[0] != key)
+            fail(number + 1, "Expected to find '%c' in header of BIT file %s, but found %c.", key,
+                 scenario_.file_name(), found[0]);
+    };
+    expect_length(9320, 9, "magic header length");
+    const Bytes magic = header_bytes(9322, 9, "magic string");
+    if (Bytes{magic.begin(), magic.end() - 1} != bytes("0F F0 0F F0 0F F0 0F F0"))
+        fail(9323, "Header of file %s indicates it is not a BIT file.", scenario_.file_name());
+    expect_length(9324, 1, "'a' char length");
+    struct Text {
+        int number;
+        char key;
+        const char* name;
+    };
+    std::vector<std::string> texts;
+    for (const Text& text :
+         {Text{9326, 'a', "ncd"}, {9331, 'b', "device"}, {9337, 'c', "date"}, {9342, 'd', "time"}}) {
+        expect_key(text.number, text.key);
+        const std::string words = text.name + std::string{" string"};
+        const Bytes length = header_bytes(text.number + 2, 2, (words + " length").c_str());
+        texts.push_back(text_of(header_bytes(text.number + 4, big_endian(length), words.c_str())));
+        if (text.key != 'b')
+            continue;
+        if (!suits_the_module(texts[1]))
+            fail(9336, "Bitstream %s is not for a %s device.", scenario_.file_name(),
+                 scenario_.device.c_str());
+        if (scenario_.verbose)
+            print("The bitstream is for a %s device.\n", texts[1].c_str());
     }
-    if (!read_bytes(file, 2, bytes))
-        return fail(9324, "Error 9324. Failed to read header section of BIT file %s ('a' char length).",
-                    name);
-    if (big_endian(bytes) != 1)
-        return fail(9325, "Error 9325. Expected length of 1 in header section of BIT file %s (found %d).",
-                    name, static_cast<int>(big_endian(bytes)));
-    if (!read_bytes(file, 1, bytes))
-        return fail(9326, "Error 9326. Failed to read header section of BIT file %s ('a' character).", name);
-    if (bytes[0] != 'a')
-        return fail(9327, "Error 9327. Expected to find 'a' in header of BIT file %s, but found %c.", name,
-                    bytes[0]);
-    if (!read_bytes(file, 2, bytes))
-        return fail(9328, "Error 9328. Failed to read header section of BIT file %s (ncd string length).",
-                    name);
-    if (!read_bytes(file, big_endian(bytes), bytes))
-        return fail(9330, "Error 9330. Failed to read header section of BIT file %s (ncd string).", name);
-    if (!read_bytes(file, 1, bytes))
-        return fail(9331, "Error 9331. Failed to read header section of BIT file %s ('b' character).", name);
-    if (bytes[0] != 'b')
-        return fail(9332, "Error 9332. Expected to find 'b' in header of BIT file %s, but found %c.", name,
-                    bytes[0]);
-    if (!read_bytes(file, 2, bytes))
-        return fail(9333, "Error 9333. Failed to read header section of BIT file %s (device string length).",
-                    name);
-    if (!read_bytes(file, big_endian(bytes), bytes))
-        return fail(9335, "Error 9335. Failed to read header section of BIT file %s (device string).", name);
-    header.device = text_of(bytes);
-    if (!suits_the_module(header.device))
-        return fail(9336, "Error 9336. Bitstream %s is not for a %s device.", name, device_name.c_str());
-    if (verbose)
-        print("The bitstream is for a %s device.\n", header.device.c_str());
-    if (!read_bytes(file, 1, bytes))
-        return fail(9337, "Error 9337. Failed to read header section of BIT file %s ('c' character).", name);
-    if (bytes[0] != 'c')
-        return fail(9338, "Error 9338. Expected to find 'c' in header of BIT file %s, but found %c.", name,
-                    bytes[0]);
-    if (!read_bytes(file, 2, bytes))
-        return fail(9339, "Error 9339. Failed to read header section of BIT file %s (date string length).",
-                    name);
-    if (!read_bytes(file, big_endian(bytes), bytes))
-        return fail(9341, "Error 9341. Failed to read header section of BIT file %s (date string).", name);
-    header.date = text_of(bytes);
-    if (!read_bytes(file, 1, bytes))
-        return fail(9342, "Error 9342. Failed to read header section of BIT file %s ('d' character).", name);
-    if (bytes[0] != 'd')
-        return fail(9343, "Error 9343. Expected to find 'd' in header of BIT file %s, but found %c.", name,
-                    bytes[0]);
-    if (!read_bytes(file, 2, bytes))
-        return fail(9344, "Error 9344. Failed to read header section of BIT file %s (time string length).",
-                    name);
-    if (!read_bytes(file, big_endian(bytes), bytes))
-        return fail(9346, "Error 9346. Failed to read header section of BIT file %s (time string).", name);
-    header.time = text_of(bytes);
-    if (!read_bytes(file, 1, bytes))
-        return fail(9347, "Error 9347. Failed to read header section of BIT file %s ('e' character).", name);
-    if (bytes[0] != 'e')
-        return fail(9348, "Error 9348. Expected to find 'e' in header of BIT file %s, but found %c.", name,
-                    bytes[0]);
-    if (!read_bytes(file, 4, bytes))
-        return fail(9349, "Error 9349. Failed to read header section of BIT file %s (number of bits).", name);
-    header.byte_count = big_endian(bytes);
-    return 0;
+    expect_key(9347, 'e');
+    device_ = texts[1];
+    date_ = texts[2];
+    time_ = texts[3];
+    byte_count_ = big_endian(header_bytes(9349, 4, "number of bits"));
+    stated_ = static_cast<std::int32_t>(byte_count_ * 8);
 }
 
 // Converters
 
-std::string Model::output_name(const char* extension) const
+void Model::code_word(const Bytes& word)
 {
-    return bitstream_file.substr(0, bitstream_file.size() - 3) + extension;
+    for (const std::uint8_t byte : word) {
+        if (run_.value == -1)
+            run_.value = byte;
+        if (byte != run_.value || run_.count == 255) {
+            *outcome_.output += static_cast<char>(run_.count);
+            *outcome_.output += static_cast<char>(run_.value);
+            run_ = {0, byte, run_.written + 1};
+        }
+        ++run_.count;
+    }
+    done_ += 32;
+    if (done_ % 20000 == 0 && stated_ > 0)
+        report_conversion("");
 }
 
-int Model::make_mcb_from_rbt(FILE* in)
+void Model::report_conversion(const char* end)
 {
-    rbt_fp = nullptr;
-    Files files;
-    files.in = in;
-    const char* in_name = bitstream_file.c_str();
-    const std::string out_string = output_name("mcb");
-    const char* out_name = out_string.c_str();
+    const std::int64_t percent = stated_ <= 0 ? 100 : std::int64_t{done_} * 100 / stated_;
+    print("\r%% Done: %d%s", static_cast<int>(percent), end);
+}
 
-    print("\nGenerating an MCB file from %s.\n", in_name);
-    print("Checking header section of file <%s>.\n", in_name);
-    std::string line;
-    if (!read_line(files.in, 255, line))
-        return fail(9240, "Error 9240. Failed to read header section of RBT file %s.", in_name);
-    if (line != TITLE)
-        return fail(9241, "Error 9241. Invalid first line in RBT file %s.", in_name);
-    files.create(out_name, "wb");
-    if (files.out == nullptr)
-        return fail(9242, "Error 9242. Cannot open/create MCB file %s.", out_name);
-    if (!write_integer(files.out, FIRST_MAGIC))
-        return fail(9243, "Error 9243. Cannot write header to MCB file %s.", out_name);
-    if (!write_integer(files.out, SECOND_MAGIC))
-        return fail(9244, "Error 9244. Cannot write header to MCB file %s.", out_name);
-    for (int number = 2; number <= 5; ++number) {
-        if (!read_line(files.in, 255, line))
-            return fail(9245, "Error 9245. Failed to read header section of RBT file %s.", in_name);
-    }
-    const std::string device = device_field(line);
-    if (verbose)
-        print("The bitstream is for a %s device.\n", device.c_str());
-    if (!write_field(files.out, device))
-        return fail(9246, "Error 9246. Cannot write header to MCB file %s.", out_name);
-    if (!read_line(files.in, 255, line))
-        return fail(9247, "Error 9247. Failed to read header section of RBT file %s.", in_name);
-    std::size_t position = 0;
-    const bool has_date_line = !find_word(line, "bits:", position);
-    std::string timestamp = has_date_line ? line : line.substr(0, position);
-    if (verbose)
-        print("Time and date string is:\n%s\n", timestamp.c_str());
-    if (!has_date_line)
-        timestamp += "\n";
-    if (!write_field(files.out, timestamp))
-        return fail(9248, "Error 9248. Cannot write header to MCB file %s.", out_name);
-    if (has_date_line && !read_line(files.in, 255, line))
-        return fail(9249, "Error 9249. Failed to read header section of RBT file %s.", in_name);
-    if (!find_word(line, "bits:", position))
-        return fail(9257, "Error 9257. Failed to find bit size of RBT file %s.", in_name);
-    const int32_t stated_bits = stated_number(line, position + 5);
-    if (verbose)
-        print("The bitstream contains %d configuration bits.\n", stated_bits);
-    if (!write_integer(files.out, static_cast<uint32_t>(stated_bits / 8)))
-        return fail(9250, "Error 9250. Cannot write header to MCB file %s.", out_name);
-
-    Run run;
-    int32_t bits_found = 0;
-    while (read_line(files.in, 40, line)) {
-        if (line.size() != 33)
-            return fail(9251, "Error 9251. Incorrect line length. Bit_count = %d. In RBT file %s.",
-                        bits_found, in_name);
-        const Bytes word = word_of(line);
-        if (bits_found == 0)
-            run.value = word[0];
-        if (const int error = code_word(files.out, run, word, 9252, 9253))
-            return fail(error, "Error %d. Cannot write MCB file data to MCB file %s.", error, out_name);
-        bits_found += 32;
-        if (bits_found % 20000 == 0 && stated_bits > 0)
-            print("\r%% Done: %d", percent(bits_found, stated_bits));
-    }
-    if (const int error = write_run(files.out, run, 9254, 9255))
-        return fail(error, "Error %d. Cannot write MCB file data to MCB file %s.", error, out_name);
-    print("\r%% Done: %d, stored %d bytes representing %d bits\n", percent(bits_found, stated_bits),
-          run.written + 2, stated_bits);
-    const bool everything_written = files.close();
-    if (bits_found != stated_bits)
-        return fail(9256, "Error 9256. Incorrect number of bits in RBT file %s.", in_name);
-    if (!everything_written)
-        return fail(9255, "Error 9255. Cannot write MCB file data to MCB file %s.", out_name);
+void Model::end_mcb(int error, const char* format)
+{
+    *outcome_.output += static_cast<char>(run_.count);
+    *outcome_.output += static_cast<char>(std::max(run_.value, 0));
+    report_conversion((", stored " + std::to_string(run_.written + 2) + " bytes representing " +
+                       std::to_string(stated_) + " bits\n")
+                          .c_str());
+    if (done_ != stated_)
+        fail(error, "Incorrect number of bits in %s file %s.", format, scenario_.file_name());
     print("The bitstream has been compressed.\n");
-    return 0;
 }
 
-int Model::make_mcb_from_bit(FILE* in)
+void Model::make_mcb_from_rbt()
 {
-    bin_fp = nullptr;
-    Files files;
-    files.in = in;
-    const char* in_name = bitstream_file.c_str();
-    const std::string out_string = output_name("mcb");
-    const char* out_name = out_string.c_str();
+    print("\nGenerating an MCB file from %s.\n", scenario_.file_name());
+    print("Checking header section of file <%s>.\n", scenario_.file_name());
+    if (header_line(9240) != TITLE)
+        fail(9241, "Invalid first line in RBT file %s.", scenario_.file_name());
+    outcome_.output = integer(FIRST_MAGIC) + integer(SECOND_MAGIC);
+    std::string line;
+    for (int number = 2; number <= 5; ++number)
+        line = header_line(9245);
+    device_ = device_field(line);
+    if (scenario_.verbose)
+        print("The bitstream is for a %s device.\n", device_.c_str());
+    *outcome_.output += field(device_);
+    line = header_line(9247);
+    std::optional<std::size_t> bits = find_word(line, "bits:");
+    const bool has_date_line = !bits;
+    const std::string date = line.substr(0, bits.value_or(line.size()));
+    if (scenario_.verbose)
+        print("Time and date string is:\n%s\n", date.c_str());
+    *outcome_.output += field(has_date_line ? date : date + '\n');
+    if (has_date_line) {
+        line = header_line(9249);
+        bits = find_word(line, "bits:");
+    }
+    if (!bits)
+        fail(9257, "Failed to find bit size of RBT file %s.", scenario_.file_name());
+    stated_ = decimal(line.substr(*bits + 5));
+    if (scenario_.verbose)
+        print("The bitstream contains %d configuration bits.\n", stated_);
+    *outcome_.output += integer(static_cast<std::uint32_t>(stated_ / 8));
 
-    print("\nGenerating an MCB file from %s.\n", in_name);
-    print("Checking header section of file <%s>.\n", in_name);
-    BitFileHeader header;
-    if (const int error = read_bit_header(files.in, header))
-        return error;
-    files.create(out_name, "wb");
-    if (files.out == nullptr)
-        return fail(9410, "Error 9410. Cannot open/create MCB file %s.", out_name);
-    if (!write_integer(files.out, FIRST_MAGIC))
-        return fail(9411, "Error 9411. Cannot write header to MCB file %s.", out_name);
-    if (!write_integer(files.out, SECOND_MAGIC))
-        return fail(9412, "Error 9412. Cannot write header to MCB file %s.", out_name);
-    if (!write_field(files.out, header.device))
-        return fail(9413, "Error 9413. Cannot write header to MCB file %s.", out_name);
-    if (verbose)
-        print("Time and date string is:\n%s %s\n", header.date.c_str(), header.time.c_str());
-    if (!write_field(files.out, header.date + " " + header.time))
-        return fail(9414, "Error 9414. Cannot write header to MCB file %s.", out_name);
-    const int32_t stated_bits = static_cast<int32_t>(header.byte_count * 8U);
-    if (verbose)
-        print("The bitstream contains %d configuration bits.\n", stated_bits);
-    if (!write_integer(files.out, header.byte_count))
-        return fail(9415, "Error 9415. Cannot write header to MCB file %s.", out_name);
+    while (file_.line(40, line)) {
+        if (line.size() != 33)
+            fail(9251, "Incorrect line length. Bit_count = %d. In RBT file %s.", done_,
+                 scenario_.file_name());
+        code_word(word_of(line));
+    }
+    end_mcb(9256, "RBT");
+}
 
-    Run run;
-    int32_t bits_found = 0;
+void Model::make_mcb_from_bit()
+{
+    print("\nGenerating an MCB file from %s.\n", scenario_.file_name());
+    print("Checking header section of file <%s>.\n", scenario_.file_name());
+    read_bit_header();
+    outcome_.output = integer(FIRST_MAGIC) + integer(SECOND_MAGIC) + field(device_);
+    if (scenario_.verbose)
+        print("Time and date string is:\n%s %s\n", date_.c_str(), time_.c_str());
+    *outcome_.output += field(date_ + ' ' + time_);
+    if (scenario_.verbose)
+        print("The bitstream contains %d configuration bits.\n", stated_);
+    *outcome_.output += integer(byte_count_);
+
     Bytes word;
     do {
-        if (!read_bytes(files.in, 4, word))
-            return fail(9416, "Error 9416. Failed to read BIT file %s (after %d bits read, expected %d).",
-                        in_name, bits_found, stated_bits);
-        if (word.size() != 4)
-            return fail(9417, "Error 9417. Incorrect word length (%d), bit_count = %d, in BIT file %s.",
-                        static_cast<int>(word.size()), bits_found, in_name);
-        for (Byte& byte : word)
-            byte = reversed(byte);
-        if (bits_found == 0)
-            run.value = word[0];
-        if (const int error = code_word(files.out, run, word, 9418, 9419))
-            return fail(error, "Error %d. Cannot write MCB file data to MCB file %s.", error, out_name);
-        bits_found += 32;
-        if (bits_found % 20000 == 0 && stated_bits > 0)
-            print("\r%% Done: %d", percent(bits_found, stated_bits));
-    } while (bits_found < stated_bits);
-    Bytes trailing;
-    if (read_bytes(files.in, 1024, trailing) && !trailing.empty())
-        bits_found += static_cast<int32_t>(trailing.size());
-    if (const int error = write_run(files.out, run, 9420, 9421))
-        return fail(error, "Error %d. Cannot write MCB file data to MCB file %s.", error, out_name);
-    print("\r%% Done: %d, stored %d bytes representing %d bits\n", percent(bits_found, stated_bits),
-          run.written + 2, stated_bits);
-    const bool everything_written = files.close();
-    if (bits_found != stated_bits)
-        return fail(9422, "Error 9422. Incorrect number of bits in BIT file %s.", in_name);
-    if (!everything_written)
-        return fail(9421, "Error 9421. Cannot write MCB file data to MCB file %s.", out_name);
-    print("The bitstream has been compressed.\n");
-    return 0;
+        if (!file_.read(4, word))
+            fail(9416, "Failed to read BIT file %s (after %d bits read, expected %d).", scenario_.file_name(),
+                 done_, stated_);
+        code_word(reversed(word));
+    } while (done_ < stated_);
+    Bytes more;
+    if (file_.read(1024, more))
+        done_ += 1024;
+    end_mcb(9422, "BIT");
 }
 
-namespace
+void Model::write_line(const Bytes& line)
 {
-
-/// Writes one data line; returns 0 or the number of the very character that could not be written.
-int write_rbt_line(FILE* out, const std::array<Byte, 4>& bytes)
-{
-    for (const Byte byte : bytes) {
-        for (int bit = 0; bit < 8; ++bit) {
-            const bool one = (byte & (1 << bit)) != 0;
-            if (!write_byte(out, one ? '1' : '0'))
-                return one ? 9295 : 9296;
-        }
+    for (const std::uint8_t byte : line) {
+        for (int bit = 0; bit < 8; ++bit)
+            *outcome_.output += (byte >> bit & 1) != 0 ? '1' : '0';
     }
-    return write_byte(out, '\n') ? 0 : 9297;
+    *outcome_.output += '\n';
 }
 
-} // namespace
-
-int Model::make_rbt_from_mcb(FILE* in)
+void Model::make_rbt_from_mcb()
 {
-    bin_fp = nullptr;
-    Files files;
-    files.in = in;
-    const char* in_name = bitstream_file.c_str();
-    const std::string out_string = output_name("rbt");
-    const char* out_name = out_string.c_str();
-
-    print("\nGenerating an RBT file from %s.\n", in_name);
-    print("Checking header section of the file <%s>.\n", in_name);
+    const char* const name = scenario_.file_name();
+    print("\nGenerating an RBT file from %s.\n", name);
+    print("Checking header section of the file <%s>.\n", name);
     Bytes bytes;
-    if (!read_bytes(files.in, 8, bytes))
-        return fail(9270, "Error 9270. Failed to read header section of MCB file %s.", in_name);
-    if (little_endian(&bytes[0]) != FIRST_MAGIC || little_endian(&bytes[4]) != SECOND_MAGIC)
-        return fail(9271, "Error 9271. Invalid magic numbers in MCB file %s.", in_name);
-    if (!read_bytes(files.in, 255, bytes))
-        return fail(9272, "Error 9272. Failed to read device type from MCB file %s.", in_name);
-    const std::string device = text_of(bytes);
-    files.create(out_name, "w");
-    if (files.out == nullptr)
-        return fail(9273, "Error 9273. Cannot open/create RTB file %s.", out_name);
-    if (std::fputs(TITLE, files.out) < 0)
-        return fail(9274, "Error 9274. Failed to write header section of RBT file %s.", out_name);
-    for (int i = 0; i < 3; ++i) {
-        if (std::fputs("Generated by MARROWAY.\n", files.out) < 0)
-            return fail(9275, "Error 9275. Failed to write header section of RBT file %s.", out_name);
-    }
-    if (std::fprintf(files.out, "Part:  %s\n", device.c_str()) < 0)
-        return fail(9276, "Error 9276. Failed to write header section of RBT file %s.", out_name);
-    if (!read_bytes(files.in, 255, bytes))
-        return fail(9277, "Error 9277. Failed to read MCB file %s.", in_name);
+    if (!file_.read(8, bytes))
+        fail(9270, "Failed to read header section of MCB file %s.", name);
+    if (std::string{bytes.begin(), bytes.end()} != integer(FIRST_MAGIC) + integer(SECOND_MAGIC))
+        fail(9271, "Invalid magic numbers in MCB file %s.", name);
+    if (!file_.read(FIELD_SIZE, bytes))
+        fail(9272, "Failed to read device type from MCB file %s.", name);
+    outcome_.output = TITLE;
+    for (int line = 2; line <= 4; ++line)
+        *outcome_.output += "Generated by MARROWAY.\n";
+    *outcome_.output += "Part:  " + text_of(bytes) + '\n';
+    if (!file_.read(FIELD_SIZE, bytes))
+        fail(9277, "Failed to read MCB file %s.", name);
     const std::string timestamp = text_of(bytes);
-    if (!read_bytes(files.in, 4, bytes))
-        return fail(9278, "Error 9278. Failed to read MCB file %s.", in_name);
-    const int32_t byte_count = static_cast<int32_t>(little_endian(bytes.data()));
-    if (std::fprintf(files.out, "%s", timestamp.c_str()) < 0)
-        return fail(9279, "Error 9279. Failed to write header section of RBT file %s.", out_name);
-    std::fprintf(files.out, "bits:   %d\n", static_cast<int32_t>(static_cast<uint32_t>(byte_count) * 8U));
+    if (!file_.read(4, bytes))
+        fail(9278, "Failed to read MCB file %s.", name);
+    stated_ = static_cast<std::int32_t>(little_endian(bytes));
+    const auto bits = static_cast<std::int32_t>(little_endian(bytes) * 8);
+    *outcome_.output += timestamp + "bits:   " + std::to_string(bits) + '\n';
 
-    std::array<Byte, 4> line = {0, 0, 0, 0};
+    Bytes line(4, 0); // what a short last line does not replace stays in it
     std::size_t filled = 0;
-    int32_t produced = 0;
-    int32_t reported = 0;
-    while (produced < byte_count) {
-        Byte count = 0;
-        Byte value = 0;
-        std::size_t got = std::fread(&count, 1, 1, files.in);
-        if (std::ferror(files.in) != 0)
-            return fail(9280, "Error 9280. Failed to read MCB file %s.", in_name);
-        if (got != 1)
-            return fail(9281, "Error 9281. End of MCB file %s reached unexpectedly.", in_name);
-        got = std::fread(&value, 1, 1, files.in);
-        if (std::ferror(files.in) != 0)
-            return fail(9282, "Error 9282. Failed to read MCB file %s.", in_name);
-        if (got != 1)
-            return fail(9283, "Error 9283. End of mcb file %s reached unexpectedly.", in_name);
-        for (int copy = 0; copy < count; ++copy) {
+    std::int32_t reported = 0;
+    while (done_ < stated_) {
+        Bytes count;
+        Bytes value;
+        if (!file_.read(1, count))
+            fail(9281, "End of MCB file %s reached unexpectedly.", name);
+        if (!file_.read(1, value))
+            fail(9283, "End of mcb file %s reached unexpectedly.", name);
+        for (int copy = 0; copy < count[0]; ++copy) {
             if (filled == 4) {
-                if (const int error = write_rbt_line(files.out, line))
-                    return fail(error, "Error %d. Failed to write to RBT file %s.", error, out_name);
+                write_line(line);
                 filled = 0;
             }
-            line[filled++] = value;
+            line[filled++] = value[0];
         }
-        produced += count;
-        if (produced - reported > 1000) {
-            print("\r%% Done: %d", percent(produced, byte_count));
-            reported = produced;
+        done_ += count[0];
+        if (done_ - reported > 1000) {
+            report_conversion("");
+            reported = done_;
         }
     }
-    if (filled > 0) {
-        if (const int error = write_rbt_line(files.out, line))
-            return fail(error, "Error %d. Failed to write to RBT file %s.", error, out_name);
-    }
-    print("\r%% Done: %d\n", percent(produced, byte_count));
-    const bool everything_written = files.close();
-    if (produced != byte_count)
-        return fail(9284, "Error 9284. Incorrect number of bytes in MCB file %s.", in_name);
-    if (!everything_written)
-        return fail(9297, "Error 9297. Failed to write to RBT file %s.", out_name);
+    if (filled > 0)
+        write_line(line);
+    report_conversion("\n");
+    if (done_ != stated_)
+        fail(9284, "Incorrect number of bytes in MCB file %s.", name);
     print("The bitstream has been un-compressed.\n");
-    return 0;
 }
 
 } // namespace reference

@@ -1,7 +1,8 @@
 // The reference model's loaders: RBT, BIT and MCB files to a module.
 #include "reference_model.h"
 
-#include <cstring>
+#include <array>
+#include <utility>
 
 namespace reference
 {
@@ -9,445 +10,290 @@ namespace reference
 namespace
 {
 
-const uint32_t TIMEOUT = 5000;
-const Byte CONFIGURED = 5;
+constexpr std::uint32_t TIMEOUT = 5000;
+constexpr std::uint8_t CONFIGURED = 5;
+const char* const BOARD_TYPE = "mwc4a";
 
-bool read_line(FILE* file, int limit, std::string& line)
+std::string words_for(std::uint32_t status)
 {
-    char buffer[256] = "";
-    if (std::fgets(buffer, limit, file) == nullptr)
-        return false;
-    line = buffer;
-    return true;
+    std::array<char, 256> text{};
+    MwErr2Text(status, text.data());
+    return text.data();
 }
-
-/// What could be read is seen by the stream's indicators alone.
-void read_into(void* destination, std::size_t size, FILE* file)
-{
-    if (std::fread(destination, 1, size, file) != size)
-        return;
-}
-
-bool stopped(FILE* file)
-{
-    return std::ferror(file) != 0 || std::feof(file) != 0;
-}
-
-/// 32-bit arithmetic that wraps.
-int32_t percent(int32_t done, int32_t stated)
-{
-    const int32_t hundredfold = static_cast<int32_t>(static_cast<uint32_t>(done) * 100U);
-    return static_cast<int32_t>(static_cast<int64_t>(hundredfold) / stated);
-}
-
-/// Closes the file wherever a load ends.
-struct Closing {
-    FILE* file;
-    explicit Closing(FILE* given) : file{given} {}
-    Closing(const Closing&) = delete;
-    Closing& operator=(const Closing&) = delete;
-    ~Closing() { now(); }
-    void now()
-    {
-        if (file != nullptr)
-            std::fclose(file);
-        file = nullptr;
-    }
-};
 
 } // namespace
 
-/// The numbers of what follows the data, which the three loaders have in the same order.
-struct Model::Numbers {
+/// The numbers of the errors of a load, which differ from format to format.
+struct Model::LoadNumbers {
+    const char* format;
+    int start;
+    int header;
+    int count; ///< of a pair; its value has the next number, and so have those of the last pair
+    int plain;
+    int flush;
     int end;
     int start_reply;
     int read_reply;
     int end_reply;
     const char* end_reply_words;
+    int last_count = 0;
+    int bits_found = 0; ///< configured, but another number of bits than stated
+    int unsuccessful = 0;
+    int both = 0;
 };
 
-bool Model::compressed() const
+void Model::check(int number, const char* what, std::uint32_t status)
 {
-    return supports_compressed_loading && !never_compress;
+    if (status != 0)
+        fail(number, "Cannot %s, slot 0x%x (via '%s %u') (%s).", what, scenario_.address, BOARD_TYPE,
+             scenario_.board, words_for(status).c_str());
 }
 
-int Model::cannot(int number, const char* what, uint32_t status)
+void Model::check_reply(int number, const char* what, std::uint32_t status)
 {
-    return fail(number, "Error %d. Cannot %s, slot 0x%x (via '%s %d') (%s).", number, what, slot_address,
-                board_type.c_str(), board_number, api_text(status).c_str());
+    if (status != 0)
+        fail(number, "Cannot %s (via '%s %u') (%s).", what, BOARD_TYPE, scenario_.board,
+             words_for(status).c_str());
 }
 
-int Model::cannot_send(int number, uint32_t status)
+void Model::start_load(const LoadNumbers& numbers)
 {
-    return cannot(number, "send KSB message data", status);
-}
-
-int Model::cannot_reply(int number, const char* what, uint32_t status)
-{
-    return fail(number, "Error %d. Cannot %s (via '%s %d') (%s).", number, what, board_type.c_str(),
-                board_number, api_text(status).c_str());
-}
-
-/// The line that names the module's family is never printed: nothing sets the type that it depends on.
-void Model::announce()
-{
-    print("Checking header section of the file <%s>.\n", bitstream_file.c_str());
-}
-
-int Model::start_load(int start_number, int header_number)
-{
-    if (prompt_user)
-        xprompt("Press return to send configuration bitstream.");
-    if (const uint32_t status =
-            platform_.StartSendMessageEx(handle, (slot_address >> 4) & 15, slot_address & 15, TIMEOUT))
-        return cannot(start_number, "start KSB message", status);
+    wait_for_key("Press return to send configuration bitstream.");
+    check(numbers.start, "start KSB message",
+          MwKSBStartSendMessageEx(bus_, scenario_.address / 16, scenario_.address % 16, TIMEOUT));
     if (compressed())
         print("Sending in compressed format.\n");
-    const Byte header[2] = {static_cast<Byte>(compressed() ? 13 : 3),
-                            static_cast<Byte>(board_number << 3 | 5)};
-    if (const uint32_t status = platform_.SendMessageDataEx(handle, header, 2, TIMEOUT))
-        return cannot_send(header_number, status);
-    return 0;
+    const std::uint8_t header[] = {static_cast<std::uint8_t>(compressed() ? 13 : 3),
+                                   static_cast<std::uint8_t>(scenario_.board * 8 + 5)};
+    check(numbers.header, "send KSB message data", MwKSBSendMessageDataEx(bus_, header, 2, TIMEOUT));
 }
 
-void Model::bit_progress(int32_t bit_count, int32_t stated_bits)
+/// Bytes go out in pieces of eight.
+void Model::send(int number, int byte)
 {
-    if (bit_count % 20000 == 0 && stated_bits != 0)
-        print("\r%% Done: %d", percent(bit_count, stated_bits));
+    unsent_.push_back(static_cast<std::uint8_t>(byte));
+    if (unsent_.size() == 8)
+        flush(number);
 }
 
-void Model::final_progress(int32_t done, int32_t stated, const char* end)
+void Model::flush(int number)
 {
-    if (stated != 0)
-        print("\r%% Done: %d%s", percent(done, stated), end);
+    if (unsent_.empty())
+        return;
+    const Bytes piece = std::exchange(unsent_, {});
+    const std::uint32_t status =
+        MwKSBSendMessageDataEx(bus_, piece.data(), static_cast<std::uint32_t>(piece.size()), TIMEOUT);
+    if (status != 0 && (number == 9140 || number == 9390))
+        fail(number, "Cannot send KSB message data, board \"%s %u\" (%s).", BOARD_TYPE, scenario_.board,
+             words_for(status).c_str());
+    check(number, "send KSB message data", status);
 }
 
-int Model::finish_load(const Numbers& numbers, Byte& status)
+void Model::load_word(const LoadNumbers& numbers, const Bytes& word)
 {
-    if (const uint32_t code = platform_.EndOfSendMessageEx(handle, TIMEOUT))
-        return cannot(numbers.end, "end KSB message", code);
-    uint32_t type = 0;
-    if (const uint32_t code = platform_.StartReceiveMessageEx(handle, &type, TIMEOUT))
-        return cannot_reply(numbers.start_reply, "start receive KSB message", code);
-    Byte reply[2] = {0, 0};
-    uint32_t received = 0;
-    if (const uint32_t code = platform_.ReceiveMessageDataEx(handle, reply, 2, &received, TIMEOUT))
-        return cannot_reply(numbers.read_reply, "receive KSB message data", code);
-    if (const uint32_t code = platform_.EndOfReceiveMessageEx(handle, TIMEOUT))
-        return cannot_reply(numbers.end_reply, numbers.end_reply_words, code);
-    status = reply[0];
-    return 0;
+    // Older families do without the last 128 of the stated bits, unless the data are compressed.
+    const bool in_time = scenario_.virtex2 || done_ < std::int64_t{stated_} - 128;
+    for (const std::uint8_t byte : word) {
+        if (!compressed()) {
+            if (in_time)
+                send(numbers.plain, byte);
+            continue;
+        }
+        if (run_.value == -1)
+            run_.value = byte;
+        if (byte != run_.value || run_.count == 255) {
+            send(numbers.count, run_.count);
+            send(numbers.count + 1, run_.value);
+            run_ = {0, byte, 0};
+        }
+        ++run_.count;
+    }
+    done_ += 32;
+    if (done_ % 20000 == 0)
+        report_load("");
 }
 
-int Model::succeed()
+/// A hundredfold of what is done wraps at 32 bits.
+void Model::report_load(const char* end)
+{
+    if (stated_ == 0)
+        return;
+    const auto hundredfold = static_cast<std::int32_t>(static_cast<std::uint32_t>(done_) * 100);
+    print("\r%% Done: %d%s", static_cast<int>(std::int64_t{hundredfold} / stated_), end);
+}
+
+void Model::end_words(const LoadNumbers& numbers)
+{
+    if (compressed()) {
+        send(numbers.last_count, run_.count);
+        send(numbers.last_count + 1, run_.value == -1 ? 0 : run_.value);
+    }
+    flush(numbers.flush);
+    report_load("\n");
+    if (done_ == stated_)
+        print("The bitstream has been downloaded.\n");
+    else
+        print("Incorrect number of bits in %s file (%d found, %d stated).\n", numbers.format, done_, stated_);
+}
+
+std::uint8_t Model::finish_load(const LoadNumbers& numbers)
+{
+    check(numbers.end, "end KSB message", MwKSBEndOfSendMessageEx(bus_, TIMEOUT));
+    std::uint32_t type = 0;
+    check_reply(numbers.start_reply, "start receive KSB message",
+                MwKSBStartReceiveMessageEx(bus_, &type, TIMEOUT));
+    std::array<std::uint8_t, 2> reply{};
+    std::uint32_t received = 0;
+    check_reply(numbers.read_reply, "receive KSB message data",
+                MwKSBReceiveMessageDataEx(bus_, reply.data(), 2, &received, TIMEOUT));
+    check_reply(numbers.end_reply, numbers.end_reply_words, MwKSBEndOfReceiveMessageEx(bus_, TIMEOUT));
+    return reply[0];
+}
+
+void Model::judge_words(const LoadNumbers& numbers, std::uint8_t verdict)
+{
+    const bool bits_match = done_ == stated_;
+    if (verdict == CONFIGURED && bits_match)
+        succeed();
+    else if (verdict == CONFIGURED)
+        fail(numbers.bits_found,
+             "Configuration successfull, but found incorrect number of bits (%d, %d) in %s file %s.", stated_,
+             done_, numbers.format, scenario_.file_name());
+    else if (bits_match)
+        fail(numbers.unsuccessful, "Configuration was unsuccessful (%d).", verdict);
+    else
+        fail(numbers.both, "Configuration unsuccessfull. Incorrect number of bits (%d, %d) in %s file %s.",
+             stated_, done_, numbers.format, scenario_.file_name());
+}
+
+void Model::succeed()
 {
     print("Configuration was successful.\n");
-    if (prompt_user)
-        xprompt("Press return to continue.");
-    return 0;
+    wait_for_key("Press return to continue.");
 }
 
-int Model::load_rbt()
+void Model::load_rbt()
 {
-    Closing file{rbt_fp};
-    rbt_fp = nullptr;
-    const char* name = bitstream_file.c_str();
-    announce();
+    static const LoadNumbers numbers{
+        "RBT", 9105, 9106, 9108, 9140, 9122, 9114, 9115, 9116, 9117, "end KSB message",
+        9110,  9113, 9118, 9119};
+    const char* const name = scenario_.file_name();
+    print("Checking header section of the file <%s>.\n", name);
+    if (header_line(9100) != "Xilinx ASCII Bitstream\n")
+        fail(9101, "Invalid first line in RBT file %s.", name);
     std::string line;
-    if (!read_line(file.file, 255, line))
-        return fail(9100, "Error 9100. Failed to read header section of RBT file %s.", name);
-    if (line != "Xilinx ASCII Bitstream\n")
-        return fail(9101, "Error 9101. Invalid first line in RBT file %s.", name);
-    for (int number = 2; number <= 5; ++number) {
-        if (!read_line(file.file, 255, line))
-            return fail(9102, "Error 9102. Failed to read header section of RBT file %s.", name);
+    for (int number = 2; number <= 5; ++number)
+        line = header_line(9102);
+    device_ = device_field(line);
+    if (!suits_the_module(device_))
+        fail(9103, "Bitstream %s is not for a %s device.", name, scenario_.device.c_str());
+    if (scenario_.verbose)
+        print("The bitstream is for a %s device.\n", device_.c_str());
+    line = header_line(9104);
+    if (!find_word(line, "bits:"))
+        line = header_line(9120);
+    const std::optional<std::size_t> bits = find_word(line, "bits:");
+    if (!bits) {
+        // The text states another number than the one that is returned.
+        outcome_ = {9120, std::string{"Error 9121. Failed to find bit size of RBT "} + name + '.', {}};
+        throw Stop{};
     }
-    const std::string device = device_field(line);
-    if (!suits_the_module(device))
-        return fail(9103, "Error 9103. Bitstream %s is not for a %s device.", name, device_name.c_str());
-    if (verbose)
-        print("The bitstream is for a %s device.\n", device.c_str());
-    if (!read_line(file.file, 255, line))
-        return fail(9104, "Error 9104. Failed to read header section of RBT file %s.", name);
-    std::size_t position = 0;
-    if (!find_word(line, "bits:", position)) {
-        if (!read_line(file.file, 255, line))
-            return fail(9120, "Error 9120. Failed to read header section of RBT file %s.", name);
+    stated_ = decimal(line.substr(*bits + 5));
+    if (scenario_.verbose)
+        print("The bitstream contains %d configuration bits.\n", stated_);
+    start_load(numbers);
+    while (file_.line(40, line)) {
+        if (line.size() != 33)
+            fail(compressed() ? 9107 : 9112, "Incorrect line length (%d), bit_count = %d, in RBT file %s.",
+                 static_cast<int>(line.size()), done_, name);
+        load_word(numbers, word_of(line));
     }
-    if (!find_word(line, "bits:", position))
-        return fail(9120, "Error 9121. Failed to find bit size of RBT %s.", name);
-    const int32_t stated_bits = stated_number(line, position + 5);
-    if (verbose)
-        print("The bitstream contains %d configuration bits.\n", stated_bits);
-    if (const int error = start_load(9105, 9106))
-        return error;
-
-    int32_t bit_count = 0;
-    Byte run_value = 0;
-    int run_count = 0;
-    while (read_line(file.file, 40, line)) {
-        const int length = static_cast<int>(line.size());
-        if (length != 33 && compressed())
-            return fail(9107, "Error 9107. Incorrect line length (%d), bit_count = %d, in RBT file %s.",
-                        length, bit_count, name);
-        if (length != 33)
-            return fail(9112, "Error 9112. Incorrect line length (%d), bit_count = %d, in RBT file %s.",
-                        length, bit_count, name);
-        const Bytes word = word_of(line);
-        if (compressed()) {
-            if (bit_count == 0)
-                run_value = word[0];
-            for (const Byte byte : word) {
-                if (byte != run_value || run_count == 255) {
-                    if (const uint32_t status = buffered_send({static_cast<Byte>(run_count)}))
-                        return cannot_send(9108, status);
-                    if (const uint32_t status = buffered_send({run_value}))
-                        return cannot_send(9109, status);
-                    run_count = 1;
-                    run_value = byte;
-                } else {
-                    ++run_count;
-                }
-            }
-        } else if (virtex2_family || bit_count < static_cast<int64_t>(stated_bits) - 128) {
-            for (const Byte byte : word) {
-                if (const uint32_t status = buffered_send({byte}))
-                    return fail(9140, "Error 9140. Cannot send KSB message data, board \"%s %d\" (%s).",
-                                board_type.c_str(), board_number, api_text(status).c_str());
-            }
-        }
-        bit_count += 32;
-        bit_progress(bit_count, stated_bits);
-    }
-    if (compressed()) {
-        if (const uint32_t status = buffered_send({static_cast<Byte>(run_count)}))
-            return cannot_send(9110, status);
-        if (const uint32_t status = buffered_send({run_value}))
-            return cannot_send(9111, status);
-    }
-    if (const uint32_t status = flush())
-        return cannot_send(9122, status);
-    final_progress(bit_count, stated_bits, "\n");
-    file.now();
-    const bool bits_match = bit_count == stated_bits;
-    if (bits_match) {
-        print("The bitstream has been downloaded.\n");
-    } else {
-        print("Incorrect number of bits in RBT file (%d found, %d stated).\n", bit_count, stated_bits);
-        fail(9113, "Error 9113. Incorrect number of bits (%d, %d) in RBT file %s.", stated_bits, bit_count,
-             name);
-    }
-    Byte status = 0;
-    if (const int error = finish_load({9114, 9115, 9116, 9117, "end KSB message"}, status))
-        return error;
-    if (status == CONFIGURED && bits_match)
-        return succeed();
-    if (status == CONFIGURED)
-        return fail(
-            9113,
-            "Error 9113. Configuration successfull, but found incorrect number of bits (%d, %d) in RBT file %s.",
-            stated_bits, bit_count, name);
-    if (!bits_match)
-        return fail(
-            9119,
-            "Error 9119. Configuration unsuccessfull. Incorrect number of bits (%d, %d) in RBT file %s.",
-            stated_bits, bit_count, name);
-    return fail(9118, "Error 9118. Configuration was unsuccessful (%d).", status);
+    end_words(numbers);
+    judge_words(numbers, finish_load(numbers));
 }
 
-int Model::load_bit()
+void Model::load_bit()
 {
-    Closing file{bin_fp};
-    bin_fp = nullptr;
-    const char* name = bitstream_file.c_str();
-    announce();
-    BitFileHeader header;
-    if (const int error = read_bit_header(file.file, header))
-        return error;
-    last_error = 0;
-    const int32_t stated_bits = static_cast<int32_t>(header.byte_count * 8U);
-    if (verbose)
-        print("The bitstream contains %d configuration bits.\n", stated_bits);
-    if (const int error = start_load(9350, 9351))
-        return error;
-
-    int32_t bit_count = 0;
-    Byte run_value = 0;
-    int run_count = 0;
-    for (;;) {
-        Byte read[4] = {};
-        const int length = static_cast<int>(std::fread(read, 1, 4, file.file));
-        if (stopped(file.file) && compressed())
-            return fail(9352, "Error 9352. Failed to read BIT file %s (after %d bits read, expected %d).",
-                        name, bit_count, stated_bits);
-        if (stopped(file.file))
-            return fail(9358, "Error 9358. Failed to read BIT file %s (after %d bits read, expected %d).",
-                        name, bit_count, stated_bits);
-        if (length != 4 && compressed())
-            return fail(9353, "Error 9353. Incorrect word length (%d), bit_count = %d, in BIT file %s.",
-                        length, bit_count, name);
-        if (length != 4)
-            return fail(9359, "Error 9359. Incorrect word length (%d), bit_count = %d, in BIT file %s.",
-                        length, bit_count, name);
-        Bytes word;
-        for (const Byte byte : read)
-            word.push_back(reversed(byte));
-        if (compressed()) {
-            if (bit_count == 0)
-                run_value = word[0];
-            for (const Byte byte : word) {
-                if (byte != run_value || run_count == 255) {
-                    if (const uint32_t status = buffered_send({static_cast<Byte>(run_count)}))
-                        return cannot_send(9354, status);
-                    if (const uint32_t status = buffered_send({run_value}))
-                        return cannot_send(9355, status);
-                    run_count = 1;
-                    run_value = byte;
-                } else {
-                    ++run_count;
-                }
-            }
-        } else if (virtex2_family || bit_count < static_cast<int64_t>(stated_bits) - 128) {
-            if (const uint32_t status = buffered_send(word))
-                return fail(9390, "Error 9390. Cannot send KSB message data, board \"%s %d\" (%s).",
-                            board_type.c_str(), board_number, api_text(status).c_str());
-        }
-        bit_count += 32;
-        bit_progress(bit_count, stated_bits);
-        if (bit_count < stated_bits)
-            continue;
-        Byte probe[1024];
-        const std::size_t got = std::fread(probe, 1, compressed() ? 1024 : 1, file.file);
-        if (!stopped(file.file))
-            bit_count += static_cast<int32_t>(got);
-        break;
-    }
-    if (compressed()) {
-        if (const uint32_t status = buffered_send({static_cast<Byte>(run_count)}))
-            return cannot_send(9356, status);
-        if (const uint32_t status = buffered_send({run_value}))
-            return cannot_send(9357, status);
-    }
-    if (const uint32_t status = flush())
-        return cannot_send(9368, status);
-    final_progress(bit_count, stated_bits, "\n");
-    file.now();
-    const bool bits_match = bit_count == stated_bits;
-    if (bits_match) {
-        print("The bitstream has been downloaded.\n");
-    } else {
-        print("Incorrect number of bits in BIT file (%d found, %d stated).\n", bit_count, stated_bits);
-        fail(9360, "Error 9360. Incorrect number of bits (%d, %d) in BIT file %s.", stated_bits, bit_count,
-             name);
-    }
-    Byte status = 0;
-    if (const int error = finish_load({9361, 9362, 9363, 9364, "end KSB message"}, status))
-        return error;
-    if (status == CONFIGURED && bits_match)
-        return succeed();
-    if (status == CONFIGURED)
-        return fail(
-            9365,
-            "Error 9365. Configuration successfull, but found incorrect number of bits (%d, %d) in BIT file %s.",
-            stated_bits, bit_count, name);
-    if (!bits_match)
-        return fail(
-            9367,
-            "Error 9367. Configuration unsuccessfull. Incorrect number of bits (%d, %d) in BIT file %s.",
-            stated_bits, bit_count, name);
-    return fail(9366, "Error 9366. Configuration was unsuccessful (%d).", status);
+    static const LoadNumbers numbers{
+        "BIT", 9350, 9351, 9354, 9390, 9368, 9361, 9362, 9363, 9364, "end KSB message",
+        9356,  9365, 9366, 9367};
+    print("Checking header section of the file <%s>.\n", scenario_.file_name());
+    read_bit_header();
+    if (scenario_.verbose)
+        print("The bitstream contains %d configuration bits.\n", stated_);
+    start_load(numbers);
+    Bytes word;
+    do {
+        if (!file_.read(4, word))
+            fail(compressed() ? 9352 : 9358, "Failed to read BIT file %s (after %d bits read, expected %d).",
+                 scenario_.file_name(), done_, stated_);
+        load_word(numbers, reversed(word));
+    } while (done_ < stated_);
+    const std::size_t probe = compressed() ? 1024 : 1;
+    Bytes more;
+    if (file_.read(probe, more))
+        done_ += static_cast<std::int32_t>(probe);
+    end_words(numbers);
+    judge_words(numbers, finish_load(numbers));
 }
 
-int Model::load_mcb()
+void Model::load_mcb()
 {
-    Closing file{bin_fp};
-    bin_fp = nullptr;
-    const char* name = bitstream_file.c_str();
-    announce();
-    Byte magic[8] = {};
-    read_into(magic, 8, file.file);
-    if (stopped(file.file))
-        return fail(9150, "Error 9150. Failed to read header section of MCB file %s.", name);
-    if (std::memcmp(magic, "\x78\x12\x44\x00\x88\x01\x76\x00", 8) != 0)
-        return fail(9151, "Error 9151. Invalid magic numbers in MCB file %s.", name);
-    char text[256] = "";
-    read_into(text, 255, file.file);
-    if (stopped(file.file))
-        return fail(9152, "Error 9152. Failed to read device type from MCB file %s.", name);
-    if (!suits_the_module(text))
-        return fail(9153, "Error 9153. Bitstream %s is not for a %s device.", name, device_name.c_str());
-    if (verbose)
-        print("The bitstream is for a %s device.\n", device_name.c_str());
-    read_into(text, 255, file.file);
-    if (stopped(file.file))
-        return fail(9154, "Error 9154. Failed to read timestamp from MCB file %s.", name);
-    Byte size[4] = {};
-    read_into(size, 4, file.file);
-    if (stopped(file.file))
-        return fail(9155, "Error 9155. Failed to read number of bytes from MCB file %s.", name);
-    const int32_t total_bytes =
-        static_cast<int32_t>(size[0] + 256U * size[1] + 65536U * size[2] + 16777216U * size[3]);
-    if (verbose)
-        print("The compressed file contains %d configuration bytes.\n", total_bytes);
-    if (const int error = start_load(9156, 9157))
-        return error;
+    static const LoadNumbers numbers{
+        "MCB", 9156, 9157, 9162, 9164, 9173, 9168, 9169, 9170, 9171, "end receive KSB message", 9165};
+    const char* const name = scenario_.file_name();
+    print("Checking header section of the file <%s>.\n", name);
+    Bytes bytes;
+    if (!file_.read(8, bytes))
+        fail(9150, "Failed to read header section of MCB file %s.", name);
+    if (bytes != ::bytes("78 12 44 00 88 01 76 00"))
+        fail(9151, "Invalid magic numbers in MCB file %s.", name);
+    if (!file_.read(255, bytes))
+        fail(9152, "Failed to read device type from MCB file %s.", name);
+    if (!suits_the_module(text_of(bytes)))
+        fail(9153, "Bitstream %s is not for a %s device.", name, scenario_.device.c_str());
+    if (scenario_.verbose)
+        print("The bitstream is for a %s device.\n", scenario_.device.c_str());
+    if (!file_.read(255, bytes))
+        fail(9154, "Failed to read timestamp from MCB file %s.", name);
+    if (!file_.read(4, bytes))
+        fail(9155, "Failed to read number of bytes from MCB file %s.", name);
+    stated_ = static_cast<std::int32_t>(little_endian(bytes));
+    if (scenario_.verbose)
+        print("The compressed file contains %d configuration bytes.\n", stated_);
+    start_load(numbers);
 
-    int32_t bytes_done = 0;
-    int32_t last_shown = 0;
-    while (bytes_done < total_bytes) {
-        Byte count = 0;
-        Byte value = 0;
-        read_into(&count, 1, file.file);
-        if (std::ferror(file.file) != 0)
-            return fail(9158, "Error 9158. Failed to read of MCB file %s.", name);
-        if (std::feof(file.file) != 0)
-            return fail(9159, "Error 9159. End of MCB file %s reached unexpectedly.", name);
-        read_into(&value, 1, file.file);
-        if (std::ferror(file.file) != 0)
-            return fail(9160, "Error 9160. Failed to read of MCB file %s.", name);
-        if (std::feof(file.file) != 0)
-            return fail(9161, "Error 9161. End of MCB file %s reached unexpectedly.", name);
-        if (!virtex2_family && bytes_done + count >= total_bytes - 4) {
-            if (compressed()) {
-                const Byte cut = static_cast<Byte>((total_bytes & 0xFF) - (bytes_done & 0xFF) - 4);
-                if (const uint32_t status = buffered_send({cut}))
-                    return cannot_send(9165, status);
-                if (const uint32_t status = buffered_send({value}))
-                    return cannot_send(9166, status);
-            } else {
-                for (; bytes_done < total_bytes - 4; ++bytes_done) {
-                    if (const uint32_t status = buffered_send({value}))
-                        return cannot_send(9167, status);
-                }
-            }
-            bytes_done = total_bytes;
+    std::int32_t reported = 0;
+    while (done_ < stated_) {
+        Bytes count;
+        Bytes value;
+        if (!file_.read(1, count))
+            fail(9159, "End of MCB file %s reached unexpectedly.", name);
+        if (!file_.read(1, value))
+            fail(9161, "End of MCB file %s reached unexpectedly.", name);
+        // Older families do without the last four of the stated bytes and whatever follows.
+        const bool last = !scenario_.virtex2 && done_ + count[0] >= stated_ - 4;
+        const int sent = last ? stated_ - done_ - 4 : count[0];
+        if (compressed()) {
+            send(last ? 9165 : 9162, sent & 0xFF);
+            send(last ? 9166 : 9163, value[0]);
         } else {
-            if (compressed()) {
-                if (const uint32_t status = buffered_send({count}))
-                    return cannot_send(9162, status);
-                if (const uint32_t status = buffered_send({value}))
-                    return cannot_send(9163, status);
-            } else if (const uint32_t status = buffered_send(Bytes(count, value))) {
-                return cannot_send(9164, status);
-            }
-            bytes_done += count;
+            for (int copy = 0; copy < sent; ++copy)
+                send(last ? 9167 : 9164, value[0]);
         }
-        if (bytes_done > last_shown + 5000) {
-            print("\r%% Done: %d", percent(bytes_done, total_bytes));
-            last_shown = bytes_done;
+        done_ = last ? stated_ : done_ + count[0];
+        if (done_ > reported + 5000) {
+            report_load("");
+            reported = done_;
         }
     }
-    if (const uint32_t status = flush())
-        return cannot_send(9173, status);
-    final_progress(bytes_done, total_bytes, " \n");
-    file.now();
+    flush(numbers.flush);
+    report_load(" \n");
     print("The bitstream has been downloaded.\n");
-    Byte status = 0;
-    if (const int error = finish_load({9168, 9169, 9170, 9171, "end receive KSB message"}, status))
-        return error;
-    if (status == CONFIGURED)
-        return succeed();
-    return fail(9172, "Error 9172. Configuration was unsuccessful %d.", status);
+    const std::uint8_t verdict = finish_load(numbers);
+    if (verdict != CONFIGURED)
+        fail(9172, "Configuration was unsuccessful %d.", verdict);
+    succeed();
 }
 
 } // namespace reference

@@ -1,189 +1,158 @@
-// The whole system once more, as slow and as plain as it can be written: what the library must do, step by
-// step.
+// What a load or a conversion of one file must do, as plainly as it can be written: byte by byte, bit by bit.
 //
-// Shares nothing with the library, so that a difference between the two is a mistake in one of them. One call
-// per byte or character, no buffers but those that are part of the behaviour.
+// Shares nothing with the library, so that a difference between the two is a mistake in one of them. Files
+// are texts here and never fail; the platform's functions are called as the library must call them.
 #ifndef REFERENCE_MODEL_H
 #define REFERENCE_MODEL_H
 
-#include "reference_world.h"
+#include "mwapi.h"
+#include "support/bytes.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace reference
 {
 
-using Byte = unsigned char;
-using Bytes = std::vector<Byte>;
+enum class Format { rbt, bit, mcb };
 
-int decimal(const std::string& text);
-int parse_number(const std::string& text);
-int stricmp(const std::string& a, const std::string& b);
-int check_extension(const std::string& name, const std::string& extension);
-bool find_word(const std::string& line, const std::string& word, std::size_t& position);
-Byte reversed(Byte byte);
-Bytes word_of(const std::string& characters);
+/// One file, what becomes of it, and the module that it is loaded into.
+struct Scenario {
+    Format format = Format::rbt;
+    std::string content;
+    bool converts = false; ///< to MCB, or an MCB file to RBT; otherwise the file is loaded
+    bool verbose = false;
+    bool prompts = false;
+    bool never_compresses = false;
+    unsigned board = 0;
+    unsigned address = 0x02; ///< of the module: its board in the high four bits, its slot in the low four
+    std::string device;      ///< of the module
+    bool virtex2 = false;    ///< whether that is of the Virtex-2 family
+    bool accepts_compressed = false;
+    std::uint8_t verdict = 5;     ///< what the module answers to the load
+    std::string failing_function; ///< of the platform; empty if none fails
+    int failing_call = 1;
 
-/// The text that begins a header line's device field, or "".
-std::string device_field(const std::string& part_line);
-int stated_number(const std::string& line, std::size_t behind_the_word);
-
-/// Device, package and speed grade of a device name.
-struct DeviceParts {
-    std::string device;
-    std::string package;
-    std::string speed;
+    [[nodiscard]] const char* file_name() const;
+    [[nodiscard]] const char* output_name() const;
 };
-DeviceParts split_device_name(const std::string& name);
-std::string family_key(const std::string& name);
 
-struct BitFileHeader {
-    std::string device;
-    std::string date;
-    std::string time;
-    uint32_t byte_count = 0;
+/// What remains of a run beside what it printed, asked and sent.
+struct Outcome {
+    int number = 0;
+    std::string text;
+    std::optional<std::string> output; ///< content of the file that a conversion made
+};
+
+/// A text that is read as the C library reads a file.
+class Input
+{
+public:
+    explicit Input(const std::string& content) : content_{content} {}
+    /// False when the file ends before so many bytes; `bytes` then holds what there was.
+    bool read(std::size_t count, Bytes& bytes);
+    /// Reads up to and with a line feed, and less than `limit` characters. The text ends at its first zero
+    /// byte.
+    bool line(std::size_t limit, std::string& text);
+
+private:
+    const std::string& content_;
+    std::size_t next_ = 0;
 };
 
 class Model
 {
 public:
-    Model(Platform& platform, Terminal& terminal, Environment environment);
-    Model(const Model&) = delete;
-    Model& operator=(const Model&) = delete;
-    ~Model() = default;
+    /// What the run prints and asks is appended to `log`, in the words of the tests' fixture for runs.
+    Model(const Scenario& scenario, MW_HANDLE* bus, std::vector<std::string>& log)
+        : scenario_{scenario}, bus_{bus}, log_{log}, file_{scenario.content}
+    {
+    }
 
-    Callbacks callbacks;
-
-    // The entry points. A null pointer is a null pointer.
-    int board(const char* devstr, int number, int kavrinid, const char* rbtfile, int action, int flags);
-    int handle_run(MW_HANDLE* given, int kavrinid, const char* rbtfile, int action, int flags);
-    int main_with_handle(MW_HANDLE* given, const std::vector<std::string>& arguments);
-    int main_plain(const std::vector<std::string>& arguments);
-    int help();
-    int set_userfie_of_type(int type);
-
-    // The session, as it stands after a run.
-    MW_HANDLE* handle = nullptr;
-    uint32_t read_io_status = 0;
-    uint32_t write_io_status = 0;
-    std::string board_type;
-    uint8_t slot = 0;
-    uint8_t slot_address = 0;
-    uint16_t board_number = 0;
-    std::string device_name;
-    bool prompt_user = false;
-    bool verbose = false;
-    bool slot_given = false;
-    bool board_type_given = false;
-    bool handle_is_external = false;
-    bool board_number_given = false;
-    bool file_is_rbt = false;
-    std::string bitstream_file;
-    bool make_mcb = false;
-    bool never_compress = false;
-    bool make_rbt = false;
-    bool con_given = false;
-    std::string con_file;
-    bool con_file_fits = true; ///< false: there was no room for the extension
-    bool file_is_mcb = false;
-    bool file_is_bit = false;
-    bool virtex2_family = false;
-    bool supports_compressed_loading = false;
-    int32_t target_board = 0;
-    bool target_board_given = false;
-    Bytes send_buffer;
-    FILE* rbt_fp = nullptr;
-    FILE* bin_fp = nullptr;
-    int last_error = 0;
-    std::string last_error_text;
-
-    // Steps that tests reach one by one.
-    int parse_command_line(const std::vector<std::string>& arguments);
-    int initialise_host_ksb();
-    void close_ksb();
-    uint32_t buffered_send(const Bytes& data);
-    uint32_t flush();
-    void get_device_family(const std::string& name);
+    Outcome play();
 
 private:
-    Platform& platform_;
-    Terminal& terminal_;
-    Environment environment_;
+    /// Thrown by the first error.
+    struct Stop {
+    };
 
-    void initialise();
-    int fail(int number, const char* format, ...) __attribute__((format(printf, 3, 4)));
-    int end_of_run(int result);
+    struct LoadNumbers;
+    /// Equal bytes in a row.
+    struct RunOfBytes {
+        int count = 0;
+        int value = -1;  ///< -1 before the first byte
+        int written = 0; ///< runs before this one
+    };
 
-    // Console
+    [[noreturn]] void fail(int number, const char* format, ...) __attribute__((format(printf, 3, 4)));
     void print(const char* format, ...) __attribute__((format(printf, 2, 3)));
-    int xprompt(const std::string& text);
-    bool xaskstring(const std::string& prompt, std::string& answer, std::size_t room);
-    char xask_yn(const std::string& question);
-    int pause();
-    bool read_terminal_line(std::string& line, std::size_t room);
-    bool yes(const std::string& question);
+    void wait_for_key(const char* text);
+    std::string header_line(int number);
+    Bytes header_bytes(int number, std::size_t count, const char* what);
 
-    // Run control
-    int decode_action(int action, int unknown, const char* name);
-    void decode_flags(int flags);
-    uint8_t address_of_slot() const;
-    int process();
-    int main_driver();
-    void use_environment();
-    int ask_for_board();
-    int find_module_and_load();
-    int determine_bitstream_type();
-    int select_file();
-    bool request_rbt_file();
-    bool try_file(const std::string& name, char kind);
-    int select_without_extension(const std::string& name);
-    int select_rbt(const std::string& name);
-    int select_mcb(const std::string& name);
-    int select_bit(const std::string& name);
-    int process_con_file();
-    int process_con_lines(FILE* con);
-    int con_line(const std::string& line);
-    int con_bitstream();
-    int load_selected_file();
+    // Headers
+    void read_bit_header();
+    [[nodiscard]] bool suits_the_module(const std::string& device) const;
 
-    // Bus
-    std::string api_text(uint32_t code);
-    int query_module_type(int address, Byte* reply, int& module_type);
-    int test_if_proc_module(int address, int& kind);
-    int check_module();
-    int check_compression(bool is_fpga, const Byte* record);
-    int search_for_modules();
-    int search_compression(bool is_fpga, unsigned slot_number, const Byte* record);
-    void print_compression_support();
-    void note_device(const Byte* record);
-
-    // Formats and converters
-    bool suits_the_module(const std::string& device);
-    int read_bit_header(FILE* file, BitFileHeader& header);
-    std::string output_name(const char* extension) const;
-    int make_mcb_from_rbt(FILE* in);
-    int make_mcb_from_bit(FILE* in);
-    int make_rbt_from_mcb(FILE* in);
+    // Converters
+    void make_mcb_from_rbt();
+    void make_mcb_from_bit();
+    void code_word(const Bytes& word);
+    void end_mcb(int error, const char* format);
+    void make_rbt_from_mcb();
+    void write_line(const Bytes& line);
+    void report_conversion(const char* end);
 
     // Loaders
-    struct Numbers;
-    bool compressed() const;
-    int cannot_send(int number, uint32_t status);
-    int cannot(int number, const char* what, uint32_t status);
-    int cannot_reply(int number, const char* what, uint32_t status);
-    void announce();
-    int start_load(int start_number, int header_number);
-    void bit_progress(int32_t bit_count, int32_t stated_bits);
-    void final_progress(int32_t done, int32_t stated, const char* end);
-    int finish_load(const Numbers& numbers, Byte& status);
-    int succeed();
-    int load_rbt();
-    int load_bit();
-    int load_mcb();
+    void load_rbt();
+    void load_bit();
+    void load_mcb();
+    [[nodiscard]] bool compressed() const
+    {
+        return scenario_.accepts_compressed && !scenario_.never_compresses;
+    }
+    void check(int number, const char* what, std::uint32_t status);
+    void check_reply(int number, const char* what, std::uint32_t status);
+    void start_load(const LoadNumbers& numbers);
+    void send(int number, int byte);
+    void flush(int number);
+    void load_word(const LoadNumbers& numbers, const Bytes& word);
+    void end_words(const LoadNumbers& numbers);
+    std::uint8_t finish_load(const LoadNumbers& numbers);
+    void judge_words(const LoadNumbers& numbers, std::uint8_t verdict);
+    void succeed();
+    void report_load(const char* end);
+
+    const Scenario& scenario_;
+    MW_HANDLE* bus_;
+    std::vector<std::string>& log_;
+    Input file_;
+    Outcome outcome_;
+    Bytes unsent_;
+    RunOfBytes run_;
+    std::string device_;
+    std::string date_;
+    std::string time_;
+    std::uint32_t byte_count_ = 0;
+    std::int32_t stated_ = 0; ///< bits, or bytes of an MCB file
+    std::int32_t done_ = 0;
 };
+
+/// Configuration bytes of a word's 32 characters.
+Bytes word_of(const std::string& characters);
+/// The device that a part line names, or "".
+std::string device_field(const std::string& part_line);
+/// Where a word, in either case, begins in a line.
+std::optional<std::size_t> find_word(const std::string& line, const std::string& word);
+std::uint32_t big_endian(const Bytes& bytes);
+std::uint32_t little_endian(const Bytes& bytes);
+std::string text_of(const Bytes& bytes);
+Bytes reversed(Bytes bytes);
+/// A number in a text, as far as it goes, held to 32 bits.
+std::int32_t decimal(const std::string& text);
 
 } // namespace reference
 
