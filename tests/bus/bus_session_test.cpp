@@ -123,7 +123,7 @@ Err2Text 0x78
     session.Close_KSB();
 }
 
-TEST_F(BusSession, TakesWordsOf255CharactersFromThePlatform)
+TEST_F(BusSession, Error9201TakesWordsOf255CharactersFromThePlatform)
 {
     platform.error_text(0x77, std::string(255, 'w'));
     platform.fail("OpenS");
@@ -131,7 +131,7 @@ TEST_F(BusSession, TakesWordsOf255CharactersFromThePlatform)
                                                 std::string(255, 'w') + ")."));
 }
 
-TEST_F(BusSession, TakesPercentSignsInThePlatformsWordsAsTheyAre)
+TEST_F(BusSession, Error9201TakesPercentSignsInThePlatformsWordsAsTheyAre)
 {
     platform.error_text(0x77, "100%n %s");
     platform.fail("OpenS");

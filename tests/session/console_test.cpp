@@ -105,7 +105,7 @@ TEST_F(Console, PrintsATextAsItStands)
               "100% of %s%n%d %% \\ <a%n.rbt>\n");
 }
 
-TEST_F(Console, PrintsAFileNameWithPercentSignsInAWholeRun)
+TEST_F(Console, PrintsAFileNameWithPercentSignsInAWholeRunToError9101)
 {
     platform.board("mwc4a", 0).slot(2, fpga_module(4));
     write_file("a%n%s.rbt", "no title");
