@@ -276,6 +276,32 @@ TEST_F(McbLoader, OlderFamiliesAreNotSentTheLastFourBytes)
     EXPECT_EQ(module.received(), bytes("96 AA 92 BB"));
 }
 
+// Within a longest run of the tail runs are sent one by one: behind one of none the next may reach into the
+// tail.
+TEST_F(McbLoader, ARunOfNoneALongestRunInFrontOfTheTailIsSentByItself)
+{
+    session.virtex2_family = 0;
+    const struct {
+        std::int32_t total;
+        std::uint8_t sent; ///< of the second run
+    } rows[] = {{260, 255}, {259, 255}, {258, 254}, {257, 253}};
+    for (const auto& row : rows) {
+        const McbFile file = runs("00 11 FF 22 0A 33", row.total);
+        compress(false);
+        EXPECT_EQ(load_mcb(file), Succeeds());
+        Bytes plain(row.sent, 0x22);
+        Bytes coded{0x00, 0x11, row.sent, 0x22};
+        if (row.total == 260) { // the second run ends a byte short of the tail
+            plain.push_back(0x33);
+            coded.insert(coded.end(), {0x01, 0x33});
+        }
+        EXPECT_EQ(module.received(), plain) << row.total;
+        compress();
+        EXPECT_EQ(load_mcb(file), Succeeds());
+        EXPECT_EQ(module.received(), coded) << row.total;
+    }
+}
+
 TEST_F(McbLoader, TheTailBeginsFourBytesBeforeTheTotalWhateverTheRuns)
 {
     session.virtex2_family = 0;
