@@ -131,6 +131,14 @@ TEST_F(BusSession, Error9201TakesWordsOf255CharactersFromThePlatform)
                                                 std::string(255, 'w') + ")."));
 }
 
+TEST_F(BusSession, Error9201CutsWordsThatThePlatformDoesNotEnd)
+{
+    platform.error_text(0x77, std::string(256, 'w'));
+    platform.fail("OpenS");
+    EXPECT_EQ(open("mwc4a", 0), Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
+                                                std::string(255, 'w') + ")."));
+}
+
 TEST_F(BusSession, Error9201TakesPercentSignsInThePlatformsWordsAsTheyAre)
 {
     platform.error_text(0x77, "100%n %s");
