@@ -124,7 +124,7 @@ Err2Text 0x78
     session.Close_KSB();
 }
 
-TEST_F(BusSession, TakesWordsOf255CharactersFromThePlatform)
+TEST_F(BusSession, Error9201TakesWordsOf255CharactersFromThePlatform)
 {
     platform.error_text(0x77, std::string(255, 'w'));
     platform.fail("OpenS");
@@ -132,7 +132,15 @@ TEST_F(BusSession, TakesWordsOf255CharactersFromThePlatform)
                                                 std::string(255, 'w') + ")."));
 }
 
-TEST_F(BusSession, TakesPercentSignsInThePlatformsWordsAsTheyAre)
+TEST_F(BusSession, Error9201CutsWordsThatThePlatformDoesNotEnd)
+{
+    platform.error_text(0x77, std::string(256, 'w'));
+    platform.fail("OpenS");
+    EXPECT_EQ(open("mwc4a", 0), Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
+                                                std::string(255, 'w') + ")."));
+}
+
+TEST_F(BusSession, Error9201TakesPercentSignsInThePlatformsWordsAsTheyAre)
 {
     platform.error_text(0x77, "100%n %s");
     platform.fail("OpenS");

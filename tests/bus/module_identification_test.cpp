@@ -1,4 +1,5 @@
 // What sits in a slot: the board's word, the module's own, and the check that combines both.
+#include "support/row_names.h"
 #include "support/run_fixture.h"
 
 #include <cstring>
@@ -194,7 +195,7 @@ TEST_F(ModuleIdentification, Error9222WhenTheModuleHasNoSerialBus)
               Fails(9222, "Error 9222. The module in slot 2 of board mwc4a 0 does not have a serial bus."));
 }
 
-TEST_F(ModuleIdentification, NamesTheSlotOfABoardBesideTheFirst)
+TEST_F(ModuleIdentification, Error9220NamesTheSlotOfABoardBesideTheFirst)
 {
     platform.board("mwc4b", 11);
     EXPECT_EQ(check(0xB3, "mwc4b", 11),
@@ -245,7 +246,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Failure{"compression query of an IO module", io_module(5), "SendMessageEx", 2, 9226,
                             "Error 9226. Cannot send KSB message to slot 0x34 (via \"mwc4a 0\") (api 0x77)."},
                     Failure{"compression reply of an IO module", io_module(5), "ReceiveMessageEx", 2, 9227,
-                            "Error 9227. Cannot receive KSB message (via \"mwc4a 0\") (api 0x77)."}));
+                            "Error 9227. Cannot receive KSB message (via \"mwc4a 0\") (api 0x77)."}),
+    RowName{});
 
 TEST_F(ModuleIdentification, Error9190WhenTheBoardGivesNoInformation)
 {
@@ -256,7 +258,7 @@ TEST_F(ModuleIdentification, Error9190WhenTheBoardGivesNoInformation)
     EXPECT_EQ(log().back(), "* Err2Text 0x80000001");
 }
 
-TEST_F(ModuleIdentification, ErrorsOfTheTypeQueryNameTheSessionsBoardAndNotTheArguments)
+TEST_F(ModuleIdentification, Error9060NamesTheSessionsBoardAndNotTheArguments)
 {
     platform.fail("SendMessageEx");
     EXPECT_EQ(check(0x34, "mwc9x", 9),

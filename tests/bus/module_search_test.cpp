@@ -1,4 +1,5 @@
 // The walk over a board's four slots until the user accepts a module.
+#include "support/row_names.h"
 #include "support/run_fixture.h"
 
 #include <ostream>
@@ -127,7 +128,7 @@ TEST_F(ModuleSearch, StopsAtTheModuleThatIsAccepted)
 )");
 }
 
-TEST_F(ModuleSearch, PassesOverAModuleOfAnotherTypeWithoutAQuestion)
+TEST_F(ModuleSearch, PassesOverAModuleOfAnotherTypeWithoutAQuestionToError9096)
 {
     module(1, fpga_module(9).type(3));
     module(2, fpga_module(9).type(0));
@@ -173,7 +174,7 @@ ReceiveMessage slot 2 size 30 timeout 5000
 )");
 }
 
-TEST_F(ModuleSearch, AsksAnFpgaModuleAboutCompressionFromModel4On)
+TEST_F(ModuleSearch, AsksAnFpgaModuleAboutCompressionFromModel4OnAndEndsWithError9096WhenDeclined)
 {
     // Records and answers contradict each other: only the one that counts is taken.
     module(1, fpga_module(3).set(29, 1)).compression_reply = 0;
@@ -198,7 +199,7 @@ TEST_F(ModuleSearch, AsksTheUserEvenWhenQuestionsAreOff)
     EXPECT_EQ(found, 0x01);
 }
 
-TEST_F(ModuleSearch, TakesNoAnswerButYForYes)
+TEST_F(ModuleSearch, TakesNoAnswerButYForYesAndEndsWithError9096)
 {
     module(1, fpga_module(3));
     for (const char* text : {"n", "N", "", " y", "j", "1", "\n"}) {
@@ -211,7 +212,7 @@ TEST_F(ModuleSearch, TakesNoAnswerButYForYes)
     }
 }
 
-TEST_F(ModuleSearch, ForgetsTheCompressionOfAModuleThatWasRefused)
+TEST_F(ModuleSearch, Error9096ForgetsTheCompressionOfAModuleThatWasRefused)
 {
     module(1, fpga_module(3).accepts_compressed());
     answer("n");
@@ -263,7 +264,8 @@ INSTANTIATE_TEST_SUITE_P(
         Failure{"compression query of an IO module", io_module(5), "SendMessage", 1, 9093,
                 "Error 9093. Cannot send KSB message to slot 0x3, board \"mwc4b 10\" (api 0x77)."},
         Failure{"compression reply of an IO module", io_module(5), "ReceiveMessage", 1, 9094,
-                "Error 9094. Cannot receive KSB message to slot 0x3, board \"mwc4b 10\" (api 0x77)."}));
+                "Error 9094. Cannot receive KSB message to slot 0x3, board \"mwc4b 10\" (api 0x77)."}),
+    RowName{});
 
 // The platform is asked for the words of success, which the message then does not show.
 TEST_F(ModuleSearch, Error9092ShowsTheWrongAnswersTypeInDecimal)

@@ -204,7 +204,7 @@ TEST_F(ConFile, Error9025ForABoardBeyond15KeptIn16Bits)
     EXPECT_EQ(session.board_number, 1);
 }
 
-TEST_F(ConFile, TheFirstFailingLineEndsTheRun)
+TEST_F(ConFile, TheFirstFailingLineEndsTheRunWithError9220)
 {
     EXPECT_EQ(process("design mwc4a 0 1\ndesign mwc4a 0 2\ndesign mwc4a 0 1\n"),
               Fails(9220, "Error 9220. There is no module in slot 2 of board mwc4a 0."));
@@ -231,13 +231,13 @@ TEST_F(ConFile, FieldsMayStandApartByBlanksAndTabs)
 }
 
 // A line that begins with a tab is not skipped: its first field is empty.
-TEST_F(ConFile, ALineThatBeginsWithATabNamesNoFile)
+TEST_F(ConFile, Error9021BecauseALineThatBeginsWithATabNamesNoFile)
 {
     EXPECT_EQ(process("\tdesign mwc4a 0 1\n"),
               Fails(9021, "Error 9021. Cannot find/open .rbt or .mcb file."));
 }
 
-TEST_F(ConFile, FieldsEndAtTheEndOfTheLine)
+TEST_F(ConFile, Error9026BecauseFieldsEndAtTheEndOfTheLine)
 {
     for (const char* line :
          {"design\n", "design\t\n", "design mwc4a\n", "design mwc4a 0\n", "design mwc4a 0 \n"})
@@ -254,7 +254,7 @@ TEST_F(ConFile, FieldsThatAreTooLongAreCut)
     EXPECT_EQ(session.board_type, type.substr(0, 31));
 }
 
-TEST_F(ConFile, ALineBeyond255CharactersIsReadInPieces)
+TEST_F(ConFile, ALineBeyond255CharactersIsReadInPiecesToError9021)
 {
     // The rest of the comment is a line of its own, which names no module.
     const std::string comment = '"' + std::string(254, 'c');
@@ -336,23 +336,38 @@ TEST_F(ConFile, Error9020WhenTheFileCannotBeOpened)
     EXPECT_EQ(session.prompt_user, 1U) << "nothing has begun";
 }
 
-TEST_F(ConFile, EveryPlatformCallEndsTheRunWithTheBusClosed)
+namespace
 {
+/// The error of each platform call of a line.
+const int call_errors[] = {9201, 9202, 9203, 9190, 9060, 9061, 9105, 9106, 9140, 9114, 9115, 9116, 9117};
+
+/// Which platform call fails, from 1.
+class ConFileCall : public ConFile, public testing::WithParamInterface<std::size_t>
+{
+};
+} // namespace
+
+TEST_P(ConFileCall, ThatFailsEndsTheRunWithTheBusClosed)
+{
+    const int number = call_errors[GetParam() - 1];
     write_file("batch.con", "design mwc4a 0 1\ndesign mwc4a 0 1\n");
-    const int errors[] = {9201, 9202, 9203, 9190, 9060, 9061, 9105, 9106, 9140, 9114, 9115, 9116, 9117};
-    int call = 0;
-    for (const int number : errors) {
-        platform.fail_call(++call);
-        EXPECT_EQ(process().number, number) << "platform call " << call;
-        platform.fail_nothing();
-        const Lines calls = bus();
-        EXPECT_EQ(calls.back(), number == 9201 ? "Err2Text 0x77" : "Close");
-        EXPECT_EQ(platform.open_handles(), 0);
-        session.send_count = 0;
-    }
-    const int before = platform.calls();
-    EXPECT_EQ(process(), Succeeds());
-    EXPECT_EQ(platform.calls() - before, 2 * call) << "calls of the whole run";
+    platform.fail_call(static_cast<int>(GetParam()));
+    EXPECT_EQ(process().number, number);
+    const Lines calls = bus();
+    EXPECT_EQ(calls.back(), number == 9201 ? "Err2Text 0x77" : "Close");
+    EXPECT_EQ(platform.open_handles(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Calls, ConFileCall, testing::Range<std::size_t>(1, std::size(call_errors) + 1),
+                         [](const auto& row) {
+                             return "Error" + std::to_string(call_errors[row.param - 1]) + "Call" +
+                                    std::to_string(row.param);
+                         });
+
+TEST_F(ConFile, EachLineMakesTheCallsThatHaveAnError)
+{
+    EXPECT_EQ(process("design mwc4a 0 1\ndesign mwc4a 0 1\n"), Succeeds());
+    EXPECT_EQ(static_cast<std::size_t>(platform.calls()), 2 * std::size(call_errors));
 }
 
 TEST_F(ConFile, ACallersHandleIsUsedAndNeverClosed)
@@ -365,7 +380,7 @@ TEST_F(ConFile, ACallersHandleIsUsedAndNeverClosed)
     EXPECT_EQ(module.received(), two_words);
 }
 
-TEST_F(ConFile, ALoadersErrorIsPassedOn)
+TEST_F(ConFile, PassesOnTheLoadersError9118AndError9172)
 {
     module.status = 4;
     EXPECT_EQ(process("design mwc4a 0 1\n"), Fails(9118, "Error 9118. Configuration was unsuccessful (4)."));
@@ -375,7 +390,7 @@ TEST_F(ConFile, ALoadersErrorIsPassedOn)
               Fails(9172, "Error 9172. Configuration was unsuccessful 4."));
 }
 
-TEST_F(ConFile, WholeRunsLeaveNoFileOpen)
+TEST_F(ConFile, LeavesNoFileOpenBehindError9025AndError9201AndError9220)
 {
     write_file("batch.con", "design mwc4a 0 1\n");
     EXPECT_EQ(run({"batch"}), Succeeds());

@@ -109,7 +109,7 @@ TEST_F(BitHeaderReader, AcceptsAnyNinthMagicByte)
     }
 }
 
-TEST_F(BitHeaderReader, LooksAtTheFirstEightMagicBytes)
+TEST_F(BitHeaderReader, Error9323LooksAtTheFirstEightMagicBytes)
 {
     for (std::size_t place = 0; place < 8; ++place) {
         BitFile file;
@@ -138,7 +138,7 @@ TEST_F(BitHeaderReader, Error9336WhenTheDeviceDiffers)
     }
 }
 
-TEST_F(BitHeaderReader, AnEmptyDeviceSuitsOnlyAModuleWithoutAName)
+TEST_F(BitHeaderReader, Error9336BecauseAnEmptyDeviceSuitsOnlyAModuleWithoutAName)
 {
     BitFile file;
     file.device.clear();
@@ -306,7 +306,7 @@ INSTANTIATE_TEST_SUITE_P(Header, BitHeaderFault, testing::ValuesIn(header_faults
     return "Error" + std::to_string(row.param.number) + row.param.name;
 });
 
-TEST_F(BitHeaderReader, EveryAllocationHasItsOwnError)
+TEST_F(BitHeaderReader, EveryAllocationHasItsOwnError9329Or9334Or9340Or9345)
 {
     const struct {
         int number;

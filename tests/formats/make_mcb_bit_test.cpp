@@ -109,7 +109,7 @@ TEST_F(MakeMcbBit, EmptyTextsLeaveABlankBetweenDateAndTime)
     EXPECT_EQ(mcb().substr(263, 255), field(" "));
 }
 
-TEST_F(MakeMcbBit, AHeaderErrorIsPassedOn)
+TEST_F(MakeMcbBit, PassesOnTheHeadersError9338)
 {
     BitFile file;
     file.c_key = 'x';
@@ -118,7 +118,7 @@ TEST_F(MakeMcbBit, AHeaderErrorIsPassedOn)
     EXPECT_FALSE(file_exists("design.mcb"));
 }
 
-TEST_F(MakeMcbBit, TheDeviceIsComparedWithTheSessions)
+TEST_F(MakeMcbBit, Error9336WhenTheDeviceIsNotTheSessions)
 {
     std::strcpy(session.device_name, "2v1000-4");
     EXPECT_EQ(convert(BitFile{}),
@@ -131,7 +131,7 @@ TEST_F(MakeMcbBit, Error9410WhenTheOutputCannotBeCreated)
     EXPECT_EQ(convert(BitFile{}), Fails(9410, "Error 9410. Cannot open/create MCB file design.mcb."));
 }
 
-TEST_F(MakeMcbBit, ALengthThatIsNoMultipleOfFourNeverConverts)
+TEST_F(MakeMcbBit, ALengthThatIsNoMultipleOfFourIsError9416OrError9422)
 {
     for (const std::size_t size : {29U, 30U, 31U}) {
         const std::string bits = std::to_string(size * 8);
@@ -145,7 +145,7 @@ TEST_F(MakeMcbBit, ALengthThatIsNoMultipleOfFourNeverConverts)
     }
 }
 
-TEST_F(MakeMcbBit, AFileThatIsCutShortLeavesTheFinishedRuns)
+TEST_F(MakeMcbBit, Error9416OfAFileThatIsCutShortLeavesTheFinishedRuns)
 {
     const BitFile file{bytes("01 02 03 04 05 06 07 08")};
     const std::string content = file.content();
@@ -173,7 +173,7 @@ TEST_F(MakeMcbBit, Error9417WhenAWordIsShortWithoutAReason)
 }
 
 // Bytes are added to bits: only a whole block of 1024 behind the data is noticed.
-TEST_F(MakeMcbBit, OnlyAWholeBlockBehindTheDataIsNoticed)
+TEST_F(MakeMcbBit, OnlyAWholeBlockBehindTheDataIsError9422)
 {
     BitFile file{64};
     for (const std::size_t more : {1U, 1023U}) {
@@ -193,7 +193,7 @@ TEST_F(MakeMcbBit, OnlyAWholeBlockBehindTheDataIsNoticed)
     EXPECT_EQ(convert(stream_failing_at(content, end + 1024)).number, 9422);
 }
 
-TEST_F(MakeMcbBit, OfNoStatedBitsOneWordIsReadAndNoProgressShown)
+TEST_F(MakeMcbBit, OfNoStatedBitsOneWordIsReadToError9416OrError9422WithoutProgress)
 {
     BitFile file{Bytes(4, 0)};
     file.byte_count = 0;
@@ -203,7 +203,7 @@ TEST_F(MakeMcbBit, OfNoStatedBitsOneWordIsReadAndNoProgressShown)
               Fails(9416, "Error 9416. Failed to read BIT file design.bit (after 0 bits read, expected 0)."));
 }
 
-TEST_F(MakeMcbBit, ACountBeyond32BitsEndsInTheSizeCheck)
+TEST_F(MakeMcbBit, ACountBeyond32BitsEndsInError9422OfTheSizeCheck)
 {
     BitFile file{Bytes(4, 0)};
     file.byte_count = 0x20000004; // 32 bits and 2^32
@@ -236,20 +236,34 @@ Result full_at(std::size_t room)
         return failure(room % 2 == 0 ? 9418 : 9419, "MCB file data");
     return failure(room % 2 == 0 ? 9420 : 9421, "MCB file data");
 }
+
+/// A disk that is full within the fields of an error number.
+class MakeMcbBitOnAFullDisk : public MakeMcbBit, public testing::WithParamInterface<int>
+{
+};
 } // namespace
 
-TEST_F(MakeMcbBit, EveryByteThatCannotBeWrittenHasTheErrorOfItsField)
+TEST_P(MakeMcbBitOnAFullDisk, EndsWithTheErrorOfTheFieldThatDoesNotFit)
 {
     ASSERT_EQ(convert(BitFile{bytes("01 02 03 04 05 06 07 08")}), Succeeds());
     const std::string whole = mcb();
     ASSERT_EQ(whole.size(), 522U + 16);
+    std::size_t places = 0;
     for (std::size_t room = 0; room < whole.size(); ++room) {
+        if (full_at(room).number != GetParam())
+            continue;
+        ++places;
         const SmallOutputFile output{room};
         fail_allocation_at(OUTPUT_BUFFER); // so that nothing is gathered on the way
         EXPECT_EQ(convert(), full_at(room)) << room;
         EXPECT_EQ(output.taken, whole.substr(0, room));
     }
+    EXPECT_GT(places, 0U);
 }
+
+INSTANTIATE_TEST_SUITE_P(Fields, MakeMcbBitOnAFullDisk,
+                         testing::Values(9411, 9412, 9413, 9414, 9415, 9418, 9419, 9420, 9421),
+                         [](const auto& row) { return "Error" + std::to_string(row.param); });
 
 TEST_F(MakeMcbBit, Error9421WhenTheDiskIsFullAtTheEnd)
 {
@@ -268,7 +282,7 @@ TEST_F(MakeMcbBit, Error9421WhenClosingFails)
     EXPECT_EQ(convert(), Fails(9421, "Error 9421. Cannot write MCB file data to MCB file design.mcb."));
 }
 
-TEST_F(MakeMcbBit, AWrongCountKeepsItsNumberWhenTheDiskIsFullAtTheEnd)
+TEST_F(MakeMcbBit, Error9422KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
 {
     BitFile file{Bytes(4, 0)};
     file.tail = std::string(1024, 'x');
@@ -278,7 +292,7 @@ TEST_F(MakeMcbBit, AWrongCountKeepsItsNumberWhenTheDiskIsFullAtTheEnd)
     EXPECT_EQ(convert(), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
 }
 
-TEST_F(MakeMcbBit, AFullDeviceIsNeverSuccess)
+TEST_F(MakeMcbBit, AFullDeviceIsError9418OrError9421AndNeverSuccess)
 {
     std::filesystem::create_symlink("/dev/full", "design.mcb");
     for (const std::size_t size : {4U, 1000U, 4000U, 120000U}) {
@@ -303,7 +317,7 @@ TEST_F(MakeMcbBit, AShortageOfMemoryForBuffersChangesNothing)
     }
 }
 
-TEST_F(MakeMcbBit, AFailedAllocationOfTheHeaderIsPassedOn)
+TEST_F(MakeMcbBit, PassesOnAFailedAllocationOfTheHeaderAsError9329Or9334Or9340Or9345)
 {
     const int numbers[] = {9329, 9334, 9340, 9345};
     int allocation = 0;

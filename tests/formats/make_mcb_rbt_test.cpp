@@ -164,7 +164,7 @@ TEST_F(MakeMcbRbt, TextsOfEveryLengthFitTheirFields)
     EXPECT_EQ(timestamp_field(), field(std::string(253, 'd') + '\n'));
 }
 
-TEST_F(MakeMcbRbt, TheByteCountIsTheStatedBitsBy8TowardZero)
+TEST_F(MakeMcbRbt, Error9256LeavesTheStatedBitsBy8TowardZeroAsByteCount)
 {
     const struct {
         long stated;
@@ -193,13 +193,13 @@ TEST_F(MakeMcbRbt, WithoutDataLinesOnePairOfZerosIsWritten)
     EXPECT_EQ(prints().at(2), R"(\r% Done: 100, stored 2 bytes representing 0 bits\n)");
 }
 
-TEST_F(MakeMcbRbt, OfASingleStatedBitProgressIsShown)
+TEST_F(MakeMcbRbt, Error9256OfASingleStatedBitComesBehindProgress)
 {
     convert(RbtFile{Bytes(2500, 0)}.stated_bits(1));
     EXPECT_EQ(prints().at(2), R"(\r% Done: 2000000)");
 }
 
-TEST_F(MakeMcbRbt, OfNoStatedBitsNoProgressIsShown)
+TEST_F(MakeMcbRbt, Error9256OfNoStatedBitsComesWithoutProgress)
 {
     for (const long stated : {0L, -32L}) {
         clear_log();
@@ -337,7 +337,7 @@ INSTANTIATE_TEST_SUITE_P(Faults, MakeMcbRbtFault, testing::ValuesIn(file_faults)
 });
 
 // What a read error cuts off is as if the file ended there.
-TEST_F(MakeMcbRbt, AReadErrorInTheHeaderIsTheErrorOfItsLine)
+TEST_F(MakeMcbRbt, AReadErrorInTheHeaderIsError9240Or9245Or9247Or9249OfItsLine)
 {
     const RbtFile file = one_line_of_zeros();
     std::size_t place = 0;
@@ -347,7 +347,7 @@ TEST_F(MakeMcbRbt, AReadErrorInTheHeaderIsTheErrorOfItsLine)
             << line;
 }
 
-TEST_F(MakeMcbRbt, AReadErrorInTheDataEndsIt)
+TEST_F(MakeMcbRbt, AReadErrorInTheDataEndsInError9256)
 {
     const std::string text = RbtFile{bytes("01 02 03 04 05 06 07 08")}.text();
     session.Make_mcb_file_rbt(stream_failing_at(text, text.size() - 10));
@@ -379,23 +379,45 @@ Result full_at(std::size_t room)
         return failure(room % 2 == 0 ? 9252 : 9253, "MCB file data");
     return failure(room % 2 == 0 ? 9254 : 9255, "MCB file data");
 }
+
+/// A disk that is full within the fields of an error number.
+class MakeMcbRbtOnAFullDisk : public MakeMcbRbt, public testing::WithParamInterface<int>
+{
+};
 } // namespace
 
-TEST_F(MakeMcbRbt, EveryByteThatCannotBeWrittenHasTheErrorOfItsField)
+TEST_P(MakeMcbRbtOnAFullDisk, EndsWithTheErrorOfTheFieldThatDoesNotFit)
 {
     const RbtFile file{bytes("01 02 03 04 05 06 07 08")};
     ASSERT_EQ(convert(file), Succeeds());
     const std::string whole = mcb();
     ASSERT_EQ(whole.size(), 522U + 16);
+    std::size_t places = 0;
     for (std::size_t room = 0; room < whole.size(); ++room) {
+        if (full_at(room).number != GetParam())
+            continue;
+        ++places;
         SmallOutputFile output{room};
         fail_allocation_at(1); // so that nothing is gathered on the way
         EXPECT_EQ(convert(), full_at(room)) << room;
         EXPECT_EQ(output.taken, whole.substr(0, room));
     }
-    SmallOutputFile output{whole.size()};
+    EXPECT_GT(places, 0U);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fields, MakeMcbRbtOnAFullDisk,
+                         testing::Values(9243, 9244, 9246, 9248, 9250, 9252, 9253, 9254, 9255),
+                         [](const auto& row) { return "Error" + std::to_string(row.param); });
+
+TEST_F(MakeMcbRbt, ADiskWithJustEnoughRoomIsEnough)
+{
+    const RbtFile file{bytes("01 02 03 04 05 06 07 08")};
+    ASSERT_EQ(convert(file), Succeeds());
+    const std::string whole = mcb();
+    const SmallOutputFile output{whole.size()};
     fail_allocation_at(1);
     EXPECT_EQ(convert(), Succeeds());
+    EXPECT_EQ(output.taken, whole);
 }
 
 TEST_F(MakeMcbRbt, Error9255WhenTheDiskIsFullAtTheEnd)
@@ -415,7 +437,7 @@ TEST_F(MakeMcbRbt, Error9255WhenClosingFails)
     EXPECT_EQ(convert(), Fails(9255, "Error 9255. Cannot write MCB file data to MCB file design.mcb."));
 }
 
-TEST_F(MakeMcbRbt, AWrongCountKeepsItsNumberWhenTheDiskIsFullAtTheEnd)
+TEST_F(MakeMcbRbt, Error9256KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
 {
     one_line_of_zeros().stated_bits(64).write();
     SmallOutputFile output{523};
@@ -423,7 +445,7 @@ TEST_F(MakeMcbRbt, AWrongCountKeepsItsNumberWhenTheDiskIsFullAtTheEnd)
     EXPECT_EQ(convert(), Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
 }
 
-TEST_F(MakeMcbRbt, AFullDeviceIsNeverSuccess)
+TEST_F(MakeMcbRbt, AFullDeviceIsError9252OrError9255AndNeverSuccess)
 {
     std::filesystem::create_symlink("/dev/full", "design.mcb");
     for (const std::size_t words : {0U, 1U, 500U, 1000U, 30000U}) {

@@ -170,7 +170,7 @@ TEST_F(MakeRbt, BytesBehindTheLastRunAreNotRead)
     EXPECT_EQ(data_lines(), lines("01 01 01 01"));
 }
 
-TEST_F(MakeRbt, NoBytesGiveNoDataLine)
+TEST_F(MakeRbt, Error9284OfNoBytesLeavesNoDataLine)
 {
     for (const std::int32_t count : {0, -4}) {
         clear_log();
@@ -239,7 +239,7 @@ INSTANTIATE_TEST_SUITE_P(Faults, MakeRbtFault, testing::ValuesIn(file_faults), [
     return "Error" + std::to_string(row.param.number) + row.param.name;
 });
 
-TEST_F(MakeRbt, EveryFieldThatTheFileCutsShortHasItsOwnError)
+TEST_F(MakeRbt, EveryFieldThatTheFileCutsShortHasItsOwnError9270Or9272Or9277Or9278)
 {
     const struct {
         std::size_t end;
@@ -269,7 +269,7 @@ TEST_F(MakeRbt, EveryFieldThatTheFileCutsShortHasItsOwnError)
     }
 }
 
-TEST_F(MakeRbt, AFileThatEndsInItsRunsKeepsTheLinesThatWereFull)
+TEST_F(MakeRbt, Error9280Or9281Or9282Or9283InTheRunsKeepsTheLinesThatWereFull)
 {
     const struct {
         std::size_t kept;
@@ -330,19 +330,33 @@ Result full_at(std::size_t room, const std::string& whole)
     const int number = failed == '1' ? 9295 : failed == '0' ? 9296 : 9297;
     return Fails(number, "Error " + std::to_string(number) + ". Failed to write to RBT file design.rbt.");
 }
+
+/// A disk that is full within the fields of an error number.
+class MakeRbtOnAFullDisk : public MakeRbt, public testing::WithParamInterface<int>
+{
+};
 } // namespace
 
-TEST_F(MakeRbt, EveryByteThatCannotBeWrittenHasTheErrorOfItsField)
+TEST_P(MakeRbtOnAFullDisk, EndsWithTheErrorOfTheFieldThatDoesNotFit)
 {
     ASSERT_EQ(convert(runs("03 01 01 80 02 FF 02 00 01 01", 9)), Succeeds());
     const std::string whole = rbt();
+    std::size_t places = 0;
     for (std::size_t room = 0; room < whole.size(); ++room) {
+        if (full_at(room, whole).number != GetParam())
+            continue;
+        ++places;
         const SmallOutputFile output{room};
         fail_allocation_at(1); // so that nothing is gathered on the way
         EXPECT_EQ(convert(), full_at(room, whole)) << room;
         EXPECT_EQ(output.taken, whole.substr(0, room));
     }
+    EXPECT_GT(places, 0U);
 }
+
+INSTANTIATE_TEST_SUITE_P(Fields, MakeRbtOnAFullDisk,
+                         testing::Values(9274, 9275, 9276, 9279, 9295, 9296, 9297),
+                         [](const auto& row) { return "Error" + std::to_string(row.param); });
 
 TEST_F(MakeRbt, Error9297WhenTheDiskIsFullAtTheEnd)
 {
@@ -360,7 +374,7 @@ TEST_F(MakeRbt, Error9297WhenClosingFails)
     EXPECT_EQ(convert(), Fails(9297, "Error 9297. Failed to write to RBT file design.rbt."));
 }
 
-TEST_F(MakeRbt, ABitCountThatCannotBeWrittenIsNeverSuccess)
+TEST_F(MakeRbt, Error9297WhenTheBitCountCannotBeWritten)
 {
     McbFile{0}.write(); // no data in which it would show
     const SmallOutputFile output{std::strlen(HEADER) + 3};
@@ -368,7 +382,7 @@ TEST_F(MakeRbt, ABitCountThatCannotBeWrittenIsNeverSuccess)
     EXPECT_EQ(convert(), Fails(9297, "Error 9297. Failed to write to RBT file design.rbt."));
 }
 
-TEST_F(MakeRbt, AWrongCountKeepsItsNumberWhenTheDiskIsFullAtTheEnd)
+TEST_F(MakeRbt, Error9284KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
 {
     runs("05 00", 4).write();
     SmallOutputFile output{100};
@@ -376,7 +390,7 @@ TEST_F(MakeRbt, AWrongCountKeepsItsNumberWhenTheDiskIsFullAtTheEnd)
     EXPECT_EQ(convert(), Fails(9284, "Error 9284. Incorrect number of bytes in MCB file design.mcb."));
 }
 
-TEST_F(MakeRbt, AFullDeviceIsNeverSuccess)
+TEST_F(MakeRbt, AFullDeviceIsError9295OrError9297AndNeverSuccess)
 {
     std::filesystem::create_symlink("/dev/full", "design.rbt");
     for (const std::size_t size : {0U, 4U, 1000U, 40000U}) {

@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <iterator>
 #include <string>
 
 using namespace std::string_literals;
@@ -47,6 +49,17 @@ TEST(McbFormat, ANumberThatIsCutShortCannotBeRead)
         const File file = stream_of(std::string(size, '\1'));
         EXPECT_FALSE(read_mcb_number(file.get(), number)) << size;
     }
+}
+
+TEST(McbFormat, ATextThatFillsItsFieldEndsBehindIt)
+{
+    const std::string field(sizeof(McbText), 'x');
+    const File file = stream_of(field + "yy");
+    char text[256];
+    std::fill(std::begin(text), std::end(text), '?');
+    EXPECT_TRUE(read_mcb_text(file.get(), text));
+    EXPECT_EQ(std::string(std::begin(text), std::find(std::begin(text), std::end(text), '\0')), field);
+    EXPECT_EQ(text[sizeof(McbText)], '\0');
 }
 
 TEST(McbFormat, BothMagicNumbersMustBeRight)

@@ -324,7 +324,7 @@ TEST(RbtFormat, AWordIsWrittenWithTheLowestBitFirst)
     EXPECT_STREQ(session.last_error_text, "");
 }
 
-TEST(RbtFormat, TheCharacterThatCannotBeWrittenTellsTheError)
+TEST(RbtFormat, TheCharacterThatCannotBeWrittenTellsError9295Or9296Or9297)
 {
     // Characters 1, 10, 19 and 32 of this line are ones.
     const unsigned char word[] = {0x01, 0x02, 0x04, 0x80};

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <utility>
 #include <vector>
 
 namespace
@@ -127,6 +128,23 @@ TEST(RunCoding, BothFormsMayTakeTurns)
         encoder.finish(pairs.data() + size);
         pairs.resize(size + PAIR_SIZE);
         ASSERT_EQ(pairs, coded_byte_by_byte(data)) << round;
+    }
+}
+
+// Bytes that all differ are coded in groups: the run in front of the first group may be full, or more than
+// full.
+TEST(RunCoding, AFullRunInFrontOfBytesThatAllDifferIsCodedAsByteByByteWhereverTheGroupsBegin)
+{
+    for (const std::size_t length : {254U, 255U, 256U, 510U, 511U}) {
+        Bytes data(length, 0xEE);
+        for (std::uint8_t value = 0; value < 80; ++value)
+            data.push_back(value);
+        const Bytes expected = coded_byte_by_byte(data);
+        for (std::size_t in_hand = 1; in_hand <= length; ++in_hand) {
+            bool is_first = true;
+            const auto piece = [&] { return std::exchange(is_first, false) ? in_hand : data.size(); };
+            ASSERT_EQ(coded(data, piece), expected) << length << " bytes, " << in_hand << " of them in hand";
+        }
     }
 }
 

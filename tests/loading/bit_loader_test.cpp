@@ -46,59 +46,66 @@ TEST_F(BitLoader, SendsAFileInCompressedMode)
                      "* EndOfReceiveMessageEx timeout 5000", "| Configuration was successful.\\n"}));
 }
 
-TEST_F(BitLoader, EveryPlatformCallHasItsOwnErrorInPlainMode)
+namespace
 {
-    BitFile{20}.write();
-    expect_each_call_fails(
-        {
-            {9350, "Error 9350. Cannot start KSB message, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
-            {9351, "Error 9351. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
-            {9390, "Error 9390. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."},
-            {9390, "Error 9390. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."},
-            {9368, "Error 9368. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
-            {9361, "Error 9361. Cannot end KSB message, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
-            {9362, "Error 9362. Cannot start receive KSB message (via 'mwc4a 0') (api 0x77)."},
-            {9363, "Error 9363. Cannot receive KSB message data (via 'mwc4a 0') (api 0x77)."},
-            {9364, "Error 9364. Cannot end KSB message (via 'mwc4a 0') (api 0x77)."},
-        },
-        [this] { return load_bit(); });
-}
-
-TEST_F(BitLoader, EveryPlatformCallHasItsOwnErrorInCompressedMode)
+/// The calls around the data: the same in every mode.
+std::vector<Failure> whole(const std::vector<Failure>& data)
 {
-    compress();
-    BitFile{bytes("01 02 03 04 05 06 07 08")}.write();
-    const std::vector<Failure> start = {
+    std::vector<Failure> all = {
         {9350, "Error 9350. Cannot start KSB message, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
         {9351, "Error 9351. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
     };
-    const std::vector<Failure> end = {
-        {9361, "Error 9361. Cannot end KSB message, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
-        {9362, "Error 9362. Cannot start receive KSB message (via 'mwc4a 0') (api 0x77)."},
-        {9363, "Error 9363. Cannot receive KSB message data (via 'mwc4a 0') (api 0x77)."},
-        {9364, "Error 9364. Cannot end KSB message (via 'mwc4a 0') (api 0x77)."},
-    };
-    const auto whole = [&](std::vector<Failure> data) {
-        data.insert(data.begin(), start.begin(), start.end());
-        data.insert(data.end(), end.begin(), end.end());
-        return data;
-    };
-    // Pieces of 8 bytes end with a value.
-    expect_each_call_fails(
-        whole({{9355, "Error 9355. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
-               {9357, "Error 9357. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."}}),
-        [this] { return load_bit(); });
-
-    // With a byte left over from an earlier load they end with a count.
-    left_over = {0x55};
-    expect_each_call_fails(
-        whole({{9354, "Error 9354. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
-               {9356, "Error 9356. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
-               {9368, "Error 9368. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."}}),
-        [this] { return load_bit(); });
+    all.insert(all.end(), data.begin(), data.end());
+    all.insert(all.end(),
+               {
+                   {9361, "Error 9361. Cannot end KSB message, slot 0x2 (via 'mwc4a 0') (api 0x77)."},
+                   {9362, "Error 9362. Cannot start receive KSB message (via 'mwc4a 0') (api 0x77)."},
+                   {9363, "Error 9363. Cannot receive KSB message data (via 'mwc4a 0') (api 0x77)."},
+                   {9364, "Error 9364. Cannot end KSB message (via 'mwc4a 0') (api 0x77)."},
+               });
+    return all;
 }
 
-TEST_F(BitLoader, AnErrorOfTheHeaderEndsTheLoad)
+const Failure plain_failure{9390, "Error 9390. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."};
+const Failure flush_failure{9368,
+                            "Error 9368. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure first_value_failure{
+    9355, "Error 9355. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure value_failure{9357,
+                            "Error 9357. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure first_count_failure{
+    9354, "Error 9354. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+const Failure count_failure{9356,
+                            "Error 9356. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+
+class BitLoaderCall : public BitLoader, public testing::WithParamInterface<FailedCall>
+{
+};
+} // namespace
+
+TEST_P(BitLoaderCall, ThatFailsHasItsOwnError)
+{
+    const bool plain = GetParam().load == "Plain";
+    compress(!plain);
+    if (plain)
+        BitFile{20}.write();
+    else
+        BitFile{bytes("01 02 03 04 05 06 07 08")}.write();
+    // A byte left over from an earlier load turns count and value of the pieces round.
+    if (GetParam().load == "PiecesThatEndWithACount")
+        left_over = {0x55};
+    expect_failed_call(GetParam(), [this] { return load_bit(); });
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Loads, BitLoaderCall,
+    testing::ValuesIn(failed_calls({{"Plain", whole({plain_failure, plain_failure, flush_failure})},
+                                    {"PiecesThatEndWithAValue", whole({first_value_failure, value_failure})},
+                                    {"PiecesThatEndWithACount",
+                                     whole({first_count_failure, count_failure, flush_failure})}})),
+    RowName{});
+
+TEST_F(BitLoader, Error9343OfTheHeaderEndsTheLoad)
 {
     BitFile file;
     file.d_key = 'x';
@@ -107,7 +114,7 @@ TEST_F(BitLoader, AnErrorOfTheHeaderEndsTheLoad)
     EXPECT_EQ(events, Lines{"| Checking header section of the file <design.bit>.\\n"});
 }
 
-TEST_F(BitLoader, TheDeviceIsTheSessionsNotTheOneItIsGiven)
+TEST_F(BitLoader, Error9336WhenTheDeviceIsNotTheSessionsWhateverIsGiven)
 {
     device_name = "s40xlpq208-4";
     EXPECT_EQ(load_bit(BitFile{}), Succeeds());
@@ -140,7 +147,7 @@ TEST_F(BitLoader, AFileOfTheStatedLengthSucceeds)
 }
 
 // A plain load notices a single byte behind the data; a compressed one only a whole 1024 of them.
-TEST_F(BitLoader, OneByteBehindTheDataCountsInPlainModeOnly)
+TEST_F(BitLoader, OneByteBehindTheDataIsError9360And9365InPlainModeOnly)
 {
     BitFile file{64};
     file.tail = "x";
@@ -155,7 +162,7 @@ TEST_F(BitLoader, OneByteBehindTheDataCountsInPlainModeOnly)
     EXPECT_EQ(load_bit(file), Succeeds());
 }
 
-TEST_F(BitLoader, AWholeBlockBehindTheDataCountsInCompressedModeToo)
+TEST_F(BitLoader, AWholeBlockBehindTheDataIsError9360And9365InCompressedModeToo)
 {
     BitFile file{64};
     for (const std::size_t more : {1023U, 1024U, 5000U}) {
@@ -181,7 +188,7 @@ TEST_F(BitLoader, AWholeBlockBehindTheDataCountsInCompressedModeToo)
     }
 }
 
-TEST_F(BitLoader, AReadErrorBehindTheDataIsNotNoticed)
+TEST_F(BitLoader, AReadErrorBehindTheDataIsNotNoticedAndAByteIsError9360And9365)
 {
     BitFile file{64};
     const std::size_t end = file.content().size();
@@ -193,7 +200,7 @@ TEST_F(BitLoader, AReadErrorBehindTheDataIsNotNoticed)
     EXPECT_EQ(load_bit(stream_failing_at(file.content(), end + 1024)).number, 9365);
 }
 
-TEST_F(BitLoader, ALengthThatIsNoMultipleOfFourMeetsTheEnd)
+TEST_F(BitLoader, ALengthThatIsNoMultipleOfFourMeetsTheEndAsError9352Or9358)
 {
     for (const std::size_t size : {61U, 62U, 63U}) {
         const std::string text = ". Failed to read BIT file design.bit (after 480 bits read, expected " +
@@ -205,7 +212,7 @@ TEST_F(BitLoader, ALengthThatIsNoMultipleOfFourMeetsTheEnd)
     }
 }
 
-TEST_F(BitLoader, AFileThatIsCutShortNamesTheBitsRead)
+TEST_F(BitLoader, Error9352AndError9358NameTheBitsReadOfAFileThatIsCutShort)
 {
     const BitFile file{64};
     const std::size_t data = file.header().size();
@@ -226,7 +233,7 @@ TEST_F(BitLoader, AFileThatIsCutShortNamesTheBitsRead)
     }
 }
 
-TEST_F(BitLoader, AShortWordWithoutAReasonHasItsOwnError)
+TEST_F(BitLoader, AShortWordWithoutAReasonIsError9353OrError9359)
 {
     const BitFile file{64};
     const HiddenEnd hidden_end;
@@ -256,7 +263,7 @@ TEST_F(BitLoader, OlderFamiliesAreNotSentTheLastFourWordsInPlainMode)
     EXPECT_EQ(module.received(), run_coded(sample_data(40)));
 }
 
-TEST_F(BitLoader, CountAndVerdictTogetherDecide)
+TEST_F(BitLoader, CountAndVerdictDecideOnError9360And9365Or9366Or9367)
 {
     const struct {
         bool matches;
@@ -287,7 +294,7 @@ TEST_F(BitLoader, CountAndVerdictTogetherDecide)
     }
 }
 
-TEST_F(BitLoader, Error9360IsRecordedAndTheLoadGoesOn)
+TEST_F(BitLoader, Error9360IsRecordedAndTheLoadGoesOnAsFarAsError9362)
 {
     BitFile file{8};
     file.tail = "x";
@@ -323,7 +330,7 @@ TEST_F(BitLoader, ShowsProgressEvery20000Bits)
     }
 }
 
-TEST_F(BitLoader, OfNoStatedBitsOneWordIsReadAndNoProgressShown)
+TEST_F(BitLoader, OfNoStatedBitsOneWordIsReadToError9358Or9360And9365WithoutProgress)
 {
     BitFile file{8};
     file.byte_count = 0;
@@ -338,7 +345,7 @@ TEST_F(BitLoader, OfNoStatedBitsOneWordIsReadAndNoProgressShown)
               Fails(9358, "Error 9358. Failed to read BIT file design.bit (after 0 bits read, expected 0)."));
 }
 
-TEST_F(BitLoader, ACountBeyond32BitsEndsInTheSizeCheck)
+TEST_F(BitLoader, ACountBeyond32BitsEndsInError9360And9365OfTheSizeCheck)
 {
     session.verbose = 1;
     BitFile file{4};

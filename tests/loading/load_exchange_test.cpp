@@ -80,13 +80,18 @@ TEST_P(LoadExchangeTest, TheHeaderNamesTheBoardAndTheCoding)
     }
 }
 
-TEST_P(LoadExchangeTest, NamesTheCodingOnlyWhenTheMessageIsOpen)
+TEST_P(LoadExchangeTest, NamesNoCodingBeforeError9105Or9156Or9350OfAMessageThatIsNotOpen)
 {
     compress();
     platform.fail("StartSendMessageEx");
     EXPECT_EQ(load_file().number, GetParam().start);
     EXPECT_EQ(events,
               (Lines{header_check(), "* StartSendMessageEx board 0 slot 2 timeout 5000", "* Err2Text 0x77"}));
+}
+
+TEST_P(LoadExchangeTest, NamesTheCodingBeforeError9106Or9157Or9351OfTheHeader)
+{
+    compress();
     platform.fail("SendMessageDataEx");
     EXPECT_EQ(load_file().number, GetParam().header);
     EXPECT_EQ(events.at(2), "| Sending in compressed format.\\n");
@@ -125,7 +130,7 @@ TEST_P(LoadExchangeTest, AsksBeforeSendingAndBehindSuccess)
     EXPECT_EQ(events.back(), "?key Press return to continue.");
 }
 
-TEST_P(LoadExchangeTest, DoesNotAskBehindAFailure)
+TEST_P(LoadExchangeTest, DoesNotAskBehindError9118Or9172Or9366)
 {
     session.prompt_user = 1;
     module.status = 4;
@@ -159,7 +164,7 @@ TEST_P(LoadExchangeTest, AnnouncesTheModuleWhenItsTypeIsKnown)
     EXPECT_EQ(events.front(), header_check());
 }
 
-TEST_P(LoadExchangeTest, MessagesNameTheSessionsBoardTypeAndTheGivenNumberAndAddress)
+TEST_P(LoadExchangeTest, Error9105Or9156Or9350NamesTheSessionsBoardTypeAndTheGivenNumberAndAddress)
 {
     open_bus("mwc4a", 0);
     std::strcpy(session.bitstream_file, GetParam().file);
@@ -196,7 +201,7 @@ TEST_P(LoadExchangeTest, TheBoardOfTheHeaderKeepsItsLowBits)
     close_bus();
 }
 
-TEST_P(LoadExchangeTest, AFailureLeavesTheMessageOpen)
+TEST_P(LoadExchangeTest, Error9140Or9164Or9390LeavesTheMessageOpen)
 {
     platform.fail_call(3); // the first piece of the data
     EXPECT_NE(load_file(), Succeeds());
@@ -215,7 +220,7 @@ TEST_P(LoadExchangeTest, WhatAnEarlierLoadLeftInTheBufferGoesOutFirst)
     EXPECT_EQ(module.received(), expected);
 }
 
-TEST_P(LoadExchangeTest, ThePlatformsTextMayHoldPercentSigns)
+TEST_P(LoadExchangeTest, Error9105Or9156Or9350MayHoldPercentSignsOfThePlatform)
 {
     platform.error_text(0x77, "100% %s %n");
     platform.fail("StartSendMessageEx");

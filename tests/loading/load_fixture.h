@@ -4,11 +4,14 @@
 
 #include "support/bitstreams.h"
 #include "support/faults.h"
+#include "support/row_names.h"
 #include "support/run_fixture.h"
 #include "support/streams.h"
 
 #include <cstring>
+#include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 using Lines = std::vector<std::string>;
@@ -18,6 +21,33 @@ struct Failure {
     int number;
     const char* text;
 };
+
+/// A platform call of a load that fails, and the error that the load then ends with.
+struct FailedCall {
+    std::string load; ///< which load, by a name of the test's own
+    int call;         ///< which call, from 1
+    int calls;        ///< of the whole load
+    int number;
+    const char* text;
+
+    friend void PrintTo(const FailedCall& row, std::ostream* out)
+    {
+        *out << row.load << ", call " << row.call;
+    }
+};
+
+/// The calls of each load, every one of which has an error.
+inline std::vector<FailedCall>
+failed_calls(const std::vector<std::pair<std::string, std::vector<Failure>>>& loads)
+{
+    std::vector<FailedCall> rows;
+    for (const auto& [load, failures] : loads) {
+        int call = 0;
+        for (const Failure& failure : failures)
+            rows.push_back({load, ++call, static_cast<int>(failures.size()), failure.number, failure.text});
+    }
+    return rows;
+}
 
 /// For the duration of a scope no stream tells that it has ended: reads come short without a reason.
 class HiddenEnd
@@ -104,20 +134,17 @@ protected:
         return outcome;
     }
 
-    /// Lets each platform call fail in turn: each has the next error, and behind it nothing happens.
+    /// Lets the row's platform call fail, behind which nothing happens; the next load is whole.
     template <class Load>
-    void expect_each_call_fails(const std::vector<Failure>& failures, Load load_file)
+    void expect_failed_call(const FailedCall& row, Load load_file)
     {
-        int call = 0;
-        for (const Failure& failure : failures) {
-            platform.fail_call(++call);
-            EXPECT_EQ(load_file(), Fails(failure.number, failure.text)) << "platform call " << call;
-            EXPECT_EQ(events.back(), "* Err2Text 0x77") << "platform call " << call;
-            platform.fail_nothing();
-        }
+        platform.fail_call(row.call);
+        EXPECT_EQ(load_file(), Fails(row.number, row.text));
+        EXPECT_EQ(events.back(), "* Err2Text 0x77");
+        platform.fail_nothing();
         const int before = platform.calls();
         EXPECT_EQ(load_file(), Succeeds());
-        EXPECT_EQ(platform.calls() - before, call) << "calls of the whole load";
+        EXPECT_EQ(platform.calls() - before, row.calls) << "calls of the whole load";
     }
 
     /// The bytes of each piece that went out.

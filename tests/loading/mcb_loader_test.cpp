@@ -1,6 +1,7 @@
 // The MCB loader: console and bus of whole loads, every error, the tail of older families.
 #include "load_fixture.h"
 
+#include <algorithm>
 #include <ostream>
 
 namespace
@@ -85,42 +86,58 @@ const Failure tail_byte_failure{
     9167, "Error 9167. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
 const Failure flush_failure{9173,
                             "Error 9173. Cannot send KSB message data, slot 0x2 (via 'mwc4a 0') (api 0x77)."};
+
+/// A load of this file, into a module of an older family or not, behind a byte that an earlier load left or
+/// not.
+struct McbLoad {
+    const char* name;
+    bool is_compressed;
+    bool is_older_family;
+    bool has_left_over;
+    const char* pairs;
+    std::int32_t byte_count;
+    std::vector<Failure> failures;
+};
+
+const McbLoad loads[] = {
+    {"Plain", false, false, false, "0A AA 0A BB", 20, whole({plain_failure, plain_failure, flush_failure})},
+    {"PiecesThatEndWithAValue", true, false, false, "01 01 01 02 01 03 01 04 01 05", 5,
+     whole({value_failure, flush_failure})},
+    {"PiecesThatEndWithACount", true, false, true, "01 01 01 02 01 03 01 04 01 05", 5,
+     whole({count_failure, flush_failure})},
+    // The second run is the one that reaches into the tail.
+    {"PlainTail", false, true, false, "04 AA 20 BB", 36,
+     whole({tail_byte_failure, tail_byte_failure, tail_byte_failure, tail_byte_failure})},
+    {"TailThatEndsWithAValue", true, true, false, "01 01 01 02 01 03 06 04", 9, whole({tail_value_failure})},
+    {"TailThatEndsWithACount", true, true, true, "01 01 01 02 01 03 06 04", 9,
+     whole({tail_count_failure, flush_failure})},
+};
+
+std::vector<FailedCall> calls_of_all_loads()
+{
+    std::vector<std::pair<std::string, std::vector<Failure>>> named;
+    for (const McbLoad& load : loads)
+        named.emplace_back(load.name, load.failures);
+    return failed_calls(named);
+}
+
+class McbLoaderCall : public McbLoader, public testing::WithParamInterface<FailedCall>
+{
+};
 } // namespace
 
-TEST_F(McbLoader, EveryPlatformCallHasItsOwnErrorInPlainMode)
+TEST_P(McbLoaderCall, ThatFailsHasItsOwnError)
 {
-    runs("0A AA 0A BB", 20).write();
-    expect_each_call_fails(whole({plain_failure, plain_failure, flush_failure}),
-                           [this] { return load_mcb(); });
+    const McbLoad& load = *std::ranges::find(loads, GetParam().load, &McbLoad::name);
+    compress(load.is_compressed);
+    session.virtex2_family = load.is_older_family ? 0 : 1;
+    if (load.has_left_over)
+        left_over = {0x55};
+    runs(load.pairs, load.byte_count).write();
+    expect_failed_call(GetParam(), [this] { return load_mcb(); });
 }
 
-TEST_F(McbLoader, EveryPlatformCallHasItsOwnErrorInCompressedMode)
-{
-    compress();
-    runs("01 01 01 02 01 03 01 04 01 05", 5).write();
-    expect_each_call_fails(whole({value_failure, flush_failure}), [this] { return load_mcb(); });
-    left_over = {0x55};
-    expect_each_call_fails(whole({count_failure, flush_failure}), [this] { return load_mcb(); });
-}
-
-TEST_F(McbLoader, TheTailOfOlderFamiliesHasItsOwnErrorsInPlainMode)
-{
-    session.virtex2_family = 0;
-    runs("04 AA 20 BB", 36).write(); // the second run is the one that reaches into the tail
-    expect_each_call_fails(
-        whole({tail_byte_failure, tail_byte_failure, tail_byte_failure, tail_byte_failure}),
-        [this] { return load_mcb(); });
-}
-
-TEST_F(McbLoader, TheTailOfOlderFamiliesHasItsOwnErrorsInCompressedMode)
-{
-    session.virtex2_family = 0;
-    compress();
-    runs("01 01 01 02 01 03 06 04", 9).write();
-    expect_each_call_fails(whole({tail_value_failure}), [this] { return load_mcb(); });
-    left_over = {0x55};
-    expect_each_call_fails(whole({tail_count_failure, flush_failure}), [this] { return load_mcb(); });
-}
+INSTANTIATE_TEST_SUITE_P(Loads, McbLoaderCall, testing::ValuesIn(calls_of_all_loads()), RowName{});
 
 namespace
 {
@@ -169,7 +186,7 @@ INSTANTIATE_TEST_SUITE_P(Faults, McbLoaderHeader, testing::ValuesIn(header_fault
     return "Error" + std::to_string(row.param.number) + row.param.name;
 });
 
-TEST_F(McbLoader, EveryFieldThatTheFileCutsShortHasItsOwnError)
+TEST_F(McbLoader, EveryFieldThatTheFileCutsShortHasItsOwnError9150Or9152Or9154Or9155)
 {
     const struct {
         std::size_t end;
@@ -192,7 +209,7 @@ TEST_F(McbLoader, EveryFieldThatTheFileCutsShortHasItsOwnError)
         }
 }
 
-TEST_F(McbLoader, AFileThatEndsInItsRunsHasTheErrorOfTheByteThatIsMissing)
+TEST_F(McbLoader, Error9158Or9159Or9160Or9161TellsTheByteThatIsMissingInTheRuns)
 {
     const Failure count_end{9159, "Error 9159. End of MCB file design.mcb reached unexpectedly."};
     const Failure value_end{9161, "Error 9161. End of MCB file design.mcb reached unexpectedly."};
@@ -257,6 +274,32 @@ TEST_F(McbLoader, OlderFamiliesAreNotSentTheLastFourBytes)
     compress();
     EXPECT_EQ(load_mcb(file), Succeeds());
     EXPECT_EQ(module.received(), bytes("96 AA 92 BB"));
+}
+
+// Within a longest run of the tail runs are sent one by one: behind one of none the next may reach into the
+// tail.
+TEST_F(McbLoader, ARunOfNoneALongestRunInFrontOfTheTailIsSentByItself)
+{
+    session.virtex2_family = 0;
+    const struct {
+        std::int32_t total;
+        std::uint8_t sent; ///< of the second run
+    } rows[] = {{260, 255}, {259, 255}, {258, 254}, {257, 253}};
+    for (const auto& row : rows) {
+        const McbFile file = runs("00 11 FF 22 0A 33", row.total);
+        compress(false);
+        EXPECT_EQ(load_mcb(file), Succeeds());
+        Bytes plain(row.sent, 0x22);
+        Bytes coded{0x00, 0x11, row.sent, 0x22};
+        if (row.total == 260) { // the second run ends a byte short of the tail
+            plain.push_back(0x33);
+            coded.insert(coded.end(), {0x01, 0x33});
+        }
+        EXPECT_EQ(module.received(), plain) << row.total;
+        compress();
+        EXPECT_EQ(load_mcb(file), Succeeds());
+        EXPECT_EQ(module.received(), coded) << row.total;
+    }
 }
 
 TEST_F(McbLoader, TheTailBeginsFourBytesBeforeTheTotalWhateverTheRuns)
@@ -393,7 +436,7 @@ TEST_F(McbLoader, Error9172HasNoParentheses)
     }
 }
 
-TEST_F(McbLoader, TheDeviceMayGoOnBehindTheModulesName)
+TEST_F(McbLoader, Error9153UnlessTheDeviceGoesOnBehindTheModulesName)
 {
     for (const char* name : {"2v3000-fg676", "2v3000fg676", "-4", ""}) {
         device(name);

@@ -1,4 +1,5 @@
 // The command line: what each argument makes of the session, and how it is refused.
+#include "support/row_names.h"
 #include "support/run_fixture.h"
 
 #include <ostream>
@@ -78,7 +79,7 @@ TEST_P(CommandLineArguments, FillTheSession)
     EXPECT_EQ(transcript(), "\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(Nothing, CommandLineArguments, testing::Values(Line{{}, "prompt"}));
+INSTANTIATE_TEST_SUITE_P(Nothing, CommandLineArguments, testing::Values(Line{{}, "prompt"}), RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     SlotTargetAndBoard, CommandLineArguments,
@@ -92,7 +93,8 @@ INSTANTIATE_TEST_SUITE_P(
         Line{{"-t15", "-b1", "-s4"},
              "prompt slot_given slot=4 target_given target=15 board_given board=1 address=244"},
         Line{{"-t2", "-b1"}, "prompt target_given target=2 board_given board=1"},
-        Line{{"-s1", "-s2", "-b3", "-b4"}, "prompt slot_given slot=2 board_given board=4 address=66"}));
+        Line{{"-s1", "-s2", "-b3", "-b4"}, "prompt slot_given slot=2 board_given board=4 address=66"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Slots, CommandLineArguments,
@@ -119,7 +121,8 @@ INSTANTIATE_TEST_SUITE_P(
         Line{{"-s2", "-s9"},
              "prompt slot_given slot=9",
              9000,
-             "Error 9000. Slot 9 is not a valid slot (must be 1,2,3 or 4)."}));
+             "Error 9000. Slot 9 is not a valid slot (must be 1,2,3 or 4)."}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Boards, CommandLineArguments,
@@ -136,7 +139,8 @@ INSTANTIATE_TEST_SUITE_P(
              "prompt board=65535",
              9001,
              "Error 9001. Board 65535 not a valid board (must be 0..15)."},
-        Line{{"-b-99999999999"}, "prompt board_given"}));
+        Line{{"-b-99999999999"}, "prompt board_given"}),
+    RowName{});
 
 // The message shows the board number, whatever the target board was.
 INSTANTIATE_TEST_SUITE_P(
@@ -165,7 +169,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Line{{"-t99999999999"},
                          "prompt target=2147483647",
                          9005,
-                         "Error 9005. Target board 0 not a valid board (must be 0..15)."}));
+                         "Error 9005. Target board 0 not a valid board (must be 0..15)."}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(FilesAndTypes, CommandLineArguments,
                          testing::Values(Line{{"-f"}, "prompt", 9002, "Error 9002. Unknown option -f."},
@@ -174,7 +179,8 @@ INSTANTIATE_TEST_SUITE_P(FilesAndTypes, CommandLineArguments,
                                          Line{{"-fone", "-ftwo"}, "prompt file_given file=two"},
                                          Line{{"-f my design"}, "prompt file_given file= my design"},
                                          Line{{"-dmwc4a"}, "prompt type_given type=mwc4a"},
-                                         Line{{"-DMWC3A", "-dmwc4a"}, "prompt type_given type=mwc4a"}));
+                                         Line{{"-DMWC3A", "-dmwc4a"}, "prompt type_given type=mwc4a"}),
+                         RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Switches, CommandLineArguments,
@@ -184,7 +190,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Line{{"-r"}, "prompt make_rbt"}, Line{{"-R"}, "prompt make_rbt"},
                     Line{{"-v", "-v", "-c", "-r"}, "prompt verbose make_mcb make_rbt"},
                     Line{{"-u", "-v", "-n", "-fa", "b"},
-                         "verbose never_compress file_given file=a con_given con=b.con"}));
+                         "verbose never_compress file_given file=a con_given con=b.con"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     UnknownOptions, CommandLineArguments,
@@ -207,7 +214,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Line{{"-v", "-fa", "-x", "-u"},
                          "prompt verbose file_given file=a",
                          9002,
-                         "Error 9002. Unknown option -x."}));
+                         "Error 9002. Unknown option -x."}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     ConFiles, CommandLineArguments,
@@ -234,7 +242,8 @@ INSTANTIATE_TEST_SUITE_P(
              "Error 9003. A con file was defined twice or more."},
         Line{{"a.b"}, "prompt con_given con=a.b.con"}, Line{{"a"}, "prompt con_given con=a.con"},
         Line{{""}, "prompt con_given con=.con"}, Line{{".con"}, "prompt con_given con=.con"},
-        Line{{"-v", "boards", "-u"}, "verbose con_given con=boards.con"}));
+        Line{{"-v", "boards", "-u"}, "verbose con_given con=boards.con"}),
+    RowName{});
 
 TEST_F(CommandLine, CutsNamesToTheirFields)
 {
@@ -254,7 +263,7 @@ TEST_F(CommandLine, CutsAConFileNameToItsField)
     EXPECT_EQ(session.file_is_mcb, 0U);
 }
 
-TEST_F(CommandLine, TakesAConFileNameWithoutRoomForItsExtensionAsNotFound)
+TEST_F(CommandLine, Error9020WhenAConFileNameLeavesNoRoomForItsExtension)
 {
     const std::string name(255, 'c');
     write_file(name, "design mwc4a 0 1\n");

@@ -59,7 +59,7 @@ TEST_F(EntryPoints, BoardConfiguresAModuleOfAnotherBoardSilentlyAndWithoutQuesti
     EXPECT_STREQ(session.bitstream_file, "design.rbt");
 }
 
-TEST_F(EntryPoints, BoardAsksNothingWhenTheFileIsMissing)
+TEST_F(EntryPoints, BoardAsksNothingBeforeError9044)
 {
     write_file("design.mcb");
     EXPECT_EQ(board("mwc4a", 0, 0x12, "design.rbt"),
@@ -67,7 +67,7 @@ TEST_F(EntryPoints, BoardAsksNothingWhenTheFileIsMissing)
     EXPECT_EQ(transcript(), "\n");
 }
 
-TEST_F(EntryPoints, BoardRefusesAnUnknownActionAfterStoringBoardAndFile)
+TEST_F(EntryPoints, Error9312AfterBoardAndFileAreStored)
 {
     EXPECT_EQ(board("mwc4a", 3, 0x12, "design", 3, 7),
               Fails(9312, "Error 9312: kvn_fpga_board: Unknown action 3."));
@@ -104,7 +104,7 @@ TEST_F(EntryPoints, HandleOfAnotherDeviceGivesTypeAndNumberButNotItself)
     }
 }
 
-TEST_F(EntryPoints, HandleGivesABoardNumberOf16Bits)
+TEST_F(EntryPoints, HandleGivesABoardNumberOf16BitsBeforeError9302)
 {
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0xA55A);
     handle(given, 0x51, nullptr);
@@ -177,7 +177,7 @@ struct Flags {
     std::uint32_t never_compress;
 };
 
-TEST_F(EntryPoints, DecodeEachFlagByItself)
+TEST_F(EntryPoints, DecodeEachFlagByItselfBeforeError9041)
 {
     const Flags rows[] = {{0, 0, 0, 0}, {1, 1, 0, 0},    {2, 0, 1, 0},  {4, 0, 0, 1}, {6, 0, 1, 1},
                           {8, 0, 0, 0}, {0xFF, 1, 1, 1}, {-1, 1, 1, 1}, {~7, 0, 0, 0}};
@@ -203,7 +203,7 @@ struct Action {
     const char* text;
 };
 
-TEST_F(EntryPoints, DecodeTheAction)
+TEST_F(EntryPoints, DecodeTheActionAsFarAsError9040Or9041Or9042)
 {
     const Action rows[] = {{0, 0, 0, 9041, "Error 9041. Cannot find/open missing.[rbt/mcb/bit] file."},
                            {1, 1, 0, 9040, "Error 9040. Cannot find/open missing.rbt file."},
@@ -238,7 +238,7 @@ TEST_F(EntryPoints, Error9311WhenTheFileNameIsNull)
     EXPECT_EQ(session.slot_address, 0x12);
 }
 
-TEST_F(EntryPoints, KeepTheLowBitsOfNumberAndAddress)
+TEST_F(EntryPoints, KeepTheLowBitsOfNumberAndAddressBeforeError9041)
 {
     board("mwc4a", 0x10003, 0xFFE2F, "missing");
     EXPECT_EQ(session.board_number, 3);
@@ -250,7 +250,7 @@ TEST_F(EntryPoints, KeepTheLowBitsOfNumberAndAddress)
     EXPECT_EQ(session.slot, 15);
 }
 
-TEST_F(EntryPoints, CutLongNamesToTheirFields)
+TEST_F(EntryPoints, CutLongNamesToTheirFieldsBeforeError9312)
 {
     board(std::string(40, 't').c_str(), 0, 1, std::string(300, 'f').c_str(), 17);
     EXPECT_EQ(session.board_type, std::string(31, 't'));
@@ -258,7 +258,7 @@ TEST_F(EntryPoints, CutLongNamesToTheirFields)
     EXPECT_EQ(session.make_mcb, 0U);
 }
 
-TEST_F(EntryPoints, DirectOnesNeverSearch)
+TEST_F(EntryPoints, DirectOnesNeverSearchBeforeError9077)
 {
     platform.board("mwc4a", 0).slot(1, fpga_module(3));
     RbtFile{}.write();
@@ -336,7 +336,7 @@ EndOfReceiveMessageEx timeout 5000 on caller handle
     }
 }
 
-TEST_F(EntryPoints, HandleIsNotClosedWhenTheRunFails)
+TEST_F(EntryPoints, HandleIsNotClosedBehindError9221)
 {
     platform.board("mwc4a", 0).slot(2, processor_module());
     RbtFile{}.write();
@@ -359,7 +359,7 @@ TEST_F(EntryPoints, Error9307WhenThePlatformKnowsNothingOfTheCommandLinesHandle)
     EXPECT_EQ(transcript(), "\n* GetDeviceInfo on caller handle\n");
 }
 
-TEST_F(EntryPoints, CommandLineIsReadBeforeTheHandleIsLookedAt)
+TEST_F(EntryPoints, Error9002OfTheCommandLineComesBeforeTheHandleIsLookedAt)
 {
     EXPECT_EQ(run({"-x"}, platform.caller_handle("mwc4a", 0)), Fails(9002, "Error 9002. Unknown option -x."));
     EXPECT_EQ(transcript(), "\n");
@@ -374,7 +374,7 @@ struct Handover {
 };
 
 // The handle was opened on "mwc4a" 3.
-TEST_F(EntryPoints, CommandLineTakesAHandleThatSuitsIt)
+TEST_F(EntryPoints, CommandLineTakesAHandleThatSuitsItBeforeError9041)
 {
     const Handover rows[] = {
         {"nothing said", {}, 3, KindWidth::bits32, true},
@@ -404,7 +404,7 @@ TEST_F(EntryPoints, CommandLineTakesAHandleThatSuitsIt)
     }
 }
 
-TEST_F(EntryPoints, CommandLineNeverTakesTypeAndNumberFromTheHandle)
+TEST_F(EntryPoints, Error9074BecauseTypeAndNumberAreNeverTakenFromTheHandle)
 {
     RbtFile{}.write();
     EXPECT_EQ(run({"-u", "-fdesign"}, platform.caller_handle("mwc4a", 3)),
@@ -439,7 +439,7 @@ TEST_F(EntryPoints, CommandLineWithoutAHandleRunsTheSame)
     EXPECT_EQ(transcript(), LOAD_OF_BOARD_1_SLOT_2);
 }
 
-TEST_F(EntryPoints, CommandLineMayAskUntilItSaysOtherwise)
+TEST_F(EntryPoints, CommandLineMayAskBeforeError9041UntilItSaysOtherwise)
 {
     EXPECT_EQ(run({"-fmissing"}).number, 9041);
     EXPECT_EQ(session.prompt_user, 1U);
@@ -447,7 +447,7 @@ TEST_F(EntryPoints, CommandLineMayAskUntilItSaysOtherwise)
     EXPECT_EQ(session.prompt_user, 0U);
 }
 
-TEST_F(EntryPoints, CommandLineWithAConFileRunsThatInPlaceOfTheDriver)
+TEST_F(EntryPoints, CommandLineWithAConFileRunsThatInPlaceOfTheDriverToError9020)
 {
     EXPECT_EQ(run({"-fdesign", "boards"}),
               Fails(9020, "Error 9020. Failed to find/open file \"boards.con\"."));
@@ -455,7 +455,7 @@ TEST_F(EntryPoints, CommandLineWithAConFileRunsThatInPlaceOfTheDriver)
               Fails(9020, "Error 9020. Failed to find/open file \"boards.con\"."));
 }
 
-TEST_F(EntryPoints, ForgetTheRunBefore)
+TEST_F(EntryPoints, ForgetTheRunOfError9052InThatOfError9040)
 {
     board("mwc4a", 7, 0x73, "missing", 1, 7);
     EXPECT_EQ(run({"-u"}).number, 9052) << "no file is left from the run before";
@@ -464,7 +464,7 @@ TEST_F(EntryPoints, ForgetTheRunBefore)
     EXPECT_EQ(session.make_mcb, 0U);
 }
 
-TEST_F(EntryPoints, LeaveTheMessageOfTheLastRunUntilTheNext)
+TEST_F(EntryPoints, LeaveTheMessageOfError9041UntilTheNextRun)
 {
     board("mwc4a", 0, 1, "missing");
     EXPECT_STREQ(session.kvn_fpga_getlasterr(), "Error 9041. Cannot find/open missing.[rbt/mcb/bit] file.");

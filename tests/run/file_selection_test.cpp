@@ -1,4 +1,5 @@
 // Which file a run uses: by its name, by what exists, and by what the user says.
+#include "support/row_names.h"
 #include "support/run_fixture.h"
 
 #include <ostream>
@@ -121,7 +122,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Choice{"design", expand, true, ".rbt .bit", "", 9042,
                            "Error 9042. Cannot find/open design.mcb file.", "", "design"},
                     Choice{"design", expand, false, "", "", 9042,
-                           "Error 9042. Cannot find/open design.mcb file.", "", "design"}));
+                           "Error 9042. Cannot find/open design.mcb file.", "", "design"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     NoExtensionCompress, DecisionTable,
@@ -129,7 +131,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Choice{"design", compress, true, ".mcb .bit", "", 9040,
                            "Error 9040. Cannot find/open design.rbt file.", "", "design"},
                     Choice{"design", compress, false, ".bit", "", 9040,
-                           "Error 9040. Cannot find/open design.rbt file.", "", "design"}));
+                           "Error 9040. Cannot find/open design.rbt file.", "", "design"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     NoExtensionConfigure, DecisionTable,
@@ -141,7 +144,8 @@ INSTANTIATE_TEST_SUITE_P(
                     Choice{"design", configure, true, "", "", 9041,
                            "Error 9041. Cannot find/open design.[rbt/mcb/bit] file.", "", "design"},
                     Choice{"design", configure, false, "", "", 9041,
-                           "Error 9041. Cannot find/open design.[rbt/mcb/bit] file.", "", "design"}));
+                           "Error 9041. Cannot find/open design.[rbt/mcb/bit] file.", "", "design"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Rbt, DecisionTable,
@@ -194,7 +198,8 @@ INSTANTIATE_TEST_SUITE_P(
         Choice{"design.rbt", compress, true, ".mcb .bit", "", 9044,
                "Error 9044. Cannot find/open design.rbt file.", "", "design.rbt"},
         Choice{"design.rbt", compress, false, "", "", 9044, "Error 9044. Cannot find/open design.rbt file.",
-               "", "design.rbt"}));
+               "", "design.rbt"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Mcb, DecisionTable,
@@ -235,7 +240,8 @@ INSTANTIATE_TEST_SUITE_P(
         Choice{"design.mcb", expand, true, ".rbt .bit", "", 9048,
                "Error 9048. Cannot find/open design.mcb file.", "", "design.mcb"},
         Choice{"design.mcb", expand, false, "", "", 9048, "Error 9048. Cannot find/open design.mcb file.", "",
-               "design.mcb"}));
+               "design.mcb"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Bit, DecisionTable,
@@ -277,7 +283,8 @@ INSTANTIATE_TEST_SUITE_P(
         Choice{"design.bit", compress, true, ".rbt", "y", 0, "", "rbt rbt_fp", "design.rbt", {FOUND_RBT}},
         Choice{"design.bit", compress, true, ".mcb", "y", 0, "", "mcb bin_fp", "design.mcb", {FOUND_MCB}},
         Choice{"design.bit", compress, false, ".rbt", "", 9055,
-               "Error 9055. Cannot find/open design.bit file.", "", "design.bit"}));
+               "Error 9055. Cannot find/open design.bit file.", "", "design.bit"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     OtherExtensions, DecisionTable,
@@ -296,7 +303,8 @@ INSTANTIATE_TEST_SUITE_P(
                "", "design.Mcb"},
         Choice{"design.BIT", configure, true, ".bit", "", 9051,
                "Error 9051. Incorrect file extension in design.BIT (should be *.rbt, *.mcb, *.bit, or none).",
-               "", "design.BIT"}));
+               "", "design.BIT"}),
+    RowName{});
 
 TEST_F(FileSelection, TakesTheRbtFileOfANameWithoutExtension)
 {
@@ -409,7 +417,7 @@ TEST_F(FileSelection, RequestReturnsTheLastClassification)
     }
 }
 
-TEST_F(FileSelection, CountsANameWithoutRoomForItsExtensionAsNotFound)
+TEST_F(FileSelection, Error9041WhenANameLeavesNoRoomForItsExtension)
 {
     // The name itself exists, and so does the name as far as it fits.
     const std::string name(252, 'f');
@@ -429,7 +437,7 @@ TEST_F(FileSelection, FindsTheLongestNameThatHasRoomForItsExtension)
     EXPECT_EQ(session.bitstream_file, name + ".bit");
 }
 
-TEST_F(FileSelection, LeavesNothingOpenWhenARunEndsWithARefusal)
+TEST_F(FileSelection, LeavesNothingOpenBehindError9046)
 {
     write_file("design.mcb");
     answer("n");

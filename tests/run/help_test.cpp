@@ -85,7 +85,7 @@ TEST_F(Help, ReturnsTheResultOfTheLastWait)
     EXPECT_EQ(session.kvn_fpga_help(), 103);
 }
 
-TEST_F(Help, LeavesTheSessionAsItIs)
+TEST_F(Help, LeavesTheSessionAndItsError9002AsTheyAre)
 {
     run({"-x"});
     session.kvn_fpga_help();

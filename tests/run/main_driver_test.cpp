@@ -1,5 +1,6 @@
 // One run: the conversion or configuration that the session asks for.
 #include "support/bitstreams.h"
+#include "support/row_names.h"
 #include "support/run_fixture.h"
 
 #include <ostream>
@@ -83,7 +84,8 @@ INSTANTIATE_TEST_SUITE_P(
                            {},
                            9201,
                            "Error 9201. Cannot open KSB device on board \"mwc4a 1\" (api 0x1001).",
-                           "\n"}));
+                           "\n"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Environment, BoardSource,
@@ -232,7 +234,8 @@ INSTANTIATE_TEST_SUITE_P(
                9201,
                "Error 9201. Cannot open KSB device on board \"aaaaaaaaaabbbbbbbbbbccccccccccd 3\" (api "
                "0x1001).",
-               "\n"}));
+               "\n"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     NoSecondWord, BoardSource,
@@ -275,7 +278,8 @@ INSTANTIATE_TEST_SUITE_P(
                            {},
                            9201,
                            "Error 9201. Cannot open KSB device on board \" 1\" (api 0x1001).",
-                           "\n"}));
+                           "\n"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Verbose, BoardSource,
@@ -337,7 +341,8 @@ INSTANTIATE_TEST_SUITE_P(
                R"(
 | No boardtype (-d) defined. Use 'mwc4a' from MWAPIKSB or MWAPIJTAG..\n
 | No board (-b) defined. Use boardno 65535 from MWAPIKSB or MWAPIJTAG.\n
-)"}));
+)"}),
+    RowName{});
 
 INSTANTIATE_TEST_SUITE_P(
     Questions, BoardSource,
@@ -406,7 +411,8 @@ INSTANTIATE_TEST_SUITE_P(
                            {"16"},
                            9076,
                            "Error 9076. Invalid board number 16 (should be 0..15).",
-                           "\n?line Board mwc4a, but what board number? \n! 16\n"}));
+                           "\n?line Board mwc4a, but what board number? \n! 16\n"}),
+    RowName{});
 
 // The slot's address is formed as soon as the number of the board is known.
 struct Address {
@@ -417,7 +423,7 @@ struct Address {
     int address;
 };
 
-TEST_F(MainDriver, FormsTheSlotAddressFromEverySourceOfTheNumber)
+TEST_F(MainDriver, FormsTheSlotAddressFromEverySourceOfTheNumberBeforeError9201)
 {
     const Address rows[] = {
         {"option", nullptr, {"-dmwc4a", "-b3", "-s2"}, {}, 0x32},
@@ -442,7 +448,7 @@ TEST_F(MainDriver, FormsTheSlotAddressFromEverySourceOfTheNumber)
     }
 }
 
-TEST_F(MainDriver, DirectEntryKeepsItsAddressWhateverTheBoard)
+TEST_F(MainDriver, DirectEntryKeepsItsAddressWhateverTheBoardOfError9201)
 {
     EXPECT_EQ(session.kvn_fpga_board("mwc4a", 3, 0x12, "design", 0, 0), 9201);
     EXPECT_EQ(session.slot_address, 0x12);
@@ -472,7 +478,7 @@ TEST_F(MainDriver, Error9077AfterTheBusWasOpenedWhichIsClosedAgain)
               Fails(9077, "Error 9077. Invalid slot number 15 (should be 1,2,3 or 4)."));
 }
 
-TEST_F(MainDriver, FileIsSelectedBeforeAnythingElse)
+TEST_F(MainDriver, Error9041OfTheFileComesBeforeAnythingElse)
 {
     EXPECT_EQ(run({"-fmissing", "-v"}),
               Fails(9041, "Error 9041. Cannot find/open missing.[rbt/mcb/bit] file."));
@@ -503,7 +509,7 @@ TEST_F(MainDriver, ExpandsAnMcbFile)
     EXPECT_TRUE(read_file("other.rbt").ends_with("10100101101001011010010110100101\n"));
 }
 
-TEST_F(MainDriver, CompressesWhenBothConversionsAreAskedForByName)
+TEST_F(MainDriver, CompressesToError9043OrError9070WhenBothConversionsAreAskedForByName)
 {
     // The file selection refuses ".rbt" when expanding, so that only a name without extension gets through,
     // and that is looked for as an MCB file.
@@ -522,7 +528,7 @@ TEST_F(MainDriver, Error9070WhenTheUserTakesAnMcbFileForABitFileToCompress)
               Fails(9070, "Error 9070: You cannot compress a compressed (.mcb) file."));
 }
 
-TEST_F(MainDriver, ExpandOfABitFileNeverGetsHere)
+TEST_F(MainDriver, Error9054BeforeExpandOfABitFileGetsHere)
 {
     BitFile{}.write("other.bit");
     EXPECT_EQ(run({"-r", "-fother.bit"}),
@@ -638,7 +644,7 @@ TEST_F(MainDriver, SearchesWhenNoSlotIsGivenAndKeepsTheWholeAddress)
 )");
 }
 
-TEST_F(MainDriver, SearchThatFindsNothingClosesTheBus)
+TEST_F(MainDriver, Error9096ClosesTheBus)
 {
     platform.board("mwc4a", 0);
     EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0"}),
@@ -659,7 +665,7 @@ TEST_F(MainDriver, LoadsAFileOfEachKind)
     }
 }
 
-TEST_F(MainDriver, ReturnsTheLoadersErrorAndClosesTheBus)
+TEST_F(MainDriver, ReturnsTheLoadersError9118AndClosesTheBus)
 {
     platform.board("mwc4a", 0).slot(1, fpga_module(3)).status = 4;
     EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}),
@@ -667,29 +673,41 @@ TEST_F(MainDriver, ReturnsTheLoadersErrorAndClosesTheBus)
     EXPECT_EQ(bus().back(), "Close");
 }
 
-TEST_F(MainDriver, ClosesTheBusWhicheverCallFails)
+/// The error of each platform call of a run.
+constexpr int call_errors[] = {9201, 9202, 9203,             // opening
+                               9190, 9060, 9061, 9223, 9224, // identification
+                               9105, 9106, 9122, 9114, 9115, 9116, 9117};
+
+/// A run of which a platform call fails; which one, from 1.
+class MainDriverCall : public MainDriver, public testing::WithParamInterface<std::size_t>
 {
+};
+
+TEST_P(MainDriverCall, ThatFailsLeavesTheBusClosed)
+{
+    const int number = call_errors[GetParam() - 1];
     platform.board("mwc4a", 0).slot(1, fpga_module(4).accepts_compressed());
-    const int errors[] = {9201, 9202, 9203,       // opening
-                          9190, 9060, 9061, 9223, // identification
-                          9224, 9105, 9106, 9122, // the load
-                          9114, 9115, 9116, 9117};
-    int call = 0;
-    for (const int number : errors) {
-        clear_log();
-        platform.fail_nothing();
-        platform.fail_call(++call);
-        EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}).number, number) << "call " << call;
-        const auto calls = bus();
-        EXPECT_EQ(calls.back(), number == 9201 ? "Err2Text 0x77" : "Close");
-        EXPECT_EQ(platform.open_handles(), 0);
-    }
-    platform.fail_nothing();
-    platform.fail_call(++call);
-    EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}), Succeeds()) << "there is a further call";
+    platform.fail_call(static_cast<int>(GetParam()));
+    EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}).number, number);
+    const auto calls = bus();
+    EXPECT_EQ(calls.back(), number == 9201 ? "Err2Text 0x77" : "Close");
+    EXPECT_EQ(platform.open_handles(), 0);
 }
 
-TEST_F(MainDriver, ClosesAHandleThatAFailedOpeningLeft)
+INSTANTIATE_TEST_SUITE_P(Calls, MainDriverCall, testing::Range<std::size_t>(1, std::size(call_errors) + 1),
+                         [](const auto& row) {
+                             return "Error" + std::to_string(call_errors[row.param - 1]) + "Call" +
+                                    std::to_string(row.param);
+                         });
+
+TEST_F(MainDriver, MakesNoCallBesideThoseThatHaveAnErrorAndClose)
+{
+    platform.board("mwc4a", 0).slot(1, fpga_module(4).accepts_compressed());
+    platform.fail_call(static_cast<int>(std::size(call_errors)) + 1);
+    EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}), Succeeds());
+}
+
+TEST_F(MainDriver, Error9201ClosesAHandleThatTheFailedOpeningLeft)
 {
     platform.board("mwc4a", 0);
     platform.failing_open_stores_handle = true;
@@ -699,7 +717,7 @@ TEST_F(MainDriver, ClosesAHandleThatAFailedOpeningLeft)
     EXPECT_EQ(bus().back(), "Close");
 }
 
-TEST_F(MainDriver, EndsWithTheFirstErrorWhenTheInputOfTheQuestionsHasEnded)
+TEST_F(MainDriver, EndsWithError9201WhenTheInputOfTheQuestionsHasEnded)
 {
     session.kvn_fpga_set_userfie(nullptr, 1);
     write_file("input");

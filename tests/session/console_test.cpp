@@ -105,7 +105,16 @@ TEST_F(Console, PrintsATextAsItStands)
               "100% of %s%n%d %% \\ <a%n.rbt>\n");
 }
 
-TEST_F(Console, PrintsAFileNameWithPercentSignsInAWholeRun)
+// The buffer of a print holds 1024 bytes.
+TEST_F(Console, PrintsATextOfAnyLengthWhole)
+{
+    for (const std::size_t length : {1022U, 1023U, 1024U, 1025U, 5000U}) {
+        const std::string text(length, 'x');
+        EXPECT_EQ(output_of("", [&] { session.print("%s", text.c_str()); }), text);
+    }
+}
+
+TEST_F(Console, PrintsAFileNameWithPercentSignsInAWholeRunToError9101)
 {
     platform.board("mwc4a", 0).slot(2, fpga_module(4));
     write_file("a%n%s.rbt", "no title");

@@ -29,7 +29,7 @@ TEST_F(Session, GivesAnEmptyMessageWhenFresh)
     EXPECT_STREQ(fresh.kvn_fpga_getlasterr(), "");
 }
 
-TEST_F(Session, RefusesFunctionTypesOtherThan0To2AndLeavesAllCallbacks)
+TEST_F(Session, Error9215ForFunctionTypesOtherThan0To2LeavesAllCallbacks)
 {
     const auto print = session.user_print;
     const auto prompt = session.user_prompt;
@@ -52,7 +52,7 @@ int some_function(char*, void*)
 
 void some_print(char*) {}
 
-TEST_F(Session, KeepsItsCallbacksFromRunToRun)
+TEST_F(Session, KeepsItsCallbacksFromRunToRunBehindError9052)
 {
     session.kvn_fpga_set_userprint(&some_print);
     for (int type = 0; type <= 2; ++type)
@@ -265,7 +265,7 @@ TEST_F(Session, StartsClearedOfEverything)
     EXPECT_EQ(fresh.file_is_bit, 0U);
 }
 
-TEST_F(Session, CountsOnlyTheLastRunsError)
+TEST_F(Session, CountsOnlyTheLastRunsErrorOf9002And9052)
 {
     EXPECT_EQ(run({"-x"}), Fails(9002, "Error 9002. Unknown option -x."));
     EXPECT_EQ(run({"-u"}), Fails(9052, "Error 9052. No RBT, MCB, or BIT file specified (-f option)."));
@@ -274,13 +274,13 @@ TEST_F(Session, CountsOnlyTheLastRunsError)
     EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}), Succeeds());
 }
 
-TEST_F(Session, CutsAMessageAt1023Characters)
+TEST_F(Session, CutsAMessageOfError9002At1023Characters)
 {
     const std::string option = "-x" + std::string(2000, 'y');
     EXPECT_EQ(run({option}), Fails(9002, ("Error 9002. Unknown option " + option).substr(0, 1023)));
 }
 
-TEST_F(Session, TakesPercentSignsInAMessageAsTheyAre)
+TEST_F(Session, TakesPercentSignsInError9002AndError9041AsTheyAre)
 {
     EXPECT_EQ(run({"-x%n%s%d"}), Fails(9002, "Error 9002. Unknown option -x%n%s%d."));
     EXPECT_EQ(run({"-u", "-f%n%s%d"}),
@@ -298,22 +298,26 @@ TEST_F(Session, ReadsTheEnvironmentByTwoEqualAccessors)
     EXPECT_STREQ(kvn_fpga_imp::getapivar("MWAPIKSB"), "");
 }
 
-TEST_F(Session, RecordsErrorsWithoutPrintingThem)
+TEST_F(Session, RecordsError9002WithoutPrintingIt)
 {
     run({"-x"});
     EXPECT_EQ(transcript(), "\n");
 }
 
 // The public class forwards to the session's operations of the same names.
-TEST_F(Session, IsReachedThroughThePublicClass)
+class PublicClass : public Session
 {
+protected:
+    PublicClass() { install_callbacks(object); }
+
     kvn_fpga object;
-    install_callbacks(object);
     Chars type{"mwc4a"};
     Chars file{"design"};
-    Arguments line{"KVN_FPGA", "-x"};
     MW_HANDLE* handle = platform.caller_handle("mwc4a", 0);
+};
 
+TEST_F(PublicClass, ReachesTheBoardEntryAsFarAsError9310Or9311Or9312Or9041)
+{
     EXPECT_EQ(object.kvn_fpga_board(nullptr, 0, 0, nullptr, 0, 0), 9310);
     EXPECT_EQ(object.kvn_fpga_board(type, 0, 1, nullptr, 0, 0), 9311);
     EXPECT_STREQ(object.kvn_fpga_getlasterr(),
@@ -321,13 +325,30 @@ TEST_F(Session, IsReachedThroughThePublicClass)
     EXPECT_EQ(object.kvn_fpga_board(type, 0, 1, file, 17, 0), 9312);
     EXPECT_STREQ(object.kvn_fpga_getlasterr(), "Error 9312: kvn_fpga_board: Unknown action 17.");
     EXPECT_EQ(object.kvn_fpga_board(type, 16, 1, file, 0, 0), 9041);
+}
+
+TEST_F(PublicClass, ReachesTheHandleEntryAsFarAsError9300Or9041)
+{
     EXPECT_EQ(object.kvn_fpga_handle(nullptr, 0, nullptr, 0, 0), 9300);
     EXPECT_EQ(object.kvn_fpga_handle(handle, 0x12, file, 0, 0), 9041);
+}
+
+TEST_F(PublicClass, ReachesTheCommandLineEntriesAsFarAsError9002)
+{
+    Arguments line{"KVN_FPGA", "-x"};
     EXPECT_EQ(object.kvn_fpga_main(line.argc(), line.argv()), 9002);
     EXPECT_STREQ(object.kvn_fpga_getlasterr(), "Error 9002. Unknown option -x.");
     EXPECT_EQ(object.kvn_fpga_main(handle, line.argc(), line.argv()), 9002);
+}
+
+TEST_F(PublicClass, ReachesTheCallbacksAsFarAsError9215)
+{
     EXPECT_EQ(object.kvn_fpga_set_userfie(nullptr, 5), 9215);
     EXPECT_STREQ(object.kvn_fpga_getlasterr(), "Error 9215. No function type 5 defined. Use type 0,1 or 2.");
+}
+
+TEST_F(PublicClass, ReachesTheHelp)
+{
     key = 0x4B;
     EXPECT_EQ(object.kvn_fpga_help(), 0x4B);
 }

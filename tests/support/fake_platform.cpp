@@ -289,9 +289,9 @@ struct PlatformFunctions {
         const auto found = platform.error_texts_.find(code);
         const std::string words =
             found == platform.error_texts_.end() ? "api " + hexadecimal(code) : found->second;
-        // All 256 bytes are the platform's to write.
+        // All 256 bytes are the platform's to write; words of as many have no end.
         std::memset(text, 0, 256);
-        words.copy(text, 255);
+        words.copy(text, 256);
         return 0x56;
     }
 

@@ -1,5 +1,8 @@
-// Notes the text of every numbered error that a test provokes, so that one that none provokes can be told.
+// Notes the text of every numbered error that a test provokes, with the test's name, so that one that none
+// provokes can be told.
 #include "support/seen_errors.h"
+
+#include <gtest/gtest.h>
 
 #include <cstdarg>
 #include <cstdio>
@@ -14,6 +17,12 @@ void (*error_format_listener)(const char* format) = nullptr;
 
 namespace
 {
+std::string running_test()
+{
+    const testing::TestInfo* test = testing::UnitTest::GetInstance()->current_test_info();
+    return test == nullptr ? "" : std::string{test->test_suite_name()} + '.' + test->name();
+}
+
 void note_error_format(const char* format)
 {
     if (std::strncmp(format, "Error 9", 7) != 0)
@@ -26,8 +35,9 @@ void note_error_format(const char* format)
     static std::mutex mutex;
     static std::set<std::string> seen;
     const std::lock_guard lock{mutex};
-    if (seen.insert(format).second)
-        std::ofstream{file, std::ios::app} << format << '\n';
+    const std::string line = running_test() + '\t' + format + '\n';
+    if (seen.insert(line).second)
+        std::ofstream{file, std::ios::app} << line;
 }
 } // namespace
 
