@@ -1,21 +1,32 @@
-"""Damages a copy of docs/errors.md in one place at a time; the check must name each place."""
+"""Spoils a copy of the catalogue of errors, or of a page, in one place at a time; the check must name each place."""
 import pathlib
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
-ROW = "| 9027 | `Error 9027. No KAVRIN-FPGA or KAVRIN-IO modules were configured.` |"
+CATALOGUE = ROOT / "engine" / "errors" / "catalogue.cpp"
+ROW = re.compile(r'    \{9027, usage, State::untouched, Topic::none,\n'
+                 r'     "(Error 9027\. [^"]*)",\n     "([^"]*)",\n     "([^"]*)"\},\n')
 
 
-def check(page):
-    """The exit status of the check of a page, and its report."""
-    with tempfile.TemporaryDirectory() as folder:
-        copy = pathlib.Path(folder) / "errors.md"
-        copy.write_text(page, encoding="utf-8")
+def check(catalogue=None, spoil_page=None):
+    """The exit status of the check of a catalogue and of the pages beside it, and what it says."""
+    with tempfile.TemporaryDirectory() as name:
+        folder = pathlib.Path(name)
+        copy = folder / "catalogue.cpp"
+        copy.write_text(catalogue or CATALOGUE.read_text(encoding="utf-8"), encoding="utf-8")
+        for page in ("errors.md", "exit-status.md"):
+            shutil.copy(ROOT / "docs" / page, folder / page)
+            if spoil_page:
+                text = (folder / page).read_text(encoding="utf-8")
+                (folder / page).write_text(spoil_page(text), encoding="utf-8")
         run = subprocess.run(
-            [sys.executable, ROOT / "scripts" / "error_index.py", "--check", "--page", copy],
+            [sys.executable, "-B", ROOT / "scripts" / "error_index.py", "--check", "--catalogue", copy,
+             "--pages", folder],
             capture_output=True, text=True, check=False,
         )
         return run.returncode, run.stderr
@@ -23,58 +34,73 @@ def check(page):
 
 class ErrorIndex(unittest.TestCase):
     def setUp(self):
-        self.page = (ROOT / "docs" / "errors.md").read_text(encoding="utf-8")
-        self.row = next(line for line in self.page.splitlines() if line.startswith(ROW))
+        self.source = CATALOGUE.read_text(encoding="utf-8")
+        self.row = ROW.search(self.source)
+        self.line = self.source.count("\n", 0, self.row.start()) + 1
 
-    def expect_differences(self, page, *differences):
-        status, said = check(page)
+    def expect_differences(self, catalogue, *differences):
+        status, said = check(catalogue)
         self.assertEqual(status, 1)
         self.assertEqual(said.splitlines(), list(differences))
 
-    def line_of_row(self):
-        return self.page.splitlines().index(self.row) + 1
+    def replaced(self, old, new):
+        self.assertIn(old, self.row[0])
+        return self.source.replace(self.row[0], self.row[0].replace(old, new))
 
-    def test_the_page_as_it_is_has_no_difference(self):
-        self.assertEqual(check(self.page), (0, ""))
+    def test_catalogue_and_pages_as_they_are_have_no_difference(self):
+        self.assertEqual(check(), (0, ""))
 
-    def test_a_missing_row_is_named_with_its_place_in_the_sources(self):
-        status, said = check(self.page.replace(self.row + "\n", ""))
+    def test_a_missing_entry_is_named_with_its_place_in_the_sources(self):
+        status, said = check(self.source.replace(self.row[0], ""))
         self.assertEqual(status, 1)
-        self.assertRegex(said, r'^errors\.md lacks 9027 "Error 9027\. .*" \(src/run/con_file\.cpp:\d+\)\n$')
+        self.assertRegex(said, r'^catalogue\.cpp lacks 9027 "Error 9027\. .*" \(src/run/con_file\.cpp:\d+\)\n$')
 
     def test_another_text_is_named_on_both_sides(self):
-        status, said = check(self.page.replace("modules were configured.` |", "module was configured.` |"))
+        status, said = check(self.replaced("modules were configured.", "module was configured."))
         self.assertEqual(status, 1)
-        self.assertIn('errors.md lacks 9027 "Error 9027. No KAVRIN-FPGA or KAVRIN-IO modules were', said)
-        self.assertIn(f'errors.md:{self.line_of_row()}: the sources have no 9027 "Error 9027. No', said)
+        self.assertIn('catalogue.cpp lacks 9027 "Error 9027. No KAVRIN-FPGA or KAVRIN-IO modules were', said)
+        self.assertIn(f'catalogue.cpp:{self.line}: the sources have no 9027 "Error 9027. No', said)
 
     def test_another_number_than_the_returned_one_is_named(self):
-        status, said = check(self.page.replace("| 9120 | `Error 9121.", "| 9121 | `Error 9121."))
+        status, said = check(re.sub(r'\{9120, (.*?)"Error 9121', r'{9121, \1"Error 9121', self.source))
         self.assertEqual(status, 1)
         self.assertIn('lacks 9120 "Error 9121. Failed to find bit size of RBT %s."', said)
         self.assertIn('the sources have no 9121 "Error 9121.', said)
 
-    def test_a_row_of_no_message_is_named(self):
-        invented = "| 9999 | `Error 9999. Invented.` | none | none |"
-        line = self.line_of_row() + 1
+    def test_an_entry_of_no_message_is_named(self):
+        invented = '    {9999, usage, State::untouched, Topic::none, "Error 9999. Invented.", "a", "b"},\n'
         self.expect_differences(
-            self.page.replace(self.row, self.row + "\n" + invented),
-            f'errors.md:{line}: the sources have no 9999 "Error 9999. Invented."',
+            self.source.replace(self.row[0], invented + self.row[0]),
+            f'catalogue.cpp:{self.line}: the sources have no 9999 "Error 9999. Invented."',
         )
 
-    def test_a_row_twice_is_named(self):
-        line = self.line_of_row()
+    def test_an_entry_twice_is_named(self):
         self.expect_differences(
-            self.page.replace(self.row, self.row + "\n" + self.row),
-            f"errors.md:{line + 1}: 9027 stands in line {line} already",
+            self.source.replace(self.row[0], self.row[0] * 2),
+            f"catalogue.cpp:{self.line + 4}: 9027 stands in line {self.line} already",
         )
 
-    def test_a_row_without_a_remedy_is_named(self):
-        bare = ROW + " a cause | |"
+    def test_an_entry_without_a_remedy_is_named(self):
         self.expect_differences(
-            self.page.replace(self.row, bare),
-            f"errors.md:{self.line_of_row()}: 9027 has no cause or no remedy",
+            self.replaced(f'"{self.row[3]}"', '""'),
+            f"catalogue.cpp:{self.line}: 9027 has no meaning or no remedy",
         )
+
+    def test_a_number_of_two_classes_is_named(self):
+        status, said = check(self.source.replace('{9120, damaged', '{9120, bus', 1))
+        self.assertEqual(status, 1)
+        self.assertRegex(said, r"catalogue\.cpp:\d+: 9120 is of two classes\n")
+
+    def test_a_row_that_cannot_be_read_is_counted(self):
+        status, said = check(self.replaced("Topic::none,", ""))
+        self.assertEqual(status, 1)
+        self.assertIn("catalogue.cpp: 1 of 219 rows are not {number, class,", said)
+
+    def test_a_page_that_differs_is_named_with_the_first_line(self):
+        status, said = check(spoil_page=lambda text: text.replace("9027", "9028"))
+        self.assertEqual(status, 1)
+        self.assertRegex(said, r"^errors\.md:\d+: differs from the catalogue; scripts/error_index\.py --write writes "
+                               r"it\nexit-status\.md:\d+: differs")
 
 
 if __name__ == "__main__":
