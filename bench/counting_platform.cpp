@@ -1,12 +1,11 @@
 // A platform that only counts: one board with one module, which takes everything and does nothing with it.
 #include "counting_platform.h"
 
-#include "mwapi.h"
+#include "mwapi_forward.h"
+#include "uniform_platform.h"
 
+#include <cstdlib>
 #include <cstring>
-
-struct MW_HANDLE {
-};
 
 namespace
 {
@@ -18,9 +17,8 @@ constexpr std::size_t DEVICE_OFFSET = 3;
 constexpr std::size_t COMPRESSION_OFFSET = 29;
 constexpr char DEVICE[] = "2vp100ff1704-6";
 
-MW_HANDLE device;
 SentData sent;
-bool takes_compressed = false;
+bool takes_compressed = std::getenv(COUNTING_COMPRESSED) != nullptr; // NOLINT(concurrency-mt-unsafe)
 
 std::uint32_t describe_module(std::uint8_t* type, void* data, std::uint32_t* received)
 {
@@ -31,6 +29,100 @@ std::uint32_t describe_module(std::uint8_t* type, void* data, std::uint32_t* rec
     *type = DESCRIPTION_REPLY;
     *received = sizeof record;
     return 0;
+}
+
+std::uint32_t count(MW_HANDLE* /*handle*/, const void* /*data*/, std::uint32_t length,
+                    std::uint32_t /*timeout*/)
+{
+    ++sent.calls;
+    sent.bytes += length;
+    if (length != USUAL_SIZE)
+        ++sent.odd_calls;
+    return 0;
+}
+
+/// What is not overridden succeeds and does nothing.
+class CountingPlatform final : public mwapi::UniformPlatform<CountingPlatform>
+{
+public:
+    template <mwapi::Function function, class... Arguments>
+    std::uint32_t call(Arguments... /*arguments*/)
+    {
+        return 0;
+    }
+    /// Data is counted by a function of its own: what is measured is the library, not the way here.
+    [[nodiscard]] const mwapi::Functions* functions() const override;
+
+    std::uint32_t open(const char* /*board_type*/, std::uint16_t /*board_number*/, const char* /*device*/,
+                       MW_HANDLE** handle, std::uint32_t* /*reserved*/) override
+    {
+        *handle = mwapi::to_handle(&sent);
+        return 0;
+    }
+    std::uint32_t error_text(std::uint32_t /*code*/, char* text) override
+    {
+        text[0] = '\0';
+        return 0;
+    }
+    std::uint32_t board_info(const char* /*board_type*/, std::uint16_t /*board_number*/,
+                             std::uint32_t* record) override
+    {
+        const std::uint32_t slots[] = {1, 0, 1, 0, 0};
+        std::memcpy(record + 1, slots, sizeof slots);
+        return 0;
+    }
+    std::uint32_t receive(MW_HANDLE* /*handle*/, std::uint8_t* type, std::uint32_t /*slot*/, void* data,
+                          std::uint32_t /*size*/, std::uint32_t* received, std::uint32_t /*timeout*/) override
+    {
+        return describe_module(type, data, received);
+    }
+    std::uint32_t receive_ex(MW_HANDLE* /*handle*/, std::uint8_t* type, std::uint32_t /*board*/,
+                             std::uint32_t /*slot*/, void* data, std::uint32_t /*size*/,
+                             std::uint32_t* received, std::uint32_t /*timeout*/) override
+    {
+        return describe_module(type, data, received);
+    }
+    std::uint32_t start_send(MW_HANDLE* /*handle*/, std::uint32_t /*board*/, std::uint32_t /*slot*/,
+                             std::uint32_t /*timeout*/) override
+    {
+        sent = {};
+        return 0;
+    }
+    std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                            std::uint32_t timeout) override
+    {
+        return count(handle, data, length, timeout);
+    }
+    std::uint32_t receive_data(MW_HANDLE* /*handle*/, void* data, std::uint32_t size, std::uint32_t* received,
+                               std::uint32_t /*timeout*/) override
+    {
+        std::memset(data, CONFIGURED, size);
+        *received = size;
+        return 0;
+    }
+};
+
+CountingPlatform counting;
+
+struct Operations {
+    template <mwapi::Function function, class... Parameters>
+    static std::uint32_t answer(Parameters... arguments)
+    {
+        return (counting.*mwapi::CALL<function>.operation)(arguments...);
+    }
+};
+
+consteval mwapi::Functions counting_functions()
+{
+    mwapi::Functions made = mwapi::functions_by<Operations>();
+    made.MwKSBSendMessageDataEx = &count;
+    return made;
+}
+
+const mwapi::Functions* CountingPlatform::functions() const
+{
+    static constexpr mwapi::Functions bound = counting_functions();
+    return &bound;
 }
 } // namespace
 
@@ -44,96 +136,7 @@ void accept_compressed(bool yes)
     takes_compressed = yes;
 }
 
-uint32_t MwKSBStartSendMessageEx(MW_HANDLE*, uint32_t, uint32_t, uint32_t)
+mwapi::Platform& mwapi::program_platform()
 {
-    sent = {};
-    return 0;
-}
-
-uint32_t MwKSBSendMessageDataEx(MW_HANDLE*, const void*, uint32_t length, uint32_t)
-{
-    ++sent.calls;
-    sent.bytes += length;
-    if (length != USUAL_SIZE)
-        ++sent.odd_calls;
-    return 0;
-}
-
-uint32_t MwOpenS(const char*, uint16_t, const char*, MW_HANDLE** handle, uint32_t*)
-{
-    *handle = &device;
-    return 0;
-}
-
-uint32_t MwClose(MW_HANDLE**)
-{
-    return 0;
-}
-
-uint32_t MwErr2Text(uint32_t, char* text)
-{
-    text[0] = '\0';
-    return 0;
-}
-
-uint32_t MwGetBoardInfo(const char*, uint16_t, uint32_t* record)
-{
-    const std::uint32_t slots[] = {1, 0, 1, 0, 0};
-    std::memcpy(record + 1, slots, sizeof slots);
-    return 0;
-}
-
-uint32_t MwGetDeviceInfo(MW_HANDLE*, char*, uint16_t*, uint32_t* kind)
-{
-    *kind = 0;
-    return 0;
-}
-
-uint32_t MwInitIoStatus(MW_HANDLE*, uint32_t*)
-{
-    return 0;
-}
-
-uint32_t MwKSBSendMessage(MW_HANDLE*, uint32_t, uint32_t, const void*, uint32_t, uint32_t)
-{
-    return 0;
-}
-
-uint32_t MwKSBReceiveMessage(MW_HANDLE*, uint8_t* type, uint32_t, void* data, uint32_t, uint32_t* received,
-                             uint32_t)
-{
-    return describe_module(type, data, received);
-}
-
-uint32_t MwKSBSendMessageEx(MW_HANDLE*, uint32_t, uint32_t, uint32_t, const void*, uint32_t, uint32_t)
-{
-    return 0;
-}
-
-uint32_t MwKSBReceiveMessageEx(MW_HANDLE*, uint8_t* type, uint32_t, uint32_t, void* data, uint32_t,
-                               uint32_t* received, uint32_t)
-{
-    return describe_module(type, data, received);
-}
-
-uint32_t MwKSBEndOfSendMessageEx(MW_HANDLE*, uint32_t)
-{
-    return 0;
-}
-
-uint32_t MwKSBStartReceiveMessageEx(MW_HANDLE*, uint32_t*, uint32_t)
-{
-    return 0;
-}
-
-uint32_t MwKSBReceiveMessageDataEx(MW_HANDLE*, void* data, uint32_t size, uint32_t* received, uint32_t)
-{
-    std::memset(data, CONFIGURED, size);
-    *received = size;
-    return 0;
-}
-
-uint32_t MwKSBEndOfReceiveMessageEx(MW_HANDLE*, uint32_t)
-{
-    return 0;
+    return counting;
 }

@@ -4,6 +4,10 @@
 
 #include <cstdint>
 
+/// The environment variable that says, by being set, that the module takes compressed data from the start.
+/// It reaches the platform in a library of its own.
+inline constexpr const char* COUNTING_COMPRESSED = "KVN_COUNTING_COMPRESSED";
+
 /// The data calls since the last message began, that of the load header among them.
 struct SentData {
     std::uint64_t calls = 0;

@@ -39,6 +39,10 @@ INSTRUCTIONS_PER_BYTE = {
     "load-mcb-compressed": 7.5,
 }
 
+# The instructions of a load through a provider that is loaded at run time, against those of the same load with the
+# same platform linked.
+THROUGH_PROVIDER = 1.15
+
 SYSTEM_CALLS = 100
 SYSTEM_CALLS_PER_BLOCK = 2.1
 

@@ -32,6 +32,7 @@ class Driver:
     def __init__(self, program, folder):
         self.program = str(program)
         self.folder = pathlib.Path(folder)
+        self.provider = None
 
     def make(self, kind, bits):
         self.folder.mkdir(parents=True, exist_ok=True)
@@ -50,6 +51,12 @@ class Driver:
     def time_alone(self, rounds, operations):
         command = [self.program, "time-alone", str(rounds), str(self.folder), *operations]
         return json.loads(run(command).stdout)
+
+    def through(self, provider):
+        """The same program and files; its loads go through a provider that is loaded at run time."""
+        driver = Driver(self.program, self.folder)
+        driver.provider = str(provider)
+        return driver
 
     def instructions(self, operation):
         """The instructions from entering the public method to leaving it."""
@@ -96,7 +103,8 @@ class Driver:
         return self.configuration_bytes()
 
     def _command(self, operation):
-        return [self.program, "run", operation, str(self.folder)]
+        way = ["run"] if self.provider is None else ["run-through", self.provider]
+        return [self.program, *way, operation, str(self.folder)]
 
     def _valgrind(self, operation, *options):
         return run(["valgrind", *options, *self._command(operation)]).stderr

@@ -13,11 +13,16 @@ target_include_directories(kvn_bench_support PUBLIC ${CMAKE_CURRENT_LIST_DIR})
 target_link_libraries(kvn_bench_support PUBLIC mwapi PRIVATE kvn_warnings)
 
 add_executable(kvn_whole_runs ${CMAKE_CURRENT_LIST_DIR}/whole_runs.cpp ${CMAKE_CURRENT_LIST_DIR}/operations.cpp)
-target_link_libraries(kvn_whole_runs PRIVATE kvn_bench_support kvn_bare_calls kvn_fpga kvn_warnings)
+target_link_libraries(kvn_whole_runs PRIVATE kvn_bench_support mwapi_forward mwapi_provider kvn_bare_calls kvn_fpga
+                                             kvn_warnings)
 set_target_properties(kvn_whole_runs PROPERTIES ENABLE_EXPORTS ON)
+
+# The same platform as a provider, for loads that go the way of the utility's.
+add_library(kvn_counting_provider MODULE ${CMAKE_CURRENT_LIST_DIR}/counting_platform.cpp)
+target_link_libraries(kvn_counting_provider PRIVATE mwapi_forward kvn_warnings)
 
 # Where a function begins in a line of the cache is worth a tenth of a load's time here. What is measured must not hang
 # on it: the platform that counts, and the calls into it, begin at a line whatever stands in front of them.
-foreach(target kvn_bare_calls kvn_bench_support kvn_whole_runs)
+foreach(target kvn_bare_calls kvn_bench_support kvn_counting_provider kvn_whole_runs)
   target_compile_options(${target} PRIVATE -falign-functions=64)
 endforeach()

@@ -4,6 +4,8 @@
 //     writes text.rbt, binary.bit and runs.mcb, all of the same data
 //   kvn_whole_runs run OPERATION FOLDER
 //     does one operation and tells what was sent to the platform
+//   kvn_whole_runs run-through PROVIDER OPERATION FOLDER
+//     does one load, whose calls go the way of the utility's: through a library that is loaded at run time
 //   kvn_whole_runs time ROUNDS FOLDER
 //     times all operations and what they are compared with
 //   kvn_whole_runs time-alone ROUNDS FOLDER OPERATION...
@@ -14,13 +16,16 @@
 // processor, one number for each round.
 #include "bare_calls.h"
 #include "counting_platform.h"
+#include "mwapi_forward.h"
 #include "operations.h"
+#include "provider/provider.h"
 #include "test_data.h"
 
 #include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -251,6 +256,17 @@ void run_once(std::string_view name, const std::string& folder)
                 std::uintmax_t{sent.bytes}, std::uintmax_t{sent.odd_calls});
 }
 
+void run_through(const std::string& provider, std::string_view name, const std::string& folder)
+{
+    const Operation& operation = find_operation(name);
+    if (operation.compressed)
+        (void)setenv(COUNTING_COMPRESSED, "", 1); // NOLINT(concurrency-mt-unsafe): the only thread
+    mwapi::LoadedPlatform platform{provider};
+    mwapi::install(platform);
+    run(operation, BitstreamFiles{folder});
+    mwapi::uninstall();
+}
+
 bool obey(const std::vector<std::string>& words)
 {
     const std::string_view command = words.empty() ? std::string_view{} : words[0];
@@ -258,6 +274,8 @@ bool obey(const std::vector<std::string>& words)
         make(words[1], parse_number(words[2]), words[3]);
     else if (command == "run" && words.size() == 3)
         run_once(words[1], words[2]);
+    else if (command == "run-through" && words.size() == 4)
+        run_through(words[1], words[2], words[3]);
     else if (command == "start" && words.size() == 1)
         return true;
     else if (command == "time" && words.size() == 3)
@@ -275,7 +293,8 @@ int main(int argc, char** argv)
     try {
         if (obey({argv + 1, argv + argc}))
             return 0;
-        std::fputs("usage: kvn_whole_runs make KIND BITS FOLDER | run OPERATION FOLDER | start |\n"
+        std::fputs("usage: kvn_whole_runs make KIND BITS FOLDER | run OPERATION FOLDER |\n"
+                   "                      run-through PROVIDER OPERATION FOLDER | start |\n"
                    "                      time ROUNDS FOLDER | time-alone ROUNDS FOLDER OPERATION...\n",
                    stderr);
     } catch (const std::exception& error) {

@@ -18,7 +18,7 @@ target_link_libraries(kvn_fuzz_platform PUBLIC kvn_fuzz_common PRIVATE kvn_warni
 
 # Writes the seed corpora, so that no generated file is kept with the sources.
 add_executable(make_fuzz_seeds ${KVN_FUZZ_DIR}/make_seeds.cpp)
-target_link_libraries(make_fuzz_seeds PRIVATE kvn_fuzz_platform kvn_warnings)
+target_link_libraries(make_fuzz_seeds PRIVATE kvn_fuzz_platform mwapi_forward kvn_warnings)
 set(KVN_FUZZ_SEEDS ${CMAKE_CURRENT_BINARY_DIR}/seeds)
 add_custom_command(OUTPUT ${KVN_FUZZ_SEEDS}/complete COMMAND make_fuzz_seeds ${KVN_FUZZ_SEEDS}
                           COMMAND ${CMAKE_COMMAND} -E touch ${KVN_FUZZ_SEEDS}/complete
@@ -30,12 +30,12 @@ endif()
 
 function(kvn_fuzz_target program name)
   add_executable(${program} ${KVN_FUZZ_DIR}/targets/${name}.cpp ${ARGN})
+  target_link_libraries(${program} PRIVATE mwapi_forward)
   add_dependencies(${program} fuzz_seeds)
   if(name STREQUAL "rack")
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwvirtual_objects kvn_fpga_devices mwtrace_core
                                              kvn_warnings)
   elseif(name STREQUAL "trace")
-    target_include_directories(${program} PRIVATE ${PROJECT_SOURCE_DIR}/platform/trace)
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwtrace_core kvn_warnings)
   elseif(name STREQUAL "configuration_port")
     target_link_libraries(${program} PRIVATE kvn_fuzz_platform kvn_fpga_devices kvn_warnings)

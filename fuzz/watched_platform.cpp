@@ -1,9 +1,11 @@
 // The platform of the fuzz targets.
 #include "watched_platform.h"
 
+#include "mwapi_forward.h"
+
 #include <cstring>
 
-struct MW_HANDLE {
+struct WatchedHandle {
     bool is_callers = false;
     bool is_open = true;
     bool sending = false;
@@ -18,8 +20,6 @@ struct MW_HANDLE {
 
 namespace
 {
-WatchedPlatform* current = nullptr;
-
 constexpr std::uint32_t TIMEOUT = 5000;
 constexpr std::uint32_t TYPE_QUERY = 1;
 constexpr std::uint32_t COMPRESSION_QUERY = 11;
@@ -55,29 +55,29 @@ WatchedSlot& WatchedSlot::device(const std::string& name)
 
 WatchedPlatform::WatchedPlatform()
 {
-    current = this;
+    mwapi::install(*this);
 }
 
 WatchedPlatform::~WatchedPlatform()
 {
-    current = nullptr;
+    mwapi::uninstall();
 }
 
-MW_HANDLE* WatchedPlatform::new_handle(bool is_callers)
+WatchedHandle& WatchedPlatform::new_handle(bool is_callers)
 {
-    handles_.push_back(std::make_unique<MW_HANDLE>());
+    handles_.push_back(std::make_unique<WatchedHandle>());
     handles_.back()->is_callers = is_callers;
-    return handles_.back().get();
+    return *handles_.back();
 }
 
 MW_HANDLE* WatchedPlatform::callers_handle()
 {
-    return new_handle(true);
+    return mwapi::to_handle(&new_handle(true));
 }
 
 MW_HANDLE* WatchedPlatform::opened_bus()
 {
-    return new_handle(true);
+    return mwapi::to_handle(&new_handle(true));
 }
 
 void WatchedPlatform::require_closed() const
@@ -94,278 +94,240 @@ std::uint32_t WatchedPlatform::call()
     return failed ? failure_code : 0;
 }
 
-void WatchedPlatform::require_open(const MW_HANDLE* handle) const
+WatchedHandle& WatchedPlatform::require_open(MW_HANDLE* handle) const
 {
     for (const auto& known : handles_)
-        if (known.get() == handle && known->is_open)
-            return;
+        if (mwapi::to_handle(known.get()) == handle && known->is_open)
+            return *known;
     broken("calls are made on open handles alone");
 }
 
-struct WatchedFunctions {
-    static std::uint32_t open(WatchedPlatform& platform, MW_HANDLE** handle)
-    {
-        const std::uint32_t code = platform.call();
-        if (code == 0)
-            ++platform.opens;
-        if (code == 0 || platform.failing_open_stores_handle)
-            *handle = platform.new_handle(false);
-        return code;
-    }
-
-    static void close(WatchedPlatform& platform, MW_HANDLE** handle)
-    {
-        platform.require_open(*handle);
-        require(!(*handle)->is_callers, "a caller's handle is never closed");
-        (*handle)->is_open = false;
-        if (platform.close_clears_handle)
-            *handle = nullptr;
-    }
-
-    static std::uint32_t query(WatchedPlatform& platform, MW_HANDLE* handle, std::uint32_t type,
-                               std::uint32_t board, std::uint32_t slot, std::uint32_t timeout)
-    {
-        platform.require_open(handle);
-        require(timeout == TIMEOUT, "the time-out is 5000");
-        require(type == TYPE_QUERY || type == COMPRESSION_QUERY, "only two queries are known");
-        require(!handle->sending && !handle->receiving && !handle->awaiting_reply && handle->query == 0,
-                "a query stands between other messages");
-        const std::uint32_t code = platform.call();
-        if (code == 0) {
-            handle->query = type;
-            handle->queried_board = board;
-            handle->queried_slot = slot;
-        }
-        return code;
-    }
-
-    static std::uint32_t reply(WatchedPlatform& platform, MW_HANDLE* handle, std::uint8_t* type,
-                               std::uint32_t board, std::uint32_t slot, void* data, std::uint32_t size,
-                               std::uint32_t* received, std::uint32_t timeout)
-    {
-        platform.require_open(handle);
-        require(timeout == TIMEOUT, "the time-out is 5000");
-        require(handle->query != 0 && handle->queried_board == board && handle->queried_slot == slot,
-                "a reply is wanted of the module that was asked");
-        const std::uint32_t code = platform.call();
-        if (code == 0) {
-            const WatchedSlot& module = platform.slots[(slot - 1) % 4];
-            const bool identity = handle->query == TYPE_QUERY;
-            *type = identity ? module.type_reply : module.compression_reply;
-            const std::uint32_t length =
-                give(identity ? module.record : module.compression_answer, data, size);
-            *received = length + module.claimed;
-        }
-        handle->query = 0;
-        return code;
-    }
-
-    static std::uint32_t start_send(WatchedPlatform& platform, MW_HANDLE* handle, std::uint32_t slot,
-                                    std::uint32_t timeout)
-    {
-        platform.require_open(handle);
-        require(timeout == TIMEOUT, "the time-out is 5000");
-        require(!handle->sending && !handle->receiving && !handle->awaiting_reply && handle->query == 0,
-                "a message begins between other messages");
-        const std::uint32_t code = platform.call();
-        if (code == 0) {
-            handle->sending = true;
-            handle->slot = slot;
-            platform.loads.emplace_back();
-        }
-        return code;
-    }
-
-    static std::uint32_t send_data(WatchedPlatform& platform, MW_HANDLE* handle, const void* data,
-                                   std::uint32_t length, std::uint32_t timeout)
-    {
-        constexpr std::uint32_t largest_piece = 8;
-        platform.require_open(handle);
-        require(timeout == TIMEOUT, "the time-out is 5000");
-        require(handle->sending, "data is sent inside a message alone");
-        require(data != nullptr && length > 0 && length <= largest_piece, "a piece has 1 to 8 bytes");
-        const std::uint32_t code = platform.call();
-        if (code == 0) {
-            const auto* bytes = static_cast<const std::uint8_t*>(data);
-            Bytes& load = platform.loads.back();
-            load.insert(load.end(), bytes, bytes + length);
-        }
-        return code;
-    }
-
-    static std::uint32_t end_send(WatchedPlatform& platform, MW_HANDLE* handle, std::uint32_t timeout)
-    {
-        platform.require_open(handle);
-        require(timeout == TIMEOUT, "the time-out is 5000");
-        require(handle->sending, "only a message that was begun is ended");
-        const std::uint32_t code = platform.call();
-        if (code == 0) {
-            handle->sending = false;
-            handle->awaiting_reply = true;
-            ++platform.complete_loads;
-        }
-        return code;
-    }
-
-    static std::uint32_t start_receive(WatchedPlatform& platform, MW_HANDLE* handle, std::uint32_t* type,
-                                       std::uint32_t timeout)
-    {
-        platform.require_open(handle);
-        require(timeout == TIMEOUT, "the time-out is 5000");
-        require(handle->awaiting_reply && !handle->receiving, "a verdict is read behind a load alone");
-        const std::uint32_t code = platform.call();
-        if (code == 0) {
-            *type = platform.slots[(handle->slot - 1) % 4].load_reply;
-            handle->receiving = true;
-        }
-        return code;
-    }
-
-    static std::uint32_t receive_data(WatchedPlatform& platform, MW_HANDLE* handle, void* data,
-                                      std::uint32_t size, std::uint32_t* received, std::uint32_t timeout)
-    {
-        platform.require_open(handle);
-        require(timeout == TIMEOUT, "the time-out is 5000");
-        require(handle->receiving, "reply data is read inside a reply alone");
-        const std::uint32_t code = platform.call();
-        if (code == 0) {
-            const WatchedSlot& module = platform.slots[(handle->slot - 1) % 4];
-            *received = give(module.verdict, data, size) + module.claimed;
-            platform.last_verdict = module.verdict.empty() ? 0 : module.verdict.front();
-        }
-        return code;
-    }
-
-    static std::uint32_t end_receive(WatchedPlatform& platform, MW_HANDLE* handle, std::uint32_t timeout)
-    {
-        platform.require_open(handle);
-        require(timeout == TIMEOUT, "the time-out is 5000");
-        require(handle->receiving, "only a reply that was begun is ended");
-        const std::uint32_t code = platform.call();
-        if (code == 0) {
-            handle->receiving = false;
-            handle->awaiting_reply = false;
-            ++platform.verdicts_read;
-        }
-        return code;
-    }
-};
-
-extern "C" {
-uint32_t MwOpenS(const char* board_type, uint16_t board_number, const char* device, MW_HANDLE** handle,
-                 uint32_t* reserved)
+std::uint32_t WatchedPlatform::open(const char* board_type, std::uint16_t board_number, const char* device,
+                                    MW_HANDLE** handle, std::uint32_t* reserved)
 {
     require(std::strlen(board_type) < 32 && board_number < 16, "the board's name is in range");
     require(std::strcmp(device, "ksb") == 0, "the serial bus is opened");
     require(*handle == nullptr && *reserved == 0, "handle and reserved word are cleared");
-    return WatchedFunctions::open(*current, handle);
+    const std::uint32_t code = call();
+    if (code == 0)
+        ++opens;
+    if (code == 0 || failing_open_stores_handle)
+        *handle = mwapi::to_handle(&new_handle(false));
+    return code;
 }
 
-uint32_t MwClose(MW_HANDLE** handle)
+std::uint32_t WatchedPlatform::close(MW_HANDLE** handle)
 {
-    WatchedFunctions::close(*current, handle);
+    WatchedHandle& bus = require_open(*handle);
+    require(!bus.is_callers, "a caller's handle is never closed");
+    bus.is_open = false;
+    if (close_clears_handle)
+        *handle = nullptr;
     return 0x55; // ignored, whatever it is
 }
 
-uint32_t MwErr2Text(uint32_t /*code*/, char* text)
+std::uint32_t WatchedPlatform::error_text(std::uint32_t /*code*/, char* text)
 {
     constexpr std::size_t size = 256;
-    if (current->error_words_fill_the_buffer)
+    if (error_words_fill_the_buffer)
         std::memset(text, '%', size);
     else
-        text[current->error_words.copy(text, size - 1)] = '\0';
+        text[error_words.copy(text, size - 1)] = '\0';
     return 0;
 }
 
-uint32_t MwGetBoardInfo(const char* board_type, uint16_t board_number, uint32_t* record)
+std::uint32_t WatchedPlatform::board_info(const char* board_type, std::uint16_t board_number,
+                                          std::uint32_t* record)
 {
     constexpr std::size_t words_a_slot = 5;
     require(std::strlen(board_type) < 32 && board_number < 16, "the board's name is in range");
     require(record[0] == 0, "the record begins with 0");
-    const std::uint32_t code = current->call();
-    for (std::size_t slot = 0; code == 0 && slot < current->slots.size(); ++slot)
-        std::copy_n(current->slots[slot].info.begin(), words_a_slot, record + 1 + slot * words_a_slot);
+    const std::uint32_t code = call();
+    for (std::size_t slot = 0; code == 0 && slot < slots.size(); ++slot)
+        std::copy_n(slots[slot].info.begin(), words_a_slot, record + 1 + slot * words_a_slot);
     return code;
 }
 
-uint32_t MwGetDeviceInfo(MW_HANDLE* handle, char* board_type, uint16_t* board_number, uint32_t* kind)
+std::uint32_t WatchedPlatform::device_info(MW_HANDLE* handle, char* board_type, std::uint16_t* board_number,
+                                           std::uint32_t* kind)
 {
     constexpr std::size_t size = 32;
-    current->require_open(handle);
+    (void)require_open(handle);
     require(*kind == 0, "the kind is cleared");
-    const std::uint32_t code = current->call();
+    const std::uint32_t code = call();
     if (code == 0) {
         std::memset(board_type, 0, size);
-        current->handle_board_type.copy(board_type, size); // perhaps without a terminating zero
-        *board_number = current->handle_board_number;
-        *kind = current->handle_kind;
+        handle_board_type.copy(board_type, size); // perhaps without a terminating zero
+        *board_number = handle_board_number;
+        *kind = handle_kind;
     }
     return code;
 }
 
-uint32_t MwInitIoStatus(MW_HANDLE* handle, uint32_t* io_status)
+std::uint32_t WatchedPlatform::init_io_status(MW_HANDLE* handle, std::uint32_t* io_status)
 {
-    current->require_open(handle);
-    const std::uint32_t code = current->call();
+    (void)require_open(handle);
+    const std::uint32_t code = call();
     *io_status = 0x5A5A5A5A;
     return code;
 }
 
-uint32_t MwKSBSendMessage(MW_HANDLE* handle, uint32_t type, uint32_t slot, const void* /*data*/,
-                          uint32_t /*length*/, uint32_t timeout)
+std::uint32_t WatchedPlatform::query(MW_HANDLE* handle, std::uint32_t type, std::uint32_t board,
+                                     std::uint32_t slot, std::uint32_t timeout)
 {
-    return WatchedFunctions::query(*current, handle, type, THIS_BOARD, slot, timeout);
+    WatchedHandle& bus = require_open(handle);
+    require(timeout == TIMEOUT, "the time-out is 5000");
+    require(type == TYPE_QUERY || type == COMPRESSION_QUERY, "only two queries are known");
+    require(!bus.sending && !bus.receiving && !bus.awaiting_reply && bus.query == 0,
+            "a query stands between other messages");
+    const std::uint32_t code = call();
+    if (code == 0) {
+        bus.query = type;
+        bus.queried_board = board;
+        bus.queried_slot = slot;
+    }
+    return code;
 }
 
-uint32_t MwKSBReceiveMessage(MW_HANDLE* handle, uint8_t* type, uint32_t slot, void* data, uint32_t size,
-                             uint32_t* received, uint32_t timeout)
+std::uint32_t WatchedPlatform::reply(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board,
+                                     std::uint32_t slot, void* data, std::uint32_t size,
+                                     std::uint32_t* received, std::uint32_t timeout)
 {
-    return WatchedFunctions::reply(*current, handle, type, THIS_BOARD, slot, data, size, received, timeout);
+    WatchedHandle& bus = require_open(handle);
+    require(timeout == TIMEOUT, "the time-out is 5000");
+    require(bus.query != 0 && bus.queried_board == board && bus.queried_slot == slot,
+            "a reply is wanted of the module that was asked");
+    const std::uint32_t code = call();
+    if (code == 0) {
+        const WatchedSlot& module = slots[(slot - 1) % 4];
+        const bool identity = bus.query == TYPE_QUERY;
+        *type = identity ? module.type_reply : module.compression_reply;
+        const std::uint32_t length = give(identity ? module.record : module.compression_answer, data, size);
+        *received = length + module.claimed;
+    }
+    bus.query = 0;
+    return code;
 }
 
-uint32_t MwKSBSendMessageEx(MW_HANDLE* handle, uint32_t type, uint32_t board, uint32_t slot,
-                            const void* /*data*/, uint32_t /*length*/, uint32_t timeout)
+std::uint32_t WatchedPlatform::send(MW_HANDLE* handle, std::uint32_t type, std::uint32_t slot,
+                                    const void* /*data*/, std::uint32_t /*length*/, std::uint32_t timeout)
+{
+    return query(handle, type, THIS_BOARD, slot, timeout);
+}
+
+std::uint32_t WatchedPlatform::receive(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t slot, void* data,
+                                       std::uint32_t size, std::uint32_t* received, std::uint32_t timeout)
+{
+    return reply(handle, type, THIS_BOARD, slot, data, size, received, timeout);
+}
+
+std::uint32_t WatchedPlatform::send_ex(MW_HANDLE* handle, std::uint32_t type, std::uint32_t board,
+                                       std::uint32_t slot, const void* /*data*/, std::uint32_t /*length*/,
+                                       std::uint32_t timeout)
 {
     require(board < 16 && slot < 16, "an address is in range");
-    return WatchedFunctions::query(*current, handle, type, board, slot, timeout);
+    return query(handle, type, board, slot, timeout);
 }
 
-uint32_t MwKSBReceiveMessageEx(MW_HANDLE* handle, uint8_t* type, uint32_t board, uint32_t slot, void* data,
-                               uint32_t size, uint32_t* received, uint32_t timeout)
+std::uint32_t WatchedPlatform::receive_ex(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board,
+                                          std::uint32_t slot, void* data, std::uint32_t size,
+                                          std::uint32_t* received, std::uint32_t timeout)
 {
-    return WatchedFunctions::reply(*current, handle, type, board, slot, data, size, received, timeout);
+    return reply(handle, type, board, slot, data, size, received, timeout);
 }
 
-uint32_t MwKSBStartSendMessageEx(MW_HANDLE* handle, uint32_t board, uint32_t slot, uint32_t timeout)
+std::uint32_t WatchedPlatform::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
+                                          std::uint32_t timeout)
 {
     require(board < 16 && slot < 16, "an address is in range");
-    return WatchedFunctions::start_send(*current, handle, slot, timeout);
+    WatchedHandle& bus = require_open(handle);
+    require(timeout == TIMEOUT, "the time-out is 5000");
+    require(!bus.sending && !bus.receiving && !bus.awaiting_reply && bus.query == 0,
+            "a message begins between other messages");
+    const std::uint32_t code = call();
+    if (code == 0) {
+        bus.sending = true;
+        bus.slot = slot;
+        loads.emplace_back();
+    }
+    return code;
 }
 
-uint32_t MwKSBSendMessageDataEx(MW_HANDLE* handle, const void* data, uint32_t length, uint32_t timeout)
+std::uint32_t WatchedPlatform::send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                                         std::uint32_t timeout)
 {
-    return WatchedFunctions::send_data(*current, handle, data, length, timeout);
+    constexpr std::uint32_t largest_piece = 8;
+    WatchedHandle& bus = require_open(handle);
+    require(timeout == TIMEOUT, "the time-out is 5000");
+    require(bus.sending, "data is sent inside a message alone");
+    require(data != nullptr && length > 0 && length <= largest_piece, "a piece has 1 to 8 bytes");
+    const std::uint32_t code = call();
+    if (code == 0) {
+        const auto* bytes = static_cast<const std::uint8_t*>(data);
+        Bytes& load = loads.back();
+        load.insert(load.end(), bytes, bytes + length);
+    }
+    return code;
 }
 
-uint32_t MwKSBEndOfSendMessageEx(MW_HANDLE* handle, uint32_t timeout)
+std::uint32_t WatchedPlatform::end_send(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    return WatchedFunctions::end_send(*current, handle, timeout);
+    WatchedHandle& bus = require_open(handle);
+    require(timeout == TIMEOUT, "the time-out is 5000");
+    require(bus.sending, "only a message that was begun is ended");
+    const std::uint32_t code = call();
+    if (code == 0) {
+        bus.sending = false;
+        bus.awaiting_reply = true;
+        ++complete_loads;
+    }
+    return code;
 }
 
-uint32_t MwKSBStartReceiveMessageEx(MW_HANDLE* handle, uint32_t* type, uint32_t timeout)
+std::uint32_t WatchedPlatform::start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout)
 {
     require(*type == 0, "the message type is cleared");
-    return WatchedFunctions::start_receive(*current, handle, type, timeout);
+    WatchedHandle& bus = require_open(handle);
+    require(timeout == TIMEOUT, "the time-out is 5000");
+    require(bus.awaiting_reply && !bus.receiving, "a verdict is read behind a load alone");
+    const std::uint32_t code = call();
+    if (code == 0) {
+        *type = slots[(bus.slot - 1) % 4].load_reply;
+        bus.receiving = true;
+    }
+    return code;
 }
 
-uint32_t MwKSBReceiveMessageDataEx(MW_HANDLE* handle, void* data, uint32_t size, uint32_t* received,
-                                   uint32_t timeout)
+std::uint32_t WatchedPlatform::receive_data(MW_HANDLE* handle, void* data, std::uint32_t size,
+                                            std::uint32_t* received, std::uint32_t timeout)
 {
-    return WatchedFunctions::receive_data(*current, handle, data, size, received, timeout);
+    WatchedHandle& bus = require_open(handle);
+    require(timeout == TIMEOUT, "the time-out is 5000");
+    require(bus.receiving, "reply data is read inside a reply alone");
+    const std::uint32_t code = call();
+    if (code == 0) {
+        const WatchedSlot& module = slots[(bus.slot - 1) % 4];
+        *received = give(module.verdict, data, size) + module.claimed;
+        last_verdict = module.verdict.empty() ? 0 : module.verdict.front();
+    }
+    return code;
 }
 
-uint32_t MwKSBEndOfReceiveMessageEx(MW_HANDLE* handle, uint32_t timeout)
+std::uint32_t WatchedPlatform::end_receive(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    return WatchedFunctions::end_receive(*current, handle, timeout);
+    WatchedHandle& bus = require_open(handle);
+    require(timeout == TIMEOUT, "the time-out is 5000");
+    require(bus.receiving, "only a reply that was begun is ended");
+    const std::uint32_t code = call();
+    if (code == 0) {
+        bus.receiving = false;
+        bus.awaiting_reply = false;
+        ++verdicts_read;
+    }
+    return code;
 }
+
+mwapi::Platform& mwapi::program_platform()
+{
+    broken("nothing is called without a platform");
 }

@@ -8,7 +8,7 @@
 #define KVN_FPGA_FUZZ_WATCHED_PLATFORM_H
 
 #include "choices.h"
-#include "mwapi.h"
+#include "platform.h"
 #include "require.h"
 
 #include <array>
@@ -32,14 +32,15 @@ struct WatchedSlot {
     WatchedSlot& device(const std::string& name);
 };
 
-class WatchedPlatform
+/// What a handle leads to.
+struct WatchedHandle;
+
+class WatchedPlatform final : public mwapi::Platform
 {
 public:
     /// Answers the platform functions from now on.
     WatchedPlatform();
-    ~WatchedPlatform();
-    WatchedPlatform(const WatchedPlatform&) = delete;
-    WatchedPlatform& operator=(const WatchedPlatform&) = delete;
+    ~WatchedPlatform() override;
 
     std::array<WatchedSlot, 4> slots; ///< the same on every board
     std::string error_words = "no such thing";
@@ -68,15 +69,47 @@ public:
     /// Whether all that the library opened is closed again.
     void require_closed() const;
 
-    // For the platform functions.
+    std::uint32_t open(const char* board_type, std::uint16_t board_number, const char* device,
+                       MW_HANDLE** handle, std::uint32_t* reserved) override;
+    std::uint32_t close(MW_HANDLE** handle) override;
+    std::uint32_t error_text(std::uint32_t code, char* text) override;
+    std::uint32_t board_info(const char* board_type, std::uint16_t board_number,
+                             std::uint32_t* record) override;
+    std::uint32_t device_info(MW_HANDLE* handle, char* board_type, std::uint16_t* board_number,
+                              std::uint32_t* kind) override;
+    std::uint32_t init_io_status(MW_HANDLE* handle, std::uint32_t* io_status) override;
+    std::uint32_t send(MW_HANDLE* handle, std::uint32_t type, std::uint32_t slot, const void* data,
+                       std::uint32_t length, std::uint32_t timeout) override;
+    std::uint32_t receive(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t slot, void* data,
+                          std::uint32_t size, std::uint32_t* received, std::uint32_t timeout) override;
+    std::uint32_t send_ex(MW_HANDLE* handle, std::uint32_t type, std::uint32_t board, std::uint32_t slot,
+                          const void* data, std::uint32_t length, std::uint32_t timeout) override;
+    std::uint32_t receive_ex(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board, std::uint32_t slot,
+                             void* data, std::uint32_t size, std::uint32_t* received,
+                             std::uint32_t timeout) override;
+    std::uint32_t start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
+                             std::uint32_t timeout) override;
+    std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                            std::uint32_t timeout) override;
+    std::uint32_t end_send(MW_HANDLE* handle, std::uint32_t timeout) override;
+    std::uint32_t start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout) override;
+    std::uint32_t receive_data(MW_HANDLE* handle, void* data, std::uint32_t size, std::uint32_t* received,
+                               std::uint32_t timeout) override;
+    std::uint32_t end_receive(MW_HANDLE* handle, std::uint32_t timeout) override;
+
+private:
     /// Counts a call.
     /// @return its result
     std::uint32_t call();
-    void require_open(const MW_HANDLE* handle) const;
-    MW_HANDLE* new_handle(bool is_callers);
+    /// What an open handle leads to.
+    WatchedHandle& require_open(MW_HANDLE* handle) const;
+    WatchedHandle& new_handle(bool is_callers);
+    std::uint32_t query(MW_HANDLE* handle, std::uint32_t type, std::uint32_t board, std::uint32_t slot,
+                        std::uint32_t timeout);
+    std::uint32_t reply(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board, std::uint32_t slot,
+                        void* data, std::uint32_t size, std::uint32_t* received, std::uint32_t timeout);
 
-private:
-    std::vector<std::unique_ptr<MW_HANDLE>> handles_;
+    std::vector<std::unique_ptr<WatchedHandle>> handles_;
 };
 
 #endif

@@ -1,13 +1,10 @@
 // Recordings of platform calls: read, walked through as recorded, and as the platform of a run.
-#include "replay.h"
+#include "mwapi_forward.h"
+#include "replaying_platform.h"
 #include "require.h"
 #include "target.h"
 #include "workplace.h"
 
-// The platform functions that answer from a recording, and their one replay, which each input replaces.
-#include "mwapi_replay.cpp" // NOLINT(bugprone-suspicious-include)
-
-#include <new>
 #include <string>
 
 namespace
@@ -34,31 +31,28 @@ void walk()
     }
 }
 
-/// Lets the platform functions answer from the input.
-void begin_replay()
-{
-    mwtrace::Replay& one = mwtrace::replay();
-    one.~Replay();
-    new (&one) mwtrace::Replay{TRACE};
-}
-
 void run(const char* file_name, int flags)
 {
     char board_type[] = "mwc4a";
     std::string file{file_name};
-    begin_replay();
+    mwtrace::ReplayingPlatform platform{TRACE};
+    mwapi::install(platform);
     kvn_fpga object;
     answer_simply(object);
     const int result = object.kvn_fpga_board(board_type, 0, 1, file.data(), 0, flags);
     check_result(result, object.kvn_fpga_getlasterr());
-    (void)mwtrace::replay().rest();
+    (void)platform.rest();
+    mwapi::uninstall();
 }
 } // namespace
 
+mwapi::Platform& mwapi::program_platform()
+{
+    broken("nothing is called without a platform");
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const bool named = setenv("MWREPLAY_FILE", "no such recording", 1) == 0; // for its first making
-    require(named, "the environment can be set");
     const InWorkplace here;
     write_file(TRACE, {reinterpret_cast<const char*>(data), size});
     walk();

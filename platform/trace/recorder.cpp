@@ -1,12 +1,15 @@
 // Writes platform calls to a trace.
 #include "recorder.h"
 
+#include "calls.h"
+
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
@@ -17,6 +20,7 @@ namespace
 
 constexpr std::size_t MOST_BYTES_A_RECORD = 65536;
 constexpr std::size_t MOST_SIZES_A_RECORD = 4096;
+constexpr std::string_view DATA_FUNCTION = mwapi::CALL<mwapi::Function::MwKSBSendMessageDataEx>.name;
 
 std::string date_and_time()
 {
@@ -27,6 +31,18 @@ std::string date_and_time()
     const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
     return {text, length};
 }
+
+/// Has the recorder write what it gathered when the process ends, and leaves it usable.
+class FlushAtExit
+{
+public:
+    ~FlushAtExit()
+    {
+        if (recorder != nullptr)
+            recorder->flush();
+    }
+    Recorder* recorder = nullptr;
+};
 
 } // namespace
 
@@ -113,7 +129,7 @@ void Recorder::add_data(const DataCall& call, const Span& span, std::uint32_t re
         Json in = {{"handle", call.handle}, {"timeout", call.timeout}, {"sizes", {{1, call.length}}}};
         const auto* bytes = static_cast<const std::uint8_t*>(call.data);
         in["data"] = bytes == nullptr ? Json{} : bytes_to_json({bytes, call.length});
-        return write_record(thread, span, "MwKSBSendMessageDataEx", in, result, nullptr);
+        return write_record(thread, span, DATA_FUNCTION, in, result, nullptr);
     }
     if (pieces.sizes.empty()) {
         pieces.handle = call.handle;
@@ -165,7 +181,7 @@ void Recorder::write_pieces(Thread& thread)
                      {"timeout", pieces.timeout},
                      {"sizes", std::move(sizes)},
                      {"data", bytes_to_json(pieces.data)}};
-    write_record(thread, pieces.span, "MwKSBSendMessageDataEx", in, 0, nullptr);
+    write_record(thread, pieces.span, DATA_FUNCTION, in, 0, nullptr);
 }
 
 void Recorder::write_record(const Thread& thread, const Span& span, std::string_view function, const Json& in,
@@ -203,6 +219,17 @@ void Recorder::stop(const std::string& reason)
     file_ = -1;
     (void)std::fprintf(stderr, "mwtrace: cannot write %s: %s; the run goes on unrecorded\n", path_.c_str(),
                        reason.c_str());
+}
+
+std::unique_ptr<Recorder> recorder_from_environment(const char* variable, std::string_view provider)
+{
+    static FlushAtExit at_exit;
+    const char* path = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
+    if (path == nullptr || *path == '\0')
+        return nullptr;
+    auto recorder = std::make_unique<Recorder>(path, provider);
+    at_exit.recorder = recorder.get();
+    return recorder;
 }
 
 } // namespace mwtrace

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
@@ -101,6 +102,10 @@ private:
 
 /// A number that no other thread of this process has or had.
 [[nodiscard]] std::uint64_t thread_identity();
+
+/// A recorder that writes to the file that an environment variable names, and what it gathered at the end of
+/// the process; null when the variable is not set or empty.
+std::unique_ptr<Recorder> recorder_from_environment(const char* variable, std::string_view provider);
 
 } // namespace mwtrace
 

@@ -1,7 +1,7 @@
 // Reads a trace and checks it.
 #include "recording.h"
 
-#include "functions.h"
+#include "call_json.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -21,7 +21,7 @@ constexpr std::size_t LONGEST_LINE = std::size_t{64} << 20;
 constexpr std::size_t MOST_VALUES_A_LINE = std::size_t{1} << 20;
 constexpr int DEEPEST_VALUE = 8;
 
-constexpr std::string_view PIECES = "MwKSBSendMessageDataEx";
+constexpr std::string_view PIECES = mwapi::CALL<mwapi::Function::MwKSBSendMessageDataEx>.name;
 
 struct FileCloser {
     void operator()(std::FILE* file) const noexcept { (void)std::fclose(file); }
@@ -39,25 +39,6 @@ Json parse_json(std::string_view line)
     };
     Json value = Json::parse(line, keep, false);
     return too_much ? Json(Json::value_t::discarded) : value;
-}
-
-bool is_word_list(const Json& value)
-{
-    return value.is_array() && value.size() <= BOARD_INFO_WORDS &&
-           std::ranges::all_of(value, [](const Json& word) { return number_from_json(word).has_value(); });
-}
-
-/// Whether a value that a call wrote is what its name says. Unknown names are let pass and not used.
-bool is_right_output(const std::string& name, const Json& value)
-{
-    if (name == "data")
-        return bytes_from_json(value).has_value();
-    if (name == "text" || name == "board_type")
-        return text_from_json(value).has_value();
-    if (name == "record")
-        return is_word_list(value);
-    constexpr std::string_view numbers[] = {"handle", "board", "kind", "io_status", "type", "received"};
-    return std::ranges::find(numbers, name) == std::end(numbers) || number_from_json(value).has_value();
 }
 
 /// Takes the pieces of a message from their record.
@@ -160,8 +141,8 @@ Record Recording::parse(std::string_view line, std::size_t number) const
 
     const Json function = value.value("call", Json{});
     const bool known =
-        function.is_string() &&
-        std::ranges::find(FUNCTION_NAMES, function.get_ref<const std::string&>()) != FUNCTION_NAMES.end();
+        function.is_string() && std::ranges::find(mwapi::DESCRIPTIONS, function.get_ref<const std::string&>(),
+                                                  &mwapi::Description::name) != mwapi::DESCRIPTIONS.end();
     if (!known)
         fail(number, "\"call\" must be one of the sixteen functions");
     Record record;
@@ -182,7 +163,7 @@ Record Recording::parse(std::string_view line, std::size_t number) const
     if (!record.got.is_null() && !record.got.is_object())
         fail(number, "\"got\" must be an object");
     for (const auto& [name, output] : record.got.items())
-        if (!is_right_output(name, output))
+        if (!is_written_value(name, output))
             fail(number, "\"" + name.substr(0, 40) + "\" in \"got\" is of a wrong type");
     if (record.function == PIECES)
         if (const std::string problem = take_pieces(record); !problem.empty())

@@ -1,7 +1,7 @@
 // Answers platform calls from a recording.
 #include "replay.h"
 
-#include "functions.h"
+#include "calls.h"
 
 #include <algorithm>
 #include <cstring>
@@ -13,7 +13,7 @@ namespace
 
 constexpr std::size_t LONGEST_CALL_TEXT = 88; // two of them and the words around fit an error text
 constexpr std::size_t SHOWN_BYTES = 8;
-constexpr std::string_view DATA_FUNCTION = "MwKSBSendMessageDataEx";
+constexpr std::string_view DATA_FUNCTION = mwapi::CALL<mwapi::Function::MwKSBSendMessageDataEx>.name;
 
 std::string shortened(std::string text, std::size_t size)
 {
@@ -222,9 +222,10 @@ MW_HANDLE* Replay::open(unsigned number)
         return nullptr;
     const std::lock_guard lock{mutex_};
     handles_.push_back({number});
-    numbers_[&handles_.back()] = number;
+    MW_HANDLE* handle = mwapi::to_handle(&handles_.back());
+    numbers_[handle] = number;
     strangers_ = std::max(strangers_, number);
-    return &handles_.back();
+    return handle;
 }
 
 void Replay::close(const MW_HANDLE* handle)

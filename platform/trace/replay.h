@@ -10,15 +10,14 @@
 #include <map>
 #include <mutex>
 #include <optional>
-#include <set>
-
-/// What a replayed handle leads to: nothing but its number.
-struct MW_HANDLE {
-    unsigned number;
-};
 
 namespace mwtrace
 {
+
+/// What a replayed handle leads to: nothing but its number.
+struct ReplayedHandle {
+    unsigned number;
+};
 
 /// The trace cannot be used; the text says why.
 inline constexpr std::uint32_t BAD_TRACE = 0xE1000001;
@@ -79,7 +78,7 @@ private:
     std::vector<Lane> lanes_;
     std::map<std::uint64_t, Lane*> threads_;
     std::size_t calls_ = 0;
-    std::deque<MW_HANDLE> handles_; ///< all ever given out, so that none is given twice
+    std::deque<ReplayedHandle> handles_; ///< all ever given out, so that none is given twice
     std::map<const MW_HANDLE*, unsigned> numbers_;
     unsigned strangers_ = 0;
 };

@@ -1,7 +1,8 @@
-// The rack behind the platform functions: boards, open devices, planned failures and the journal of calls.
+// The virtual rack: a platform of boards, open devices, planned failures and a journal of calls.
 #include "rack.h"
 
 #include "error_texts.h"
+#include "journal.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,8 +15,6 @@ namespace
 
 constexpr std::size_t WAITING_REPLIES = 64;
 constexpr std::size_t NOTED_MISUSES = 1000;
-constexpr std::size_t BOARD_TYPE_SIZE = 32;
-constexpr std::size_t ERROR_TEXT_SIZE = 256;
 // Waits shorter than this are gathered: sleeping for each piece of eight bytes would take far longer than the
 // bus.
 constexpr std::chrono::milliseconds SHORTEST_WAIT{2};
@@ -25,22 +24,26 @@ std::span<const std::uint8_t> bytes_of(const void* data, std::size_t length)
     return {static_cast<const std::uint8_t*>(data), length};
 }
 
-template <std::size_t Size>
-void copy_text(char* target, const std::string& text)
-{
-    const std::size_t length = std::min(text.size(), Size - 1);
-    std::memcpy(target, text.data(), length);
-    target[length] = '\0';
-}
-
 bool is_counted(Function function)
 {
     return function != Function::MwErr2Text && function != Function::MwClose;
 }
 
-std::string text_or_empty(const char* text)
+/// Whether a call's failure is its caller's mistake. A missing board, an empty slot or a silent module are
+/// findings.
+bool is_misuse(std::uint32_t code)
 {
-    return text != nullptr ? text : "";
+    switch (code) {
+    case BAD_RACK:
+    case NO_SUCH_BOARD:
+    case NO_MODULE:
+    case NO_SERIAL_BUS:
+    case NOT_ON_BUS:
+    case NO_REPLY:
+        return false;
+    default:
+        return true;
+    }
 }
 
 } // namespace
@@ -141,21 +144,34 @@ void Rack::on_wait(std::function<void(std::chrono::nanoseconds)> wait)
 /// Counts the call, carries it out unless its failure was planned, and writes it down. What the bus takes is
 /// waited for without the lock, so that boards do not wait for each other.
 template <class Action>
-std::uint32_t Rack::perform(Call call, Action action)
+std::uint32_t Rack::perform(mwapi::Function function, mwapi::Values values, Action action)
 {
     std::unique_lock lock{mutex_};
     owing_ = nullptr;
     settles_ = false;
-    call.result = planned_result(call.function);
-    if (call.result == SUCCESS) {
-        call.result = action(call);
-        note_misuse(call, call.result);
-    }
-    const std::uint32_t result = call.result;
-    if (keep_journal_)
-        journal_.push_back(std::move(call));
+    const std::uint32_t planned = planned_result(static_cast<Function>(function));
+    if (planned != SUCCESS && keep_journal_)
+        journal_.push_back(written_down(function, values, 0, planned, Extent::arguments));
+    const std::uint32_t result = planned != SUCCESS ? planned : carry_out(function, values, action);
     if (owing_ != nullptr)
         wait_for(lock, settles_ ? std::chrono::nanoseconds{1} : SHORTEST_WAIT);
+    return result;
+}
+
+template <class Action>
+std::uint32_t Rack::carry_out(mwapi::Function function, mwapi::Values values, Action action)
+{
+    if (!keep_journal_) {
+        const std::uint32_t result = action();
+        if (result != SUCCESS)
+            note_misuse(function, values, result);
+        return result;
+    }
+    const unsigned handle = handle_in(function, values);
+    const std::uint32_t result = action();
+    if (result != SUCCESS)
+        note_misuse(function, values, result);
+    note(function, values, handle, result);
     return result;
 }
 
@@ -176,22 +192,32 @@ std::uint32_t Rack::planned_result(Function function)
     return code;
 }
 
-// A missing board, an empty slot or a silent module are findings; the rest is a caller's mistake.
-void Rack::note_misuse(const Call& call, std::uint32_t code)
+/// The number of the handle that a call is given, 0 for none or an unknown one.
+unsigned Rack::handle_in(mwapi::Function function, mwapi::Values values)
 {
-    switch (code) {
-    case SUCCESS:
-    case BAD_RACK:
-    case NO_SUCH_BOARD:
-    case NO_MODULE:
-    case NO_SERIAL_BUS:
-    case NOT_ON_BUS:
-    case NO_REPLY:
-        return;
+    switch (mwapi::describe(function).arguments.front().kind) {
+    case mwapi::Kind::handle:
+        return number_of(values.front().pointer<MW_HANDLE>());
+    case mwapi::Kind::closed_handle:
+        return values.front().is_null() ? 0 : number_of(*values.front().pointer<MW_HANDLE*>());
     default:
-        if (call.function != Function::MwErr2Text && misuse_.size() < NOTED_MISUSES)
-            misuse_.push_back(call.text() + ": " + own_text(code));
+        return 0;
     }
+}
+
+void Rack::note_misuse(mwapi::Function function, mwapi::Values values, std::uint32_t code)
+{
+    if (!is_misuse(code) || function == mwapi::Function::MwErr2Text || misuse_.size() >= NOTED_MISUSES)
+        return;
+    const Extent extent = keep_journal_ ? Extent::arguments_and_data : Extent::arguments;
+    misuse_.push_back(written_down(function, values, 0, code, extent).text() + ": " + own_text(code));
+}
+
+void Rack::note(mwapi::Function function, mwapi::Values values, unsigned handle, std::uint32_t result)
+{
+    const bool opened = function == mwapi::Function::MwOpenS && result == SUCCESS;
+    journal_.push_back(written_down(function, values, opened ? handles_.back().number : handle, result,
+                                    Extent::arguments_and_data));
 }
 
 void Rack::wait_for(std::unique_lock<std::mutex>& lock, std::chrono::nanoseconds least)
@@ -241,8 +267,9 @@ Rack::OpenDevice* Rack::find(const MW_HANDLE* handle)
 
 unsigned Rack::number_of(const MW_HANDLE* handle)
 {
-    const auto found = std::ranges::find_if(
-        open_, [&](const OpenDevice& device) { return &handles_[device.number - 1] == handle; });
+    const auto found = std::ranges::find_if(open_, [&](const OpenDevice& device) {
+        return mwapi::to_handle(&handles_[device.number - 1]) == handle;
+    });
     return found == open_.end() ? 0 : found->number;
 }
 
@@ -304,33 +331,31 @@ std::uint32_t Rack::queue_reply(OpenDevice& device, const Place& place, std::opt
     return SUCCESS;
 }
 
-std::uint32_t Rack::open(const char* type, std::uint16_t number, const char* device, MW_HANDLE** handle)
+std::uint32_t Rack::open(const char* board_type, std::uint16_t board_number, const char* device,
+                         MW_HANDLE** handle, std::uint32_t* reserved)
 {
-    Call call{.function = Function::MwOpenS};
-    call.board_type = text_or_empty(type);
-    call.device = text_or_empty(device);
-    call.board = number;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        if (type == nullptr || device == nullptr || handle == nullptr)
+    const auto values = mwapi::values(board_type, board_number, device, handle, reserved);
+    return perform(mwapi::Function::MwOpenS, values, [&]() -> std::uint32_t {
+        if (board_type == nullptr || device == nullptr || handle == nullptr)
             return NULL_POINTER;
         *handle = nullptr;
         if (!mistake_.empty())
             return BAD_RACK;
-        const BoardName name{type, number};
+        const BoardName name{board_type, board_number};
         const auto board =
             std::ranges::find_if(boards_, [&](const auto& each) { return each->settings.name == name; });
         if (board == boards_.end() || !(*board)->settings.opens)
             return NO_SUCH_BOARD;
-        const bool ksb = noted.device == "ksb";
-        if (!ksb && noted.device != "jtag")
+        const std::string_view device_name{device};
+        if (device_name != "ksb" && device_name != "jtag")
             return NO_SUCH_DEVICE;
         handles_.push_back({static_cast<unsigned>(handles_.size() + 1)});
         OpenDevice opened{};
-        opened.number = noted.handle = handles_.back().number;
+        opened.number = handles_.back().number;
         opened.board = static_cast<std::size_t>(board - boards_.begin());
-        opened.kind = ksb ? DeviceKind::ksb : DeviceKind::jtag;
+        opened.kind = device_name == "ksb" ? DeviceKind::ksb : DeviceKind::jtag;
         open_.push_back(std::move(opened));
-        *handle = &handles_.back();
+        *handle = mwapi::to_handle(&handles_.back());
         return SUCCESS;
     });
 }
@@ -338,13 +363,12 @@ std::uint32_t Rack::open(const char* type, std::uint16_t number, const char* dev
 // A message that is still open is dropped with its handle, so that an aborted load harms no later run.
 std::uint32_t Rack::close(MW_HANDLE** handle)
 {
-    return perform({.function = Function::MwClose}, [&](Call& noted) -> std::uint32_t {
+    return perform(mwapi::Function::MwClose, mwapi::values(handle), [&]() -> std::uint32_t {
         if (handle == nullptr)
             return NULL_POINTER;
         OpenDevice* device = find(*handle);
         if (device == nullptr)
             return *handle == nullptr ? NULL_POINTER : UNKNOWN_HANDLE;
-        noted.handle = device->number;
         if (device->sending)
             module_at(device->sending->place)->drop_message();
         open_.erase(open_.begin() + (device - open_.data()));
@@ -355,162 +379,170 @@ std::uint32_t Rack::close(MW_HANDLE** handle)
 
 std::uint32_t Rack::error_text(std::uint32_t code, char* text)
 {
-    return perform({.function = Function::MwErr2Text, .code = code}, [&](Call&) -> std::uint32_t {
+    return perform(mwapi::Function::MwErr2Text, mwapi::values(code, text), [&]() -> std::uint32_t {
         if (text == nullptr)
             return NULL_POINTER;
         const auto planned =
             std::ranges::find(planned_texts_, code, &std::pair<std::uint32_t, std::string>::first);
         if (planned != planned_texts_.end())
-            copy_text<ERROR_TEXT_SIZE>(text, planned->second);
+            mwapi::write_error_text(planned->second, text);
         else if (code == BAD_RACK && !mistake_.empty())
-            copy_text<ERROR_TEXT_SIZE>(text, mistake_);
+            mwapi::write_error_text(mistake_, text);
         else
-            copy_text<ERROR_TEXT_SIZE>(text, own_text(code));
+            mwapi::write_error_text(own_text(code), text);
         return SUCCESS;
     });
 }
 
-std::uint32_t Rack::board_info(const char* type, std::uint16_t number, std::uint32_t* record)
+std::uint32_t Rack::board_info(const char* board_type, std::uint16_t board_number, std::uint32_t* record)
 {
     constexpr std::size_t WORDS_A_SLOT = 5;
-    Call call{.function = Function::MwGetBoardInfo};
-    call.board_type = text_or_empty(type);
-    call.board = number;
-    return perform(std::move(call), [&](Call&) -> std::uint32_t {
-        if (type == nullptr || record == nullptr)
+    static_assert(1 + SLOTS * WORDS_A_SLOT == mwapi::BOARD_INFO_WORDS);
+    const auto values = mwapi::values(board_type, board_number, record);
+    return perform(mwapi::Function::MwGetBoardInfo, values, [&]() -> std::uint32_t {
+        if (board_type == nullptr || record == nullptr)
             return NULL_POINTER;
         if (!mistake_.empty())
             return BAD_RACK;
-        const BoardState* board = find_board({type, number});
+        const BoardState* board = find_board({board_type, board_number});
         if (board == nullptr || !board->settings.opens)
             return NO_SUCH_BOARD;
-        *record++ = board->settings.info_word;
+        std::uint32_t* next = record;
+        *next++ = board->settings.info_word;
         for (const auto& module : board->slots) {
             const auto words =
                 module != nullptr ? module->info_words() : std::array<std::uint32_t, WORDS_A_SLOT>{};
-            record = std::ranges::copy(words, record).out;
+            next = std::ranges::copy(words, next).out;
         }
         return SUCCESS;
     });
 }
 
-std::uint32_t Rack::device_info(MW_HANDLE* handle, char* type, std::uint16_t* number, std::uint32_t* kind)
+std::uint32_t Rack::device_info(MW_HANDLE* handle, char* board_type, std::uint16_t* board_number,
+                                std::uint32_t* kind)
 {
-    return perform({.function = Function::MwGetDeviceInfo}, [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
-        if (handle == nullptr || type == nullptr || number == nullptr || kind == nullptr)
+    const auto values = mwapi::values(handle, board_type, board_number, kind);
+    return perform(mwapi::Function::MwGetDeviceInfo, values, [&]() -> std::uint32_t {
+        if (handle == nullptr || board_type == nullptr || board_number == nullptr || kind == nullptr)
             return NULL_POINTER;
         const OpenDevice* device = find(handle);
         if (device == nullptr)
             return UNKNOWN_HANDLE;
         const BoardName& name = boards_[device->board]->settings.name;
-        copy_text<BOARD_TYPE_SIZE>(type, name.type);
-        *number = name.number;
+        board_type[name.type.copy(board_type, mwapi::BOARD_TYPE_SIZE - 1)] = '\0';
+        *board_number = name.number;
         *kind = static_cast<std::uint32_t>(device->kind);
         return SUCCESS;
     });
 }
 
-std::uint32_t Rack::init_io_status(MW_HANDLE* handle, std::uint32_t* status)
+std::uint32_t Rack::init_io_status(MW_HANDLE* handle, std::uint32_t* io_status)
 {
-    return perform({.function = Function::MwInitIoStatus}, [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
-        if (handle == nullptr || status == nullptr)
+    const auto values = mwapi::values(handle, io_status);
+    return perform(mwapi::Function::MwInitIoStatus, values, [&]() -> std::uint32_t {
+        if (handle == nullptr || io_status == nullptr)
             return NULL_POINTER;
         if (find(handle) == nullptr)
             return UNKNOWN_HANDLE;
-        *status = 0;
+        *io_status = 0;
         return SUCCESS;
     });
 }
 
-std::uint32_t Rack::send(Function function, MW_HANDLE* handle, std::uint32_t type,
-                         std::optional<std::uint32_t> board, std::uint32_t slot, const void* data,
+std::uint32_t Rack::send(MW_HANDLE* handle, std::uint32_t type, std::uint32_t slot, const void* data,
                          std::uint32_t length, std::uint32_t timeout)
 {
-    Call call{.function = function};
-    call.board = board.value_or(0);
-    call.slot = slot;
-    call.type = type;
-    call.length = length;
-    call.timeout = timeout;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
-        if (data == nullptr && length != 0)
-            return NULL_POINTER;
-        if (keep_journal_ && length != 0)
-            noted.data.assign(static_cast<const char*>(data), length);
-        OpenDevice* device = nullptr;
-        if (const std::uint32_t code = find_bus(handle, device))
-            return code;
-        Place place;
-        if (const std::uint32_t code = find_free_module(*device, board, slot, place))
-            return code;
-        // A whole message travels with the same two bytes in front as one that is sent in pieces.
-        const unsigned bus = bus_number(*device);
-        const std::array<std::uint8_t, 2> header{static_cast<std::uint8_t>(type),
-                                                 static_cast<std::uint8_t>(bus << 3 | 5)};
-        ModuleModel& module = *module_at(place);
-        module.begin_message(bus);
-        module.take(header);
-        module.take(bytes_of(data, length));
-        spend(*device, 1, header.size() + length);
-        return queue_reply(*device, place, module.end_message());
-    });
+    return perform(mwapi::Function::MwKSBSendMessage,
+                   mwapi::values(handle, type, slot, data, length, timeout),
+                   [&] { return send_whole(handle, type, std::nullopt, slot, data, length); });
 }
 
-std::uint32_t Rack::receive(Function function, MW_HANDLE* handle, std::uint8_t* type,
-                            std::optional<std::uint32_t> board, std::uint32_t slot, void* data,
+std::uint32_t Rack::send_ex(MW_HANDLE* handle, std::uint32_t type, std::uint32_t board, std::uint32_t slot,
+                            const void* data, std::uint32_t length, std::uint32_t timeout)
+{
+    return perform(mwapi::Function::MwKSBSendMessageEx,
+                   mwapi::values(handle, type, board, slot, data, length, timeout),
+                   [&] { return send_whole(handle, type, board, slot, data, length); });
+}
+
+/// @param board the opened one when none
+std::uint32_t Rack::send_whole(MW_HANDLE* handle, std::uint32_t type, std::optional<std::uint32_t> board,
+                               std::uint32_t slot, const void* data, std::uint32_t length)
+{
+    if (data == nullptr && length != 0)
+        return NULL_POINTER;
+    OpenDevice* device = nullptr;
+    if (const std::uint32_t code = find_bus(handle, device))
+        return code;
+    Place place;
+    if (const std::uint32_t code = find_free_module(*device, board, slot, place))
+        return code;
+    // A whole message travels with the same two bytes in front as one that is sent in pieces.
+    const unsigned bus = bus_number(*device);
+    const std::array<std::uint8_t, 2> header{static_cast<std::uint8_t>(type),
+                                             static_cast<std::uint8_t>(bus << 3 | 5)};
+    ModuleModel& module = *module_at(place);
+    module.begin_message(bus);
+    module.take(header);
+    module.take(bytes_of(data, length));
+    spend(*device, 1, header.size() + length);
+    return queue_reply(*device, place, module.end_message());
+}
+
+std::uint32_t Rack::receive(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t slot, void* data,
                             std::uint32_t size, std::uint32_t* received, std::uint32_t timeout)
 {
-    Call call{.function = function};
-    call.board = board.value_or(0);
-    call.slot = slot;
-    call.length = size;
-    call.timeout = timeout;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
-        if (type == nullptr || received == nullptr || (data == nullptr && size != 0))
-            return NULL_POINTER;
-        OpenDevice* device = nullptr;
-        if (const std::uint32_t code = find_bus(handle, device))
-            return code;
-        if (device->sending)
-            return MESSAGE_OPEN;
-        if (device->receiving)
-            return REPLY_OPEN;
-        Place place;
-        if (const std::uint32_t code = find_place(*device, board.value_or(bus_number(*device)), slot, place))
-            return code;
-        if (module_at(place) == nullptr)
-            return NO_MODULE;
-        const auto reply = std::ranges::find(device->replies, place, &PlacedReply::place);
-        if (reply == device->replies.end())
-            return device->unanswered.erase(place) != 0 ? NO_REPLY : NO_REQUEST;
-        // What does not fit into the caller's buffer is lost.
-        const std::vector<std::uint8_t>& bytes = reply->message.data;
-        const std::size_t count = std::min<std::size_t>(bytes.size(), size);
-        if (count != 0)
-            std::memcpy(data, bytes.data(), count);
-        *type = reply->message.type;
-        *received = static_cast<std::uint32_t>(count);
-        noted.type = reply->message.type;
-        noted.data.assign(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
-        spend(*device, 1, bytes.size() + 1);
-        device->replies.erase(reply);
-        return SUCCESS;
-    });
+    return perform(mwapi::Function::MwKSBReceiveMessage,
+                   mwapi::values(handle, type, slot, data, size, received, timeout),
+                   [&] { return receive_whole(handle, type, std::nullopt, slot, data, size, received); });
+}
+
+std::uint32_t Rack::receive_ex(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board, std::uint32_t slot,
+                               void* data, std::uint32_t size, std::uint32_t* received, std::uint32_t timeout)
+{
+    return perform(mwapi::Function::MwKSBReceiveMessageEx,
+                   mwapi::values(handle, type, board, slot, data, size, received, timeout),
+                   [&] { return receive_whole(handle, type, board, slot, data, size, received); });
+}
+
+/// @param board the opened one when none
+std::uint32_t Rack::receive_whole(MW_HANDLE* handle, std::uint8_t* type, std::optional<std::uint32_t> board,
+                                  std::uint32_t slot, void* data, std::uint32_t size, std::uint32_t* received)
+{
+    if (type == nullptr || received == nullptr || (data == nullptr && size != 0))
+        return NULL_POINTER;
+    OpenDevice* device = nullptr;
+    if (const std::uint32_t code = find_bus(handle, device))
+        return code;
+    if (device->sending)
+        return MESSAGE_OPEN;
+    if (device->receiving)
+        return REPLY_OPEN;
+    Place place;
+    if (const std::uint32_t code = find_place(*device, board.value_or(bus_number(*device)), slot, place))
+        return code;
+    if (module_at(place) == nullptr)
+        return NO_MODULE;
+    const auto reply = std::ranges::find(device->replies, place, &PlacedReply::place);
+    if (reply == device->replies.end())
+        return device->unanswered.erase(place) != 0 ? NO_REPLY : NO_REQUEST;
+    // What does not fit into the caller's buffer is lost.
+    const std::vector<std::uint8_t>& bytes = reply->message.data;
+    const std::size_t count = std::min<std::size_t>(bytes.size(), size);
+    if (count != 0)
+        std::memcpy(data, bytes.data(), count);
+    *type = reply->message.type;
+    *received = static_cast<std::uint32_t>(count);
+    spend(*device, 1, bytes.size() + 1);
+    device->replies.erase(reply);
+    return SUCCESS;
 }
 
 std::uint32_t Rack::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
                                std::uint32_t timeout)
 {
-    Call call{.function = Function::MwKSBStartSendMessageEx};
-    call.board = board;
-    call.slot = slot;
-    call.timeout = timeout;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
+    const auto values = mwapi::values(handle, board, slot, timeout);
+    return perform(mwapi::Function::MwKSBStartSendMessageEx, values, [&]() -> std::uint32_t {
         OpenDevice* device = nullptr;
         if (const std::uint32_t code = find_bus(handle, device))
             return code;
@@ -527,51 +559,50 @@ std::uint32_t Rack::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint
 std::uint32_t Rack::send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
                               std::uint32_t timeout)
 {
-    Call call{.function = Function::MwKSBSendMessageDataEx};
-    call.length = length;
-    call.timeout = timeout;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
+    const auto values = mwapi::values(handle, data, length, timeout);
+    return perform(mwapi::Function::MwKSBSendMessageDataEx, values, [&]() -> std::uint32_t {
         if (data == nullptr && length != 0)
             return NULL_POINTER;
-        if (keep_journal_ && length != 0)
-            noted.data.assign(static_cast<const char*>(data), length);
         OpenDevice* device = nullptr;
         if (const std::uint32_t code = find_bus(handle, device))
             return code;
         if (!device->sending)
             return NO_OPEN_MESSAGE;
         Sending& sending = *device->sending;
-        ModuleModel& module = *module_at(sending.place);
         const std::vector<LinkFault>& faults = boards_[device->board]->settings.link_faults;
         spend(*device, 0, length);
-        if (faults.empty()) {
-            module.take(bytes_of(data, length));
-            sending.bytes += length;
+        if (!faults.empty()) {
+            take_over_faulty_link(sending, faults, bytes_of(data, length));
             return SUCCESS;
         }
-        for (std::uint8_t byte : bytes_of(data, length)) {
-            bool dropped = false;
-            for (const LinkFault& fault : faults) {
-                if (fault.after != sending.bytes)
-                    continue;
-                dropped = dropped || fault.drops;
-                byte = static_cast<std::uint8_t>(byte ^ fault.mask);
-            }
-            ++sending.bytes;
-            if (!dropped)
-                module.take({&byte, 1});
-        }
+        module_at(sending.place)->take(bytes_of(data, length));
+        sending.bytes += length;
         return SUCCESS;
     });
 }
 
+void Rack::take_over_faulty_link(Sending& sending, const std::vector<LinkFault>& faults,
+                                 std::span<const std::uint8_t> data)
+{
+    ModuleModel& module = *module_at(sending.place);
+    for (std::uint8_t byte : data) {
+        bool dropped = false;
+        for (const LinkFault& fault : faults) {
+            if (fault.after != sending.bytes)
+                continue;
+            dropped = dropped || fault.drops;
+            byte = static_cast<std::uint8_t>(byte ^ fault.mask);
+        }
+        ++sending.bytes;
+        if (!dropped)
+            module.take({&byte, 1});
+    }
+}
+
 std::uint32_t Rack::end_send(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    Call call{.function = Function::MwKSBEndOfSendMessageEx};
-    call.timeout = timeout;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
+    const auto values = mwapi::values(handle, timeout);
+    return perform(mwapi::Function::MwKSBEndOfSendMessageEx, values, [&]() -> std::uint32_t {
         OpenDevice* device = nullptr;
         if (const std::uint32_t code = find_bus(handle, device))
             return code;
@@ -590,10 +621,8 @@ std::uint32_t Rack::end_send(MW_HANDLE* handle, std::uint32_t timeout)
 
 std::uint32_t Rack::start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout)
 {
-    Call call{.function = Function::MwKSBStartReceiveMessageEx};
-    call.timeout = timeout;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
+    const auto values = mwapi::values(handle, type, timeout);
+    return perform(mwapi::Function::MwKSBStartReceiveMessageEx, values, [&]() -> std::uint32_t {
         if (type == nullptr)
             return NULL_POINTER;
         OpenDevice* device = nullptr;
@@ -610,7 +639,7 @@ std::uint32_t Rack::start_receive(MW_HANDLE* handle, std::uint32_t* type, std::u
         }
         device->receiving = Receiving{std::move(device->replies.front().message)};
         device->replies.pop_front();
-        *type = noted.type = device->receiving->message.type;
+        *type = device->receiving->message.type;
         spend(*device, 1, 1);
         return SUCCESS;
     });
@@ -619,11 +648,8 @@ std::uint32_t Rack::start_receive(MW_HANDLE* handle, std::uint32_t* type, std::u
 std::uint32_t Rack::receive_data(MW_HANDLE* handle, void* data, std::uint32_t size, std::uint32_t* received,
                                  std::uint32_t timeout)
 {
-    Call call{.function = Function::MwKSBReceiveMessageDataEx};
-    call.length = size;
-    call.timeout = timeout;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
+    const auto values = mwapi::values(handle, data, size, received, timeout);
+    return perform(mwapi::Function::MwKSBReceiveMessageDataEx, values, [&]() -> std::uint32_t {
         if (received == nullptr || (data == nullptr && size != 0))
             return NULL_POINTER;
         OpenDevice* device = nullptr;
@@ -633,11 +659,8 @@ std::uint32_t Rack::receive_data(MW_HANDLE* handle, void* data, std::uint32_t si
             return NO_OPEN_REPLY;
         Receiving& reply = *device->receiving;
         const std::size_t count = std::min<std::size_t>(reply.message.data.size() - reply.taken, size);
-        const std::uint8_t* next = reply.message.data.data() + reply.taken;
-        if (count != 0) {
-            std::memcpy(data, next, count);
-            noted.data.assign(next, next + count);
-        }
+        if (count != 0)
+            std::memcpy(data, reply.message.data.data() + reply.taken, count);
         reply.taken += count;
         *received = static_cast<std::uint32_t>(count);
         spend(*device, 0, count);
@@ -647,10 +670,8 @@ std::uint32_t Rack::receive_data(MW_HANDLE* handle, void* data, std::uint32_t si
 
 std::uint32_t Rack::end_receive(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    Call call{.function = Function::MwKSBEndOfReceiveMessageEx};
-    call.timeout = timeout;
-    return perform(std::move(call), [&](Call& noted) -> std::uint32_t {
-        noted.handle = number_of(handle);
+    const auto values = mwapi::values(handle, timeout);
+    return perform(mwapi::Function::MwKSBEndOfReceiveMessageEx, values, [&]() -> std::uint32_t {
         OpenDevice* device = nullptr;
         if (const std::uint32_t code = find_bus(handle, device))
             return code;

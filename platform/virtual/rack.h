@@ -1,20 +1,15 @@
-// The rack behind the platform functions: boards, open devices, planned failures and the journal of calls.
+// The virtual rack: a platform of boards, open devices, planned failures and a journal of calls.
 #ifndef MWVIRTUAL_RACK_H
 #define MWVIRTUAL_RACK_H
 
+#include "calls.h"
 #include "module_model.h"
-#include "mwapi.h"
 #include "virtual_carrier.h"
 
 #include <deque>
 #include <mutex>
 #include <set>
 #include <utility>
-
-/// What a handle leads to. A number alone: handles are looked up, never followed, and never given out twice.
-struct MW_HANDLE {
-    unsigned number;
-};
 
 namespace mwvirtual
 {
@@ -56,7 +51,9 @@ struct BoardState {
     std::chrono::nanoseconds owed{0}; ///< time that its bus has taken and nobody has waited for yet
 };
 
-class Rack
+/// Locks itself for each call, so that its boards can be used on several threads. The operations answer the
+/// codes of virtual_carrier.h.
+class Rack final : public mwapi::Platform
 {
 public:
     /// A rack that nothing can be opened on, because of this mistake in its description.
@@ -81,29 +78,40 @@ public:
     [[nodiscard]] std::size_t open_handles() const;
     void on_wait(std::function<void(std::chrono::nanoseconds)> wait);
 
-    // The platform functions.
-    std::uint32_t open(const char* type, std::uint16_t number, const char* device, MW_HANDLE** handle);
-    std::uint32_t close(MW_HANDLE** handle);
-    std::uint32_t error_text(std::uint32_t code, char* text);
-    std::uint32_t board_info(const char* type, std::uint16_t number, std::uint32_t* record);
-    std::uint32_t device_info(MW_HANDLE* handle, char* type, std::uint16_t* number, std::uint32_t* kind);
-    std::uint32_t init_io_status(MW_HANDLE* handle, std::uint32_t* status);
-    std::uint32_t send(Function function, MW_HANDLE* handle, std::uint32_t type,
-                       std::optional<std::uint32_t> board, std::uint32_t slot, const void* data,
-                       std::uint32_t length, std::uint32_t timeout);
-    std::uint32_t receive(Function function, MW_HANDLE* handle, std::uint8_t* type,
-                          std::optional<std::uint32_t> board, std::uint32_t slot, void* data,
-                          std::uint32_t size, std::uint32_t* received, std::uint32_t timeout);
+    std::uint32_t open(const char* board_type, std::uint16_t board_number, const char* device,
+                       MW_HANDLE** handle, std::uint32_t* reserved) override;
+    std::uint32_t close(MW_HANDLE** handle) override;
+    std::uint32_t error_text(std::uint32_t code, char* text) override;
+    std::uint32_t board_info(const char* board_type, std::uint16_t board_number,
+                             std::uint32_t* record) override;
+    std::uint32_t device_info(MW_HANDLE* handle, char* board_type, std::uint16_t* board_number,
+                              std::uint32_t* kind) override;
+    std::uint32_t init_io_status(MW_HANDLE* handle, std::uint32_t* io_status) override;
+    std::uint32_t send(MW_HANDLE* handle, std::uint32_t type, std::uint32_t slot, const void* data,
+                       std::uint32_t length, std::uint32_t timeout) override;
+    std::uint32_t receive(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t slot, void* data,
+                          std::uint32_t size, std::uint32_t* received, std::uint32_t timeout) override;
+    std::uint32_t send_ex(MW_HANDLE* handle, std::uint32_t type, std::uint32_t board, std::uint32_t slot,
+                          const void* data, std::uint32_t length, std::uint32_t timeout) override;
+    std::uint32_t receive_ex(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board, std::uint32_t slot,
+                             void* data, std::uint32_t size, std::uint32_t* received,
+                             std::uint32_t timeout) override;
     std::uint32_t start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
-                             std::uint32_t timeout);
-    std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length, std::uint32_t timeout);
-    std::uint32_t end_send(MW_HANDLE* handle, std::uint32_t timeout);
-    std::uint32_t start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout);
+                             std::uint32_t timeout) override;
+    std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                            std::uint32_t timeout) override;
+    std::uint32_t end_send(MW_HANDLE* handle, std::uint32_t timeout) override;
+    std::uint32_t start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout) override;
     std::uint32_t receive_data(MW_HANDLE* handle, void* data, std::uint32_t size, std::uint32_t* received,
-                               std::uint32_t timeout);
-    std::uint32_t end_receive(MW_HANDLE* handle, std::uint32_t timeout);
+                               std::uint32_t timeout) override;
+    std::uint32_t end_receive(MW_HANDLE* handle, std::uint32_t timeout) override;
 
 private:
+    /// What a handle leads to. A number alone: handles are looked up, never followed, and never given out
+    /// twice.
+    struct Handle {
+        unsigned number;
+    };
     enum class DeviceKind : std::uint32_t { jtag = 1, ksb = MW_DEVICE_KIND_KSB };
 
     /// Board (index into boards_) and slot, 1 to 4.
@@ -132,9 +140,20 @@ private:
     };
 
     template <class Action>
-    std::uint32_t perform(Call call, Action action);
+    std::uint32_t perform(mwapi::Function function, mwapi::Values values, Action action);
+    template <class Action>
+    std::uint32_t carry_out(mwapi::Function function, mwapi::Values values, Action action);
     std::uint32_t planned_result(Function function);
-    void note_misuse(const Call& call, std::uint32_t code);
+    unsigned handle_in(mwapi::Function function, mwapi::Values values);
+    void note_misuse(mwapi::Function function, mwapi::Values values, std::uint32_t code);
+    void note(mwapi::Function function, mwapi::Values values, unsigned handle, std::uint32_t result);
+
+    std::uint32_t send_whole(MW_HANDLE* handle, std::uint32_t type, std::optional<std::uint32_t> board,
+                             std::uint32_t slot, const void* data, std::uint32_t length);
+    std::uint32_t receive_whole(MW_HANDLE* handle, std::uint8_t* type, std::optional<std::uint32_t> board,
+                                std::uint32_t slot, void* data, std::uint32_t size, std::uint32_t* received);
+    void take_over_faulty_link(Sending& sending, const std::vector<LinkFault>& faults,
+                               std::span<const std::uint8_t> data);
     void wait_for(std::unique_lock<std::mutex>& lock, std::chrono::nanoseconds least);
     void spend(const OpenDevice& device, std::size_t messages, std::size_t bytes);
 
@@ -156,7 +175,7 @@ private:
     mutable std::mutex mutex_;
     std::string mistake_;
     std::vector<std::unique_ptr<BoardState>> boards_;
-    std::deque<MW_HANDLE>
+    std::deque<Handle>
         handles_; ///< all ever given out: none is used twice, so that stale ones are recognised
     std::vector<OpenDevice> open_;
     std::vector<PlannedFailure> planned_;
@@ -171,9 +190,8 @@ private:
     bool settles_ = false;        ///< the call in hand ends a message, so all that is owed is waited for
 };
 
-/// The rack that the platform functions act on: the youngest carrier's, else the one that the environment
-/// names.
-[[nodiscard]] std::shared_ptr<Rack> current_rack();
+/// Makes a rack the one that the platform functions act on, and takes it away again: then it is the most
+/// recent of those left, else the one that the environment names.
 void put_in_force(std::shared_ptr<Rack> rack);
 void take_out_of_force(const std::shared_ptr<Rack>& rack);
 

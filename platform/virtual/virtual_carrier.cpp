@@ -1,12 +1,9 @@
 // Virtual carrier boards: the builder and inspector that programs see.
 #include "virtual_carrier.h"
 
-#include "error_texts.h"
 #include "rack.h"
 #include "rack_reader.h"
 
-#include <algorithm>
-#include <cstdio>
 #include <utility>
 
 namespace mwvirtual
@@ -14,102 +11,7 @@ namespace mwvirtual
 namespace
 {
 
-constexpr const char* FUNCTION_NAMES[FUNCTION_COUNT] = {"MwOpenS",
-                                                        "MwClose",
-                                                        "MwErr2Text",
-                                                        "MwGetBoardInfo",
-                                                        "MwGetDeviceInfo",
-                                                        "MwInitIoStatus",
-                                                        "MwKSBSendMessage",
-                                                        "MwKSBReceiveMessage",
-                                                        "MwKSBSendMessageEx",
-                                                        "MwKSBReceiveMessageEx",
-                                                        "MwKSBStartSendMessageEx",
-                                                        "MwKSBSendMessageDataEx",
-                                                        "MwKSBEndOfSendMessageEx",
-                                                        "MwKSBStartReceiveMessageEx",
-                                                        "MwKSBReceiveMessageDataEx",
-                                                        "MwKSBEndOfReceiveMessageEx"};
-
 constexpr std::uint16_t LAST_BOARD = 15;
-
-std::string hex_bytes(const std::string& data)
-{
-    std::string text;
-    for (const char byte : data) {
-        char digits[4];
-        (void)std::snprintf(digits, sizeof digits, "%02X ", static_cast<unsigned char>(byte));
-        text += digits;
-    }
-    if (!text.empty())
-        text.pop_back();
-    return text;
-}
-
-std::string quoted(const std::string& text)
-{
-    return '"' + text + '"';
-}
-
-std::string number(std::uint32_t value)
-{
-    return std::to_string(value);
-}
-
-std::string arguments(const Call& call)
-{
-    const std::string board_and_slot = "board " + number(call.board) + ", slot " + number(call.slot);
-    const std::string slot = "slot " + number(call.slot);
-    std::string timeout = number(call.timeout);
-    switch (call.function) {
-    case Function::MwOpenS:
-        return quoted(call.board_type) + ", " + number(call.board) + ", " + quoted(call.device);
-    case Function::MwErr2Text:
-        return hexadecimal(call.code);
-    case Function::MwGetBoardInfo:
-        return quoted(call.board_type) + ", " + number(call.board);
-    case Function::MwKSBSendMessage:
-    case Function::MwKSBSendMessageEx: {
-        const std::string place = call.function == Function::MwKSBSendMessage ? slot : board_and_slot;
-        const std::string data = call.data.empty() ? "" : hex_bytes(call.data) + ", ";
-        return "type " + number(call.type) + ", " + place + ", " + data + timeout;
-    }
-    case Function::MwKSBReceiveMessage:
-        return slot + ", size " + number(call.length) + ", " + timeout;
-    case Function::MwKSBReceiveMessageEx:
-        return board_and_slot + ", size " + number(call.length) + ", " + timeout;
-    case Function::MwKSBStartSendMessageEx:
-        return board_and_slot + ", " + timeout;
-    case Function::MwKSBSendMessageDataEx:
-        return hex_bytes(call.data) + ", " + timeout;
-    case Function::MwKSBReceiveMessageDataEx:
-        return "size " + number(call.length) + ", " + timeout;
-    case Function::MwKSBEndOfSendMessageEx:
-    case Function::MwKSBStartReceiveMessageEx:
-    case Function::MwKSBEndOfReceiveMessageEx:
-        return timeout;
-    default:
-        return "";
-    }
-}
-
-// What a call brought back, where it brings something back.
-std::string outcome(const Call& call)
-{
-    if (call.result != 0)
-        return " = " + hexadecimal(call.result);
-    switch (call.function) {
-    case Function::MwKSBReceiveMessage:
-    case Function::MwKSBReceiveMessageEx:
-        return " -> type " + number(call.type) + ": " + hex_bytes(call.data);
-    case Function::MwKSBStartReceiveMessageEx:
-        return " -> type " + number(call.type);
-    case Function::MwKSBReceiveMessageDataEx:
-        return " -> " + hex_bytes(call.data);
-    default:
-        return "";
-    }
-}
 
 void require_slot(unsigned slot)
 {
@@ -118,16 +20,6 @@ void require_slot(unsigned slot)
 }
 
 } // namespace
-
-const char* function_name(Function function)
-{
-    return FUNCTION_NAMES[static_cast<std::size_t>(function)];
-}
-
-std::string Call::text() const
-{
-    return std::string{function_name(function)} + "(" + arguments(*this) + ")" + outcome(*this);
-}
 
 Board& Board::slot(unsigned number, const Module& module)
 {

@@ -216,8 +216,8 @@ private:
     std::size_t index_;
 };
 
-/// A rack of virtual boards. While it lives it is what the platform functions act on; of several, the
-/// youngest.
+/// A rack of virtual boards. While it lives it is what the platform functions act on; of several, the most
+/// recently created one. No call may be running on another thread when it is destroyed.
 class MWVIRTUAL_API Carrier
 {
 public:

@@ -2,6 +2,8 @@
 
     budget.py make PROGRAM FOLDER              makes the files
     budget.py check PROGRAM FOLDER OPERATION   measures, prints each figure with its budget, fails above one
+    budget.py check-way PROGRAM FOLDER OPERATION PROVIDER
+                                               the same for a load whose calls go through a provider, as the utility's
 """
 
 import pathlib
@@ -60,12 +62,24 @@ def check(program, folder, operation):
     return budget.kept
 
 
+def check_way(program, folder, operation, provider):
+    linked = drivers(program, folder)
+    loaded = [driver.through(provider) for driver in linked]
+    figures = [measure.instructions_per_byte(*ways, operation) for ways in (linked, loaded)]
+    print(f"instructions per configuration byte: {figures[0]:.2f} linked, {figures[1]:.2f} through a provider")
+    budget = Budget()
+    budget.limit("instructions through a provider against linked", figures[1] / figures[0], goals.THROUGH_PROVIDER)
+    return budget.kept
+
+
 def main(words):
     if len(words) == 3 and words[0] == "make":
         make(*words[1:])
         return 0
     if len(words) == 4 and words[0] == "check":
         return 0 if check(*words[1:]) else 1
+    if len(words) == 5 and words[0] == "check-way":
+        return 0 if check_way(*words[1:]) else 1
     print(__doc__, file=sys.stderr)
     return 2
 

@@ -1,13 +1,16 @@
 // A platform for tests: boards and modules as a test builds them, a journal of every call, planned failures.
 #include "support/fake_platform.h"
 
+#include "mwapi_forward.h"
+#include "uniform_platform.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 
-struct MW_HANDLE {
+struct FakeHandle {
     std::string type;
     std::uint16_t number = 0;
     std::uint32_t kind = 3;
@@ -30,6 +33,20 @@ namespace
 {
 thread_local FakePlatform* current = nullptr;
 
+/// Hands each call to the FakePlatform of its thread.
+class PlatformOfThread final : public mwapi::UniformPlatform<PlatformOfThread>
+{
+public:
+    template <mwapi::Function function, class... Arguments>
+    std::uint32_t call(Arguments... arguments)
+    {
+        if (current == nullptr)
+            throw std::logic_error{"a platform call in a thread without a FakePlatform"};
+        return (current->*mwapi::CALL<function>.operation)(arguments...);
+    }
+};
+
+constexpr std::uint32_t HANDLE_NOT_OPEN = 0x1003;
 constexpr std::uint32_t TIMEOUT = 5000;
 constexpr std::uint32_t TYPE_QUERY = 1;
 constexpr std::uint32_t COMPRESSION_QUERY = 11;
@@ -62,6 +79,11 @@ void expect(bool condition, const char* what)
 {
     if (!condition)
         ADD_FAILURE() << what;
+}
+
+std::string on(const FakeHandle& handle)
+{
+    return handle.is_callers ? " on caller handle" : "";
 }
 
 Bytes reply_to(const Module& module, std::uint32_t query)
@@ -157,27 +179,27 @@ FakeBoard& FakePlatform::board(const std::string& type, std::uint16_t number)
     return boards_[{type, number}];
 }
 
-MW_HANDLE* FakePlatform::new_handle(const std::string& type, std::uint16_t number, std::uint32_t kind)
+FakeHandle& FakePlatform::new_handle(const std::string& type, std::uint16_t number, std::uint32_t kind)
 {
-    MW_HANDLE* handle = handles_.emplace_back(std::make_unique<MW_HANDLE>()).get();
-    handle->type = type;
-    handle->number = number;
-    handle->kind = kind;
+    FakeHandle& handle = *handles_.emplace_back(std::make_unique<FakeHandle>());
+    handle.type = type;
+    handle.number = number;
+    handle.kind = kind;
     return handle;
 }
 
 MW_HANDLE* FakePlatform::caller_handle(const std::string& type, std::uint16_t number, std::uint32_t kind,
                                        KindWidth width)
 {
-    MW_HANDLE* handle = new_handle(type, number, kind);
-    handle->width = width;
-    handle->is_callers = true;
-    return handle;
+    FakeHandle& handle = new_handle(type, number, kind);
+    handle.width = width;
+    handle.is_callers = true;
+    return mwapi::to_handle(&handle);
 }
 
 MW_HANDLE* FakePlatform::opened_bus(const std::string& type, std::uint16_t number)
 {
-    return new_handle(type, number, 3);
+    return mwapi::to_handle(&new_handle(type, number, 3));
 }
 
 int FakePlatform::open_handles() const
@@ -228,18 +250,18 @@ std::uint32_t FakePlatform::call(const std::string& function, const std::string&
     return code;
 }
 
-bool FakePlatform::is_open(MW_HANDLE* handle, const char* function)
+FakeHandle* FakePlatform::find_open(MW_HANDLE* handle, const char* function)
 {
-    const bool known = std::any_of(handles_.begin(), handles_.end(), [handle](const auto& known_handle) {
-        return known_handle.get() == handle;
+    const auto found = std::find_if(handles_.begin(), handles_.end(), [handle](const auto& known) {
+        return mwapi::to_handle(known.get()) == handle;
     });
-    if (known && handle->is_open)
-        return true;
+    if (found != handles_.end() && (*found)->is_open)
+        return found->get();
     ADD_FAILURE() << function << " on a handle that is not open";
-    return false;
+    return nullptr;
 }
 
-Module* FakePlatform::find_module(const MW_HANDLE& handle, std::uint32_t board_number, std::uint32_t slot)
+Module* FakePlatform::find_module(const FakeHandle& handle, std::uint32_t board_number, std::uint32_t slot)
 {
     // The bus of a board reaches the boards beside it.
     if (board_number == handle.number)
@@ -250,348 +272,278 @@ Module* FakePlatform::find_module(const MW_HANDLE& handle, std::uint32_t board_n
     return nullptr;
 }
 
-/// What stands behind the functions of the platform.
-struct PlatformFunctions {
-    static constexpr std::uint32_t HANDLE_NOT_OPEN = 0x1003;
+std::uint32_t FakePlatform::open(const char* type, std::uint16_t board, const char* device,
+                                 MW_HANDLE** handle, std::uint32_t* reserved)
+{
+    expect(handle != nullptr && *handle == nullptr, "MwOpenS without a cleared handle");
+    expect(reserved != nullptr && *reserved == 0, "MwOpenS without a word set to 0");
+    std::uint32_t code = call("OpenS", ' ' + quoted(type) + ' ' + number(board) + ' ' + quoted(device));
+    if (code == 0 && !boards_.contains({type, board}))
+        code = NO_SUCH_BOARD;
+    if (code == 0 || failing_open_stores_handle)
+        *handle = mwapi::to_handle(&new_handle(type, board, 3));
+    return code;
+}
 
-    static std::string on(const MW_HANDLE* handle) { return handle->is_callers ? " on caller handle" : ""; }
+std::uint32_t FakePlatform::close(MW_HANDLE** handle)
+{
+    FakeHandle* bus = find_open(*handle, "MwClose");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    note("Close" + on(*bus));
+    expect(!bus->is_callers, "a caller's handle is closed");
+    bus->is_open = false;
+    if (close_clears_handle)
+        *handle = nullptr;
+    // The result is ignored, whatever it is.
+    return 0x55;
+}
 
-    static std::uint32_t open(FakePlatform& platform, const char* type, std::uint16_t board,
-                              const char* device, MW_HANDLE** handle, const std::uint32_t* reserved)
-    {
-        expect(handle != nullptr && *handle == nullptr, "MwOpenS without a cleared handle");
-        expect(reserved != nullptr && *reserved == 0, "MwOpenS without a word set to 0");
-        std::uint32_t code =
-            platform.call("OpenS", ' ' + quoted(type) + ' ' + number(board) + ' ' + quoted(device));
-        if (code == 0 && !platform.boards_.contains({type, board}))
-            code = NO_SUCH_BOARD;
-        if (code == 0 || platform.failing_open_stores_handle)
-            *handle = platform.new_handle(type, board, 3);
+std::uint32_t FakePlatform::error_text(std::uint32_t code, char* text)
+{
+    note("Err2Text " + hexadecimal(code));
+    const auto found = error_texts_.find(code);
+    const std::string words = found == error_texts_.end() ? "api " + hexadecimal(code) : found->second;
+    // All 256 bytes are the platform's to write; words of as many have no end.
+    std::memset(text, 0, 256);
+    words.copy(text, 256);
+    return 0x56;
+}
+
+std::uint32_t FakePlatform::board_info(const char* type, std::uint16_t board_number, std::uint32_t* record)
+{
+    constexpr std::size_t words_of_a_long_record = 64;
+    expect(record[0] == 0, "MwGetBoardInfo with a record that does not begin with 0");
+    const std::uint32_t code = call("GetBoardInfo", ' ' + quoted(type) + ' ' + number(board_number));
+    if (code != 0)
         return code;
-    }
-
-    static std::uint32_t close(FakePlatform& platform, MW_HANDLE** handle)
-    {
-        if (!platform.is_open(*handle, "MwClose"))
-            return HANDLE_NOT_OPEN;
-        platform.note("Close" + on(*handle));
-        expect(!(*handle)->is_callers, "a caller's handle is closed");
-        (*handle)->is_open = false;
-        if (platform.close_clears_handle)
-            *handle = nullptr;
-        // The result is ignored, whatever it is.
-        return 0x55;
-    }
-
-    static std::uint32_t words(FakePlatform& platform, std::uint32_t code, char* text)
-    {
-        platform.note("Err2Text " + hexadecimal(code));
-        const auto found = platform.error_texts_.find(code);
-        const std::string words =
-            found == platform.error_texts_.end() ? "api " + hexadecimal(code) : found->second;
-        // All 256 bytes are the platform's to write; words of as many have no end.
-        std::memset(text, 0, 256);
-        words.copy(text, 256);
-        return 0x56;
-    }
-
-    static std::uint32_t board_info(FakePlatform& platform, const char* type, std::uint16_t board_number,
-                                    std::uint32_t* record)
-    {
-        constexpr std::size_t words_of_a_long_record = 64;
-        expect(record[0] == 0, "MwGetBoardInfo with a record that does not begin with 0");
-        const std::uint32_t code =
-            platform.call("GetBoardInfo", ' ' + quoted(type) + ' ' + number(board_number));
-        if (code != 0)
-            return code;
-        FakeBoard& board = platform.board(type, board_number);
-        std::fill_n(record, words_of_a_long_record, 0U);
-        for (std::uint32_t slot = 1; slot <= 4; ++slot) {
-            const Module* module = board.module_in(slot);
-            if (module == nullptr)
-                continue;
-            std::uint32_t* entry = record + (5 * slot - 4);
-            entry[0] = module->present;
-            entry[1] = module->is_processor;
-            entry[2] = module->has_bus;
-            entry[3] = 0x33333333;
-            entry[4] = 0x44444444;
-        }
-        return 0;
-    }
-
-    static std::uint32_t device_info(FakePlatform& platform, MW_HANDLE* handle, char* type,
-                                     std::uint16_t* board_number, std::uint32_t* kind)
-    {
-        if (!platform.is_open(handle, "MwGetDeviceInfo"))
-            return HANDLE_NOT_OPEN;
-        expect(*kind == 0, "MwGetDeviceInfo with a kind that is not cleared");
-        const std::uint32_t code = platform.call("GetDeviceInfo", on(handle));
-        if (code != 0)
-            return code;
-        std::memset(type, 0, 32);
-        handle->type.copy(type, 31);
-        *board_number = handle->number;
-        if (handle->width == KindWidth::bits16) {
-            const auto narrow = static_cast<std::uint16_t>(handle->kind);
-            std::memcpy(kind, &narrow, sizeof narrow);
-        } else {
-            *kind = handle->kind;
-        }
-        return 0;
-    }
-
-    static std::uint32_t init_io_status(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t* status)
-    {
-        if (!platform.is_open(handle, "MwInitIoStatus"))
-            return HANDLE_NOT_OPEN;
-        expect(*status == 0, "MwInitIoStatus with a status that is not cleared");
-        const std::uint32_t code = platform.call("InitIoStatus", on(handle));
-        if (code == 0)
-            *status = 0x10000 + ++handle->io_statuses;
-        return code;
-    }
-
-    static std::uint32_t send(FakePlatform& platform, const char* function, const std::string& where,
-                              MW_HANDLE* handle, std::uint32_t type, std::uint32_t board, std::uint32_t slot,
-                              const void* data, std::uint32_t length, std::uint32_t timeout)
-    {
-        if (!platform.is_open(handle, function))
-            return HANDLE_NOT_OPEN;
-        expect(data == nullptr && length == 0, "a query with data");
-        expect(!handle->sending && !handle->receiving, "a query inside a message");
-        const std::uint32_t code =
-            platform.call(function, " type " + number(type) + where + " length " + number(length) +
-                                        timeout_text(timeout) + on(handle));
-        if (code != 0)
-            return code;
-        Module* module = platform.find_module(*handle, board, slot);
+    FakeBoard& shown = board(type, board_number);
+    std::fill_n(record, words_of_a_long_record, 0U);
+    for (std::uint32_t slot = 1; slot <= 4; ++slot) {
+        const Module* module = shown.module_in(slot);
         if (module == nullptr)
-            return NO_MODULE_IN_SLOT;
-        expect(type == TYPE_QUERY || type == COMPRESSION_QUERY, "a message of an unknown type");
-        handle->queried = module;
-        handle->query = type;
-        return 0;
+            continue;
+        std::uint32_t* entry = record + (5 * slot - 4);
+        entry[0] = module->present;
+        entry[1] = module->is_processor;
+        entry[2] = module->has_bus;
+        entry[3] = 0x33333333;
+        entry[4] = 0x44444444;
     }
+    return 0;
+}
 
-    static std::uint32_t receive(FakePlatform& platform, const char* function, const std::string& where,
-                                 MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board,
-                                 std::uint32_t slot, void* data, std::uint32_t size, std::uint32_t* received,
-                                 std::uint32_t timeout)
-    {
-        if (!platform.is_open(handle, function))
-            return HANDLE_NOT_OPEN;
-        const std::uint32_t code =
-            platform.call(function, where + " size " + number(size) + timeout_text(timeout) + on(handle));
-        Module* module = std::exchange(handle->queried, nullptr);
-        if (code != 0)
-            return code;
-        if (module == nullptr || module != platform.find_module(*handle, board, slot)) {
-            ADD_FAILURE() << function << " without a request to that module";
-            return NO_MODULE_IN_SLOT;
-        }
-        const bool is_type = handle->query == TYPE_QUERY;
-        *type = is_type ? module->type_reply_type : module->compression_reply_type;
-        const Bytes reply = reply_to(*module, handle->query);
-        const std::size_t length = std::min<std::size_t>(reply.size(), size);
-        std::memcpy(data, reply.data(), length);
-        *received = static_cast<std::uint32_t>(length);
-        return 0;
-    }
-
-    static std::uint32_t start_send(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t board,
-                                    std::uint32_t slot, std::uint32_t timeout)
-    {
-        if (!platform.is_open(handle, "MwKSBStartSendMessageEx"))
-            return HANDLE_NOT_OPEN;
-        expect(!handle->sending && !handle->receiving, "a message begun inside another");
-        const std::uint32_t code =
-            platform.call("StartSendMessageEx", " board " + number(board) + " slot " + number(slot) +
-                                                    timeout_text(timeout) + on(handle));
-        if (code != 0)
-            return code;
-        handle->receiver = platform.find_module(*handle, board, slot);
-        if (handle->receiver == nullptr)
-            return NO_MODULE_IN_SLOT;
-        handle->receiver->loads.emplace_back();
-        handle->sending = true;
-        return 0;
-    }
-
-    static std::uint32_t send_data(FakePlatform& platform, MW_HANDLE* handle, const void* data,
-                                   std::uint32_t length, std::uint32_t timeout)
-    {
-        if (!platform.is_open(handle, "MwKSBSendMessageDataEx"))
-            return HANDLE_NOT_OPEN;
-        expect(handle->sending, "data outside a message");
-        expect(data != nullptr && length > 0, "a piece without data");
-        const std::string text = platform.logs_data ? ' ' + hex(data, length) : "";
-        const std::uint32_t code =
-            platform.call("SendMessageDataEx", text + timeout_text(timeout) + on(handle));
-        if (code == 0 && handle->sending) {
-            const auto* first = static_cast<const std::uint8_t*>(data);
-            Bytes& load = handle->receiver->loads.back();
-            load.insert(load.end(), first, first + length);
-        }
+std::uint32_t FakePlatform::device_info(MW_HANDLE* handle, char* type, std::uint16_t* board_number,
+                                        std::uint32_t* kind)
+{
+    FakeHandle* bus = find_open(handle, "MwGetDeviceInfo");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(*kind == 0, "MwGetDeviceInfo with a kind that is not cleared");
+    const std::uint32_t code = call("GetDeviceInfo", on(*bus));
+    if (code != 0)
         return code;
+    std::memset(type, 0, 32);
+    bus->type.copy(type, 31);
+    *board_number = bus->number;
+    if (bus->width == KindWidth::bits16) {
+        const auto narrow = static_cast<std::uint16_t>(bus->kind);
+        std::memcpy(kind, &narrow, sizeof narrow);
+    } else {
+        *kind = bus->kind;
     }
+    return 0;
+}
 
-    static std::uint32_t end_send(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t timeout)
-    {
-        if (!platform.is_open(handle, "MwKSBEndOfSendMessageEx"))
-            return HANDLE_NOT_OPEN;
-        expect(handle->sending, "the end of a message that was not begun");
-        const std::uint32_t code = platform.call("EndOfSendMessageEx", timeout_text(timeout) + on(handle));
-        if (code == 0) {
-            handle->sending = false;
-            handle->answering = handle->receiver;
-        }
-        return code;
-    }
+std::uint32_t FakePlatform::init_io_status(MW_HANDLE* handle, std::uint32_t* status)
+{
+    FakeHandle* bus = find_open(handle, "MwInitIoStatus");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(*status == 0, "MwInitIoStatus with a status that is not cleared");
+    const std::uint32_t code = call("InitIoStatus", on(*bus));
+    if (code == 0)
+        *status = 0x10000 + ++bus->io_statuses;
+    return code;
+}
 
-    static std::uint32_t start_receive(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t* type,
+std::uint32_t FakePlatform::send_whole(const char* function, const std::string& where, MW_HANDLE* handle,
+                                       std::uint32_t type, std::optional<std::uint32_t> board,
+                                       std::uint32_t slot, const void* data, std::uint32_t length,
                                        std::uint32_t timeout)
-    {
-        if (!platform.is_open(handle, "MwKSBStartReceiveMessageEx"))
-            return HANDLE_NOT_OPEN;
-        expect(handle->answering != nullptr, "a reply without a load");
-        expect(*type == 0, "MwKSBStartReceiveMessageEx with a type that is not cleared");
-        const std::uint32_t code = platform.call("StartReceiveMessageEx", timeout_text(timeout) + on(handle));
-        if (code == 0 && handle->answering != nullptr) {
-            *type = handle->answering->load_reply_type;
-            handle->receiving = true;
-        }
+{
+    FakeHandle* bus = find_open(handle, function);
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(data == nullptr && length == 0, "a query with data");
+    expect(!bus->sending && !bus->receiving, "a query inside a message");
+    const std::uint32_t code = call(function, " type " + number(type) + where + " length " + number(length) +
+                                                  timeout_text(timeout) + on(*bus));
+    if (code != 0)
         return code;
-    }
+    Module* module = find_module(*bus, board.value_or(bus->number), slot);
+    if (module == nullptr)
+        return NO_MODULE_IN_SLOT;
+    expect(type == TYPE_QUERY || type == COMPRESSION_QUERY, "a message of an unknown type");
+    bus->queried = module;
+    bus->query = type;
+    return 0;
+}
 
-    static std::uint32_t receive_data(FakePlatform& platform, MW_HANDLE* handle, void* data,
-                                      std::uint32_t size, std::uint32_t* received, std::uint32_t timeout)
-    {
-        if (!platform.is_open(handle, "MwKSBReceiveMessageDataEx"))
-            return HANDLE_NOT_OPEN;
-        expect(handle->receiving, "reply data outside a reply");
-        const std::uint32_t code = platform.call(
-            "ReceiveMessageDataEx", " size " + number(size) + timeout_text(timeout) + on(handle));
-        if (code == 0 && handle->answering != nullptr) {
-            const std::uint8_t reply[] = {handle->answering->status, handle->answering->second_status_byte};
-            *received = std::min<std::uint32_t>(size, sizeof reply);
-            std::memcpy(data, reply, *received);
-        }
+std::uint32_t FakePlatform::receive_whole(const char* function, const std::string& where, MW_HANDLE* handle,
+                                          std::uint8_t* type, std::optional<std::uint32_t> board,
+                                          std::uint32_t slot, void* data, std::uint32_t size,
+                                          std::uint32_t* received, std::uint32_t timeout)
+{
+    FakeHandle* bus = find_open(handle, function);
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    const std::uint32_t code =
+        call(function, where + " size " + number(size) + timeout_text(timeout) + on(*bus));
+    Module* module = std::exchange(bus->queried, nullptr);
+    if (code != 0)
         return code;
+    if (module == nullptr || module != find_module(*bus, board.value_or(bus->number), slot)) {
+        ADD_FAILURE() << function << " without a request to that module";
+        return NO_MODULE_IN_SLOT;
     }
+    const bool is_type = bus->query == TYPE_QUERY;
+    *type = is_type ? module->type_reply_type : module->compression_reply_type;
+    const Bytes reply = reply_to(*module, bus->query);
+    const std::size_t length = std::min<std::size_t>(reply.size(), size);
+    std::memcpy(data, reply.data(), length);
+    *received = static_cast<std::uint32_t>(length);
+    return 0;
+}
 
-    static std::uint32_t end_receive(FakePlatform& platform, MW_HANDLE* handle, std::uint32_t timeout)
-    {
-        if (!platform.is_open(handle, "MwKSBEndOfReceiveMessageEx"))
-            return HANDLE_NOT_OPEN;
-        expect(handle->receiving, "the end of a reply that was not begun");
-        const std::uint32_t code = platform.call("EndOfReceiveMessageEx", timeout_text(timeout) + on(handle));
-        handle->receiving = false;
-        handle->answering = nullptr;
+std::uint32_t FakePlatform::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
+                                       std::uint32_t timeout)
+{
+    FakeHandle* bus = find_open(handle, "MwKSBStartSendMessageEx");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(!bus->sending && !bus->receiving, "a message begun inside another");
+    const std::uint32_t code =
+        call("StartSendMessageEx",
+             " board " + number(board) + " slot " + number(slot) + timeout_text(timeout) + on(*bus));
+    if (code != 0)
         return code;
+    bus->receiver = find_module(*bus, board, slot);
+    if (bus->receiver == nullptr)
+        return NO_MODULE_IN_SLOT;
+    bus->receiver->loads.emplace_back();
+    bus->sending = true;
+    return 0;
+}
+
+std::uint32_t FakePlatform::send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                                      std::uint32_t timeout)
+{
+    FakeHandle* bus = find_open(handle, "MwKSBSendMessageDataEx");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(bus->sending, "data outside a message");
+    expect(data != nullptr && length > 0, "a piece without data");
+    const std::string text = logs_data ? ' ' + hex(data, length) : "";
+    const std::uint32_t code = call("SendMessageDataEx", text + timeout_text(timeout) + on(*bus));
+    if (code == 0 && bus->sending) {
+        const auto* first = static_cast<const std::uint8_t*>(data);
+        Bytes& load = bus->receiver->loads.back();
+        load.insert(load.end(), first, first + length);
     }
-};
-
-namespace
-{
-FakePlatform& platform()
-{
-    if (current == nullptr)
-        throw std::logic_error{"a platform call in a thread without a FakePlatform"};
-    return *current;
-}
-} // namespace
-
-extern "C" {
-uint32_t MwOpenS(const char* board_type, uint16_t board_number, const char* device, MW_HANDLE** handle,
-                 uint32_t* reserved)
-{
-    return PlatformFunctions::open(platform(), board_type, board_number, device, handle, reserved);
+    return code;
 }
 
-uint32_t MwClose(MW_HANDLE** handle)
+std::uint32_t FakePlatform::end_send(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    return PlatformFunctions::close(platform(), handle);
+    FakeHandle* bus = find_open(handle, "MwKSBEndOfSendMessageEx");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(bus->sending, "the end of a message that was not begun");
+    const std::uint32_t code = call("EndOfSendMessageEx", timeout_text(timeout) + on(*bus));
+    if (code == 0) {
+        bus->sending = false;
+        bus->answering = bus->receiver;
+    }
+    return code;
 }
 
-uint32_t MwErr2Text(uint32_t code, char* text)
+std::uint32_t FakePlatform::start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout)
 {
-    return PlatformFunctions::words(platform(), code, text);
+    FakeHandle* bus = find_open(handle, "MwKSBStartReceiveMessageEx");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(bus->answering != nullptr, "a reply without a load");
+    expect(*type == 0, "MwKSBStartReceiveMessageEx with a type that is not cleared");
+    const std::uint32_t code = call("StartReceiveMessageEx", timeout_text(timeout) + on(*bus));
+    if (code == 0 && bus->answering != nullptr) {
+        *type = bus->answering->load_reply_type;
+        bus->receiving = true;
+    }
+    return code;
 }
 
-uint32_t MwGetBoardInfo(const char* board_type, uint16_t board_number, uint32_t* record)
+std::uint32_t FakePlatform::receive_data(MW_HANDLE* handle, void* data, std::uint32_t size,
+                                         std::uint32_t* received, std::uint32_t timeout)
 {
-    return PlatformFunctions::board_info(platform(), board_type, board_number, record);
+    FakeHandle* bus = find_open(handle, "MwKSBReceiveMessageDataEx");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(bus->receiving, "reply data outside a reply");
+    const std::uint32_t code =
+        call("ReceiveMessageDataEx", " size " + number(size) + timeout_text(timeout) + on(*bus));
+    if (code == 0 && bus->answering != nullptr) {
+        const std::uint8_t reply[] = {bus->answering->status, bus->answering->second_status_byte};
+        *received = std::min<std::uint32_t>(size, sizeof reply);
+        std::memcpy(data, reply, *received);
+    }
+    return code;
 }
 
-uint32_t MwGetDeviceInfo(MW_HANDLE* handle, char* board_type, uint16_t* board_number, uint32_t* kind)
+std::uint32_t FakePlatform::end_receive(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    return PlatformFunctions::device_info(platform(), handle, board_type, board_number, kind);
+    FakeHandle* bus = find_open(handle, "MwKSBEndOfReceiveMessageEx");
+    if (bus == nullptr)
+        return HANDLE_NOT_OPEN;
+    expect(bus->receiving, "the end of a reply that was not begun");
+    const std::uint32_t code = call("EndOfReceiveMessageEx", timeout_text(timeout) + on(*bus));
+    bus->receiving = false;
+    bus->answering = nullptr;
+    return code;
 }
 
-uint32_t MwInitIoStatus(MW_HANDLE* handle, uint32_t* io_status)
+std::uint32_t FakePlatform::send(MW_HANDLE* handle, std::uint32_t type, std::uint32_t slot, const void* data,
+                                 std::uint32_t length, std::uint32_t timeout)
 {
-    return PlatformFunctions::init_io_status(platform(), handle, io_status);
+    return send_whole("SendMessage", " slot " + number(slot), handle, type, std::nullopt, slot, data, length,
+                      timeout);
 }
 
-uint32_t MwKSBSendMessage(MW_HANDLE* handle, uint32_t type, uint32_t slot, const void* data, uint32_t length,
-                          uint32_t timeout)
+std::uint32_t FakePlatform::receive(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t slot, void* data,
+                                    std::uint32_t size, std::uint32_t* received, std::uint32_t timeout)
 {
-    return PlatformFunctions::send(platform(), "SendMessage", " slot " + number(slot), handle, type,
-                                   handle->number, slot, data, length, timeout);
+    return receive_whole("ReceiveMessage", " slot " + number(slot), handle, type, std::nullopt, slot, data,
+                         size, received, timeout);
 }
 
-uint32_t MwKSBReceiveMessage(MW_HANDLE* handle, uint8_t* type, uint32_t slot, void* data, uint32_t size,
-                             uint32_t* received, uint32_t timeout)
+std::uint32_t FakePlatform::send_ex(MW_HANDLE* handle, std::uint32_t type, std::uint32_t board,
+                                    std::uint32_t slot, const void* data, std::uint32_t length,
+                                    std::uint32_t timeout)
 {
-    return PlatformFunctions::receive(platform(), "ReceiveMessage", " slot " + number(slot), handle, type,
-                                      handle->number, slot, data, size, received, timeout);
+    return send_whole("SendMessageEx", " board " + number(board) + " slot " + number(slot), handle, type,
+                      board, slot, data, length, timeout);
 }
 
-uint32_t MwKSBSendMessageEx(MW_HANDLE* handle, uint32_t type, uint32_t board, uint32_t slot, const void* data,
-                            uint32_t length, uint32_t timeout)
+std::uint32_t FakePlatform::receive_ex(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board,
+                                       std::uint32_t slot, void* data, std::uint32_t size,
+                                       std::uint32_t* received, std::uint32_t timeout)
 {
-    return PlatformFunctions::send(platform(), "SendMessageEx",
-                                   " board " + number(board) + " slot " + number(slot), handle, type, board,
-                                   slot, data, length, timeout);
+    return receive_whole("ReceiveMessageEx", " board " + number(board) + " slot " + number(slot), handle,
+                         type, board, slot, data, size, received, timeout);
 }
 
-uint32_t MwKSBReceiveMessageEx(MW_HANDLE* handle, uint8_t* type, uint32_t board, uint32_t slot, void* data,
-                               uint32_t size, uint32_t* received, uint32_t timeout)
+mwapi::Platform& mwapi::program_platform()
 {
-    return PlatformFunctions::receive(platform(), "ReceiveMessageEx",
-                                      " board " + number(board) + " slot " + number(slot), handle, type,
-                                      board, slot, data, size, received, timeout);
-}
-
-uint32_t MwKSBStartSendMessageEx(MW_HANDLE* handle, uint32_t board, uint32_t slot, uint32_t timeout)
-{
-    return PlatformFunctions::start_send(platform(), handle, board, slot, timeout);
-}
-
-uint32_t MwKSBSendMessageDataEx(MW_HANDLE* handle, const void* data, uint32_t length, uint32_t timeout)
-{
-    return PlatformFunctions::send_data(platform(), handle, data, length, timeout);
-}
-
-uint32_t MwKSBEndOfSendMessageEx(MW_HANDLE* handle, uint32_t timeout)
-{
-    return PlatformFunctions::end_send(platform(), handle, timeout);
-}
-
-uint32_t MwKSBStartReceiveMessageEx(MW_HANDLE* handle, uint32_t* type, uint32_t timeout)
-{
-    return PlatformFunctions::start_receive(platform(), handle, type, timeout);
-}
-
-uint32_t MwKSBReceiveMessageDataEx(MW_HANDLE* handle, void* data, uint32_t size, uint32_t* received,
-                                   uint32_t timeout)
-{
-    return PlatformFunctions::receive_data(platform(), handle, data, size, received, timeout);
-}
-
-uint32_t MwKSBEndOfReceiveMessageEx(MW_HANDLE* handle, uint32_t timeout)
-{
-    return PlatformFunctions::end_receive(platform(), handle, timeout);
-}
+    static PlatformOfThread of_thread;
+    return of_thread;
 }

@@ -14,7 +14,7 @@
 #ifndef KVN_FPGA_TESTS_SUPPORT_FAKE_PLATFORM_H
 #define KVN_FPGA_TESTS_SUPPORT_FAKE_PLATFORM_H
 
-#include "mwapi.h"
+#include "platform.h"
 #include "support/bytes.h"
 
 #include <array>
@@ -22,6 +22,7 @@
 #include <list>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -84,13 +85,15 @@ private:
 /// How wide a platform writes the kind of a device.
 enum class KindWidth { bits16, bits32 };
 
-class FakePlatform
+/// What a handle leads to.
+struct FakeHandle;
+
+class FakePlatform final : public mwapi::Platform
 {
 public:
+    /// From now on the platform of this thread.
     FakePlatform();
-    ~FakePlatform();
-    FakePlatform(const FakePlatform&) = delete;
-    FakePlatform& operator=(const FakePlatform&) = delete;
+    ~FakePlatform() override;
 
     /// The board of that type and number, made when it does not exist yet.
     FakeBoard& board(const std::string& type, std::uint16_t number);
@@ -128,9 +131,34 @@ public:
     /// The platform's lines of the log, without their "* ".
     [[nodiscard]] std::vector<std::string> journal() const;
 
-private:
-    friend struct PlatformFunctions;
+    std::uint32_t open(const char* type, std::uint16_t board, const char* device, MW_HANDLE** handle,
+                       std::uint32_t* reserved) override;
+    std::uint32_t close(MW_HANDLE** handle) override;
+    std::uint32_t error_text(std::uint32_t code, char* text) override;
+    std::uint32_t board_info(const char* type, std::uint16_t board_number, std::uint32_t* record) override;
+    std::uint32_t device_info(MW_HANDLE* handle, char* type, std::uint16_t* board_number,
+                              std::uint32_t* kind) override;
+    std::uint32_t init_io_status(MW_HANDLE* handle, std::uint32_t* status) override;
+    std::uint32_t send(MW_HANDLE* handle, std::uint32_t type, std::uint32_t slot, const void* data,
+                       std::uint32_t length, std::uint32_t timeout) override;
+    std::uint32_t receive(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t slot, void* data,
+                          std::uint32_t size, std::uint32_t* received, std::uint32_t timeout) override;
+    std::uint32_t send_ex(MW_HANDLE* handle, std::uint32_t type, std::uint32_t board, std::uint32_t slot,
+                          const void* data, std::uint32_t length, std::uint32_t timeout) override;
+    std::uint32_t receive_ex(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t board, std::uint32_t slot,
+                             void* data, std::uint32_t size, std::uint32_t* received,
+                             std::uint32_t timeout) override;
+    std::uint32_t start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
+                             std::uint32_t timeout) override;
+    std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                            std::uint32_t timeout) override;
+    std::uint32_t end_send(MW_HANDLE* handle, std::uint32_t timeout) override;
+    std::uint32_t start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout) override;
+    std::uint32_t receive_data(MW_HANDLE* handle, void* data, std::uint32_t size, std::uint32_t* received,
+                               std::uint32_t timeout) override;
+    std::uint32_t end_receive(MW_HANDLE* handle, std::uint32_t timeout) override;
 
+private:
     struct PlannedFailure {
         int calls_left;
         std::uint32_t code;
@@ -139,13 +167,22 @@ private:
     /// Writes a call to the log, counts it and looks whether it is to fail.
     std::uint32_t call(const std::string& function, const std::string& arguments);
     void note(const std::string& line) { log.push_back("* " + line); }
-    bool is_open(MW_HANDLE* handle, const char* function);
-    Module* find_module(const MW_HANDLE& handle, std::uint32_t board, std::uint32_t slot);
-    MW_HANDLE* new_handle(const std::string& type, std::uint16_t number, std::uint32_t kind);
+    /// What an open handle leads to; the test fails when it is not open.
+    FakeHandle* find_open(MW_HANDLE* handle, const char* function);
+    Module* find_module(const FakeHandle& handle, std::uint32_t board, std::uint32_t slot);
+    /// @param board the opened one when none
+    std::uint32_t send_whole(const char* function, const std::string& where, MW_HANDLE* handle,
+                             std::uint32_t type, std::optional<std::uint32_t> board, std::uint32_t slot,
+                             const void* data, std::uint32_t length, std::uint32_t timeout);
+    std::uint32_t receive_whole(const char* function, const std::string& where, MW_HANDLE* handle,
+                                std::uint8_t* type, std::optional<std::uint32_t> board, std::uint32_t slot,
+                                void* data, std::uint32_t size, std::uint32_t* received,
+                                std::uint32_t timeout);
+    FakeHandle& new_handle(const std::string& type, std::uint16_t number, std::uint32_t kind);
 
     FakePlatform* previous_;
     std::map<std::pair<std::string, std::uint16_t>, FakeBoard> boards_;
-    std::list<std::unique_ptr<MW_HANDLE>> handles_;
+    std::list<std::unique_ptr<FakeHandle>> handles_;
     int calls_ = 0;
     std::vector<PlannedFailure> failing_calls_;
     std::multimap<std::string, PlannedFailure> failing_functions_;

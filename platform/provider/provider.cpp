@@ -1,0 +1,61 @@
+// Finds a platform by name: a library with the sixteen functions, the virtual carriers, or a recording.
+#include "provider.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace mwapi
+{
+namespace
+{
+
+template <class Function>
+void find(void* library, const std::string& library_name, Function& function, const char* name)
+{
+    function = reinterpret_cast<Function>(dlsym(library, name));
+    if (function == nullptr)
+        throw ProviderError{library_name + " has no function " + name};
+}
+
+} // namespace
+
+LoadedPlatform::LoadedPlatform(const std::string& library, std::string_view announcement)
+    : announcement_{announcement}
+{
+    // Local: what is found must be the library's own, and must not stand in the way of this program's.
+    void* loaded = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (loaded == nullptr)
+        throw ProviderError{dlerror()};
+    std::apply(
+        [&](const auto&... calls) { (find(loaded, library, functions_.*calls.function, calls.name), ...); },
+        CALLS);
+}
+
+std::unique_ptr<Platform> open_provider(const std::string& name, const void* beside)
+{
+    if (name.empty())
+        return std::make_unique<LoadedPlatform>(USUAL_PROVIDER);
+    if (name == "virtual")
+        return std::make_unique<LoadedPlatform>(file_beside(beside, "libmwvirtual.so"),
+                                                "the boards are simulated, no hardware is reached.");
+    if (name.starts_with(REPLAY_PREFIX)) {
+        (void)setenv("MWREPLAY_FILE", name.c_str() + REPLAY_PREFIX.size(),
+                     1); // NOLINT(concurrency-mt-unsafe)
+        return std::make_unique<LoadedPlatform>(file_beside(beside, "libmwreplay.so"),
+                                                "a recording answers, no hardware is reached.");
+    }
+    return std::make_unique<LoadedPlatform>(name);
+}
+
+// A bare name would be searched for in the caller's own run path, but not under a sanitizer, which opens
+// libraries on the program's behalf.
+std::string file_beside(const void* address, const char* name)
+{
+    Dl_info holder{};
+    const bool found = dladdr(address, &holder) != 0 && holder.dli_fname != nullptr;
+    return std::filesystem::path{found ? holder.dli_fname : ""}.replace_filename(name).string();
+}
+
+} // namespace mwapi

@@ -1,0 +1,38 @@
+// A platform call in a trace's JSON: its arguments, and what it wrote to where they lead.
+#ifndef MWTRACE_CALL_JSON_H
+#define MWTRACE_CALL_JSON_H
+
+#include "calls.h"
+#include "encoding.h"
+
+#include <functional>
+
+namespace mwtrace
+{
+
+/// The number that a handle has in a trace.
+using NumberOf = std::function<unsigned(const MW_HANDLE*)>;
+
+/// The handle that a call closes; null for every other call.
+[[nodiscard]] const MW_HANDLE* closed_handle(const mwapi::Description& call, mwapi::Values values);
+
+/// "in" of a record: what the caller gives. To be made before the call, which may change it.
+[[nodiscard]] Json given(const mwapi::Description& call, mwapi::Values values, const NumberOf& number_of);
+
+/// "got" of a record: what the platform wrote, a cleared handle aside; null for nothing.
+/// @param opened numbers a handle that was opened
+[[nodiscard]] Json written(const mwapi::Description& call, mwapi::Values values, const NumberOf& opened);
+
+/// Whether a value can be what a call wrote under that name. Unknown names can be anything: they are not
+/// used.
+[[nodiscard]] bool is_written_value(std::string_view name, const Json& value);
+
+/// Writes what a call wrote when it was recorded, as far as the caller wants it.
+/// @param got checked with is_written_value
+/// @param open gives the handle for a number
+void write(const mwapi::Description& call, mwapi::Values values, const Json& got,
+           const std::function<MW_HANDLE*(unsigned)>& open);
+
+} // namespace mwtrace
+
+#endif

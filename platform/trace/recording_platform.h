@@ -1,0 +1,61 @@
+// A platform in front of another one: hands every call on and records it.
+#ifndef MWTRACE_RECORDING_PLATFORM_H
+#define MWTRACE_RECORDING_PLATFORM_H
+
+#include "recorder.h"
+#include "uniform_platform.h"
+
+namespace mwtrace
+{
+
+/// A call that is being recorded.
+// The values of the JSON library need memory to be destroyed: it ends the process when there is none.
+class RecordedCall // NOLINT(bugprone-exception-escape)
+{
+public:
+    /// Notes the arguments and the time. To be made just before the call.
+    RecordedCall(Recorder& recorder, mwapi::Function function, mwapi::Values values);
+    /// Writes the record. To be called just after the call.
+    void end(std::uint32_t result);
+
+private:
+    [[nodiscard]] Json written_by(std::uint32_t result) const;
+
+    Recorder& recorder_;
+    mwapi::Function function_;
+    mwapi::Values values_;
+    const MW_HANDLE* closing_;
+    Json in_;
+    Time begin_ = 0;
+};
+
+class RecordingPlatform final : public mwapi::UniformPlatform<RecordingPlatform>
+{
+public:
+    /// Both must outlive this.
+    RecordingPlatform(mwapi::Platform& recorded, Recorder& recorder)
+        : recorded_{recorded}, recorder_{recorder}
+    {
+    }
+
+    template <mwapi::Function function, class... Arguments>
+    std::uint32_t call(Arguments... arguments)
+    {
+        const auto values = mwapi::values(arguments...);
+        RecordedCall call{recorder_, function, values};
+        const std::uint32_t result = (recorded_.*mwapi::CALL<function>.operation)(arguments...);
+        call.end(result);
+        return result;
+    }
+    std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                            std::uint32_t timeout) override;
+    [[nodiscard]] std::string_view announcement() const override { return recorded_.announcement(); }
+
+private:
+    mwapi::Platform& recorded_;
+    Recorder& recorder_;
+};
+
+} // namespace mwtrace
+
+#endif

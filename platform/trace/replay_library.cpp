@@ -1,0 +1,44 @@
+// libmwreplay: the recording that MWREPLAY_FILE names.
+#include "mwapi_forward.h"
+#include "replaying_platform.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace mwtrace
+{
+namespace
+{
+
+/// Tells at the end of the process which calls of the recording the run has left out.
+class TellRest
+{
+public:
+    ~TellRest()
+    {
+        if (platform == nullptr)
+            return;
+        const std::string rest = platform->rest();
+        if (!rest.empty())
+            (void)std::fprintf(stderr, "mwreplay: %s\n", rest.c_str());
+    }
+    ReplayingPlatform* platform = nullptr;
+};
+
+/// It lives as long as the process: the host may call until its very end.
+ReplayingPlatform* platform_of_environment()
+{
+    static TellRest at_exit;
+    const char* path = std::getenv("MWREPLAY_FILE"); // NOLINT(concurrency-mt-unsafe)
+    at_exit.platform = new ReplayingPlatform{path == nullptr ? "MWREPLAY_FILE (not set)" : path};
+    return at_exit.platform;
+}
+
+} // namespace
+} // namespace mwtrace
+
+mwapi::Platform& mwapi::program_platform()
+{
+    static mwtrace::ReplayingPlatform* const made = mwtrace::platform_of_environment();
+    return *made;
+}

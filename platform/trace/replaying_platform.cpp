@@ -1,0 +1,34 @@
+// A platform that answers from a recording.
+#include "replaying_platform.h"
+
+#include "call_json.h"
+
+namespace mwtrace
+{
+
+std::uint32_t ReplayingPlatform::answer(mwapi::Function function, mwapi::Values values)
+{
+    const mwapi::Description& call = mwapi::describe(function);
+    const Json in = given(call, values, [&](const MW_HANDLE* handle) { return replay_.number_of(handle); });
+    const auto record = replay_.answer(call.name, in);
+    if (!record)
+        return replay_.status();
+    if (record->result == 0 && function == mwapi::Function::MwClose)
+        replay_.close(closed_handle(call, values));
+    write(call, values, record->got, [&](unsigned number) { return replay_.open(number); });
+    return record->result;
+}
+
+// When the recording cannot answer, the words say why.
+std::uint32_t ReplayingPlatform::error_text(std::uint32_t code, char* text)
+{
+    if (replay_.status() == 0) {
+        const std::uint32_t result = answer(mwapi::Function::MwErr2Text, mwapi::values(code, text));
+        if (replay_.status() == 0)
+            return result;
+    }
+    mwapi::write_error_text(replay_.words(), text);
+    return 0;
+}
+
+} // namespace mwtrace

@@ -1,0 +1,40 @@
+// A platform that answers from a recording.
+#ifndef MWTRACE_REPLAYING_PLATFORM_H
+#define MWTRACE_REPLAYING_PLATFORM_H
+
+#include "replay.h"
+#include "uniform_platform.h"
+
+namespace mwtrace
+{
+
+class ReplayingPlatform final : public mwapi::UniformPlatform<ReplayingPlatform>
+{
+public:
+    /// A recording that cannot be used makes every call fail.
+    explicit ReplayingPlatform(const std::string& path) : replay_{path} {}
+
+    template <mwapi::Function function, class... Arguments>
+    std::uint32_t call(Arguments... arguments)
+    {
+        return answer(function, mwapi::values(arguments...));
+    }
+    std::uint32_t error_text(std::uint32_t code, char* text) override;
+    std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                            std::uint32_t timeout) override
+    {
+        return replay_.answer_data(handle, data, length, timeout);
+    }
+
+    /// What the recording still holds when the run is over; empty when nothing, or after a departure.
+    [[nodiscard]] std::string rest() { return replay_.rest(); }
+
+private:
+    std::uint32_t answer(mwapi::Function function, mwapi::Values values);
+
+    Replay replay_;
+};
+
+} // namespace mwtrace
+
+#endif

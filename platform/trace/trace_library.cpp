@@ -1,0 +1,86 @@
+// libmwtrace: what MWTRACE_PROVIDER names, recorded to the file that MWTRACE_FILE names.
+#include "mwapi_forward.h"
+#include "provider/provider.h"
+#include "recording_platform.h"
+
+#include <dlfcn.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+namespace mwtrace
+{
+namespace
+{
+
+/// What every function returns when there is nothing to hand the call on to.
+constexpr std::uint32_t NO_PROVIDER = 0xE2000001;
+
+std::string variable(const char* name)
+{
+    const char* value = std::getenv(name); // NOLINT(concurrency-mt-unsafe)
+    return value == nullptr ? "" : value;
+}
+
+/// An address in this library.
+const void* in_this_library()
+{
+    return reinterpret_cast<const void*>(&variable);
+}
+
+/// Whether a function is of this library. Its name alone does not tell: the host may have one of that name,
+/// which then stands for ours as well.
+bool is_our_own(decltype(&::MwOpenS) function)
+{
+    Dl_info given{};
+    Dl_info ours{};
+    return dladdr(reinterpret_cast<const void*>(function), &given) != 0 &&
+           dladdr(in_this_library(), &ours) != 0 && given.dli_fbase == ours.dli_fbase;
+}
+
+/// The virtual carriers beside this library, else wherever the system finds them.
+std::string virtual_carriers()
+{
+    const std::string beside = mwapi::file_beside(in_this_library(), "libmwvirtual.so");
+    std::error_code unreadable;
+    return std::filesystem::exists(beside, unreadable) ? beside : "libmwvirtual.so";
+}
+
+/// In front of the provider that is wished for. What it is made of lives as long as the process: the host may
+/// call until its very end.
+mwapi::Platform* make_platform(const std::string& wish)
+{
+    const std::string provider = wish.empty()        ? mwapi::USUAL_PROVIDER
+                                 : wish == "virtual" ? virtual_carriers()
+                                                     : wish;
+    auto loaded = std::make_unique<mwapi::LoadedPlatform>(provider);
+    if (is_our_own(loaded->functions()->MwOpenS))
+        return new mwapi::MissingPlatform{NO_PROVIDER, "MWTRACE_PROVIDER names the recorder itself"};
+    auto recorder =
+        recorder_from_environment("MWTRACE_FILE", wish == "virtual" ? "libmwvirtual.so" : provider);
+    if (recorder == nullptr) {
+        (void)std::fputs("mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n", stderr);
+        return loaded.release();
+    }
+    return new RecordingPlatform{*loaded.release(), *recorder.release()};
+}
+
+mwapi::Platform* platform_of_environment()
+{
+    try {
+        return make_platform(variable("MWTRACE_PROVIDER"));
+    } catch (const mwapi::ProviderError& error) {
+        const std::string advice =
+            "set MWTRACE_PROVIDER to the library with the Mw... functions, or to virtual: ";
+        return new mwapi::MissingPlatform{NO_PROVIDER, advice + error.what()};
+    }
+}
+
+} // namespace
+} // namespace mwtrace
+
+mwapi::Platform& mwapi::program_platform()
+{
+    static Platform* const made = mwtrace::platform_of_environment();
+    return *made;
+}

@@ -1,0 +1,59 @@
+// The utility's platform: the provider that the environment variable KVN_MWAPI names, loaded when the first
+// function is called. A conversion calls none and needs none.
+#include "kvn_fpga.h"
+#include "mwapi_forward.h"
+#include "provider/provider.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+namespace
+{
+/// What every function returns when there is no provider.
+constexpr std::uint32_t NO_PROVIDER = 0x4B564E01;
+
+std::string advice(const std::string& name)
+{
+    if (name.empty())
+        return "set KVN_MWAPI to the library with the Mw... functions, or to virtual";
+    if (name == "virtual")
+        return "KVN_MWAPI asks for the virtual carriers";
+    if (name.starts_with(mwapi::REPLAY_PREFIX))
+        return "KVN_MWAPI asks for a recording";
+    return "set KVN_MWAPI to another library with the Mw... functions";
+}
+
+/// An address in the library: this project's providers lie beside it, in the build tree and when installed.
+const void* in_library()
+{
+    int major = 0;
+    int minor = 0;
+    char* text = nullptr;
+    kvn_fpga{}.kvn_fpga_version(&major, &minor, &text);
+    return text;
+}
+
+std::unique_ptr<mwapi::Platform> choose_platform()
+{
+    // Choice: a variable that is empty counts as not set.
+    const char* wish = std::getenv("KVN_MWAPI"); // NOLINT(concurrency-mt-unsafe): the only thread
+    const std::string name = wish == nullptr ? "" : wish;
+    try {
+        auto platform = mwapi::open_provider(name, in_library());
+        if (const std::string_view words = platform->announcement(); !words.empty())
+            (void)std::fprintf(stderr, "KVN_FPGA: KVN_MWAPI is %s: %.*s\n",
+                               name.substr(0, name.find(':')).c_str(), static_cast<int>(words.size()),
+                               words.data());
+        return platform;
+    } catch (const mwapi::ProviderError& error) {
+        return std::make_unique<mwapi::MissingPlatform>(NO_PROVIDER, advice(name) + ": " + error.what());
+    }
+}
+} // namespace
+
+mwapi::Platform& mwapi::program_platform()
+{
+    // It lives as long as the process, to whose end the functions may be called.
+    static Platform* const chosen = choose_platform().release();
+    return *chosen;
+}
