@@ -5,7 +5,6 @@
 #include "support/bitstreams.h"
 #include "support/faults.h"
 #include "support/run_fixture.h"
-#include "support/streams.h"
 
 #include <cstring>
 #include <string>
@@ -17,16 +16,6 @@ using Lines = std::vector<std::string>;
 struct Failure {
     int number;
     const char* text;
-};
-
-/// For the duration of a scope no stream tells that it has ended: reads come short without a reason.
-class HiddenEnd
-{
-public:
-    HiddenEnd();
-    ~HiddenEnd();
-    HiddenEnd(const HiddenEnd&) = delete;
-    HiddenEnd& operator=(const HiddenEnd&) = delete;
 };
 
 class LoadFixture : public RunFixture

@@ -3,6 +3,7 @@
 
 #include "kvn_fpga.h"
 #include "reference_model.h"
+#include "support/faults.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,14 +11,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
-#include <limits>
+#include <list>
 #include <stdexcept>
 #include <system_error>
 
@@ -25,8 +25,6 @@ namespace
 {
 
 reference::Platform* host = nullptr;
-const scenario::Scenario* played = nullptr;
-int faulty_streams = 0;
 fake::User* user = nullptr;
 
 void print_for_library(char* text)
@@ -92,52 +90,18 @@ std::map<std::string, std::string> files_in(const std::filesystem::path& folder)
     return files;
 }
 
-/// A stream of a real file that fails at a byte of its own.
-struct Faulty {
-    FILE* real = nullptr;
-    std::size_t readable = 0;
-    std::size_t writable = 0;
-};
-
-ssize_t read_faulty(void* cookie, char* data, std::size_t size)
+/// Lets the scenario's files fail where it says.
+std::list<FileLimit> limits_of(const scenario::Scenario& scenario)
 {
-    auto* file = static_cast<Faulty*>(cookie);
-    if (file->readable == 0) {
-        errno = EIO;
-        return -1;
+    using enum FileLimit::Kind;
+    std::list<FileLimit> limits;
+    for (const auto& [name, file] : scenario.files) {
+        if (file.readable)
+            limits.emplace_back(reading, *file.readable, name);
+        if (file.writable)
+            limits.emplace_back(writing, *file.writable, name);
     }
-    const std::size_t read = std::fread(data, 1, std::min(size, file->readable), file->real);
-    file->readable -= read;
-    return static_cast<ssize_t>(read);
-}
-
-ssize_t write_faulty(void* cookie, const char* data, std::size_t size)
-{
-    auto* file = static_cast<Faulty*>(cookie);
-    const std::size_t written = std::fwrite(data, 1, std::min(size, file->writable), file->real);
-    file->writable -= written;
-    if (written < size)
-        errno = ENOSPC;
-    return static_cast<ssize_t>(written);
-}
-
-int close_faulty(void* cookie)
-{
-    auto* file = static_cast<Faulty*>(cookie);
-    std::fclose(file->real);
-    delete file;
-    --faulty_streams;
-    return 0;
-}
-
-FILE* open_faulty(FILE* real, const char* mode, const scenario::File& plan)
-{
-    if (real == nullptr)
-        return nullptr;
-    const auto all = std::numeric_limits<std::size_t>::max();
-    auto* file = new Faulty{real, plan.readable.value_or(all), plan.writable.value_or(all)};
-    ++faulty_streams;
-    return fopencookie(file, mode, {read_faulty, write_faulty, nullptr, close_faulty});
+    return limits;
 }
 
 /// The lowest file descriptor that is free: another one afterwards tells of a file left open.
@@ -278,25 +242,6 @@ std::string text_difference(const std::string& what, const std::string& library,
 
 } // namespace
 
-// Files that fail where the scenario says so: the linker sends the calls of fopen here.
-
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
-extern "C" FILE* __real_fopen(const char* name, const char* mode);
-
-extern "C" FILE* __wrap_fopen(const char* name, const char* mode)
-{
-    FILE* real = __real_fopen(name, mode);
-    if (played == nullptr)
-        return real;
-    const auto planned = played->files.find(name);
-    if (planned == played->files.end())
-        return real;
-    const scenario::File& file = planned->second;
-    const bool faulty = mode[0] == 'r' ? file.readable.has_value() : file.writable.has_value();
-    return faulty ? open_faulty(real, mode, file) : real;
-}
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
-
 // The board-access API of this process.
 
 uint32_t MwOpenS(const char* board_type, uint16_t board_number, const char* device, MW_HANDLE** handle,
@@ -388,21 +333,10 @@ uint32_t MwKSBEndOfReceiveMessageEx(MW_HANDLE* handle, uint32_t timeout)
 namespace worlds
 {
 
-Worlds::Worlds() : home_{std::filesystem::current_path()}
+Worlds::Worlds()
 {
-    std::string name = std::filesystem::temp_directory_path() / "kvn_fpga_differential_XXXXXX";
-    if (mkdtemp(name.data()) == nullptr)
-        throw std::runtime_error("cannot make a temporary folder");
-    folder_ = name;
     for (const int signal : {SIGSEGV, SIGABRT, SIGFPE, SIGBUS, SIGILL})
         std::signal(signal, report_crash);
-}
-
-Worlds::~Worlds()
-{
-    std::error_code ignored;
-    std::filesystem::current_path(home_, ignored);
-    std::filesystem::remove_all(folder_, ignored);
 }
 
 /// An empty folder with the scenario's files, which becomes the current one.
@@ -421,7 +355,6 @@ std::filesystem::path Worlds::prepare(const char* name, const scenario::Scenario
             std::ofstream(path / file_name, std::ios::binary) << file.content;
     }
     std::filesystem::current_path(path);
-    faulty_streams = 0;
     return path;
 }
 
@@ -433,7 +366,7 @@ Account Worlds::with_library(const scenario::Scenario& scenario)
     fake::Platform platform{scenario.platform, account.log, terminal ? output_position : nullptr};
     fake::User answers{scenario.user, account.log};
     host = &platform;
-    played = &scenario;
+    const std::list<FileLimit> limits = limits_of(scenario);
     user = &answers;
     set_variable("MWAPIKSB", scenario.mwapiksb);
     set_variable("MWAPIJTAG", scenario.mwapijtag);
@@ -456,7 +389,7 @@ Account Worlds::with_library(const scenario::Scenario& scenario)
             const int descriptor = free_descriptor();
             const int result = call_library(library, call);
             note_result(account.log, result, library.kvn_fpga_getlasterr(),
-                        free_descriptor() == descriptor && faulty_streams == 0);
+                        free_descriptor() == descriptor && open_faulty_streams() == 0);
         }
     }
     if (!scenario.platform.log_data)
@@ -466,7 +399,6 @@ Account Worlds::with_library(const scenario::Scenario& scenario)
         redirection.reset();
         account.output = content_of(folder_ / "shown");
     }
-    played = nullptr;
     account.files = files_in(path);
     return account;
 }
@@ -481,7 +413,7 @@ Account Worlds::with_model(const scenario::Scenario& scenario)
     fake::Platform platform{scenario.platform, account.log,
                             scenario.uses_terminal() ? std::function<std::string()>(position) : nullptr};
     fake::User answers{scenario.user, account.log};
-    played = &scenario;
+    const std::list<FileLimit> limits = limits_of(scenario);
     reference::Model model{platform, terminal, {scenario.mwapiksb, scenario.mwapijtag}};
     if (scenario.prints)
         model.callbacks.print = [&](const char* text) { answers.print(text); };
@@ -501,7 +433,6 @@ Account Worlds::with_model(const scenario::Scenario& scenario)
         account.log.push_back(platform.data_summary());
     account.output = terminal.output;
     account.consumed = terminal.next;
-    played = nullptr;
     account.files = files_in(path);
     return account;
 }

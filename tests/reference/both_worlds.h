@@ -3,6 +3,7 @@
 #define BOTH_WORLDS_H
 
 #include "scenario.h"
+#include "support/temporary_folder.h"
 
 #include <filesystem>
 #include <map>
@@ -23,9 +24,6 @@ class Worlds
 {
 public:
     Worlds();
-    Worlds(const Worlds&) = delete;
-    Worlds& operator=(const Worlds&) = delete;
-    ~Worlds();
 
     Account with_library(const scenario::Scenario& scenario);
     Account with_model(const scenario::Scenario& scenario);
@@ -33,8 +31,9 @@ public:
 private:
     std::filesystem::path prepare(const char* name, const scenario::Scenario& scenario) const;
 
-    std::filesystem::path home_;
-    std::filesystem::path folder_;
+    TemporaryFolder temporary_;
+    CurrentFolder in_folder_{temporary_.path()};
+    const std::filesystem::path& folder_ = temporary_.path();
 };
 
 /// "" when both accounts are the same, else where they differ, with what went before.

@@ -2,6 +2,7 @@
 #include "reference_model.h"
 
 #include "scenario.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -23,23 +24,12 @@ using Words = std::vector<std::string>;
 class ReferenceModel : public testing::Test
 {
 protected:
-    ReferenceModel() : home_{std::filesystem::current_path()}
+    ReferenceModel()
     {
-        std::string name = std::filesystem::temp_directory_path() / "kvn_fpga_reference_XXXXXX";
-        if (mkdtemp(name.data()) != nullptr)
-            folder_ = name;
-        std::filesystem::current_path(folder_);
         plan_.boards[1][2] = scenario::good_module(2, 3, "2v3000fg676-4", false);
         plan_.boards[0][2] = scenario::good_module(2, 4, "2v3000fg676-4", true);
         plan_.boards[0][3] = scenario::good_module(4, 4, "v1000efg680-6", false);
     }
-    ~ReferenceModel() override
-    {
-        std::filesystem::current_path(home_);
-        std::filesystem::remove_all(folder_);
-    }
-    ReferenceModel(const ReferenceModel&) = delete;
-    ReferenceModel& operator=(const ReferenceModel&) = delete;
 
     static void write(const std::string& name, const std::string& content)
     {
@@ -130,8 +120,8 @@ protected:
     int board_number_ = 0;
 
 private:
-    std::filesystem::path home_;
-    std::filesystem::path folder_;
+    TemporaryFolder folder_;
+    CurrentFolder here_{folder_.path()};
 };
 
 TEST_F(ReferenceModel, KnowsTheFamilies)
