@@ -1,13 +1,12 @@
 // Times whole conversions and loads on streams in memory: what they cost without a disk and without a bus.
 #include "counting_platform.h"
 #include "kvnfpgai.h"
+#include "support/temporary_folder.h"
 #include "test_data.h"
 
 #include <benchmark/benchmark.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 
 namespace
@@ -22,25 +21,13 @@ class NowhereFolder
 public:
     NowhereFolder()
     {
-        std::string name = std::filesystem::temp_directory_path() / "kvn_bench_XXXXXX";
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error("cannot make a folder for the benchmarks");
-        path_ = name;
         for (const char* output : {"design.mcb", "design.rbt"})
-            std::filesystem::create_symlink("/dev/null", path_ / output);
+            std::filesystem::create_symlink("/dev/null", folder_.path() / output);
     }
-    ~NowhereFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    NowhereFolder(const NowhereFolder&) = delete;
-    NowhereFolder& operator=(const NowhereFolder&) = delete;
-
-    [[nodiscard]] std::string input() const { return path_ / "design.xxx"; }
+    [[nodiscard]] std::string input() const { return folder_.path() / "design.xxx"; }
 
 private:
-    std::filesystem::path path_;
+    TemporaryFolder folder_;
 };
 
 using Conversion = int (kvn_fpga_imp::*)(FILE*);

@@ -2,14 +2,14 @@
 #ifndef KVN_FPGA_FUZZ_CHOICES_H
 #define KVN_FPGA_FUZZ_CHOICES_H
 
+#include "support/bytes.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 #include <vector>
-
-using Bytes = std::vector<std::uint8_t>;
 
 class Choices
 {

@@ -7,11 +7,10 @@ if(KVN_BUILD_TOOLS)
   list(APPEND KVN_FUZZ_TARGETS configuration_port rack trace)
 endif()
 
-set(kvn_fuzz_support ${PROJECT_SOURCE_DIR}/tests/support)
-add_library(kvn_fuzz_common STATIC ${KVN_FUZZ_DIR}/workplace.cpp ${kvn_fuzz_support}/bitstreams.cpp
-                                   ${kvn_fuzz_support}/bytes.cpp)
-target_include_directories(kvn_fuzz_common PUBLIC ${KVN_FUZZ_DIR} ${PROJECT_SOURCE_DIR}/tests)
-target_link_libraries(kvn_fuzz_common PUBLIC kvn_fpga_static PRIVATE kvn_warnings)
+include(${PROJECT_SOURCE_DIR}/tests/support/basics.cmake)
+add_library(kvn_fuzz_common STATIC ${KVN_FUZZ_DIR}/workplace.cpp)
+target_include_directories(kvn_fuzz_common PUBLIC ${KVN_FUZZ_DIR})
+target_link_libraries(kvn_fuzz_common PUBLIC kvn_test_basics kvn_fpga_static PRIVATE kvn_warnings)
 
 add_library(kvn_fuzz_platform OBJECT ${KVN_FUZZ_DIR}/sessions.cpp ${KVN_FUZZ_DIR}/watched_platform.cpp)
 target_link_libraries(kvn_fuzz_platform PUBLIC kvn_fuzz_common PRIVATE kvn_warnings)
@@ -43,9 +42,6 @@ function(kvn_fuzz_target program name)
     target_link_libraries(${program} PRIVATE kvn_fuzz_platform kvn_warnings)
   endif()
   if(name STREQUAL "runs")
-    target_sources(${program} PRIVATE ${PROJECT_SOURCE_DIR}/tests/support/faults.cpp)
-    target_link_options(${program} PRIVATE
-      LINKER:--wrap=fread LINKER:--wrap=fgets LINKER:--wrap=fwrite LINKER:--wrap=fclose
-      LINKER:--wrap=_ZnwmSt11align_val_tRKSt9nothrow_t LINKER:--wrap=_ZnamRKSt9nothrow_t)
+    target_link_libraries(${program} PRIVATE kvn_test_faults)
   endif()
 endfunction()

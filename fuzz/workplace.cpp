@@ -2,10 +2,9 @@
 #include "workplace.h"
 
 #include "support/bitstreams.h"
+#include "support/files.h"
 
 #include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -16,21 +15,17 @@ namespace
 constexpr std::size_t GOOD_SIZE = 32;
 constexpr std::size_t TEXT_SIZE = 1024;
 
-std::string make_folder()
+std::filesystem::path memory_disk()
 {
     std::error_code ignored;
-    const bool has_memory_disk = std::filesystem::is_directory("/dev/shm", ignored);
-    const std::string base = has_memory_disk ? "/dev/shm" : std::filesystem::temp_directory_path().string();
-    std::string path = base + "/kvn_fpga_fuzz.XXXXXX";
-    if (mkdtemp(path.data()) == nullptr)
-        broken("a folder to work in can be made");
-    return path + '/';
+    return std::filesystem::is_directory("/dev/shm", ignored) ? "/dev/shm"
+                                                              : std::filesystem::temp_directory_path();
 }
 
 class Folder
 {
 public:
-    Folder() : path_{make_folder()}
+    Folder()
     {
         write_file(path_ + "good.rbt", RbtFile{good_data()}.text());
         write_file(path_ + "good.mcb", McbFile{good_data()}.content());
@@ -38,17 +33,11 @@ public:
         write_file(path_ + "good.con", "\"a comment\ngood.rbt mwc4a 0 1\ngood.mcb mwc4a 0 0x02\n");
         std::filesystem::create_directory(path_ + "folder.rbt");
     }
-    ~Folder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
     [[nodiscard]] const std::string& path() const { return path_; }
 
 private:
-    std::string path_;
+    TemporaryFolder folder_{memory_disk()};
+    std::string path_ = folder_.path().string() + '/';
 };
 
 std::size_t open_descriptors()
@@ -59,12 +48,6 @@ std::size_t open_descriptors()
         if (fcntl(descriptor, F_GETFD) != -1)
             ++count;
     return count;
-}
-
-int start_folder()
-{
-    static const int descriptor = open(".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    return descriptor;
 }
 
 FILE* nowhere()
@@ -117,9 +100,6 @@ const Bytes& good_data()
 
 InWorkplace::InWorkplace() : stdout_before_{stdout}
 {
-    (void)start_folder();
-    if (chdir(workplace().c_str()) != 0)
-        broken("the folder to work in is there");
     stdout = nowhere();
     descriptors_before_ = open_descriptors();
 }
@@ -128,32 +108,18 @@ InWorkplace::~InWorkplace()
 {
     const std::size_t now = open_descriptors();
     stdout = stdout_before_;
-    if (fchdir(start_folder()) != 0)
-        broken("the folder where the process began is there");
     if (now != descriptors_before_)
         broken("no descriptor leaks, and none is closed twice");
 }
 
 void write_file(const std::string& name, std::string_view content)
 {
-    FILE* file = std::fopen(name.c_str(), "wb");
-    if (file == nullptr)
-        broken("the fuzz target can write its files");
-    (void)std::fwrite(content.data(), 1, content.size(), file);
-    (void)std::fclose(file);
+    write_whole_file(name, content);
 }
 
 std::string read_file(const std::string& name)
 {
-    std::string content;
-    FILE* file = std::fopen(name.c_str(), "rb");
-    if (file == nullptr)
-        return content;
-    char block[4096];
-    while (const std::size_t count = std::fread(block, 1, sizeof block, file))
-        content.append(block, count);
-    (void)std::fclose(file);
-    return content;
+    return read_whole_file(name);
 }
 
 void remove_file(const std::string& name)
@@ -214,11 +180,4 @@ Bytes expanded(const Bytes& pairs)
     for (std::size_t i = 0; i < pairs.size(); i += 2)
         data.insert(data.end(), pairs[i], pairs[i + 1]);
     return data;
-}
-
-CommandLine::CommandLine(std::vector<std::string> arguments) : texts_{std::move(arguments)}
-{
-    for (std::string& text : texts_)
-        pointers_.push_back(text.data());
-    pointers_.push_back(nullptr);
 }

@@ -5,13 +5,18 @@
 #include "choices.h"
 #include "kvn_fpga.h"
 #include "require.h"
+#include "support/bytes.h"
+#include "support/temporary_folder.h"
 
 #include <cstdio>
 #include <string>
 #include <string_view>
 #include <vector>
 
-/// While it lives, the process works in a folder of its own and its standard output leads nowhere. The folder
+/// The path of a folder of the process's own, with a slash behind it.
+const std::string& workplace();
+
+/// While it lives, the process works in that folder and its standard output leads nowhere. The folder
 /// holds good.rbt, good.mcb, good.bit and good.con, of one configuration, and a folder named folder.rbt.
 class InWorkplace
 {
@@ -22,12 +27,10 @@ public:
     InWorkplace& operator=(const InWorkplace&) = delete;
 
 private:
+    CurrentFolder folder_{workplace()};
     FILE* stdout_before_;
     std::size_t descriptors_before_;
 };
-
-/// The path of the folder, with a slash behind it.
-const std::string& workplace();
 
 /// What the good files configure, in transmission order.
 const Bytes& good_data();
@@ -57,16 +60,6 @@ void answer_simply(kvn_fpga& object);
 Bytes expanded(const Bytes& pairs);
 
 /// An argument vector for the library.
-class CommandLine
-{
-public:
-    explicit CommandLine(std::vector<std::string> arguments);
-    [[nodiscard]] int argc() const { return static_cast<int>(texts_.size()); }
-    char** argv() { return pointers_.data(); }
-
-private:
-    std::vector<std::string> texts_;
-    std::vector<char*> pointers_;
-};
+using CommandLine = Arguments;
 
 #endif

@@ -1,14 +1,14 @@
 // What the built library offers and what it asks for.
+#include "support/process.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <memory>
 #include <set>
 #include <sstream>
-#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace
@@ -21,32 +21,23 @@ constexpr bool is_sanitized = true;
 constexpr bool is_sanitized = false;
 #endif
 
-struct PipeCloser {
-    void operator()(FILE* pipe) const { pclose(pipe); }
-};
-
-/// The lines that a command prints.
-std::vector<std::string> lines_of(const std::string& command)
+/// The lines that a program of binutils prints of the library.
+std::vector<std::string> lines_of(const std::string& program, std::vector<std::string> options)
 {
-    const std::unique_ptr<FILE, PipeCloser> pipe{popen(command.c_str(), "r")};
-    if (!pipe)
-        throw std::runtime_error{command};
-    std::string text;
-    char part[4096];
-    while (std::fgets(part, sizeof part, pipe.get()) != nullptr)
-        text += part;
+    options.emplace_back(KVN_FPGA_LIBRARY);
+    std::istringstream text{run({program, std::move(options)}).output};
     std::vector<std::string> lines;
-    std::istringstream stream{text};
-    for (std::string line; std::getline(stream, line);)
+    for (std::string line; std::getline(text, line);)
         lines.push_back(line);
     return lines;
 }
 
-/// What stands behind a mark in those lines of a command's output that hold it, up to an end mark.
-std::set<std::string> found_in(const std::string& command, const std::string& mark, char end = '\n')
+/// What stands behind a mark in those lines of a program's output that hold it, up to an end mark.
+std::set<std::string> found_in(const std::string& program, const std::vector<std::string>& options,
+                               const std::string& mark, char end = '\n')
 {
     std::set<std::string> found;
-    for (const std::string& line : lines_of(command + " '" KVN_FPGA_LIBRARY "'")) {
+    for (const std::string& line : lines_of(program, options)) {
         const std::size_t start = line.find(mark);
         if (start != std::string::npos)
             found.insert(line.substr(start + mark.size(), line.find(end, start) - start - mark.size()));
@@ -58,7 +49,7 @@ TEST(LibraryFile, ExportsThePublicClassAndNothingElse)
 {
     std::set<std::string> exported;
     for (const char* kind : {" T ", " W ", " V ", " D ", " B ", " R ", " u ", " i "})
-        exported.merge(found_in(NM " -DC --defined-only", kind));
+        exported.merge(found_in(NM, {"-DC", "--defined-only"}, kind));
     if (is_sanitized)
         std::erase_if(exported, [](const std::string& name) { return name.starts_with("__odr_asan"); });
     EXPECT_THAT(exported, UnorderedElementsAre(
@@ -75,7 +66,7 @@ TEST(LibraryFile, ExportsThePublicClassAndNothingElse)
 
 TEST(LibraryFile, LeavesTheSixteenPlatformFunctionsToTheHost)
 {
-    std::set<std::string> undefined = found_in(NM " -D --undefined-only", " U ");
+    std::set<std::string> undefined = found_in(NM, {"-D", "--undefined-only"}, " U ");
     std::erase_if(undefined, [](const std::string& name) { return !name.starts_with("Mw"); });
     EXPECT_THAT(undefined,
                 UnorderedElementsAre(
@@ -91,19 +82,20 @@ TEST(LibraryFile, IsLinkedToTheLanguagesLibrariesAlone)
                                      "ld-linux-x86-64.so.2"};
     if (is_sanitized)
         allowed.insert({"libasan.so.8", "libubsan.so.1"});
-    const std::set<std::string> needed = found_in(READELF " -dW", "Shared library: [", ']');
+    const std::set<std::string> needed = found_in(READELF, {"-dW"}, "Shared library: [", ']');
     EXPECT_TRUE(needed.contains("libc.so.6"));
     EXPECT_THAT(needed, testing::IsSubsetOf(allowed));
 }
 
 TEST(LibraryFile, HasTheSonameOfItsMajorVersion)
 {
-    EXPECT_THAT(found_in(READELF " -dW", "Library soname: [", ']'), UnorderedElementsAre("libkvn_fpga.so.2"));
+    EXPECT_THAT(found_in(READELF, {"-dW"}, "Library soname: [", ']'),
+                UnorderedElementsAre("libkvn_fpga.so.2"));
     EXPECT_TRUE(std::string{KVN_FPGA_LIBRARY}.ends_with("/libkvn_fpga.so.2.7.0"));
 }
 
 TEST(LibraryFile, HasNoPathOfItsBuild)
 {
-    EXPECT_THAT(found_in(READELF " -dW", "PATH)"), testing::IsEmpty());
+    EXPECT_THAT(found_in(READELF, {"-dW"}, "PATH)"), testing::IsEmpty());
 }
 } // namespace

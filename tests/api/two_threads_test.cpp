@@ -3,51 +3,36 @@
 #include "devices.h"
 #include "kvn_fpga.h"
 #include "stream.h"
+#include "support/folder_test.h"
 #include "virtual_carrier.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <barrier>
 #include <cstring>
-#include <filesystem>
 #include <functional>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 namespace
 {
-class TwoThreads : public testing::Test
+class TwoThreads : public FolderTest
 {
 protected:
-    TwoThreads()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "kvn_threads_XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error{"no temporary folder"};
-        folder = name;
-        carrier.keep_journal(false);
-    }
-    ~TwoThreads() override
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
+    TwoThreads() { carrier.keep_journal(false); }
 
     /// Writes an example bitstream and puts a module for it into slot 1 of a board of its own.
     std::string prepare(std::uint16_t board, const std::string& device, const std::string& part)
     {
         carrier.board("mwc4a", board).slot(1, mwvirtual::fpga_module(4).device(device).accepts_compressed());
-        std::string file = (folder / (part + ".rbt")).string();
+        std::string file = path(part + ".rbt");
         streams.push_back(fpga::make_stream(*fpga::find_device(device)));
         fpga::write_rbt(file, streams.back(), {part, "virtex2"});
         return file;
     }
 
     mwvirtual::Carrier carrier;
-    std::filesystem::path folder;
     std::vector<std::vector<std::uint8_t>> streams;
 };
 

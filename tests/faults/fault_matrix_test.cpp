@@ -3,10 +3,11 @@
 // A good run is recorded; then each of its platform calls, file operations, transfers and allocations fails
 // once, in a run of its own. So an operation that is added to the library is covered from its first day.
 #include "documented_errors.h"
-#include "fault_points.h"
 #include "run_kinds.h"
 #include "support/bitstreams.h"
+#include "support/faults.h"
 #include "support/run_fixture.h"
+#include "support/seen_errors.h"
 
 #include <iostream>
 #include <numeric>
@@ -29,6 +30,34 @@ struct Account {
     std::vector<Point> points;
     int open_streams = 0;
     std::size_t sent_after_failure = 0; ///< calls other than MwClose and MwErr2Text
+};
+
+/// Notes in a recording that an error's text is written, and how long the log then was.
+class ErrorWatch
+{
+public:
+    ErrorWatch(Recording& recording, const std::vector<std::string>& log) : recording_{recording}, log_{log}
+    {
+        current = this;
+        error_format_listener = [](const char* /*format*/) { current->note(); };
+    }
+    ~ErrorWatch() { error_format_listener = nullptr; }
+    ErrorWatch(const ErrorWatch&) = delete;
+    ErrorWatch& operator=(const ErrorWatch&) = delete;
+
+    // A wrong bit count is recorded early, and the load goes on; what counts is the last text.
+    std::optional<std::size_t> failed_at;
+
+private:
+    void note()
+    {
+        recording_.note_description();
+        failed_at = log_.size();
+    }
+
+    inline static ErrorWatch* current = nullptr;
+    Recording& recording_;
+    const std::vector<std::string>& log_;
 };
 
 bool needs_no_result(const std::string& call)
@@ -132,15 +161,13 @@ protected:
         Account account;
         {
             Recording recording{depth};
-            std::optional<std::size_t> failed_at;
-            // A wrong bit count is recorded early, and the load goes on; what counts is the last text.
-            recording.on_failure([&] { failed_at = log().size(); });
+            const ErrorWatch watch{recording, log()};
             plan(recording);
             account.result = start();
             account.points = recording.points();
-            account.open_streams = recording.open_streams();
-            if (failed_at && account.result.number != 0)
-                for (std::size_t i = *failed_at; i < log().size(); ++i)
+            account.open_streams = open_faulty_streams();
+            if (watch.failed_at && account.result.number != 0)
+                for (std::size_t i = *watch.failed_at; i < log().size(); ++i)
                     if (log()[i].starts_with("* ") && !needs_no_result(log()[i].substr(2)))
                         ++account.sent_after_failure;
         }

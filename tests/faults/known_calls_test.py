@@ -2,7 +2,7 @@
 
     known_calls_test.py LIBRARY
 
-A call that is new is either wrapped in fault_points.cpp or, when it cannot fail, listed here.
+A call that is new is either wrapped in tests/support/faults.cpp or, when it cannot fail, listed here.
 """
 import re
 import subprocess
@@ -35,7 +35,7 @@ def main():
     unknown = sorted(call for call in plain
                      if call not in FAILING | CERTAIN | CONSOLE and not call.startswith("Mw") and not SUPPORT.match(call))
     for call in unknown:
-        print(f"{call}: make it fail in tests/faults, or list it as one that cannot")
+        print(f"{call}: make it fail in tests/support/faults.cpp, or list it as one that cannot")
     print(f"{len(plain)} functions and objects are called, {len(FAILING & plain)} of them can fail in the matrix")
     return 1 if unknown or not FAILING & plain else 0
 

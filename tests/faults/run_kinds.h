@@ -2,8 +2,8 @@
 #ifndef KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
 #define KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
 
-#include "fault_points.h"
 #include "support/bytes.h"
+#include "support/faults.h"
 
 #include <cstdint>
 #include <iosfwd>

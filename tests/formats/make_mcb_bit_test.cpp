@@ -1,9 +1,7 @@
 // BIT to MCB: the output byte for byte, the console, the probe behind the data, and every error.
-#include "output_files.h"
 #include "support/bitstreams.h"
 #include "support/faults.h"
 #include "support/run_fixture.h"
-#include "support/streams.h"
 
 #include <cstring>
 

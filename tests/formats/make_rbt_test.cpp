@@ -1,9 +1,7 @@
 // MCB to RBT: the output byte for byte, the console, and every error.
-#include "output_files.h"
 #include "support/bitstreams.h"
 #include "support/faults.h"
 #include "support/run_fixture.h"
-#include "support/streams.h"
 
 #include <cstring>
 #include <ostream>

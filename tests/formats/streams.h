@@ -2,8 +2,8 @@
 #ifndef KVN_FPGA_TESTS_FORMATS_STREAMS_H
 #define KVN_FPGA_TESTS_FORMATS_STREAMS_H
 
+#include "support/faults.h"
 #include "support/owned.h"
-#include "support/streams.h"
 
 #include <cstdint>
 #include <cstdio>

@@ -1,64 +1,27 @@
 // The program kvn_bitgen: files, refusals and their words.
-#include <gtest/gtest.h>
+#include "support/folder_test.h"
+#include "support/process.h"
 
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <array>
-#include <cstdio>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace
 {
 
-namespace fs = std::filesystem;
-
-struct Result {
-    int status;
-    std::string output;
-};
-
-class Bitgen : public testing::Test
+class Bitgen : public FolderTest
 {
 protected:
-    void SetUp() override
+    /// Runs the program in the test's folder; its errors stand in the output.
+    [[nodiscard]] Outcome run(std::vector<std::string> arguments) const
     {
-        std::string name = (fs::temp_directory_path() / "kvn_bitgen_XXXXXX").string();
-        ASSERT_NE(::mkdtemp(name.data()), nullptr);
-        folder_ = name;
+        return ::run({BITGEN, std::move(arguments), folder}, "", Output::with_errors);
     }
-    void TearDown() override { fs::remove_all(folder_); }
-
-    /// Runs the program in the test's folder.
-    [[nodiscard]] Result run(const std::string& arguments) const
-    {
-        std::FILE* pipe =
-            ::popen(("cd '" + folder_.string() + "' && '" BITGEN "' " + arguments + " 2>&1").c_str(), "r");
-        if (pipe == nullptr)
-            return {-1, ""};
-        std::string output;
-        std::array<char, 1024> line{};
-        while (std::fgets(line.data(), line.size(), pipe) != nullptr)
-            output += line.data();
-        const int status = ::pclose(pipe);
-        return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
-    }
-    [[nodiscard]] std::string content(const char* name) const
-    {
-        std::ifstream file{folder_ / name, std::ios::binary};
-        return {std::istreambuf_iterator<char>{file}, {}};
-    }
-
-private:
-    fs::path folder_;
 };
 
 TEST_F(Bitgen, WritesAnRbtFileOfTheDevicesSize)
 {
-    const Result result = run("XC2V40CS144-4 -o a.rbt");
+    const Outcome result = run({"XC2V40CS144-4", "-o", "a.rbt"});
     EXPECT_EQ(result.status, 0) << result.output;
     EXPECT_EQ(result.output, "");
     const std::string file = content("a.rbt");
@@ -70,45 +33,47 @@ TEST_F(Bitgen, WritesAnRbtFileOfTheDevicesSize)
 
 TEST_F(Bitgen, WritesABitFileAndRepeatsItself)
 {
-    EXPECT_EQ(run("2s15 -o a.bit --fill random --seed 9").status, 0);
-    EXPECT_EQ(run("2s15 -o b.bit --fill random --seed 9").status, 0);
+    EXPECT_EQ(run({"2s15", "-o", "a.bit", "--fill", "random", "--seed", "9"}).status, 0);
+    EXPECT_EQ(run({"2s15", "-o", "b.bit", "--fill", "random", "--seed", "9"}).status, 0);
     EXPECT_EQ(content("a.bit"), content("b.bit"));
-    EXPECT_EQ(run("2s15 -o b.bit --fill random --seed 10").status, 0);
+    EXPECT_EQ(run({"2s15", "-o", "b.bit", "--fill", "random", "--seed", "10"}).status, 0);
     EXPECT_NE(content("a.bit"), content("b.bit"));
 }
 
 TEST_F(Bitgen, DefectsChangeTheFile)
 {
-    EXPECT_EQ(run("2s15 -o good.bit").status, 0);
+    EXPECT_EQ(run({"2s15", "-o", "good.bit"}).status, 0);
     for (const char* defect : {"no-sync", "crc", "id", "short", "flipped-bit", "no-start", "title",
                                "missing-key", "stated-size", "trailing-bytes"}) {
-        EXPECT_EQ(run(std::string{"2s15 -o bad.bit --defect "} + defect).status, 0) << defect;
+        EXPECT_EQ(run({"2s15", "-o", "bad.bit", "--defect", defect}).status, 0) << defect;
         EXPECT_NE(content("bad.bit"), content("good.bit")) << defect;
     }
 }
 
 TEST_F(Bitgen, RefusalsSayWhy)
 {
-    const std::pair<const char*, const char*> refusals[] = {
-        {"2v41 -o a.rbt", "kvn_bitgen: unknown device 2v41 (kvn_bitgen --list names them)\n"},
-        {"2v40 -o a.mcb", "kvn_bitgen: the name of the output must end in .rbt or .bit\n"},
-        {"2v40", "kvn_bitgen: a device and --output are needed (see --help)\n"},
-        {"2v40 -o no/a.rbt", "kvn_bitgen: cannot create no/a.rbt\n"},
-        {"s10xl -o a.rbt",
+    const std::pair<std::vector<std::string>, const char*> refusals[] = {
+        {{"2v41", "-o", "a.rbt"}, "kvn_bitgen: unknown device 2v41 (kvn_bitgen --list names them)\n"},
+        {{"2v40", "-o", "a.mcb"}, "kvn_bitgen: the name of the output must end in .rbt or .bit\n"},
+        {{"2v40"}, "kvn_bitgen: a device and --output are needed (see --help)\n"},
+        {{"2v40", "-o", "no/a.rbt"}, "kvn_bitgen: cannot create no/a.rbt\n"},
+        {{"s10xl", "-o", "a.rbt"},
          "kvn_bitgen: the data are not a multiple of 32 bits long, so lines of 32 characters cannot hold them\n"},
-        {"s10 -o a.rbt --defect no-start", "kvn_bitgen: streams of this family hold no start-up command\n"},
-        {"2v40 -o a.bit --defect short-line", "kvn_bitgen: a BIT file cannot have this defect\n"}};
+        {{"s10", "-o", "a.rbt", "--defect", "no-start"},
+         "kvn_bitgen: streams of this family hold no start-up command\n"},
+        {{"2v40", "-o", "a.bit", "--defect", "short-line"},
+         "kvn_bitgen: a BIT file cannot have this defect\n"}};
     for (const auto& [arguments, words] : refusals) {
-        const Result result = run(arguments);
-        EXPECT_EQ(result.status, 1) << arguments;
+        const Outcome result = run(arguments);
+        EXPECT_EQ(result.status, 1) << words;
         EXPECT_EQ(result.output, words);
     }
-    EXPECT_NE(run("2v40 -o a.rbt --defect luck").status, 0);
+    EXPECT_NE(run({"2v40", "-o", "a.rbt", "--defect", "luck"}).status, 0);
 }
 
 TEST_F(Bitgen, ListsTheDevices)
 {
-    EXPECT_NE(run("--list").output.find("2v3000\tVirtex-2\t10494368\n"), std::string::npos);
+    EXPECT_NE(run({"--list"}).output.find("2v3000\tVirtex-2\t10494368\n"), std::string::npos);
 }
 
 } // namespace

@@ -1,16 +1,16 @@
 // Real bitstreams, in the folder that KVN_REAL_BITSTREAMS names: each starts its device, whole and as far as
 // it may be cut.
 #include "port_support.h"
+#include "support/files.h"
+#include "support/process.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
-#include <memory>
 
 namespace
 {
@@ -42,19 +42,11 @@ std::vector<fs::path> files(bool of_known_devices)
     return found;
 }
 
-struct PipeCloser {
-    void operator()(std::FILE* pipe) const noexcept { (void)::pclose(pipe); }
-};
-
 Bytes read(const fs::path& path)
 {
-    const std::string reader = path.extension() == ".xz" ? "xz -dc '" : "cat '";
-    const std::unique_ptr<std::FILE, PipeCloser> pipe{::popen((reader + path.string() + "'").c_str(), "r")};
-    Bytes content;
-    std::array<std::uint8_t, 65536> piece{};
-    while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), pipe.get()))
-        content.insert(content.end(), piece.begin(), piece.begin() + static_cast<std::ptrdiff_t>(count));
-    return content;
+    const std::string content =
+        path.extension() == ".xz" ? run({"xz", {"-dc", path.string()}}).output : read_whole_file(path);
+    return {content.begin(), content.end()};
 }
 
 // Data lines hold nothing but 0 and 1.

@@ -4,11 +4,10 @@
 #include "packets.h"
 #include "port_support.h"
 
+#include "support/folder_test.h"
+
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 
 namespace
@@ -96,31 +95,11 @@ TEST(RunCode, SplitsLongRuns)
     EXPECT_EQ(fpga::run_code(std::vector<std::uint8_t>{}), std::vector<std::uint8_t>{});
 }
 
-class BitstreamFiles : public testing::Test
+class BitstreamFiles : public FolderTest
 {
 protected:
-    void SetUp() override
-    {
-        const auto* test = testing::UnitTest::GetInstance()->current_test_info();
-        folder_ = std::filesystem::temp_directory_path() /
-                  ("kvn_" + std::string{test->name()} +
-                   std::to_string(std::hash<std::string>{}(testing::TempDir())));
-        std::filesystem::create_directories(folder_);
-    }
-    void TearDown() override { std::filesystem::remove_all(folder_); }
-
-    [[nodiscard]] std::string path(const char* name) const { return (folder_ / name).string(); }
-    [[nodiscard]] std::string content(const char* name) const
-    {
-        std::ifstream file{path(name), std::ios::binary};
-        return {std::istreambuf_iterator<char>{file}, {}};
-    }
-
     const std::vector<std::uint8_t> data{0xFF, 0xFF, 0xFF, 0xFF, 0xAA, 0x99, 0x55, 0x66};
     const fpga::FileLabels labels{"2v3000fg676", "virtex2"};
-
-private:
-    std::filesystem::path folder_;
 };
 
 const std::string rbt_header = "Xilinx ASCII Bitstream\n"

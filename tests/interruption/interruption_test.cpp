@@ -5,9 +5,7 @@
 #include "utility_fixture.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,54 +19,6 @@ void check(bool good, const char* what)
     if (!good)
         throw std::system_error(errno, std::generic_category(), what);
 }
-
-/// The utility, running.
-class Running
-{
-public:
-    explicit Running(const Command& command)
-    {
-        child_ = fork();
-        check(child_ != -1, "fork");
-        if (child_ != 0)
-            return;
-        // The child: only what is safe between fork and exec, and no output.
-        take_signals();
-        const int nowhere = open("/dev/null", O_RDWR);
-        dup2(nowhere, STDOUT_FILENO);
-        dup2(nowhere, STDERR_FILENO);
-        for (const auto& [name, value] : command.variables)
-            setenv(name.c_str(), value.c_str(), 1);
-        std::vector<char*> argv{const_cast<char*>(command.program.c_str())};
-        for (const std::string& argument : command.arguments)
-            argv.push_back(const_cast<char*>(argument.c_str()));
-        argv.push_back(nullptr);
-        if (chdir(command.folder.c_str()) == 0)
-            execv(command.program.c_str(), argv.data());
-        _exit(127);
-    }
-    ~Running()
-    {
-        if (child_ != -1)
-            stop(SIGKILL);
-    }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
-
-    /// Sends a signal. @return the signal that ended the program, or 0 when it ended by itself
-    int stop(int signal)
-    {
-        kill(child_, signal);
-        int status = 0;
-        while (waitpid(child_, &status, 0) == -1)
-            check(errno == EINTR, "waitpid");
-        child_ = -1;
-        return WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-    }
-
-private:
-    pid_t child_ = -1;
-};
 
 /// The writing end of a named pipe. Opening it waits for the reader.
 class Feed
@@ -110,7 +60,7 @@ protected:
         Running utility{kvn_fpga({"-f" + input, option, "-u"})};
         const Feed feed{path(input)};
         feed.write(part);
-        EXPECT_EQ(utility.stop(GetParam()), GetParam());
+        EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
         std::filesystem::remove(path(input));
     }
 
@@ -210,7 +160,7 @@ TEST_P(Interruption, BeforeTheFirstBlockLeavesAnEmptyFileInPlaceOfAnOlderOne)
     {
         const Feed feed{path("design.rbt")};
         feed.write(std::string_view{text}.substr(0, 120'000));
-        EXPECT_EQ(utility.stop(GetParam()), GetParam());
+        EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
     }
     EXPECT_TRUE(std::filesystem::exists(path("design.mcb")));
     EXPECT_EQ(content("design.mcb"), "");
@@ -229,7 +179,7 @@ TEST_P(Interruption, OfALoadSendsNothingFurtherAndTouchesNoFile)
     {
         const Feed feed{path("design.rbt")};
         feed.write(std::string_view{text}.substr(0, text.size() / 2));
-        EXPECT_EQ(utility.stop(GetParam()), GetParam());
+        EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
     }
     const std::vector<std::string> calls = lines("journal");
     ASSERT_FALSE(calls.empty());

@@ -27,19 +27,13 @@ std::vector<fs::path> real_files()
     return found;
 }
 
-std::string content_of(const fs::path& file)
-{
-    std::ifstream stream{file, std::ios::binary};
-    return {std::istreambuf_iterator<char>{stream}, {}};
-}
-
 using KvnRealFiles = KvnTest;
 
 TEST_F(KvnRealFiles, AreJudgedByFamilyAndFormat)
 {
     for (const fs::path& file : real_files()) {
         SCOPED_TRACE(file.filename().string());
-        if (content_of(file).find("\nConverted from ") != std::string::npos) {
+        if (read_whole_file(file).find("\nConverted from ") != std::string::npos) {
             EXPECT_EQ(kvn({"check", file.string()}).status, 1) << "its header is not as the tools write it";
             continue;
         }

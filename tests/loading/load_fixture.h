@@ -6,7 +6,6 @@
 #include "support/faults.h"
 #include "support/row_names.h"
 #include "support/run_fixture.h"
-#include "support/streams.h"
 
 #include <cstring>
 #include <ostream>
@@ -48,16 +47,6 @@ failed_calls(const std::vector<std::pair<std::string, std::vector<Failure>>>& lo
     }
     return rows;
 }
-
-/// For the duration of a scope no stream tells that it has ended: reads come short without a reason.
-class HiddenEnd
-{
-public:
-    HiddenEnd();
-    ~HiddenEnd();
-    HiddenEnd(const HiddenEnd&) = delete;
-    HiddenEnd& operator=(const HiddenEnd&) = delete;
-};
 
 class LoadFixture : public RunFixture
 {

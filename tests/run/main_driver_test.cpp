@@ -5,20 +5,9 @@
 
 #include <ostream>
 
-// The linker sends the driver's call of determine_bitstream_type here.
-namespace
-{
-bool selection_is_skipped = false;
-}
-
-extern "C" {
-int __real__ZN12kvn_fpga_imp24determine_bitstream_typeEv(kvn_fpga_imp* session);
-
-int __wrap__ZN12kvn_fpga_imp24determine_bitstream_typeEv(kvn_fpga_imp* session)
-{
-    return selection_is_skipped ? 0 : __real__ZN12kvn_fpga_imp24determine_bitstream_typeEv(session);
-}
-}
+// The driver with its steps, so that each can be taken without those before it. The library's own copy stays
+// out of this program.
+#include "run/main_driver.cpp" // NOLINT(bugprone-suspicious-include)
 
 namespace
 {
@@ -535,42 +524,32 @@ TEST_F(MainDriver, Error9054BeforeExpandOfABitFileGetsHere)
               Fails(9054, "Error 9054. Sorry, expanding a .bit file is not supported."));
 }
 
-/// A run whose file selection chose what the test says, however unlikely.
-class AfterSelection : public MainDriver
-{
-protected:
-    AfterSelection() { selection_is_skipped = true; }
-    ~AfterSelection() override { selection_is_skipped = false; }
-
-    Result drive() { return result(session.kvn_fpga_main()); }
-};
+/// What follows a file selection that chose what the test says, however unlikely.
+using AfterSelection = MainDriver;
 
 TEST_F(AfterSelection, Error9070WhenAnMcbFileIsToBeCompressed)
 {
-    session.make_mcb = 1;
     session.file_is_mcb = 1;
-    EXPECT_EQ(drive(), Fails(9070, "Error 9070: You cannot compress a compressed (.mcb) file."));
+    EXPECT_EQ(result(convert_to_mcb(session)),
+              Fails(9070, "Error 9070: You cannot compress a compressed (.mcb) file."));
 }
 
 TEST_F(AfterSelection, Error9071WhenNothingIsToBeCompressed)
 {
-    session.make_mcb = 1;
-    EXPECT_EQ(drive(), Fails(9071, "Error 9071: Internal error."));
+    EXPECT_EQ(result(convert_to_mcb(session)), Fails(9071, "Error 9071: Internal error."));
 }
 
 TEST_F(AfterSelection, Error9072WhenAnRbtFileIsToBeExpanded)
 {
-    session.make_rbt = 1;
     session.file_is_rbt = 1;
-    EXPECT_EQ(drive(), Fails(9072, "Error 9072: You cannot expand a .rbt file."));
+    EXPECT_EQ(result(convert_to_rbt(session)), Fails(9072, "Error 9072: You cannot expand a .rbt file."));
 }
 
 TEST_F(AfterSelection, Error9073WhenABitFileOrNothingIsToBeExpanded)
 {
-    session.make_rbt = 1;
-    EXPECT_EQ(drive(), Fails(9073, "Error 9073: Internal error."));
+    EXPECT_EQ(result(convert_to_rbt(session)), Fails(9073, "Error 9073: Internal error."));
     session.file_is_bit = 1;
-    EXPECT_EQ(drive(), Fails(9073, "Error 9073: Internal error."));
+    EXPECT_EQ(result(convert_to_rbt(session)), Fails(9073, "Error 9073: Internal error."));
 }
 
 TEST_F(AfterSelection, LoadsNothingWhenNoFileIsSelected)
@@ -582,7 +561,7 @@ TEST_F(AfterSelection, LoadsNothingWhenNoFileIsSelected)
     session.slot = 1;
     session.slot_address = 1;
     std::snprintf(session.board_type, sizeof session.board_type, "mwc4a");
-    EXPECT_EQ(drive(), Succeeds());
+    EXPECT_EQ(result(configure(session)), Succeeds());
     EXPECT_EQ(bus_transcript(), R"(
 OpenS "mwc4a" 0 "ksb"
 InitIoStatus

@@ -86,16 +86,6 @@ Bytes run_coded(const Bytes& data)
     return pairs;
 }
 
-void write_whole_file(const std::string& name, std::string_view content)
-{
-    FILE* file = std::fopen(name.c_str(), "wb");
-    if (file == nullptr)
-        throw std::runtime_error{"cannot write " + name};
-    const bool complete = std::fwrite(content.data(), 1, content.size(), file) == content.size();
-    if (std::fclose(file) != 0 || !complete)
-        throw std::runtime_error{"cannot write " + name};
-}
-
 RbtFile::RbtFile(std::size_t words) : RbtFile{sample_data(words * 4)} {}
 
 RbtFile::RbtFile(const Bytes& transmission)

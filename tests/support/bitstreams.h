@@ -3,6 +3,7 @@
 #define KVN_FPGA_TESTS_SUPPORT_BITSTREAMS_H
 
 #include "support/bytes.h"
+#include "support/files.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -23,9 +24,6 @@ Bytes reversed_bits(Bytes data);
 
 /// Pairs of a count and a value, as a compressed load and an MCB file hold them.
 Bytes run_coded(const Bytes& data);
-
-/// Writes a file with this content.
-void write_whole_file(const std::string& name, std::string_view content);
 
 /// An RBT file, line by line. Each line holds its line feed.
 struct RbtFile {

@@ -1,122 +1,540 @@
-// Makes the C library's file operations and allocation fail at a chosen call.
+// Makes operations on files, and allocations, fail.
 #include "support/faults.h"
+
+#include <stdio_ext.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
+#include <cstring>
+#include <memory>
 #include <new>
+#include <numeric>
+
+using namespace fault_points;
+
+// The linker sends every call of f to __wrap_f, and lets __real_f be the function itself.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker gives these names
+extern "C" {
+FILE* __real_fopen(const char* name, const char* mode);
+std::size_t __real_fread(void* data, std::size_t size, std::size_t items, FILE* stream);
+char* __real_fgets(char* line, int size, FILE* stream);
+std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t items, FILE* stream);
+int __real_setvbuf(FILE* stream, char* buffer, int mode, std::size_t size);
+long __real_ftell(FILE* stream);
+int __real_fclose(FILE* stream);
+}
 
 namespace
 {
-/// Counts calls, and down to the one that is to fail.
-class Countdown
+constexpr std::size_t UNLIMITED = SIZE_MAX;
+
+/// What stands behind a stream of our own: a file, bytes to read, or a text to write into.
+struct Backing {
+    std::string name;
+    FILE* file = nullptr;
+    std::string content;
+    std::string* taken = nullptr;
+    std::size_t readable = UNLIMITED;
+    std::size_t writable = UNLIMITED;
+    Fault refusal = Fault::none; ///< of whatever is asked for: error or end
+    FILE* stream = nullptr;
+
+    ssize_t read(char* data, std::size_t size)
+    {
+        if (file != nullptr)
+            return ::read(fileno(file), data, size);
+        size = content.copy(data, size);
+        content.erase(0, size);
+        return static_cast<ssize_t>(size);
+    }
+    ssize_t write(const char* data, std::size_t size)
+    {
+        if (taken != nullptr)
+            taken->append(data, size);
+        return file != nullptr ? ::write(fileno(file), data, size) : static_cast<ssize_t>(size);
+    }
+};
+
+constexpr unsigned kinds(std::initializer_list<Operation> operations)
+{
+    return std::accumulate(operations.begin(), operations.end(), 0U, [](unsigned all, Operation one) {
+        return all | 1U << static_cast<unsigned>(one);
+    });
+}
+
+/// One operation of some kinds that is to fail.
+struct Plan {
+    unsigned operations;
+    int left; ///< 1 for the next operation
+    Fault fault;
+    std::size_t most = 0; ///< items that are done in spite of it
+};
+
+struct State {
+    int scopes = 0;
+    int hidden_ends = 0;
+    std::vector<Plan> plans;
+    std::vector<const FileLimit*> limits;
+    Recording* recording = nullptr;
+    std::map<FILE*, Backing*> streams;
+};
+thread_local State state;
+
+Backing* backing_of(FILE* stream)
+{
+    const auto found = state.streams.find(stream);
+    return found == state.streams.end() ? nullptr : found->second;
+}
+
+void plan_fault(const Plan& plan)
+{
+    std::erase_if(state.plans, [&](const Plan& other) { return other.operations == plan.operations; });
+    state.plans.push_back(plan);
+}
+
+bool sets_end(Fault fault)
+{
+    return fault == Fault::end || fault == Fault::short_end || fault == Fault::odd_end;
+}
+
+/// An operation that is being made: counted, noted, and failing if that is planned.
+class Attempt
 {
 public:
-    void plan(int n) { left_ = n; }
-    void reset() { *this = {}; }
-    [[nodiscard]] int calls() const { return calls_; }
-    /// Whether the call that is being made is the one.
-    bool falls_due()
+    Attempt(Operation operation, const std::string& file, std::size_t asked)
     {
-        ++calls_;
-        return left_ > 0 && --left_ == 0;
+        for (Plan& plan : state.plans)
+            if ((plan.operations & kinds({operation})) != 0 && --plan.left == 0) {
+                fault_ = plan.fault;
+                most_ = plan.most;
+            }
+        Recording* const recording = state.recording;
+        const bool is_transfer = operation > Operation::description;
+        if (recording == nullptr || (is_transfer && recording->depth() != Depth::transfers))
+            return;
+        place_ = recording->note(operation, file, asked);
+        if (const Fault fault = recording->fault_at(place_); fault != Fault::none)
+            fault_ = fault;
+    }
+
+    [[nodiscard]] Fault fault() const { return fault_; }
+
+    [[nodiscard]] bool fails() const { return fault_ != Fault::none; }
+
+    /// How much of what would be done is done.
+    [[nodiscard]] std::size_t share(std::size_t whole) const
+    {
+        const std::size_t half = whole / 2;
+        switch (fault_) {
+        case Fault::none:
+            return whole;
+        case Fault::short_error:
+        case Fault::short_end:
+            return half;
+        case Fault::odd_error:
+        case Fault::odd_end:
+            return whole == 0 ? 0 : std::min(whole - 1, half ^ 1U);
+        case Fault::piecemeal:
+            return std::min<std::size_t>(whole, 1);
+        default:
+            return std::min(whole, most_);
+        }
+    }
+
+    void done(std::size_t bytes)
+    {
+        if (place_ != NOT_NOTED)
+            state.recording->points()[place_].done = bytes;
+    }
+    void done(std::size_t bytes, FILE* stream)
+    {
+        if (place_ == NOT_NOTED)
+            return;
+        done(bytes);
+        Point& point = state.recording->points()[place_];
+        point.total = state.recording->add_to_total(point);
+        point.error = std::ferror(stream) != 0;
+        point.end = std::feof(stream) != 0;
+    }
+    void refused(char character)
+    {
+        if (place_ != NOT_NOTED)
+            state.recording->points()[place_].refused = character;
     }
 
 private:
-    int left_ = 0;
-    int calls_ = 0;
+    static constexpr std::size_t NOT_NOTED = SIZE_MAX;
+    Fault fault_ = Fault::none;
+    std::size_t most_ = 0;
+    std::size_t place_ = NOT_NOTED;
 };
 
-struct Faults {
-    Countdown reads;
-    int read_indicator = 0;
-    Countdown writes;
-    std::size_t items_written = 0;
-    Countdown closes;
-    Countdown allocations;
-};
+// What a stream asks of the file behind it.
 
-thread_local Faults faults;
-
-// The indicators of a stream, which only reading can set otherwise.
-constexpr int END_OF_FILE = 0x0010;
-constexpr int ERROR = 0x0020;
-
-bool spoils_read(FILE* stream)
+ssize_t transfer_in(void* cookie, char* data, std::size_t size)
 {
-    if (!faults.reads.falls_due())
-        return false;
-    stream->_flags |= faults.read_indicator;
+    auto& backing = *static_cast<Backing*>(cookie);
     errno = EIO;
-    return true;
+    if (backing.refusal != Fault::none)
+        return sets_end(backing.refusal) ? 0 : -1;
+    Attempt attempt{Operation::transfer_in, backing.name, size};
+    if (attempt.fault() == Fault::error || backing.readable == 0)
+        return -1;
+    const ssize_t done = backing.read(data, std::min(attempt.share(size), backing.readable));
+    if (done <= 0)
+        return done;
+    attempt.done(static_cast<std::size_t>(done));
+    backing.readable -= static_cast<std::size_t>(done);
+    return done;
+}
+
+/// A result below the size is the sign of an error.
+ssize_t transfer_out(void* cookie, const char* data, std::size_t size)
+{
+    auto& backing = *static_cast<Backing*>(cookie);
+    errno = ENOSPC;
+    if (backing.refusal != Fault::none)
+        return 0;
+    Attempt attempt{Operation::transfer_out, backing.name, size};
+    const ssize_t done = backing.write(data, std::min(attempt.share(size), backing.writable));
+    if (done <= 0)
+        return 0;
+    attempt.done(static_cast<std::size_t>(done));
+    backing.writable -= static_cast<std::size_t>(done);
+    return done;
+}
+
+int seek(void* cookie, off64_t* position, int whence)
+{
+    *position = lseek(fileno(static_cast<Backing*>(cookie)->file), *position, whence);
+    return *position == -1 ? -1 : 0;
+}
+
+int transfer_end(void* cookie)
+{
+    const std::unique_ptr<Backing> backing{static_cast<Backing*>(cookie)};
+    state.streams.erase(backing->stream);
+    Attempt attempt{Operation::transfer_end, backing->name, 0};
+    const int result = backing->file == nullptr ? 0 : __real_fclose(backing->file);
+    attempt.done(1);
+    return attempt.fails() ? EOF : result;
+}
+
+FILE* stream_over(std::unique_ptr<Backing> backing, const char* mode)
+{
+    Backing& one = *backing;
+    const bool can_seek = one.file != nullptr;
+    one.stream = fopencookie(backing.release(), mode,
+                             {transfer_in, transfer_out, can_seek ? seek : nullptr, transfer_end});
+    state.streams[one.stream] = &one;
+    return one.stream;
+}
+
+/// Lets a stream find by itself that its file refuses to be read on. What it holds is dropped.
+void stop_reading(Backing& backing, Fault fault)
+{
+    std::clearerr(backing.stream);
+    __fpurge(backing.stream);
+    backing.refusal = fault;
+    (void)std::getc(backing.stream);
+    backing.refusal = Fault::none;
+}
+
+/// Lets a stream find by itself that its file takes no more.
+void stop_writing(Backing& backing)
+{
+    (void)std::fflush(backing.stream);
+    backing.refusal = Fault::error;
+    (void)std::putc('\0', backing.stream);
+    (void)std::fflush(backing.stream);
+    __fpurge(backing.stream);
+    backing.refusal = Fault::none;
+}
+
+bool allocation_fails(std::size_t size)
+{
+    if (state.scopes == 0)
+        return false;
+    Attempt attempt{Operation::allocation, "", size};
+    if (attempt.fails())
+        return true;
+    attempt.done(size);
+    return false;
 }
 } // namespace
 
+FILE* stream_failing_at(std::string content, std::size_t fail_at)
+{
+    auto backing = std::make_unique<Backing>();
+    if (fail_at < content.size())
+        backing->readable = fail_at;
+    backing->content = std::move(content);
+    return stream_over(std::move(backing), "rb");
+}
+
+FILE* stream_with_room(std::size_t room, std::string& taken)
+{
+    auto backing = std::make_unique<Backing>();
+    backing->writable = room;
+    backing->taken = &taken;
+    return stream_over(std::move(backing), "wb");
+}
+
+FaultScope::FaultScope()
+{
+    ++state.scopes;
+}
+
+FaultScope::~FaultScope()
+{
+    if (--state.scopes == 0)
+        no_faults();
+}
+
 void fail_read_at(int n)
 {
-    faults.reads.plan(n);
-    faults.read_indicator = ERROR;
+    plan_fault({kinds({Operation::read, Operation::line}), n, Fault::error});
 }
 
 void end_read_at(int n)
 {
-    faults.reads.plan(n);
-    faults.read_indicator = END_OF_FILE;
+    plan_fault({kinds({Operation::read, Operation::line}), n, Fault::end});
 }
 
 void fail_write_at(int n, std::size_t items_written)
 {
-    faults.writes.plan(n);
-    faults.items_written = items_written;
+    plan_fault({kinds({Operation::write}), n, Fault::error, items_written});
 }
 
 void fail_close_at(int n)
 {
-    faults.closes.plan(n);
+    plan_fault({kinds({Operation::close}), n, Fault::error});
 }
 
 void fail_allocation_at(int n)
 {
-    faults.allocations.plan(n);
+    plan_fault({kinds({Operation::allocation}), n, Fault::error});
 }
 
 void no_faults()
 {
-    faults = {};
+    state.plans.clear();
 }
 
-CallCounts counted_calls()
+FileLimit::FileLimit(Kind limited, std::size_t count, std::string file)
+    : kind{limited}, bytes{count}, name{std::move(file)}
 {
-    return {faults.reads.calls(), faults.writes.calls(), faults.closes.calls(), faults.allocations.calls()};
+    state.limits.push_back(this);
 }
 
-// The linker sends every call of f here as __wrap_f, and lets __real_f be the function itself.
+FileLimit::~FileLimit()
+{
+    std::erase(state.limits, this);
+}
+
+HiddenEnd::HiddenEnd()
+{
+    ++state.hidden_ends;
+}
+
+HiddenEnd::~HiddenEnd()
+{
+    --state.hidden_ends;
+}
+
+int open_faulty_streams()
+{
+    return static_cast<int>(state.streams.size());
+}
+
+namespace fault_points
+{
+std::vector<Fault> faults_of(Operation operation)
+{
+    using enum Fault;
+    switch (operation) {
+    case Operation::read:
+        return {error, end, short_error, short_end, odd_error, odd_end};
+    case Operation::line:
+        return {error, end};
+    case Operation::write:
+        return {error, short_error, odd_error};
+    case Operation::transfer_in:
+        return {error, end, piecemeal};
+    case Operation::transfer_out:
+        return {error, short_error, odd_error};
+    case Operation::description:
+        return {};
+    default:
+        return {error};
+    }
+}
+
+std::string described(Fault fault)
+{
+    constexpr const char* names[] = {"error",        "end",        "error after half",  "end after half",
+                                     "error at odd", "end at odd", "one byte at a time"};
+    return names[static_cast<std::size_t>(fault)];
+}
+
+std::string described(const Point& point)
+{
+    constexpr const char* names[] = {"fopen",        "fread",       "fgets",        "fwrite",
+                                     "setvbuf",      "ftell",       "fclose",       "new",
+                                     "error's text", "transfer in", "transfer out", "transfer end"};
+    return std::string{names[static_cast<std::size_t>(point.operation)]} + ' ' +
+           std::to_string(point.ordinal) + ' ' + point.file + " (asked " + std::to_string(point.asked) +
+           ", done " + std::to_string(point.done) + ')';
+}
+
+Recording::Recording(Depth depth) : depth_{depth}
+{
+    state.recording = this;
+}
+
+Recording::~Recording()
+{
+    state.recording = nullptr;
+}
+
+void Recording::plan(std::size_t place, Fault fault)
+{
+    place_ = place;
+    fault_ = fault;
+}
+
+std::size_t Recording::add_to_total(const Point& point)
+{
+    return totals_[{point.operation, point.file}] += point.done;
+}
+
+void Recording::note_description()
+{
+    points_[note(Operation::description, "", 0)].done = 1;
+}
+
+std::size_t Recording::note(Operation operation, const std::string& file, std::size_t asked)
+{
+    points_.push_back({operation, file, ++counts_[{operation, file}], asked, 0});
+    return points_.size() - 1;
+}
+} // namespace fault_points
+
 extern "C" {
-std::size_t __real_fread(void* data, std::size_t size, std::size_t items, FILE* stream);
-char* __real_fgets(char* line, int size, FILE* stream);
-std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t items, FILE* stream);
-int __real_fclose(FILE* stream);
-void* __real__ZnwmSt11align_val_tRKSt9nothrow_t(std::size_t size, std::align_val_t alignment,
-                                                const std::nothrow_t& tag);
-void* __real__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag);
+FILE* __wrap_fopen(const char* name, const char* mode)
+{
+    if (state.scopes == 0)
+        return __real_fopen(name, mode);
+    Attempt attempt{Operation::open, name, 0};
+    if (attempt.fails()) {
+        errno = EMFILE;
+        return nullptr;
+    }
+    FILE* const file = __real_fopen(name, mode);
+    if (file == nullptr)
+        return nullptr;
+    attempt.done(1);
+    auto backing = std::make_unique<Backing>();
+    backing->name = name;
+    backing->file = file;
+    bool gathers = true;
+    const bool reads = mode[0] == 'r';
+    for (const FileLimit* limit : state.limits) {
+        const bool is_of_this_kind = reads == (limit->kind == FileLimit::Kind::reading);
+        if (!is_of_this_kind || (!limit->name.empty() && limit->name != name))
+            continue;
+        (reads ? backing->readable : backing->writable) = limit->bytes;
+        backing->taken = &limit->taken;
+        gathers = limit->gathers;
+    }
+    FILE* const stream = stream_over(std::move(backing), mode);
+    if (!gathers)
+        __real_setvbuf(stream, nullptr, _IONBF, 0);
+    return stream;
+}
 
 std::size_t __wrap_fread(void* data, std::size_t size, std::size_t items, FILE* stream)
 {
-    return spoils_read(stream) ? 0 : __real_fread(data, size, items, stream);
+    Backing* const backing = backing_of(stream);
+    if (backing == nullptr)
+        return __real_fread(data, size, items, stream);
+    Attempt attempt{Operation::read, backing->name, size * items};
+    // What there is to read is known only when it has been read.
+    const std::size_t done = attempt.share(__real_fread(data, size, items, stream));
+    if (attempt.fails())
+        stop_reading(*backing, attempt.fault());
+    else if (state.hidden_ends > 0 && std::ferror(stream) == 0)
+        std::clearerr(stream);
+    attempt.done(done * size, stream);
+    return done;
 }
 
 char* __wrap_fgets(char* line, int size, FILE* stream)
 {
-    return spoils_read(stream) ? nullptr : __real_fgets(line, size, stream);
+    Backing* const backing = backing_of(stream);
+    if (backing == nullptr)
+        return __real_fgets(line, size, stream);
+    Attempt attempt{Operation::line, backing->name, static_cast<std::size_t>(size)};
+    char* result = nullptr;
+    if (attempt.fails())
+        stop_reading(*backing, attempt.fault());
+    else
+        result = __real_fgets(line, size, stream);
+    attempt.done(result == nullptr ? 0 : std::strlen(result), stream);
+    return result;
 }
 
 std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t items, FILE* stream)
 {
-    if (!faults.writes.falls_due())
+    Backing* const backing = backing_of(stream);
+    if (backing == nullptr)
         return __real_fwrite(data, size, items, stream);
-    errno = ENOSPC;
-    stream->_flags |= ERROR;
-    return __real_fwrite(data, size, std::min(items, faults.items_written), stream);
+    Attempt attempt{Operation::write, backing->name, size * items};
+    const std::size_t done = __real_fwrite(data, size, attempt.share(items), stream);
+    if (attempt.fails())
+        stop_writing(*backing);
+    attempt.done(done * size, stream);
+    if (done < items)
+        attempt.refused(static_cast<const char*>(data)[done * size]);
+    return done;
+}
+
+int __wrap_setvbuf(FILE* stream, char* buffer, int mode, std::size_t size)
+{
+    const Backing* const backing = backing_of(stream);
+    if (backing == nullptr)
+        return __real_setvbuf(stream, buffer, mode, size);
+    Attempt attempt{Operation::buffer, backing->name, 0};
+    if (attempt.fails())
+        return EOF;
+    attempt.done(1);
+    return __real_setvbuf(stream, buffer, mode, size);
+}
+
+long __wrap_ftell(FILE* stream)
+{
+    const Backing* const backing = backing_of(stream);
+    if (backing == nullptr)
+        return __real_ftell(stream);
+    Attempt attempt{Operation::position, backing->name, 0};
+    if (attempt.fails())
+        return -1;
+    attempt.done(1);
+    return __real_ftell(stream);
+}
+
+int __wrap_fclose(FILE* stream)
+{
+    const Backing* const backing = backing_of(stream);
+    if (backing == nullptr)
+        return __real_fclose(stream);
+    Attempt attempt{Operation::close, backing->name, 0};
+    int result = __real_fclose(stream);
+    if (attempt.fails())
+        result = EOF;
+    attempt.done(result == 0 ? 1 : 0);
+    return result;
 }
 
 // With -D_FORTIFY_SOURCE these take the place of the plain functions.
@@ -130,23 +548,25 @@ char* __wrap___fgets_chk(char* line, std::size_t /*room*/, int size, FILE* strea
 {
     return __wrap_fgets(line, size, stream);
 }
+}
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
-int __wrap_fclose(FILE* stream)
+// The allocations that the library makes without an exception: these take the place of the C++ library's.
+
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept
 {
-    const bool fails = faults.closes.falls_due();
-    const int result = __real_fclose(stream);
-    return fails ? EOF : result;
+    try {
+        return allocation_fails(size) ? nullptr : ::operator new[](size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }
 
-void* __wrap__ZnwmSt11align_val_tRKSt9nothrow_t(std::size_t size, std::align_val_t alignment,
-                                                const std::nothrow_t& tag)
+void* operator new(std::size_t size, std::align_val_t alignment, const std::nothrow_t& /*tag*/) noexcept
 {
-    return faults.allocations.falls_due() ? nullptr
-                                          : __real__ZnwmSt11align_val_tRKSt9nothrow_t(size, alignment, tag);
-}
-
-void* __wrap__ZnamRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag)
-{
-    return faults.allocations.falls_due() ? nullptr : __real__ZnamRKSt9nothrow_t(size, tag);
-}
+    try {
+        return allocation_fails(size) ? nullptr : ::operator new(size, alignment);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
 }

@@ -3,13 +3,11 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <iterator>
 #include <ostream>
 #include <stdexcept>
 
 #include <stdlib.h>
-#include <unistd.h>
 
 thread_local RunFixture* RunFixture::current_ = nullptr;
 
@@ -59,22 +57,6 @@ void EnvironmentVariable::unset()
     ::unsetenv(name_);
 }
 
-TemporaryFolder::TemporaryFolder() : before_{std::filesystem::current_path()}
-{
-    std::string path = std::filesystem::temp_directory_path() / "kvn_fpga_XXXXXX";
-    if (::mkdtemp(path.data()) == nullptr)
-        throw std::runtime_error{"no temporary folder"};
-    path_ = path;
-    std::filesystem::current_path(path_);
-}
-
-TemporaryFolder::~TemporaryFolder()
-{
-    std::error_code ignored;
-    std::filesystem::current_path(before_, ignored);
-    std::filesystem::remove_all(path_, ignored);
-}
-
 std::string printed(std::string_view text)
 {
     return "| " + escaped(text);
@@ -120,16 +102,13 @@ void RunFixture::TearDown()
 
 void RunFixture::write_file(const std::string& name, std::string_view content)
 {
-    std::ofstream file{name, std::ios::binary};
-    file.write(content.data(), static_cast<std::streamsize>(content.size()));
-    ASSERT_TRUE(file.good()) << name;
+    write_whole_file(name, content);
 }
 
 std::string RunFixture::read_file(const std::string& name)
 {
-    std::ifstream file{name, std::ios::binary};
-    EXPECT_TRUE(file.good()) << name;
-    return {std::istreambuf_iterator<char>{file}, {}};
+    EXPECT_TRUE(file_exists(name)) << name;
+    return read_whole_file(name);
 }
 
 bool RunFixture::file_exists(const std::string& name)

@@ -15,6 +15,8 @@
 #include "kvnfpgai.h"
 #include "support/bytes.h"
 #include "support/fake_platform.h"
+#include "support/files.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 
@@ -60,20 +62,6 @@ public:
 private:
     const char* name_;
     std::optional<std::string> before_;
-};
-
-/// A new folder as the current one; removed with all its files afterwards.
-class TemporaryFolder
-{
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-
-private:
-    std::filesystem::path before_;
-    std::filesystem::path path_;
 };
 
 /// The log's line for a text handed to the print function.
@@ -152,6 +140,7 @@ protected:
     EnvironmentVariable mwapiksb{"MWAPIKSB"};
     EnvironmentVariable mwapijtag{"MWAPIJTAG"};
     TemporaryFolder folder;
+    CurrentFolder in_folder{folder.path()};
     FakePlatform platform;
     kvn_fpga_imp session;
     std::deque<std::string> answers;

@@ -1,14 +1,14 @@
 // Every function of the host hands all its arguments to the provider and its result back.
 #include "mwapi.h"
+#include "support/files.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 
 namespace
@@ -19,32 +19,29 @@ class Forwarders : public testing::Test
 protected:
     static void SetUpTestSuite()
     {
-        std::string name = (std::filesystem::temp_directory_path() / "kvn_forwarders_XXXXXX").string();
-        ASSERT_NE(mkdtemp(name.data()), nullptr);
-        folder = name;
         setenv("KVN_MWAPI", TEST_PROVIDER, 1);
-        setenv("KVN_TEST_JOURNAL", (folder / "journal").c_str(), 1);
+        setenv("KVN_TEST_JOURNAL", journal().c_str(), 1);
     }
-    static void TearDownTestSuite() { std::filesystem::remove_all(folder); }
+    static std::filesystem::path journal()
+    {
+        static const TemporaryFolder folder;
+        return folder.path() / "journal";
+    }
 
     /// What a call leaves in the provider's journal.
     static std::string journal_of(const std::function<void()>& call)
     {
-        std::filesystem::remove(folder / "journal");
+        std::filesystem::remove(journal());
         call();
-        std::ifstream stream{folder / "journal"};
-        return {std::istreambuf_iterator<char>{stream}, {}};
+        return read_whole_file(journal());
     }
-
-    static std::filesystem::path folder;
 };
-std::filesystem::path Forwarders::folder;
 
 TEST_F(Forwarders, GiveArgumentsAndResultOfEveryFunction)
 {
     setenv("KVN_TEST_FAIL", "* 0x87654321", 1);
     const unsigned char data[] = {0xAB, 0xCD};
-    auto* unknown = reinterpret_cast<MW_HANDLE*>(&folder);
+    auto* unknown = reinterpret_cast<MW_HANDLE*>(this);
     MW_HANDLE* none = nullptr;
     std::uint32_t word = 21;
     std::uint16_t number = 0;

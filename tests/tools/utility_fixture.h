@@ -2,54 +2,18 @@
 #ifndef KVN_FPGA_TESTS_TOOLS_UTILITY_FIXTURE_H
 #define KVN_FPGA_TESTS_TOOLS_UTILITY_FIXTURE_H
 
-#include "process.h"
 #include "support/bitstreams.h"
+#include "support/folder_test.h"
+#include "support/process.h"
 
-#include <gtest/gtest.h>
-#include <stdlib.h>
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
-#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
-class UtilityTest : public testing::Test
+class UtilityTest : public FolderTest
 {
 protected:
-    UtilityTest()
-    {
-        std::string name = (std::filesystem::temp_directory_path() / "kvn_utility_XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error{"no temporary folder"};
-        folder = name;
-    }
-    ~UtilityTest() override
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
-
-    [[nodiscard]] std::string path(const std::string& file) const { return (folder / file).string(); }
-
-    [[nodiscard]] std::string content(const std::string& file) const
-    {
-        std::ifstream stream{path(file), std::ios::binary};
-        return {std::istreambuf_iterator<char>{stream}, {}};
-    }
-
-    [[nodiscard]] std::vector<std::string> lines(const std::string& file) const
-    {
-        std::vector<std::string> all;
-        std::ifstream stream{path(file)};
-        for (std::string line; std::getline(stream, line);)
-            all.push_back(line);
-        return all;
-    }
-
     /// KVN_FPGA with these arguments and the fixture's variables.
     [[nodiscard]] Command kvn_fpga(std::vector<std::string> arguments) const
     {
@@ -69,7 +33,6 @@ protected:
         RbtFile{words}.device("2v40cs144").write(path(name));
     }
 
-    std::filesystem::path folder;
     std::map<std::string, std::string> variables;
 };
 

@@ -149,7 +149,7 @@ TEST_F(UtilityRun, ShowsProgressOnATerminalWhileItLoads)
     terminal.expect("\r% Done: 62");
     // The platform holds the 400th piece until the pipe is opened, so the rest is still to come.
     EXPECT_TRUE(terminal.shown().ends_with("\r% Done: 62"));
-    std::ofstream{path("hold")};
+    write("hold", "");
     terminal.expect("\r% Done: 100\nThe bitstream has been downloaded.\nConfiguration was successful.\n");
     EXPECT_EQ(terminal.finish(), 0);
 }

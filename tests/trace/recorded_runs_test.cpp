@@ -1,6 +1,6 @@
-#include "../tools/process.h"
 #include "encoding.h"
 #include "recording.h"
+#include "support/process.h"
 #include "trace_support.h"
 
 #include <gmock/gmock.h>

@@ -19,12 +19,10 @@ protected:
     /// The trace's lines behind the first, without their times.
     [[nodiscard]] std::vector<std::string> lines() const
     {
-        std::vector<std::string> all;
-        std::ifstream stream{path("trace")};
-        std::string line;
-        std::getline(stream, line);
-        while (std::getline(stream, line))
-            all.push_back(line.substr(line.find("\"took\"")));
+        std::vector<std::string> all = FolderTest::lines("trace");
+        all.erase(all.begin());
+        for (std::string& line : all)
+            line.erase(0, line.find("\"took\""));
         return all;
     }
 };

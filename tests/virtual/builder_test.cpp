@@ -1,11 +1,11 @@
 // Racks built in code: the journal, the counting of calls, and what is exported.
 #include "bus_support.h"
+#include "support/process.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstdio>
-#include <memory>
+#include <sstream>
 #include <stdexcept>
 
 namespace
@@ -95,16 +95,9 @@ TEST(Builder, ASlotCanBeEmptied)
 // What other programs see of the shared library.
 TEST(Builder, TheLibraryExportsThePlatformFunctionsAndItsHeaderAlone)
 {
-    struct PipeCloser {
-        void operator()(std::FILE* pipe) const noexcept { (void)::pclose(pipe); }
-    };
-    const std::unique_ptr<std::FILE, PipeCloser> pipe{
-        ::popen("nm -DC --defined-only '" MWVIRTUAL_LIBRARY "'", "r")};
-    ASSERT_NE(pipe, nullptr);
-    std::array<char, 4096> line{};
+    std::istringstream symbols{run({"nm", {"-DC", "--defined-only", MWVIRTUAL_LIBRARY}}).output};
     unsigned functions = 0;
-    while (std::fgets(line.data(), line.size(), pipe.get()) != nullptr) {
-        const std::string text{line.data()};
+    for (std::string text; std::getline(symbols, text);) {
         const bool platform = text.find(" T Mw") != std::string::npos;
         const bool ours = text.find("mwvirtual::") != std::string::npos;
         functions += platform ? 1 : 0;

@@ -1,11 +1,10 @@
 // Loads: what reaches the FPGA, and the verdict that comes of it.
 #include "bus_support.h"
 
-#include <gtest/gtest.h>
+#include "support/files.h"
+#include "support/temporary_folder.h"
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <gtest/gtest.h>
 
 namespace
 {
@@ -220,16 +219,12 @@ TEST_F(Load, IdentificationLeavesTheFpgaRunning)
 
 TEST_F(Load, TheBytesAreKeptInAFile)
 {
-    const auto file = std::filesystem::temp_directory_path() /
-                      ("kvn_keep_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
-                       std::to_string(reinterpret_cast<std::uintptr_t>(this)));
+    const TemporaryFolder folder;
+    const std::filesystem::path file = folder.path() / "kept";
     carrier.board("mwc4a", 0)
         .slot(1, fpga_module(4).device("2v40cs144-4").accepts_compressed().keep(file.string()));
     ASSERT_EQ(status_of(bus.load(0, 1, COMPRESSED, fpga::run_code(virtex2))), 5);
-    std::ifstream kept{file, std::ios::binary};
-    const Bytes bytes{std::istreambuf_iterator<char>{kept}, {}};
-    EXPECT_EQ(bytes, virtex2);
-    std::filesystem::remove(file);
+    EXPECT_EQ(read_whole_file(file), std::string(virtex2.begin(), virtex2.end()));
 }
 
 TEST_F(Load, RunsExpandNoFurtherThanTheModuleKeeps)

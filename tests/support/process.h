@@ -1,27 +1,28 @@
-// Programs run as processes: to their end, or on a terminal of their own.
-#ifndef KVN_FPGA_TESTS_TOOLS_PROCESS_H
-#define KVN_FPGA_TESTS_TOOLS_PROCESS_H
+// Programs run as processes: to their end, until they are stopped, or on a terminal of their own.
+#ifndef KVN_FPGA_TESTS_SUPPORT_PROCESS_H
+#define KVN_FPGA_TESTS_SUPPORT_PROCESS_H
+
+#include <sys/types.h>
 
 #include <filesystem>
 #include <map>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <sys/types.h>
 #include <vector>
 
 /// What is run: a program with its arguments, a folder and the variables that matter to it.
 struct Command {
-    std::string program;
+    std::string program; ///< a path, or a name that PATH leads to
     std::vector<std::string> arguments;
-    std::filesystem::path folder;
+    std::filesystem::path folder = ".";
     /// Added to the environment, from which KVN_..., MWAPI... and MWVIRTUAL_... have been removed.
-    std::map<std::string, std::string> variables;
+    std::map<std::string, std::string> variables = {};
 };
 
 /// Where a program's standard output leads.
 enum class Output {
     kept,           ///< into the outcome
+    with_errors,    ///< into the outcome's output, and standard error with it
     closed,         ///< nowhere: the descriptor is closed, and that of standard input too
     full,           ///< to a device without space
     without_reader, ///< into a pipe that nobody reads
@@ -36,9 +37,21 @@ struct Outcome {
 /// Runs a program to its end. Its standard input holds the answers and then ends.
 Outcome run(const Command& command, std::string_view answers = "", Output output = Output::kept);
 
-/// For a child between fork and exec: takes signals as a program started by hand does, also when those who
-/// started the tests ignore or block some.
-void take_signals();
+/// A program that runs, without input and output, until it is stopped.
+class Running
+{
+public:
+    explicit Running(const Command& command);
+    ~Running();
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
+
+    /// Sends a signal and waits for the end. @return the exit status, or 128 and the signal that ended it
+    int stop(int signal);
+
+private:
+    pid_t child_ = -1;
+};
 
 /// A program on a terminal of its own, which shows output and errors and echoes nothing.
 class Terminal
@@ -49,7 +62,8 @@ public:
     Terminal(const Terminal&) = delete;
     Terminal& operator=(const Terminal&) = delete;
 
-    /// Reads until the text has been shown. A failure when the program ends, or stays silent, before.
+    /// Reads until the text has been shown.
+    /// @throws std::runtime_error when the program ends, or stays silent, before
     void expect(std::string_view text);
     void type(std::string_view keys);
     /// Reads to the end of the program. @return its exit status, or 128 and the signal

@@ -1,7 +1,10 @@
-#include "process.h"
+// Programs run as processes: to their end, until they are stopped, or on a terminal of their own.
+#include "support/process.h"
+
+#include "support/files.h"
+#include "support/temporary_folder.h"
 
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
 #include <spawn.h>
@@ -11,10 +14,9 @@
 
 #include <cerrno>
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -74,7 +76,8 @@ sigset_t stopping_signals()
     return signals;
 }
 
-/// The signals of a program that is started: as take_signals leaves them.
+/// A program that is started takes signals as one started by hand does, also when those who started the tests
+/// ignore or block some.
 class SignalSettings
 {
 public:
@@ -96,6 +99,18 @@ public:
 private:
     posix_spawnattr_t attributes_;
 };
+
+/// The same for a child between fork and exec.
+void take_signals()
+{
+    const sigset_t taken = stopping_signals();
+    for (int signal = 1; signal < NSIG; ++signal)
+        if (sigismember(&taken, signal) == 1)
+            std::signal(signal, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
 
 class FileActions
 {
@@ -120,40 +135,25 @@ private:
     posix_spawn_file_actions_t actions_;
 };
 
-/// A folder for the three streams, apart from the one that the program works in.
-class StreamFolder
-{
-public:
-    StreamFolder()
-    {
-        std::string name = (fs::temp_directory_path() / "kvn_streams_XXXXXX").string();
-        check(mkdtemp(name.data()) != nullptr, "mkdtemp");
-        path_ = name;
-    }
-    ~StreamFolder()
-    {
-        std::error_code ignored;
-        fs::remove_all(path_, ignored);
-    }
-    StreamFolder(const StreamFolder&) = delete;
-    StreamFolder& operator=(const StreamFolder&) = delete;
-    [[nodiscard]] fs::path file(const char* name) const { return path_ / name; }
-    [[nodiscard]] std::string content(const char* name) const
-    {
-        std::ifstream stream{file(name), std::ios::binary};
-        return {std::istreambuf_iterator<char>{stream}, {}};
-    }
-
-private:
-    fs::path path_;
-};
-
 int wait_for(pid_t child)
 {
     int status = 0;
     while (waitpid(child, &status, 0) == -1)
         check(errno == EINTR, "waitpid");
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+pid_t start(const Command& command, FileActions& actions)
+{
+    actions.change_folder(command.folder);
+    Image image{command};
+    pid_t child = -1;
+    const SignalSettings signals;
+    const int error = posix_spawnp(&child, command.program.c_str(), actions.get(), signals.get(),
+                                   image.argv(), image.envp());
+    if (error != 0)
+        throw std::system_error(error, std::generic_category(), command.program);
+    return child;
 }
 
 /// The writing end of a pipe without a reading one.
@@ -166,28 +166,23 @@ int open_pipe_without_reader()
 }
 } // namespace
 
-void take_signals()
-{
-    const sigset_t taken = stopping_signals();
-    for (int signal = 1; signal < NSIG; ++signal)
-        if (sigismember(&taken, signal) == 1)
-            std::signal(signal, SIG_DFL);
-    sigset_t none;
-    sigemptyset(&none);
-    sigprocmask(SIG_SETMASK, &none, nullptr);
-}
-
 Outcome run(const Command& command, std::string_view answers, Output output)
 {
-    const StreamFolder streams;
-    std::ofstream{streams.file("answers"), std::ios::binary} << answers;
+    // Apart from the folder that the program works in.
+    const TemporaryFolder streams;
+    const auto stream = [&](const char* name) { return streams.path() / name; };
+    write_whole_file(stream("answers"), answers);
     FileActions actions;
-    actions.open(STDIN_FILENO, streams.file("answers"), O_RDONLY);
-    actions.open(STDERR_FILENO, streams.file("errors"), O_WRONLY | O_CREAT);
+    actions.open(STDIN_FILENO, stream("answers"), O_RDONLY);
+    actions.open(STDERR_FILENO, stream("errors"), O_WRONLY | O_CREAT);
     int pipe_end = -1;
     switch (output) {
     case Output::kept:
-        actions.open(STDOUT_FILENO, streams.file("output"), O_WRONLY | O_CREAT);
+        actions.open(STDOUT_FILENO, stream("output"), O_WRONLY | O_CREAT);
+        break;
+    case Output::with_errors:
+        actions.open(STDOUT_FILENO, stream("output"), O_WRONLY | O_CREAT);
+        actions.copy(STDOUT_FILENO, STDERR_FILENO);
         break;
     case Output::closed:
         actions.close(STDIN_FILENO);
@@ -201,19 +196,32 @@ Outcome run(const Command& command, std::string_view answers, Output output)
         actions.copy(pipe_end, STDOUT_FILENO);
         break;
     }
-    actions.change_folder(command.folder);
-
-    Image image{command};
-    pid_t child = -1;
-    const SignalSettings signals;
-    const int error = posix_spawn(&child, command.program.c_str(), actions.get(), signals.get(), image.argv(),
-                                  image.envp());
+    const pid_t child = start(command, actions);
     if (pipe_end != -1)
         close(pipe_end);
-    if (error != 0)
-        throw std::system_error(error, std::generic_category(), command.program);
     const int status = wait_for(child);
-    return {status, streams.content("output"), streams.content("errors")};
+    return {status, read_whole_file(stream("output")), read_whole_file(stream("errors"))};
+}
+
+Running::Running(const Command& command)
+{
+    FileActions actions;
+    actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
+    actions.open(STDOUT_FILENO, "/dev/null", O_WRONLY);
+    actions.copy(STDOUT_FILENO, STDERR_FILENO);
+    child_ = start(command, actions);
+}
+
+Running::~Running()
+{
+    if (child_ != -1)
+        stop(SIGKILL);
+}
+
+int Running::stop(int signal)
+{
+    kill(child_, signal);
+    return wait_for(std::exchange(child_, -1));
 }
 
 Terminal::Terminal(const Command& command)
@@ -264,10 +272,8 @@ void Terminal::expect(std::string_view text)
             seen_ = found + text.size();
             return;
         }
-        if (!read_more()) {
-            ADD_FAILURE() << "not shown: " << text << "\nshown so far:\n" << shown_;
-            throw std::runtime_error("the terminal shows something else");
-        }
+        if (!read_more())
+            throw std::runtime_error("not shown: " + std::string{text} + "\nshown so far:\n" + shown_);
     }
 }
 

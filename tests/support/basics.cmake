@@ -1,0 +1,19 @@
+# What tests, fuzz targets and benchmarks share. None of it needs GoogleTest.
+include_guard(GLOBAL)
+
+# Bytes, bitstream files, folders.
+add_library(kvn_test_basics STATIC ${CMAKE_CURRENT_LIST_DIR}/bitstreams.cpp ${CMAKE_CURRENT_LIST_DIR}/bytes.cpp
+                                   ${CMAKE_CURRENT_LIST_DIR}/files.cpp ${CMAKE_CURRENT_LIST_DIR}/temporary_folder.cpp)
+target_include_directories(kvn_test_basics PUBLIC ${PROJECT_SOURCE_DIR}/tests)
+target_link_libraries(kvn_test_basics PRIVATE kvn_warnings)
+
+# Programs as processes.
+add_library(kvn_test_process STATIC ${CMAKE_CURRENT_LIST_DIR}/process.cpp)
+target_link_libraries(kvn_test_process PUBLIC kvn_test_basics PRIVATE kvn_warnings)
+
+# Faults of files and of allocation. Only a program that links this has its calls of the C library wrapped.
+add_library(kvn_test_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/faults.cpp)
+target_link_libraries(kvn_test_faults PUBLIC kvn_test_basics PRIVATE kvn_warnings)
+target_link_options(kvn_test_faults INTERFACE
+  LINKER:--wrap=fopen LINKER:--wrap=fread LINKER:--wrap=fgets LINKER:--wrap=fwrite LINKER:--wrap=setvbuf
+  LINKER:--wrap=ftell LINKER:--wrap=fclose LINKER:--wrap=__fread_chk LINKER:--wrap=__fgets_chk)
