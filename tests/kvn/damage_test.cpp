@@ -208,6 +208,14 @@ TEST_F(KvnDamage, WhatTheLibraryToleratesIsANote)
     EXPECT_THAT(outcome.output,
                 testing::HasSubstr("Note:           line 10600 has a character at place 32 that is "
                                    "neither 0 nor 1; the library takes it for 0\n"));
+    make("2v40cs144-4", "a.rbt");
+    text = content("a.rbt");
+    text[data_line(text, 8)] = 'x';
+    write("a.rbt", text);
+    EXPECT_THAT(
+        kvn({"check", "a.rbt"}).output,
+        testing::HasSubstr("Note:           line 8 has a character at place 1 that is neither 0 nor 1; "
+                           "the library takes it for 0\n"));
     make("2v40cs144-4", "a.mcb");
     std::string runs = content("a.mcb");
     const int beyond = 255 - static_cast<unsigned char>(runs[runs.size() - 2]);
@@ -219,6 +227,11 @@ TEST_F(KvnDamage, WhatTheLibraryToleratesIsANote)
         testing::HasSubstr("Note:           the last run goes " + std::to_string(beyond) +
                            " bytes beyond the 42372 bytes that the header states; a load sends them, a "
                            "conversion to RBT fails over them\n"));
+    make("2v40cs144-4", "a.mcb");
+    write("a.mcb", content("a.mcb") + "t");
+    EXPECT_THAT(
+        kvn({"check", "a.mcb"}).output,
+        testing::HasSubstr("Note:           1 bytes follow the last run; the library does not read them\n"));
     make("2v40cs144-4", "a.mcb");
     write("a.mcb", content("a.mcb") + "tail");
     EXPECT_EQ(kvn({"check", "a.mcb"}).status, 0);

@@ -88,6 +88,23 @@ TEST_F(KvnInfo, TellsTheFramesOfASerialFamily)
                                    "load and the last 4 of an MCB file, which this family needs\n"));
 }
 
+TEST_F(KvnInfo, TakesTheBytesBehindTheLastWholeWord)
+{
+    for (const auto& [device, bits] : {std::pair{"s10xl", 95752}, {"s05xl", 54544}, {"s20xl", 179160}}) {
+        make(device, "a.bit");
+        const nlohmann::json info = json({"info", "a.bit"});
+        EXPECT_EQ(info["found_bits"], bits) << device;
+        EXPECT_EQ(info["configuration"]["starts"], true) << device;
+        // The last byte is the only one that a run of this value ends in.
+        std::string file = content("a.bit");
+        file.back() = '\x0F';
+        write("a.bit", file);
+        EXPECT_EQ(json({"info", "a.bit"})["run_coded"]["bytes"].get<int>() - 2,
+                  info["run_coded"]["bytes"].get<int>())
+            << device;
+    }
+}
+
 TEST_F(KvnInfo, ComputesTheBusTime)
 {
     make("2v40cs144-4", "new.bit");
