@@ -367,6 +367,77 @@ TEST(LengthCountPort, NeedsAsManyBitsAsTheLengthCountTells)
     EXPECT_EQ(configure(device, std::span{stream}.first(stream.size() - 1)).outcome, Outcome::data_short);
 }
 
+/// The stream with bytes of fill in front.
+Bytes with_fill(const Bytes& stream, std::size_t bytes)
+{
+    Bytes filled(bytes, 0xFF);
+    filled.insert(filled.end(), stream.begin(), stream.end());
+    return filled;
+}
+
+Bytes with_length_count(Bytes stream, std::uint32_t count)
+{
+    const std::uint32_t placed = count << 4 | 0xF;
+    stream[1] = static_cast<std::uint8_t>(0x20U | placed >> 24);
+    for (std::size_t at = 2; at < 5; ++at)
+        stream[at] = static_cast<std::uint8_t>(placed >> 8 * (4 - at));
+    return stream;
+}
+
+// The frames of an XCS10 end 9 bits before the length count, those of an XCS10XL 14.
+TEST(LengthCountPort, FillInFrontMovesTheFramesBehindTheLengthCount)
+{
+    for (const char* name : {"s10", "s10xl"}) {
+        const Device& device = device_named(name);
+        const Bytes stream = fpga::make_stream(device);
+        EXPECT_EQ(configure(device, with_fill(stream, 1)).outcome, Outcome::done) << name;
+        for (const std::size_t fill : {2U, 3U, 100U}) {
+            Bytes moved = with_fill(stream, fill);
+            moved.insert(moved.end(), 64, 0xFF);
+            const fpga::PortReport report = configure(device, moved);
+            EXPECT_EQ(report.outcome, Outcome::data_short) << name << fill;
+            EXPECT_EQ(report.frames_written, device.frames());
+            EXPECT_EQ(report.reason, "the length count " + std::to_string(device.stream_bits() - 7) +
+                                         " was reached before all frames were loaded, so it starts nothing");
+        }
+    }
+}
+
+TEST(LengthCountPort, TheCountMatchesAgainWhenItHasGoneRound)
+{
+    constexpr std::size_t ROUND = std::size_t{1} << 24;
+    const Device& device = device_named("s05");
+    Bytes moved = with_fill(fpga::make_stream(device), 2);
+    moved.resize((53977 + ROUND) / 8, 0xFF);
+    EXPECT_EQ(configure(device, moved).outcome, Outcome::data_short);
+    moved.push_back(0xFF);
+    const fpga::PortReport report = configure(device, moved);
+    EXPECT_EQ(report.outcome, Outcome::done);
+    EXPECT_EQ(report.bits_to_done, 53977 + ROUND);
+}
+
+TEST(LengthCountPort, AnyLengthCountBetweenTheFramesAndTheEndStartsTheDevice)
+{
+    const Device& device = device_named("s10");
+    const Bytes stream = fpga::make_stream(device);
+    constexpr std::uint32_t FRAMES_END = 40 + 166 * 572;
+    EXPECT_EQ(configure(device, with_length_count(stream, 95001)).outcome, Outcome::done);
+    for (std::uint32_t count = FRAMES_END; count <= device.stream_bits(); ++count) {
+        const fpga::PortReport report = configure(device, with_length_count(stream, count));
+        EXPECT_EQ(report.outcome, Outcome::done) << count;
+        EXPECT_EQ(report.bits_to_done, count);
+        EXPECT_EQ(report.length_count, count);
+    }
+    for (const std::uint32_t count : {0U, 40U, FRAMES_END - 1, device.stream_bits() + 1}) {
+        const fpga::PortReport report = configure(device, with_length_count(stream, count));
+        EXPECT_EQ(report.outcome, Outcome::wrong_device) << count;
+        EXPECT_EQ(report.reason, "length count " + std::to_string(count) + " differs from 95001 of a s10");
+    }
+    Bytes longer = with_length_count(stream, device.stream_bits() + 1);
+    longer.push_back(0xFF);
+    EXPECT_EQ(configure(device, longer).outcome, Outcome::done) << "more clocks reach it";
+}
+
 TEST(LengthCountPort, ConstantCheckBitsAreTakenWhereTheStreamSaysSo)
 {
     const Device& device = device_named("s05");
