@@ -175,6 +175,31 @@ TEST_F(KvnCheck, PrintsItsJudgementAsJson)
                                              {"bus_bytes", 42374}}));
 }
 
+TEST_F(KvnCheck, LoadsThatAreNotTriedAreNullInJson)
+{
+    make("s10pc84-4", "a.bit");
+    const nlohmann::json compressed = json({"check", "a.bit", "--load", "compressed"});
+    EXPECT_EQ(compressed["check"]["plain"], nullptr);
+    EXPECT_EQ(compressed["check"]["compressed"]["starts"], true);
+    EXPECT_EQ(compressed["check"]["result"], "yes");
+    EXPECT_EQ(compressed["problems"][0]["fatal"], false) << "what stops a plain load alone is a note";
+    const nlohmann::json plain = json({"check", "a.bit", "--load", "plain"});
+    EXPECT_EQ(plain["check"]["plain"]["starts"], false);
+    EXPECT_EQ(plain["check"]["compressed"], nullptr);
+    EXPECT_EQ(plain["problems"][0]["fatal"], true);
+    const nlohmann::json untried = json({"check", "a.bit", "--device", "z80"})["check"];
+    EXPECT_EQ(untried["plain"], nullptr);
+    EXPECT_EQ(untried["compressed"], nullptr);
+}
+
+TEST_F(KvnCheck, ANoHasAProblem)
+{
+    make("2v40cs144-4", "a.bit");
+    const nlohmann::json other = json({"check", "a.bit", "--device", "3s500ecp132"});
+    EXPECT_EQ(other["check"]["result"], "no");
+    EXPECT_EQ(other["problems"][0]["what"], "no module carries a 3s500ecp132");
+}
+
 TEST_F(KvnCheck, LeavesNoTraceAndReadsNoRack)
 {
     make("2v40cs144-4", "a.bit");
