@@ -32,6 +32,13 @@ void LengthCountPort::clock(unsigned bit)
     ++bits_;
     ++position_;
     shifted_ = shifted_ << 1 | bit;
+    take_bit(bit);
+    if (part_ != Part::failed)
+        compare_count();
+}
+
+void LengthCountPort::take_bit(unsigned bit)
+{
     switch (part_) {
     case Part::preamble:
         return search_preamble(bit);
@@ -44,8 +51,29 @@ void LengthCountPort::clock(unsigned bit)
     case Part::postamble:
         return take_postamble(bit);
     default:
-        return start_when_counted();
+        return; // clocks of the start-up
     }
+}
+
+// The clocks are compared with the length count for equality: a match before all frames are in is lost, and
+// the next one comes when the counter has gone round.
+void LengthCountPort::compare_count()
+{
+    constexpr std::uint64_t COUNTER = 0xFFFFFF;
+    if (!length_count_known_ || (bits_ & COUNTER) != length_count_)
+        return;
+    if (!all_frames_are_in()) {
+        match_lost_ = true;
+        return;
+    }
+    bits_to_done_ = bits_;
+    part_ = Part::started;
+}
+
+std::uint32_t LengthCountPort::expected_length_count() const
+{
+    constexpr std::uint32_t CLOCKS_NOT_COUNTED = 7;
+    return device_.stream_bits() - CLOCKS_NOT_COUNTED;
 }
 
 // The fill is at least eight ones; the first zero behind it must begin the preamble 0010.
@@ -70,19 +98,14 @@ void LengthCountPort::search_preamble(unsigned bit)
     enter(Part::length_count);
 }
 
+// A device takes any length count; one that differs tells only afterwards why the device did not start.
 void LengthCountPort::take_length_count(unsigned /*bit*/)
 {
     constexpr unsigned LENGTH_COUNT_BITS = 24;
-    constexpr std::uint32_t CLOCKS_NOT_COUNTED = 7;
     if (position_ < LENGTH_COUNT_BITS)
         return;
     length_count_ = shifted_ & 0xFFFFFF;
     length_count_known_ = true;
-    const std::uint32_t expected = device_.stream_bits() - CLOCKS_NOT_COUNTED;
-    if (length_count_ != expected)
-        return fail(Outcome::wrong_device, "length count " + std::to_string(length_count_) +
-                                               " differs from " + std::to_string(expected) + " of a " +
-                                               std::string{device_.name});
     enter(Part::fill);
 }
 
@@ -147,14 +170,6 @@ void LengthCountPort::take_postamble(unsigned /*bit*/)
     enter(Part::clocks);
 }
 
-void LengthCountPort::start_when_counted()
-{
-    if (bits_ < length_count_)
-        return;
-    bits_to_done_ = bits_;
-    part_ = Part::started;
-}
-
 void LengthCountPort::enter(Part part)
 {
     part_ = part;
@@ -176,9 +191,30 @@ Outcome LengthCountPort::outcome() const
     case Part::started:
         return Outcome::done;
     case Part::failed:
-        return failure_;
+        return length_count_differs() ? Outcome::wrong_device : failure_;
     default:
-        return Outcome::data_short;
+        return length_count_differs() ? Outcome::wrong_device : Outcome::data_short;
+    }
+}
+
+std::string LengthCountPort::reason() const
+{
+    switch (outcome()) {
+    case Outcome::done:
+        return "DONE went high after " + std::to_string(bits_to_done_) + " bits";
+    case Outcome::no_sync:
+        return "no preamble in " + std::to_string(bytes_) + " bytes";
+    case Outcome::wrong_device:
+        return "length count " + std::to_string(length_count_) + " differs from " +
+               std::to_string(expected_length_count()) + " of a " + std::string{device_.name};
+    case Outcome::data_short:
+        if (match_lost_ && all_frames_are_in())
+            return "the length count " + std::to_string(length_count_) +
+                   " was reached before all frames were loaded, so it starts nothing";
+        return "the stream ends after " + std::to_string(bytes_) + " bytes, with " + std::to_string(frames_) +
+               " of " + std::to_string(device_.length_count_frames) + " frames loaded and no start-up";
+    default:
+        return reason_;
     }
 }
 
@@ -194,21 +230,7 @@ PortReport LengthCountPort::report() const
     report.frames_written = frames_;
     report.frames_expected = device_.length_count_frames;
     report.crc_checks_passed = frames_;
-    switch (report.outcome) {
-    case Outcome::done:
-        report.reason = "DONE went high after " + std::to_string(bits_to_done_) + " bits";
-        break;
-    case Outcome::no_sync:
-        report.reason = "no preamble in " + std::to_string(bytes_) + " bytes";
-        break;
-    case Outcome::data_short:
-        report.reason = "the stream ends after " + std::to_string(bytes_) + " bytes, with " +
-                        std::to_string(frames_) + " of " + std::to_string(device_.length_count_frames) +
-                        " frames loaded and no start-up";
-        break;
-    default:
-        report.reason = reason_;
-    }
+    report.reason = reason();
     return report;
 }
 

@@ -20,6 +20,7 @@ private:
     enum class Part { preamble, length_count, fill, frames, postamble, clocks, started, failed };
 
     void clock(unsigned bit);
+    void take_bit(unsigned bit);
     void search_preamble(unsigned bit);
     void take_length_count(unsigned bit);
     void take_fill(unsigned bit);
@@ -27,9 +28,16 @@ private:
     void check_first_frame(unsigned position, unsigned bit);
     void end_frame();
     void take_postamble(unsigned bit);
-    void start_when_counted();
+    void compare_count();
+    [[nodiscard]] bool all_frames_are_in() const { return frames_ == device_.length_count_frames; }
+    [[nodiscard]] std::uint32_t expected_length_count() const;
+    [[nodiscard]] bool length_count_differs() const
+    {
+        return length_count_known_ && length_count_ != expected_length_count();
+    }
     void enter(Part part);
     void fail(Outcome outcome, std::string reason);
+    [[nodiscard]] std::string reason() const;
 
     const Device& device_;
     Part part_ = Part::preamble;
@@ -41,6 +49,7 @@ private:
     std::optional<std::uint64_t> preamble_bit_;
     std::uint32_t length_count_ = 0;
     bool length_count_known_ = false;
+    bool match_lost_ = false; ///< the length count was reached before all frames were in
     FrameCheck check_;
     bool constant_check_ = false; ///< the frames end in 0110 instead of a CRC
     unsigned first_data_bit_ = 0;

@@ -9,10 +9,6 @@ namespace fpga
 namespace
 {
 
-constexpr std::array<const char*, REGISTER_COUNT> REGISTER_NAMES = {"CRC",  "FAR",  "FDRI", "FDRO", "CMD",
-                                                                    "CTL",  "MASK", "STAT", "LOUT", "COR",
-                                                                    "MFWR", "FLR",  "KEY",  "CBC",  "IDCODE"};
-
 [[gnu::format(printf, 1, 2)]] std::string text(const char* format, ...)
 {
     std::array<char, 256> buffer{};
@@ -79,6 +75,7 @@ PacketPort::PacketPort(const Device& device)
     : device_{device},
       architecture_{device.architecture()},
       frames_{device},
+      reader_{architecture_},
       crc_{architecture_ == Architecture::virtex2 ? 5U : 4U}
 {
 }
@@ -89,94 +86,47 @@ void PacketPort::take(std::span<const std::uint8_t> bytes)
         ++bytes_;
         if (settled())
             continue;
-        shift_ = shift_ << 8 | REVERSED[byte];
-        held_bits_ += 8;
-        if (!synchronised_) {
-            search_sync();
-        } else if (held_bits_ >= 32) {
-            held_bits_ -= 32;
-            execute(static_cast<std::uint32_t>(shift_ >> held_bits_));
-        }
+        if (const auto packet = reader_.take(byte))
+            obey(*packet);
     }
 }
 
-// The word may begin at any bit; its own first bit is a one, so bits never fed cannot complete it.
-void PacketPort::search_sync()
+void PacketPort::obey(const PacketWord& packet)
 {
-    for (unsigned behind = 8; behind-- > 0;) {
-        if (static_cast<std::uint32_t>(shift_ >> behind) != SYNC_WORD)
-            continue;
-        if (!ever_synchronised_)
-            sync_bit_ = bytes_ * 8 - behind - 32;
-        synchronised_ = true;
-        ever_synchronised_ = true;
-        held_bits_ = behind;
-        expecting_ = Expecting::header;
+    using Kind = PacketWord::Kind;
+    switch (packet.kind) {
+    case Kind::write:
+    case Kind::write_more:
+        return begin_write(packet);
+    case Kind::data:
+        ++tallies_[packet.address].words;
+        return write_register(packet.address, packet.word);
+    case Kind::automatic_crc:
+        (void)crc_matches(packet.word);
         return;
-    }
-    held_bits_ = 0;
-}
-
-void PacketPort::execute(std::uint32_t word)
-{
-    switch (expecting_) {
-    case Expecting::header:
-        read_header(word);
-        return;
-    case Expecting::data:
-        take_data(word);
-        return;
-    case Expecting::automatic_crc:
-        expecting_ = Expecting::header;
-        (void)crc_matches(word);
-        return;
-    }
-}
-
-void PacketPort::read_header(std::uint32_t word)
-{
-    constexpr unsigned NO_OPERATION = 0;
-    constexpr unsigned WRITE = 2;
-    const unsigned type = word >> 29;
-    const unsigned operation = word >> 27 & 0x3;
-    const bool type2_allowed = type2_may_follow_;
-    type2_may_follow_ = false;
-
-    if (word == 0 && !virtex2())
-        return;
-    if (type != 1 && type != 2)
-        return fail(Outcome::violation, text("%08X is no packet header", word));
-    if (operation == NO_OPERATION)
-        return;
-    if (operation != WRITE)
+    case Kind::no_header:
+        return fail(Outcome::violation, text("%08X is no packet header", packet.word));
+    case Kind::no_write:
         return fail(Outcome::violation,
-                    text("packet header %08X asks for a read or a reserved operation", word));
-    if (type == 2) {
-        if (!type2_allowed)
-            return fail(Outcome::violation,
-                        text("type 2 packet header %08X follows no empty type 1 packet", word));
-        return begin_write(address_, word & TYPE2_MAX_COUNT);
+                    text("packet header %08X asks for a read or a reserved operation", packet.word));
+    case Kind::stray_type2:
+        return fail(Outcome::violation,
+                    text("type 2 packet header %08X follows no empty type 1 packet", packet.word));
     }
+}
 
-    const unsigned address = word >> 13 & (virtex2() ? 0x1FU : 0xFU);
+void PacketPort::begin_write(const PacketWord& packet)
+{
+    const unsigned address = packet.address;
     const bool known = address < REGISTER_COUNT && address != REG_FDRO && address != REG_STAT;
     const bool of_virtex2_alone =
         address == REG_MFWR || address == REG_KEY || address == REG_CBC || address == REG_IDCODE;
     if (!known || (of_virtex2_alone && !virtex2()))
         return fail(Outcome::violation,
-                    text("packet header %08X writes to register %u, which a %s does not take", word, address,
-                         named(device_).c_str()));
-    type2_may_follow_ = (word & TYPE1_MAX_COUNT) == 0;
-    ++tallies_[address].packets;
-    begin_write(address, word & TYPE1_MAX_COUNT);
-}
-
-void PacketPort::begin_write(unsigned address, std::uint32_t count)
-{
-    address_ = address;
-    remaining_ = count;
-    if (count != 0)
-        expecting_ = Expecting::data;
+                    text("packet header %08X writes to register %u, which a %s does not take", packet.word,
+                         address, named(device_).c_str()));
+    if (packet.kind == PacketWord::Kind::write)
+        ++tallies_[address].packets;
     if (address == REG_FDRI && virtex2() && !idcode_)
         fail(Outcome::violation, "frame data come before a device ID");
     else if (address == REG_FDRI && !frame_size_)
@@ -187,22 +137,14 @@ void PacketPort::begin_write(unsigned address, std::uint32_t count)
         fail(Outcome::violation, "multiple frame writes are not modelled");
 }
 
-void PacketPort::take_data(std::uint32_t word)
+void PacketPort::write_register(unsigned address, std::uint32_t word)
 {
-    if (--remaining_ == 0)
-        expecting_ = address_ == REG_FDRI && virtex2() ? Expecting::automatic_crc : Expecting::header;
-    ++tallies_[address_].words;
-    write_register(word);
-}
-
-void PacketPort::write_register(std::uint32_t word)
-{
-    if (address_ == REG_CRC)
+    if (address == REG_CRC)
         return check_crc(word);
-    if (address_ != REG_LOUT)
-        crc_.feed(word, address_);
+    if (address != REG_LOUT)
+        crc_.feed(word, address);
 
-    switch (address_) {
+    switch (address) {
     case REG_FDRI:
         return take_frame_word();
     case REG_CMD:
@@ -244,12 +186,6 @@ void PacketPort::command(std::uint32_t code)
         return;
     case CMD_RCRC:
         crc_.clear();
-        return;
-    case CMD_DESYNCH:
-        if (virtex2()) {
-            synchronised_ = false;
-            shift_ &= (std::uint64_t{1} << held_bits_) - 1;
-        }
         return;
     default:
         return; // an unknown code has no effect; if it is a spoilt one, the CRC shows it
@@ -323,7 +259,7 @@ void PacketPort::start_up()
     if (!ghigh_released_)
         return fail(Outcome::violation, "start-up was requested without the last-frame command");
     started_ = true;
-    bits_to_done_ = bytes_ * 8 - held_bits_;
+    bits_to_done_ = reader_.bits_read();
 }
 
 void PacketPort::fail(Outcome outcome, std::string reason)
@@ -341,7 +277,7 @@ Outcome PacketPort::outcome() const
         return Outcome::done;
     if (failed_)
         return failure_;
-    return ever_synchronised_ ? Outcome::data_short : Outcome::no_sync;
+    return reader_.sync_bit() ? Outcome::data_short : Outcome::no_sync;
 }
 
 PortReport PacketPort::report() const
@@ -350,8 +286,7 @@ PortReport PacketPort::report() const
     report.outcome = outcome();
     report.bytes = bytes_;
     report.bits_to_done = bits_to_done_;
-    if (ever_synchronised_)
-        report.sync_bit = sync_bit_;
+    report.sync_bit = reader_.sync_bit();
     report.idcode = idcode_;
     report.frame_size = frame_size_;
     report.frames_written = frames_.written();

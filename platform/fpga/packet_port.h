@@ -4,6 +4,7 @@
 
 #include "bits.h"
 #include "configuration_port.h"
+#include "packet_reader.h"
 #include "packets.h"
 
 #include <array>
@@ -49,14 +50,9 @@ public:
     [[nodiscard]] Outcome outcome() const override;
 
 private:
-    enum class Expecting { header, data, automatic_crc };
-
-    void search_sync();
-    void execute(std::uint32_t word);
-    void read_header(std::uint32_t word);
-    void begin_write(unsigned address, std::uint32_t count);
-    void take_data(std::uint32_t word);
-    void write_register(std::uint32_t word);
+    void obey(const PacketWord& packet);
+    void begin_write(const PacketWord& packet);
+    void write_register(unsigned address, std::uint32_t word);
     void command(std::uint32_t code);
     void set_frame_length(std::uint32_t word);
     void check_idcode(std::uint32_t word);
@@ -71,20 +67,9 @@ private:
     const Device& device_;
     Architecture architecture_;
     FrameStore frames_;
+    PacketReader reader_;
     PacketCrc crc_;
-
-    std::uint64_t shift_ = 0; ///< bits not yet made into a word, in the low end
-    unsigned held_bits_ = 0;
     std::uint64_t bytes_ = 0;
-    bool synchronised_ = false;
-    bool ever_synchronised_ = false;
-    std::uint64_t sync_bit_ = 0;
-
-    Expecting expecting_ = Expecting::header;
-    unsigned address_ = 0;        ///< of the packet in hand
-    std::uint32_t remaining_ = 0; ///< its data words still to come
-    bool type2_may_follow_ = false;
-
     unsigned frame_words_ = 0; ///< words now in the frame register
     bool frame_pending_ = false;
     bool writing_frames_ = false;

@@ -2,6 +2,7 @@
 #ifndef KVN_FPGA_PACKETS_H
 #define KVN_FPGA_PACKETS_H
 
+#include <array>
 #include <cstdint>
 
 namespace fpga
@@ -31,6 +32,9 @@ enum Register : unsigned {
     REG_IDCODE = 14
 };
 inline constexpr unsigned REGISTER_COUNT = 15;
+inline constexpr std::array<const char*, REGISTER_COUNT> REGISTER_NAMES = {
+    "CRC",  "FAR", "FDRI", "FDRO", "CMD", "CTL", "MASK",  "STAT",
+    "LOUT", "COR", "MFWR", "FLR",  "KEY", "CBC", "IDCODE"};
 
 enum Command : std::uint32_t {
     CMD_NULL = 0,
@@ -44,6 +48,9 @@ enum Command : std::uint32_t {
     CMD_GRESTORE = 10,
     CMD_DESYNCH = 13
 };
+inline constexpr std::array<const char*, 14> COMMAND_NAMES = {
+    "NULL", "WCFG",   "MFWR",   "LFRM",     "RCFG",     "START",    "RCAP",
+    "RCRC", "AGHIGH", "SWITCH", "GRESTORE", "SHUTDOWN", "GCAPTURE", "DESYNCH"};
 
 inline constexpr std::uint32_t TYPE1_MAX_COUNT = 0x7FF;
 inline constexpr std::uint32_t TYPE2_MAX_COUNT = 0x07FFFFFF;

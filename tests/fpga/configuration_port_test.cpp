@@ -304,6 +304,44 @@ TEST(PacketPort, TheDesynchronisedStateIgnoresWordsUntilTheNextSynchronisation)
     EXPECT_EQ(words.given_to("2v40"), Outcome::violation);
 }
 
+/// The stream of a 2v40 with other commands behind its frames, and the CRC word that fits them.
+Bytes stream_ending_in(std::initializer_list<std::uint32_t> commands)
+{
+    const Device& device = device_named("2v40");
+    constexpr std::size_t TAIL_WORDS = 12 + 26 + 4; // six packets and words that do nothing
+    Bytes stream = fpga::make_stream(device);
+    stream.resize(stream.size() - 4 * TAIL_WORDS);
+    fpga::PacketCrc crc{5};
+    const auto put = [&stream](std::uint32_t word) {
+        for (int shift = 24; shift >= 0; shift -= 8)
+            stream.push_back(static_cast<std::uint8_t>(word >> shift));
+    };
+    for (const std::uint32_t command : commands) {
+        put(fpga::type1_write(fpga::REG_CMD, 1));
+        put(command);
+        crc.feed(command, fpga::REG_CMD);
+    }
+    put(fpga::type1_write(fpga::REG_CRC, 1));
+    put(crc.value());
+    return stream;
+}
+
+TEST(PacketPort, StartUpNeedsTheLastFrameCommandInForce)
+{
+    using namespace fpga;
+    const Device& device = device_named("2v40");
+    EXPECT_EQ(configure(device, stream_ending_in({CMD_LFRM, CMD_START})).outcome, Outcome::done);
+    for (const auto& commands : {std::initializer_list<std::uint32_t>{CMD_START},
+                                 {CMD_GRESTORE, CMD_START},
+                                 {CMD_LFRM, CMD_AGHIGH, CMD_START}}) {
+        const PortReport report = configure(device, stream_ending_in(commands));
+        EXPECT_EQ(report.outcome, Outcome::violation);
+        EXPECT_EQ(report.reason, "start-up was requested without the last-frame command");
+    }
+    EXPECT_EQ(configure(device, stream_ending_in({CMD_LFRM, CMD_AGHIGH, CMD_LFRM, CMD_START})).outcome,
+              Outcome::done);
+}
+
 TEST(PacketPort, ReportsWhatTheStreamWrote)
 {
     const Device& device = device_named("2v40");
@@ -329,6 +367,77 @@ TEST(LengthCountPort, NeedsAsManyBitsAsTheLengthCountTells)
     EXPECT_EQ(configure(device, std::span{stream}.first(stream.size() - 1)).outcome, Outcome::data_short);
 }
 
+/// The stream with bytes of fill in front.
+Bytes with_fill(const Bytes& stream, std::size_t bytes)
+{
+    Bytes filled(bytes, 0xFF);
+    filled.insert(filled.end(), stream.begin(), stream.end());
+    return filled;
+}
+
+Bytes with_length_count(Bytes stream, std::uint32_t count)
+{
+    const std::uint32_t placed = count << 4 | 0xF;
+    stream[1] = static_cast<std::uint8_t>(0x20U | placed >> 24);
+    for (std::size_t at = 2; at < 5; ++at)
+        stream[at] = static_cast<std::uint8_t>(placed >> 8 * (4 - at));
+    return stream;
+}
+
+// The frames of an XCS10 end 9 bits before the length count, those of an XCS10XL 14.
+TEST(LengthCountPort, FillInFrontMovesTheFramesBehindTheLengthCount)
+{
+    for (const char* name : {"s10", "s10xl"}) {
+        const Device& device = device_named(name);
+        const Bytes stream = fpga::make_stream(device);
+        EXPECT_EQ(configure(device, with_fill(stream, 1)).outcome, Outcome::done) << name;
+        for (const std::size_t fill : {2U, 3U, 100U}) {
+            Bytes moved = with_fill(stream, fill);
+            moved.insert(moved.end(), 64, 0xFF);
+            const fpga::PortReport report = configure(device, moved);
+            EXPECT_EQ(report.outcome, Outcome::data_short) << name << fill;
+            EXPECT_EQ(report.frames_written, device.frames());
+            EXPECT_EQ(report.reason, "the length count " + std::to_string(device.stream_bits() - 7) +
+                                         " was reached before all frames were loaded, so it starts nothing");
+        }
+    }
+}
+
+TEST(LengthCountPort, TheCountMatchesAgainWhenItHasGoneRound)
+{
+    constexpr std::size_t ROUND = std::size_t{1} << 24;
+    const Device& device = device_named("s05");
+    Bytes moved = with_fill(fpga::make_stream(device), 2);
+    moved.resize((53977 + ROUND) / 8, 0xFF);
+    EXPECT_EQ(configure(device, moved).outcome, Outcome::data_short);
+    moved.push_back(0xFF);
+    const fpga::PortReport report = configure(device, moved);
+    EXPECT_EQ(report.outcome, Outcome::done);
+    EXPECT_EQ(report.bits_to_done, 53977 + ROUND);
+}
+
+TEST(LengthCountPort, AnyLengthCountBetweenTheFramesAndTheEndStartsTheDevice)
+{
+    const Device& device = device_named("s10");
+    const Bytes stream = fpga::make_stream(device);
+    constexpr std::uint32_t FRAMES_END = 40 + 166 * 572;
+    EXPECT_EQ(configure(device, with_length_count(stream, 95001)).outcome, Outcome::done);
+    for (std::uint32_t count = FRAMES_END; count <= device.stream_bits(); ++count) {
+        const fpga::PortReport report = configure(device, with_length_count(stream, count));
+        EXPECT_EQ(report.outcome, Outcome::done) << count;
+        EXPECT_EQ(report.bits_to_done, count);
+        EXPECT_EQ(report.length_count, count);
+    }
+    for (const std::uint32_t count : {0U, 40U, FRAMES_END - 1, device.stream_bits() + 1}) {
+        const fpga::PortReport report = configure(device, with_length_count(stream, count));
+        EXPECT_EQ(report.outcome, Outcome::wrong_device) << count;
+        EXPECT_EQ(report.reason, "length count " + std::to_string(count) + " differs from 95001 of a s10");
+    }
+    Bytes longer = with_length_count(stream, device.stream_bits() + 1);
+    longer.push_back(0xFF);
+    EXPECT_EQ(configure(device, longer).outcome, Outcome::done) << "more clocks reach it";
+}
+
 TEST(LengthCountPort, ConstantCheckBitsAreTakenWhereTheStreamSaysSo)
 {
     const Device& device = device_named("s05");
@@ -346,6 +455,52 @@ TEST(LengthCountPort, ConstantCheckBitsAreTakenWhereTheStreamSaysSo)
         set(end - 1, false);
     }
     EXPECT_EQ(configure(device, stream).outcome, Outcome::done);
+}
+
+unsigned bit_of(const Bytes& stream, std::size_t at)
+{
+    return stream[at / 8] >> (7 - at % 8) & 1U;
+}
+
+/// The check register in front of the last check bits.
+fpga::FrameCheck check_up_to(const Bytes& stream, std::size_t end)
+{
+    constexpr std::size_t FIRST_FRAME = 40;
+    fpga::FrameCheck check;
+    check.feed(1);
+    check.feed(bit_of(stream, FIRST_FRAME + 1));
+    check.feed(bit_of(stream, FIRST_FRAME + 1));
+    for (std::size_t at = FIRST_FRAME + 3; at < end; ++at)
+        check.feed(bit_of(stream, at));
+    return check;
+}
+
+TEST(LengthCountPort, EachOfTheElevenLastCheckBitsCounts)
+{
+    constexpr unsigned CHECK_BITS = 11;
+    const Device& device = device_named("s05");
+    const Bytes good = fpga::make_stream(device, {Fill::random, 4, Defect::none});
+    const std::size_t end = 40 + std::size_t{126} * 428;
+    const fpga::FrameCheck before = check_up_to(good, end - CHECK_BITS);
+    unsigned tried = 0;
+    for (unsigned bits = 0; bits < 1U << CHECK_BITS; ++bits) {
+        fpga::FrameCheck check = before;
+        for (unsigned place = CHECK_BITS; place-- > 0;)
+            check.feed(bits >> place & 1U);
+        const unsigned rest = check.low(CHECK_BITS);
+        if ((rest & (rest - 1)) != 0)
+            continue; // one bit alone, or none, is left of the register
+        Bytes stream = good;
+        for (unsigned place = 0; place < CHECK_BITS; ++place) {
+            const std::size_t at = end - 1 - place;
+            const auto mask = static_cast<std::uint8_t>(0x80U >> at % 8);
+            stream[at / 8] = static_cast<std::uint8_t>((bits >> place & 1U) != 0 ? stream[at / 8] | mask
+                                                                                 : stream[at / 8] & ~mask);
+        }
+        EXPECT_EQ(configure(device, stream).outcome, rest == 0 ? Outcome::done : Outcome::crc_error) << rest;
+        ++tried;
+    }
+    EXPECT_EQ(tried, CHECK_BITS + 1);
 }
 
 TEST(LengthCountPort, ASpoiltPostambleIsAViolation)

@@ -183,4 +183,15 @@ TEST_F(BitstreamFiles, AFolderThatIsNotThereIsReported)
     EXPECT_THROW(fpga::write_bit(path("no/such/a.bit"), data, labels), std::runtime_error);
 }
 
+// What is small enough for the stream's buffer is written when the file is closed.
+TEST_F(BitstreamFiles, ADiskThatIsFullIsNoticedWhenTheFileIsClosed)
+{
+    try {
+        fpga::write_bit("/dev/full", data, labels);
+        FAIL() << "nothing was reported";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "cannot write /dev/full");
+    }
+}
+
 } // namespace

@@ -143,6 +143,20 @@ TEST_F(KvnCheck, WhatIsNotKnownCannotBeJudged)
     EXPECT_EQ(kvn({"check", "nothing.bit"}).status, 2);
 }
 
+TEST_F(KvnCheck, ShowsControlCharactersAsEscapes)
+{
+    const std::string name = "\x1B[2J.bit";
+    make("2v40cs144-4", name);
+    const std::string output = kvn({"check", name, "--device", "2v80\x07-4"}).output;
+    EXPECT_THAT(output, testing::HasSubstr("File:           \\x1B[2J.bit\n"));
+    EXPECT_THAT(output, testing::HasSubstr("Plain:          Error 9336. Bitstream \\x1B[2J.bit is not for a "
+                                           "2v80\\x07-4 device."));
+    EXPECT_THAT(output,
+                testing::HasSubstr("Result:         no, a module with a 2v80\\x07-4 would not start\n"));
+    EXPECT_EQ(output.find('\x1B'), std::string::npos);
+    EXPECT_EQ(output.find('\x07'), std::string::npos);
+}
+
 TEST_F(KvnCheck, PrintsItsJudgementAsJson)
 {
     make("2v40cs144-4", "a.bit", "crc");
@@ -159,6 +173,31 @@ TEST_F(KvnCheck, PrintsItsJudgementAsJson)
                                              {"error", ""},
                                              {"module", "DONE went high after 338784 bits"},
                                              {"bus_bytes", 42374}}));
+}
+
+TEST_F(KvnCheck, LoadsThatAreNotTriedAreNullInJson)
+{
+    make("s10pc84-4", "a.bit");
+    const nlohmann::json compressed = json({"check", "a.bit", "--load", "compressed"});
+    EXPECT_EQ(compressed["check"]["plain"], nullptr);
+    EXPECT_EQ(compressed["check"]["compressed"]["starts"], true);
+    EXPECT_EQ(compressed["check"]["result"], "yes");
+    EXPECT_EQ(compressed["problems"][0]["fatal"], false) << "what stops a plain load alone is a note";
+    const nlohmann::json plain = json({"check", "a.bit", "--load", "plain"});
+    EXPECT_EQ(plain["check"]["plain"]["starts"], false);
+    EXPECT_EQ(plain["check"]["compressed"], nullptr);
+    EXPECT_EQ(plain["problems"][0]["fatal"], true);
+    const nlohmann::json untried = json({"check", "a.bit", "--device", "z80"})["check"];
+    EXPECT_EQ(untried["plain"], nullptr);
+    EXPECT_EQ(untried["compressed"], nullptr);
+}
+
+TEST_F(KvnCheck, ANoHasAProblem)
+{
+    make("2v40cs144-4", "a.bit");
+    const nlohmann::json other = json({"check", "a.bit", "--device", "3s500ecp132"});
+    EXPECT_EQ(other["check"]["result"], "no");
+    EXPECT_EQ(other["problems"][0]["what"], "no module carries a 3s500ecp132");
 }
 
 TEST_F(KvnCheck, LeavesNoTraceAndReadsNoRack)

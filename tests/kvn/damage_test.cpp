@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <functional>
 #include <random>
 #include <sstream>
@@ -56,8 +57,12 @@ const std::vector<Damage>& damages()
          "line 8 has 51 characters, not 32", AGAIN},
         {"CutLine", "a.rbt", [](std::string& text) { text.resize(data_line(text, 20) + 5); },
          "line 20 has 5 characters, not 32", AGAIN},
-        {"EmptyLastLine", "a.rbt", [](std::string& text) { text += '\n'; },
-         "line 10601 has 0 characters, not 32", AGAIN},
+        {"EmptyLastLine", "a.rbt", [](std::string& text) { text += '\n'; }, "line 10601, the last, is empty",
+         "delete it"},
+        {"EmptyLastLines", "a.rbt", [](std::string& text) { text += "\n\n\n"; },
+         "the last 3 lines, from line 10601 on, are empty", "delete them"},
+        {"NoLastLineFeed", "a.rbt", [](std::string& text) { text.pop_back(); },
+         "the last line, 10600, has no line feed", "add a line feed at the end of the file"},
         {"CutBetweenLines", "a.rbt", [](std::string& text) { text.resize(data_line(text, 20)); },
          "the header states 338976 bits, the data lines hold 384", AGAIN},
         {"OtherStatedBits", "a.rbt", [](std::string& text) { replace(text, "338976", "338944"); },
@@ -70,8 +75,18 @@ const std::vector<Damage>& damages()
              replace(text, "Design name:", "Bits:");
          },
          "the number of bits stands in line 3, not in line 6 or 7: the header is not as the Xilinx tools write it",
+         "make the file again with the Xilinx tools, or write the header as docs/formats/rbt.md shows"},
+        {"PartTooEarly", "a.rbt",
+         [](std::string& text) {
+             replace(text, "Part:        \t2v40cs144", "Type:        \tfull");
+             replace(text, "Architecture:\tvirtex2", "Part:\t2v40cs144");
+         },
+         "the part stands in line 4, not in line 5: the header is not as the Xilinx tools write it",
          "make the file again with the Xilinx tools"},
         {"Mask", "a.rbt", [](std::string& text) { replace(text, "Date:", "Type:        \tmask\nDate:"); },
+         "the file is a mask for reading back, no bitstream", "give the bitstream file"},
+        {"MaskWithBits", "a.rbt",
+         [](std::string& text) { replace(text, "Date:        \tFri Feb 17 12:00:00 2006", "Type:\tmask"); },
          "the file is a mask for reading back, no bitstream", "give the bitstream file"},
         {"CutHeader", "a.rbt", [](std::string& text) { text.resize(text.find("Part:")); },
          "the file ends inside its header, behind line 4", AGAIN},
@@ -98,6 +113,9 @@ const std::vector<Damage>& damages()
         {"TrailingBytes", "a.bit", [](std::string& text) { text += "some"; },
          "4 bytes follow the stated configuration; a plain load fails over them, a compressed one over 1024 or more",
          "cut the file behind byte 42444, or make it again"},
+        {"NoNumberOfBits", "a.bit", [](std::string& text) { text[text.find("12:00:00") + 10] ^= 0x10; },
+         "the header states 268477828 bytes of configuration, which are no number of bits in the library's 32",
+         AGAIN},
         {"FlippedBit", "a.bit", [](std::string& text) { text[text.size() - 20000] ^= 0x10; },
          "a 2v40 would not start: CRC word ", AGAIN},
 
@@ -120,6 +138,14 @@ const std::vector<Damage>& damages()
 class KvnDamage : public KvnTest
 {
 protected:
+    /// Whether the result is yes exactly when no problem says no.
+    static bool agrees(const nlohmann::json& check)
+    {
+        const bool has_problem = std::ranges::any_of(
+            check["problems"], [](const nlohmann::json& problem) { return problem["fatal"] == true; });
+        return (check["check"]["result"] == "no") == has_problem;
+    }
+
     [[nodiscard]] std::vector<std::string> lines(const std::vector<std::string>& arguments) const
     {
         std::vector<std::string> all;
@@ -149,6 +175,8 @@ TEST_F(KvnDamage, IsDiagnosedWithWhatToDo)
         EXPECT_EQ(problem["what"], found[1].substr(16));
         EXPECT_EQ(problem["remedy"], each.remedy);
         EXPECT_EQ(problem["fatal"], true);
+        for (const char* load : {"plain", "compressed"})
+            EXPECT_TRUE(agrees(json({"check", each.file, "--load", load}))) << load;
     }
 }
 
@@ -193,8 +221,95 @@ TEST_F(KvnDamage, FilesUnderTheNameOfAnotherFormatAreFound)
     }
     write("c.txt", "hello\n");
     EXPECT_THAT(kvn({"check", "c.txt"}).output,
-                testing::HasSubstr("Problem:        this is no RBT, BIT or MCB file\n"));
+                testing::HasSubstr("Problem:        the file is text, no RBT, BIT or MCB file\n"));
     EXPECT_EQ(kvn({"check", "c.txt"}).status, 1);
+    write("c.dat", std::string{"\1\2\3\4"});
+    EXPECT_THAT(kvn({"check", "c.dat"}).output,
+                testing::HasSubstr("Problem:        this is no RBT, BIT or MCB file\n"));
+}
+
+TEST_F(KvnDamage, WhatIsNoBitstreamAtAllIsNamed)
+{
+    struct Content {
+        std::string bytes;
+        std::string what;
+        std::string remedy;
+    };
+    using namespace std::string_literals;
+    const Content contents[] = {
+        {"\x1F\x8B\x08\0\0"s, "compressed by gzip", "unpack it (gunzip) and give what was in it"},
+        {"\xFD"
+         "7zXZ\0\0"s,
+         "compressed by xz", "unpack it (unxz) and give what was in it"},
+        {"\x28\xB5\x2F\xFD\x01"s, "compressed by zstd", "unpack it (unzstd) and give what was in it"},
+        {"BZh91AY"s, "compressed by bzip2", "unpack it (bunzip2) and give what was in it"},
+        {"PK\x03\x04\x14"s, "a zip archive", "unpack it (unzip) and give what was in it"},
+        {std::string(40000, '\0'), "nothing but zero bytes",
+         "make the file again: whatever wrote it did not finish"},
+        {"Fr\xC3\xBChst\xC3\xBC"
+         "ck\r\n\tat 7\n"s,
+         "text", "give a bitstream file"},
+    };
+    for (const Content& each : contents) {
+        for (const char* file : {"a.bit", "a.mcb", "a.rbt", "a.gz"}) {
+            if (each.what == "text" && std::string_view{file} == "a.rbt")
+                continue;
+            SCOPED_TRACE(each.what + " as " + file);
+            write(file, each.bytes);
+            const nlohmann::json check = json({"check", file, "--device", "2v40cs144-4"});
+            EXPECT_EQ(check["format"], "unknown");
+            EXPECT_EQ(
+                check["problems"],
+                nlohmann::json::array({{{"what", "the file is " + each.what + ", no RBT, BIT or MCB file"},
+                                        {"remedy", each.remedy},
+                                        {"fatal", true}}}));
+            EXPECT_EQ(check["check"]["result"], "no");
+        }
+    }
+    write("a.bit", std::string(40000, '\0') + "\1");
+    EXPECT_EQ(json({"info", "a.bit"})["problems"][0]["what"],
+              "the file begins with the length 0, not 9: this is no BIT file");
+    write("a.rbt", "Some text\n");
+    EXPECT_EQ(json({"info", "a.rbt"})["problems"][0]["what"],
+              "line 1 is \"Some text\", not \"Xilinx ASCII Bitstream\"");
+}
+
+TEST_F(KvnDamage, ACountOfBitsThatWrapsLoadsAndIsANote)
+{
+    make("2v40cs144-4", "a.bit");
+    std::string text = content("a.bit");
+    text[text.find("12:00:00") + 10] ^= 0x20;
+    write("a.bit", text);
+    const nlohmann::json check = json({"check", "a.bit"});
+    EXPECT_EQ(check["check"]["result"], "yes");
+    EXPECT_EQ(check["stated_bits"], (std::int64_t{0x20000000} + 42372) * 8);
+    EXPECT_EQ(check["found_bits"], 338976);
+    EXPECT_TRUE(agrees(check));
+    EXPECT_THAT(kvn({"check", "a.bit"}).output,
+                testing::HasSubstr("Note:           the header states 536913284 bytes of configuration; the "
+                                   "library counts bits in 32 bits, and takes it for 42372\n"));
+}
+
+TEST_F(KvnDamage, RunsMayEndWhereTheLibraryReadsNoFurther)
+{
+    make("2vpx20ff896-6", "a.mcb");
+    const std::string good = content("a.mcb");
+    for (const std::size_t cut : {1U, 2U}) {
+        write("a.mcb", good.substr(0, good.size() - cut));
+        const Outcome outcome = kvn({"check", "a.mcb"});
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_THAT(
+            outcome.output,
+            testing::HasSubstr("Note:           the header states 1026820 bytes of configuration, the "
+                               "runs end behind 1026817; a load holds back what is missing, a conversion "
+                               "to RBT fails over it\n"));
+        EXPECT_THAT(
+            outcome.output,
+            testing::HasSubstr("without the last 4 bytes, which the library holds back\nCompressed:"));
+        EXPECT_TRUE(agrees(json({"check", "a.mcb"})));
+    }
+    write("a.mcb", good.substr(0, good.size() - 4));
+    EXPECT_TRUE(agrees(json({"check", "a.mcb"})));
 }
 
 TEST_F(KvnDamage, WhatTheLibraryToleratesIsANote)
@@ -208,6 +323,14 @@ TEST_F(KvnDamage, WhatTheLibraryToleratesIsANote)
     EXPECT_THAT(outcome.output,
                 testing::HasSubstr("Note:           line 10600 has a character at place 32 that is "
                                    "neither 0 nor 1; the library takes it for 0\n"));
+    make("2v40cs144-4", "a.rbt");
+    text = content("a.rbt");
+    text[data_line(text, 8)] = 'x';
+    write("a.rbt", text);
+    EXPECT_THAT(
+        kvn({"check", "a.rbt"}).output,
+        testing::HasSubstr("Note:           line 8 has a character at place 1 that is neither 0 nor 1; "
+                           "the library takes it for 0\n"));
     make("2v40cs144-4", "a.mcb");
     std::string runs = content("a.mcb");
     const int beyond = 255 - static_cast<unsigned char>(runs[runs.size() - 2]);
@@ -219,6 +342,11 @@ TEST_F(KvnDamage, WhatTheLibraryToleratesIsANote)
         testing::HasSubstr("Note:           the last run goes " + std::to_string(beyond) +
                            " bytes beyond the 42372 bytes that the header states; a load sends them, a "
                            "conversion to RBT fails over them\n"));
+    make("2v40cs144-4", "a.mcb");
+    write("a.mcb", content("a.mcb") + "t");
+    EXPECT_THAT(
+        kvn({"check", "a.mcb"}).output,
+        testing::HasSubstr("Note:           1 bytes follow the last run; the library does not read them\n"));
     make("2v40cs144-4", "a.mcb");
     write("a.mcb", content("a.mcb") + "tail");
     EXPECT_EQ(kvn({"check", "a.mcb"}).status, 0);

@@ -1,6 +1,7 @@
 #include "kvn_fixture.h"
 
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 namespace
 {
@@ -58,8 +59,8 @@ TEST_F(KvnInfo, ShowsTheHeaderOfAnRbtFile)
 {
     make("v50pq240-5", "a.rbt");
     EXPECT_THAT(kvn({"info", "a.rbt"}).output, testing::HasSubstr("Format:         RBT\n"
-                                                                  "Line 2:         Created by kvn_bitgen\n"
-                                                                  "Design name:    example.ncd\n"
+                                                                  "Tool:           kvn_bitgen\n"
+                                                                  "Design:         example.ncd\n"
                                                                   "Architecture:   virtex\n"
                                                                   "Date:           Fri Feb 17 12:00:00 2006\n"
                                                                   "Part:           v50pq240\n"
@@ -70,7 +71,7 @@ TEST_F(KvnInfo, ShowsTheHeaderOfAnMcbFile)
 {
     make("v50pq240-5", "a.mcb");
     EXPECT_THAT(kvn({"info", "a.mcb"}).output, testing::HasSubstr("Format:         MCB\n"
-                                                                  "Timestamp:      2006/02/17 12:00:00\n"
+                                                                  "Date:           2006/02/17 12:00:00\n"
                                                                   "Part:           v50pq240\n"));
 }
 
@@ -84,8 +85,25 @@ TEST_F(KvnInfo, TellsTheFramesOfASerialFamily)
                                            "CRC:            right, 572 checks passed\n"));
     EXPECT_THAT(output, testing::Not(testing::HasSubstr("Sync word")));
     EXPECT_THAT(output,
-                testing::HasSubstr("Note:           the library holds back the last 16 bytes of a plain "
+                testing::HasSubstr("Problem:        the library holds back the last 16 bytes of a plain "
                                    "load and the last 4 of an MCB file, which this family needs\n"));
+}
+
+TEST_F(KvnInfo, TakesTheBytesBehindTheLastWholeWord)
+{
+    for (const auto& [device, bits] : {std::pair{"s10xl", 95752}, {"s05xl", 54544}, {"s20xl", 179160}}) {
+        make(device, "a.bit");
+        const nlohmann::json info = json({"info", "a.bit"});
+        EXPECT_EQ(info["found_bits"], bits) << device;
+        EXPECT_EQ(info["configuration"]["starts"], true) << device;
+        // The last byte is the only one that a run of this value ends in.
+        std::string file = content("a.bit");
+        file.back() = '\x0F';
+        write("a.bit", file);
+        EXPECT_EQ(json({"info", "a.bit"})["run_coded"]["bytes"].get<int>() - 2,
+                  info["run_coded"]["bytes"].get<int>())
+            << device;
+    }
 }
 
 TEST_F(KvnInfo, ComputesTheBusTime)
@@ -111,8 +129,17 @@ TEST_F(KvnInfo, PrintsJsonThatSaysTheSame)
     EXPECT_EQ(info["size"], std::filesystem::file_size(folder / "a.bit"));
     EXPECT_EQ(info["format"], "BIT");
     EXPECT_EQ(info["named"], "BIT");
-    EXPECT_EQ(info["header"],
-              (nlohmann::json{{"Design", "example.ncd"}, {"Date", "2006/02/17"}, {"Time", "12:00:00"}}));
+    EXPECT_EQ(info["header"], (nlohmann::json{{"tool", nullptr},
+                                              {"design", "example.ncd"},
+                                              {"architecture", nullptr},
+                                              {"date", "2006/02/17"},
+                                              {"time", "12:00:00"},
+                                              {"other", nlohmann::json::array()}}));
+    EXPECT_EQ(info["kvn"], "inspection");
+    EXPECT_EQ(info["version"], "1.0");
+    EXPECT_EQ(info["error"], nullptr);
+    EXPECT_EQ(info["packets_unread"], nullptr);
+    EXPECT_EQ(info["devices_by_data"], nlohmann::json::array());
     EXPECT_EQ(info["part"], "2v40cs144");
     EXPECT_EQ(info["device"],
               (nlohmann::json{
@@ -140,7 +167,7 @@ TEST_F(KvnInfo, ShowsControlCharactersAsEscapes)
     write("a.bit", file);
     EXPECT_THAT(kvn({"info", "a.bit"}).output,
                 testing::HasSubstr("Design:         \\x1B[2J\\x07\xFF\\x0A.ncd\n"));
-    EXPECT_EQ(json({"info", "a.bit"})["header"]["Design"], "\x1B[2J\x07\xEF\xBF\xBD\n.ncd");
+    EXPECT_EQ(json({"info", "a.bit"})["header"]["design"], "\x1B[2J\x07\xEF\xBF\xBD\n.ncd");
 }
 
 TEST_F(KvnInfo, WhatCannotBeReadIsAnError)
@@ -148,6 +175,112 @@ TEST_F(KvnInfo, WhatCannotBeReadIsAnError)
     EXPECT_EQ(kvn({"info", "nothing.bit"}).status, 2);
     EXPECT_EQ(kvn({"info", "nothing.bit"}).errors, "kvn: nothing.bit: No such file or directory\n");
     EXPECT_EQ(kvn({"info", "/"}).errors, "kvn: /: not a regular file\n");
+}
+
+TEST_F(KvnInfo, AFifoIsRefusedAndNotWaitedFor)
+{
+    ASSERT_EQ(mkfifo((folder / "a.bit").c_str(), 0600), 0);
+    for (const char* command : {"info", "check"}) {
+        const Outcome outcome = kvn({command, "a.bit"});
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.errors, "kvn: a.bit: not a regular file\n");
+    }
+}
+
+TEST_F(KvnInfo, EveryPathPrintsJsonWhenAskedTo)
+{
+    ASSERT_EQ(mkfifo((folder / "fifo.bit").c_str(), 0600), 0);
+    struct Failing {
+        std::vector<std::string> arguments;
+        const char* kind;
+        const char* what;
+    };
+    const Failing failings[] = {
+        {{"info", "fifo.bit"}, "file", "fifo.bit: not a regular file"},
+        {{"check", "nothing.bit"}, "file", "nothing.bit: No such file or directory"},
+        {{"info", "/"}, "file", "/: not a regular file"},
+        {{"info"}, "usage", "file is required"},
+        {{"check", "a.bit", "--speed"}, "usage", "The following argument was not expected: --speed"},
+        {{}, "usage", "A subcommand is required"},
+    };
+    for (const Failing& each : failings) {
+        std::vector<std::string> arguments = each.arguments;
+        arguments.emplace_back("--json");
+        const Outcome outcome = kvn(arguments);
+        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(nlohmann::json::parse(outcome.output),
+                  (nlohmann::json{{"kvn", "inspection"},
+                                  {"version", "1.0"},
+                                  {"error", {{"kind", each.kind}, {"what", each.what}}}}));
+        EXPECT_NE(outcome.errors, "") << "people are told too";
+        EXPECT_EQ(kvn(each.arguments).output, "") << "nothing but errors without --json";
+    }
+    EXPECT_THAT(json({"info", "--help"})["help"].get<std::string>(),
+                testing::HasSubstr("--bytes-per-second"));
+}
+
+TEST_F(KvnInfo, ANameWithControlCharactersIsShownEscapedInErrors)
+{
+    EXPECT_EQ(kvn({"info", "\x1B[2J"}).errors, "kvn: \\x1B[2J: No such file or directory\n");
+}
+
+TEST_F(KvnInfo, NamesAFieldAlikeInAllFormats)
+{
+    for (const char* file : {"a.bit", "a.rbt", "a.mcb"}) {
+        make("2v40cs144-4", file);
+        const nlohmann::json header = json({"info", file})["header"];
+        const bool is_rbt = std::string_view{file} == "a.rbt";
+        const bool is_mcb = std::string_view{file} == "a.mcb";
+        EXPECT_EQ(header["tool"], is_rbt ? nlohmann::json("kvn_bitgen") : nlohmann::json{});
+        EXPECT_EQ(header["design"], is_mcb ? nlohmann::json{} : nlohmann::json("example.ncd"));
+        EXPECT_TRUE(header["date"].is_string());
+        EXPECT_EQ(header.size(), 6U);
+    }
+    ASSERT_EQ(run({KVN_FPGA_PROGRAM, {"-c", "-fa.rbt"}, folder, {}}).status, 0);
+    EXPECT_EQ(json({"info", "a.mcb"})["header"]["date"], "Fri Feb 17 12:00:00 2006");
+    make("2v40cs144-4", "b.mcb");
+    ASSERT_EQ(run({KVN_FPGA_PROGRAM, {"-r", "-fb.mcb"}, folder, {}}).status, 0);
+    const nlohmann::json again = json({"info", "b.rbt"});
+    EXPECT_EQ(again["header"]["tool"], "Generated by MARROWAY.");
+    EXPECT_EQ(again["header"]["date"], "2006/02/17 12:00:00") << "it stands in front of the bits";
+    EXPECT_EQ(again["header"]["other"], nlohmann::json::array());
+    EXPECT_EQ(again["part"], "2v40cs144");
+    EXPECT_EQ(again["problems"], nlohmann::json::array());
+}
+
+TEST_F(KvnInfo, PacketsOfFamiliesWithOtherRegistersAreNotRead)
+{
+    struct Part {
+        const char* part;
+        bool is_read;
+        nlohmann::json unread;
+    };
+    const Part parts[] = {
+        {"5vlx50ff6", false, "not read; those of the family Virtex-5 are not known here"},
+        {"6slx9tqg1", false, "not read; those of the family Spartan-6 are not known here"},
+        {"2v41cs144", false, "not read; those of this part are not known here"},
+        {"3s50cp132", true, nullptr},
+        {"4005epc84", false, nullptr},
+        {"2v40cs144", true, nullptr},
+        {"", true, nullptr},
+    };
+    make("2v40cs144-4", "a.bit");
+    const std::string good = content("a.bit");
+    for (const Part& each : parts) {
+        SCOPED_TRACE(each.part);
+        std::string file = good;
+        std::string part = each.part;
+        part.resize(9, '\0');
+        file.replace(file.find("2v40cs144"), 9, part);
+        write("a.bit", file);
+        const nlohmann::json info = json({"info", "a.bit"});
+        EXPECT_EQ(info["packets"].is_object(), each.is_read);
+        EXPECT_EQ(info["packets_unread"], each.unread);
+        EXPECT_EQ(info["header"]["design"], "example.ncd");
+        const std::string output = kvn({"info", "a.bit"}).output;
+        EXPECT_EQ(output.find("Registers:") != std::string::npos, each.is_read);
+        EXPECT_EQ(output.find("Packets:        not read; ") != std::string::npos, each.unread.is_string());
+    }
 }
 
 TEST_F(KvnInfo, UsageErrorsExitWith2AndHelpWith0)

@@ -35,6 +35,10 @@ TEST_F(KvnRealFiles, AreJudgedByFamilyAndFormat)
         SCOPED_TRACE(file.filename().string());
         if (read_whole_file(file).find("\nConverted from ") != std::string::npos) {
             EXPECT_EQ(kvn({"check", file.string()}).status, 1) << "its header is not as the tools write it";
+            const nlohmann::json info = json({"info", file.string()});
+            EXPECT_TRUE(file.filename().string().starts_with(info["devices_by_data"][0].get<std::string>()));
+            EXPECT_EQ(info["found_bits"], info["stated_bits"]);
+            EXPECT_EQ(info["configuration"]["starts"], true);
             continue;
         }
         const nlohmann::json check = json({"check", file.string()});
@@ -48,10 +52,8 @@ TEST_F(KvnRealFiles, AreJudgedByFamilyAndFormat)
         const bool is_serial = device->architecture() == fpga::Architecture::length_count;
         EXPECT_EQ(check["check"]["result"], is_serial ? "no" : "yes");
         EXPECT_EQ(check["problems"].empty(), !is_serial);
-        const bool is_bit = file.extension() == ".bit";
-        if (!is_serial || is_bit) {
-            EXPECT_EQ(check["configuration"]["crc"]["verdict"], "right");
-        }
+        EXPECT_EQ(check["configuration"]["crc"]["verdict"], "right");
+        EXPECT_EQ(check["found_bits"], check["stated_bits"]);
     }
 }
 

@@ -84,12 +84,14 @@ Problem header_problem(const kvn_fpga_imp& session, const BitHeader& header, std
     }
 }
 
+/// The texts end where a zero byte stands, as the library prints them.
 void note_labels(const BitHeader& header, Inspection& inspection)
 {
-    inspection.labels.push_back({"Design", header.ncd_name});
-    inspection.labels.push_back({"Date", header.date});
-    inspection.labels.push_back({"Time", header.time});
+    inspection.header.design = header.ncd_name;
+    inspection.header.date = header.date;
+    inspection.header.time = header.time;
     inspection.stated_bits = std::int64_t{header.byte_count} * 8;
+    inspection.counted_bits = stated_bits(header);
     note_part(inspection, header.device);
 }
 
@@ -117,29 +119,52 @@ void take_data(FILE* file, std::uint64_t size, DataSink& sink)
     sink.take(std::span{bytes}.first(rest));
 }
 
-void judge_size(std::uint64_t stated, std::uint64_t present, Inspection& inspection)
+void note_trailing_bytes(std::uint64_t count, Inspection& inspection)
 {
-    const bool is_serial =
-        inspection.device != nullptr && inspection.device->architecture() == fpga::Architecture::length_count;
-    if (present < stated)
-        inspection.problems.push_back({"the header states " + std::to_string(stated) +
-                                           " bytes of configuration, the file holds " +
-                                           std::to_string(present),
-                                       MAKE_AGAIN});
-    else if (stated == 0)
-        inspection.problems.push_back({"the header states 0 bytes of configuration", MAKE_AGAIN});
-    else if (stated % WORD_SIZE != 0)
+    constexpr std::uint64_t NOTICED_BY_COMPRESSED_LOADS = 1024;
+    inspection.problems.push_back(
+        {std::to_string(count) +
+             " bytes follow the stated configuration; a plain load fails over them, a compressed one over "
+             "1024 or more",
+         "cut the file behind byte " + std::to_string(inspection.file_size - count) + ", or make it again",
+         count < NOTICED_BY_COMPRESSED_LOADS ? Stops::plain_loads : Stops::loads});
+}
+
+/// A count of bits beyond 32 bits wraps in the library, and is what it reads then.
+void note_wrapped_count(std::uint64_t stated, std::int32_t counted, Inspection& inspection)
+{
+    if (*inspection.stated_bits == counted || counted <= 0)
+        return;
+    inspection.problems.push_back(
+        {"the header states " + std::to_string(stated) +
+             " bytes of configuration; the library counts bits in 32 bits, and takes it for " +
+             std::to_string(counted / 8),
+         MAKE_AGAIN, Stops::nothing});
+}
+
+void judge_size(std::uint64_t stated, std::int32_t counted, std::uint64_t present, Inspection& inspection)
+{
+    const auto damaged = [&inspection](const std::string& what, const char* remedy) {
+        inspection.data_are_damaged = true;
+        inspection.problems.push_back({what, remedy});
+    };
+    if (counted <= 0)
+        return damaged("the header states " + std::to_string(stated) + " bytes of configuration" +
+                           (stated == 0 ? "" : ", which are no number of bits in the library's 32"),
+                       MAKE_AGAIN);
+    note_wrapped_count(stated, counted, inspection);
+    const auto taken = static_cast<std::uint64_t>(counted) / 8;
+    if (present < taken)
+        damaged("the header states " + std::to_string(stated) + " bytes of configuration, the file holds " +
+                    std::to_string(present),
+                MAKE_AGAIN);
+    else if (taken % WORD_SIZE != 0)
         inspection.problems.push_back(
-            {"the configuration is " + std::to_string(stated) +
+            {"the configuration is " + std::to_string(taken) +
                  " bytes, no multiple of 4; the library loads words of 4 bytes alone",
-             is_serial ? "lengthen the file as docs/formats/spartan.md shows" : MAKE_AGAIN});
-    if (present > stated)
-        inspection.problems.push_back(
-            {std::to_string(present - stated) +
-                 " bytes follow the stated configuration; a plain load fails over them, a compressed one over "
-                 "1024 or more",
-             "cut the file behind byte " + std::to_string(inspection.file_size - (present - stated)) +
-                 ", or make it again"});
+             inspection.is_serial() ? "lengthen the file as docs/formats/spartan.md shows" : MAKE_AGAIN});
+    if (present > taken)
+        note_trailing_bytes(present - taken, inspection);
 }
 
 } // namespace
@@ -159,10 +184,12 @@ void inspect_bit(File file, Inspection& inspection)
 
     const auto header_size = static_cast<std::uint64_t>(std::ftell(file.get()));
     const std::uint64_t present = inspection.file_size - std::min(inspection.file_size, header_size);
+    const std::int32_t counted = stated_bits(header);
+    const auto wanted = static_cast<std::uint64_t>(std::max(counted, 0)) / 8;
     DataSink sink{inspection};
-    take_data(file.get(), std::min<std::uint64_t>(header.byte_count, present), sink);
+    take_data(file.get(), std::min(wanted, present), sink);
     sink.finish();
-    judge_size(header.byte_count, present, inspection);
+    judge_size(header.byte_count, counted, present, inspection);
 }
 
 } // namespace kvn

@@ -1,19 +1,23 @@
 // What there is to know about a bitstream file without hardware.
 #include "inspection.h"
 
-#include "families.h"
+#include "foreign_content.h"
 #include "formats/mcb_format.h"
 #include "inspectors.h"
+#include "kvnfpgai.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <stdexcept>
+#include <new>
 #include <string_view>
+#include <system_error>
 
 namespace kvn
 {
@@ -35,21 +39,59 @@ const char* extension(Format format)
     return format == Format::rbt ? ".rbt" : format == Format::bit ? ".bit" : ".mcb";
 }
 
-/// The format by how a file begins: damaged beginnings are taken for what they resemble.
-Format content_format(FILE* file)
+using Head = std::array<char, 64>;
+
+std::string_view read_head(FILE* file, Head& head)
 {
-    std::array<char, 64> head{};
     const std::size_t size = std::fread(head.data(), 1, head.size(), file);
     std::rewind(file);
-    const std::string_view text{head.data(), size};
+    return {head.data(), size};
+}
+
+/// The format by how a file begins: damaged beginnings are taken for what they resemble.
+Format content_format(std::string_view head)
+{
     constexpr std::string_view bit_magic = "\x0F\xF0\x0F\xF0\x0F\xF0\x0F\xF0";
-    if (text.find("ASCII Bitstream") != std::string_view::npos)
+    if (head.find("ASCII Bitstream") != std::string_view::npos)
         return Format::rbt;
-    if (text.substr(0, 16).find(bit_magic) != std::string_view::npos)
+    if (head.substr(0, 16).find(bit_magic) != std::string_view::npos)
         return Format::bit;
     const McbNumber first = to_mcb_number(MCB_MAGIC_1);
-    const bool is_mcb = size >= first.size() && std::memcmp(head.data(), first.data(), first.size()) == 0;
+    const bool is_mcb =
+        head.size() >= first.size() && std::memcmp(head.data(), first.data(), first.size()) == 0;
     return is_mcb ? Format::mcb : Format::unknown;
+}
+
+bool holds_zeros_alone(FILE* file)
+{
+    std::array<char, 16384> bytes; // NOLINT(cppcoreguidelines-pro-type-member-init)
+    bool only_zeros = true;
+    while (only_zeros) {
+        const std::size_t size = std::fread(bytes.data(), 1, bytes.size(), file);
+        if (size == 0)
+            break;
+        only_zeros = std::all_of(bytes.begin(), bytes.begin() + size, [](char c) { return c == '\0'; });
+    }
+    std::rewind(file);
+    return only_zeros;
+}
+
+/// What is in a file that is no bitstream.
+Foreign foreign_content(FILE* file, std::string_view head, Format named)
+{
+    const Foreign content = recognise_foreign(head);
+    // A text may be an RBT file without its title.
+    if (content == Foreign::text && named == Format::rbt)
+        return Foreign::none;
+    return content == Foreign::zeros && !holds_zeros_alone(file) ? Foreign::none : content;
+}
+
+void note_foreign(Foreign content, Inspection& inspection)
+{
+    inspection.is_foreign = true;
+    inspection.problems.push_back(
+        {std::string{"the file is "} + foreign_words(content) + ", no RBT, BIT or MCB file",
+         foreign_remedy(content)});
 }
 
 void compare_name_and_content(Inspection& inspection)
@@ -83,20 +125,33 @@ const char* remedy(fpga::Outcome outcome)
     }
 }
 
-/// Says why the device would not start, unless the file's own damage explains it.
+/// A file that was lengthened for it can spare what is held back.
+void note_serial_tail(Inspection& inspection)
+{
+    const bool is_mcb = inspection.format() == Format::mcb;
+    const std::uint64_t spare = inspection.found_bits - inspection.port->bits_to_done;
+    if (spare >= 8 * (is_mcb ? MCB_TAIL : PLAIN_TAIL))
+        return;
+    inspection.problems.push_back(
+        {"the library holds back the last 16 bytes of a plain load and the last 4 of an MCB file, which "
+         "this family needs",
+         "load the BIT file compressed, or lengthen it as docs/formats/spartan.md shows",
+         is_mcb ? Stops::loads : Stops::plain_loads});
+}
+
+/// Says why the device would not start, unless damage that was found explains it.
 void judge_configuration(Inspection& inspection)
 {
-    if (!inspection.port || inspection.has_fatal_problem())
+    if (!inspection.port || !inspection.device->carried_by_modules())
         return;
-    if (inspection.port->outcome != fpga::Outcome::done)
-        inspection.problems.push_back(
-            {"a " + std::string{inspection.device->name} + " would not start: " + inspection.port->reason,
-             remedy(inspection.port->outcome)});
-    else if (inspection.device->architecture() == fpga::Architecture::length_count)
-        inspection.problems.push_back(
-            {"the library holds back the last 16 bytes of a plain load and the last 4 of an MCB file, which "
-             "this family needs",
-             "load the BIT file compressed, or lengthen it as docs/formats/spartan.md shows", false});
+    if (inspection.port->outcome != fpga::Outcome::done) {
+        if (!inspection.data_are_damaged)
+            inspection.problems.push_back(
+                {"a " + std::string{inspection.device->name} + " would not start: " + inspection.port->reason,
+                 remedy(inspection.port->outcome)});
+    } else if (inspection.is_serial() && !inspection.has_fatal_problem()) {
+        note_serial_tail(inspection);
+    }
 }
 
 } // namespace
@@ -115,15 +170,65 @@ const char* format_name(Format format)
     }
 }
 
+std::string device_text(const fpga::Device& device)
+{
+    return std::string{device.name} + " (" + std::string{fpga::family_name(device.family)} + ")";
+}
+
 bool Inspection::has_fatal_problem() const
 {
-    return std::ranges::any_of(problems, &Problem::fatal);
+    return std::ranges::any_of(problems, &Problem::is_fatal);
 }
+
+bool has_unread_packets(const Inspection& inspection)
+{
+    if (inspection.device != nullptr || inspection.part.empty())
+        return false;
+    return inspection.other_family == nullptr || inspection.other_family->packets == Packets::others;
+}
+
+bool holds_back_tail(const std::string& device)
+{
+    // The library's own table decides, not the chip's family.
+    kvn_fpga_imp session;
+    char family[32];
+    (void)session.Get_Device_Family(device.c_str(), family);
+    return session.virtex2_family == 0;
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    constexpr std::string_view blanks = " \t\r\n";
+    const std::size_t begin = text.find_first_not_of(blanks);
+    if (begin == std::string_view::npos)
+        return {};
+    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+}
+
+namespace
+{
+
+/// Null when the data hold no packets, or packets that are not read.
+std::optional<PacketSummary> summary_for(const Inspection& inspection)
+{
+    if (inspection.is_serial() || has_unread_packets(inspection))
+        return std::nullopt;
+    if (inspection.device != nullptr)
+        return PacketSummary{inspection.device->architecture()};
+    if (inspection.other_family == nullptr)
+        return PacketSummary{};
+    return inspection.other_family->packets == Packets::known
+               ? std::optional{PacketSummary{fpga::Architecture::virtex2}}
+               : std::nullopt;
+}
+
+} // namespace
 
 DataSink::DataSink(Inspection& inspection) : inspection_{inspection}
 {
     if (inspection.device != nullptr)
         port_ = fpga::make_port(*inspection.device);
+    inspection.packets = summary_for(inspection);
 }
 
 void DataSink::take(std::span<const std::uint8_t> bytes)
@@ -133,7 +238,8 @@ void DataSink::take(std::span<const std::uint8_t> bytes)
     for (auto rest = bytes; !rest.empty(); rest = rest.subspan(std::min(STEP, rest.size())))
         inspection_.run_coded_bytes += runs_.encode(rest.first(std::min(STEP, rest.size())), pairs.data());
     inspection_.found_bits += bytes.size() * 8;
-    inspection_.packets.take(bytes);
+    if (inspection_.packets)
+        inspection_.packets->take(bytes);
     if (port_ != nullptr)
         port_->take(bytes);
 }
@@ -152,26 +258,70 @@ void note_part(Inspection& inspection, std::string part)
     inspection.device = fpga::find_device(inspection.part);
     if (inspection.device == nullptr || !inspection.device->carried_by_modules())
         inspection.other_family = other_family(inspection.part);
-    if (!inspection.other_family.empty())
+    if (inspection.other_family != nullptr)
         inspection.problems.push_back({"the file is for a " + inspection.part + " of the family " +
-                                           inspection.other_family + ", which no module carries",
+                                           std::string{inspection.other_family->name} +
+                                           ", which no module carries",
                                        "use the bitstream that was made for the module's device"});
 }
+
+namespace
+{
+
+[[noreturn]] void fail_to_read(const std::string& path)
+{
+    throw UnreadableFile{path + ": " + std::generic_category().message(errno)};
+}
+
+void require_regular(const std::string& path, const struct stat& status)
+{
+    if (!S_ISREG(status.st_mode))
+        throw UnreadableFile{path + ": not a regular file"};
+}
+
+/// Opens a regular file. Nothing else is opened: a FIFO would have to be waited for, and would wake its
+/// writer.
+File open_regular(const std::string& path, std::uint64_t& size)
+{
+    struct stat status {
+    };
+    if (::stat(path.c_str(), &status) != 0)
+        fail_to_read(path);
+    require_regular(path, status);
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
+    if (descriptor < 0)
+        fail_to_read(path);
+    File file{::fdopen(descriptor, "rb")};
+    if (file == nullptr) {
+        (void)::close(descriptor);
+        throw std::bad_alloc{};
+    }
+    // It may be another file by now.
+    if (::fstat(descriptor, &status) != 0)
+        fail_to_read(path);
+    require_regular(path, status);
+    size = static_cast<std::uint64_t>(status.st_size);
+    return file;
+}
+
+} // namespace
 
 Inspection inspect(const std::string& path)
 {
     Inspection inspection{};
     inspection.path = path;
-    File file{std::fopen(path.c_str(), "rb")};
-    struct stat status {
-    };
-    if (file == nullptr || fstat(fileno(file.get()), &status) != 0)
-        throw std::runtime_error{path + ": " + std::strerror(errno)}; // NOLINT(concurrency-mt-unsafe)
-    if (!S_ISREG(status.st_mode))
-        throw std::runtime_error{path + ": not a regular file"};
-    inspection.file_size = static_cast<std::uint64_t>(status.st_size);
+    File file = open_regular(path, inspection.file_size);
     inspection.named = named_format(path);
-    inspection.content = content_format(file.get());
+    Head memory;
+    const std::string_view head = read_head(file.get(), memory);
+    inspection.content = content_format(head);
+    if (inspection.content == Format::unknown) {
+        const Foreign foreign = foreign_content(file.get(), head, inspection.named);
+        if (foreign != Foreign::none) {
+            note_foreign(foreign, inspection);
+            return inspection;
+        }
+    }
     compare_name_and_content(inspection);
 
     switch (inspection.format()) {

@@ -3,10 +3,12 @@
 #define KVN_INSPECTION_H
 
 #include "configuration_port.h"
+#include "families.h"
 #include "packet_summary.h"
 
 #include <cstdint>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -18,17 +20,34 @@ enum class Format { unknown, rbt, bit, mcb };
 /// "RBT"; "unknown" for none.
 [[nodiscard]] const char* format_name(Format format);
 
-/// A field of a file's header.
-struct Label {
-    std::string name;
-    std::string text;
+/// "2v3000 (Virtex-2)"
+[[nodiscard]] std::string device_text(const fpga::Device& device);
+
+/// The texts of a file's header, under the same names whatever the format. What a format does not have, or
+/// the file not, is null.
+struct Header {
+    std::optional<std::string> tool;
+    std::optional<std::string> design;
+    std::optional<std::string> architecture;
+    std::optional<std::string> date;
+    std::optional<std::string> time;
+    std::vector<std::string> other; ///< lines of an RBT file that are none of these
+};
+
+/// What a problem stops.
+enum class Stops {
+    nothing,     ///< a note
+    plain_loads, ///< compressed ones succeed
+    loads,
+    use ///< the file must not be loaded, even where a module would take it
 };
 
 struct Problem {
     std::string what;
     std::string remedy;
-    /// The library refuses the file, or the load fails, whatever the device.
-    bool fatal = true;
+    Stops stops = Stops::loads;
+
+    [[nodiscard]] bool is_fatal() const { return stops != Stops::nothing; }
 };
 
 struct Inspection {
@@ -36,22 +55,43 @@ struct Inspection {
     std::uint64_t file_size = 0;
     Format content = Format::unknown; ///< by what stands in the file
     Format named = Format::unknown;   ///< by the extension, which is what the library goes by
-    std::vector<Label> labels;
-    std::string part;                        ///< as the header names it
-    const fpga::Device* device = nullptr;    ///< that the part begins with
-    std::string other_family;                ///< of a part that no module carries: "Spartan-3E"
-    std::optional<std::int64_t> stated_bits; ///< by the header
-    std::uint64_t found_bits = 0;            ///< that could be read
-    std::uint64_t run_coded_bytes = 0;       ///< as a compressed load carries them
-    PacketSummary packets;
-    std::optional<fpga::PortReport> port; ///< what the device makes of the data, whole
+    bool is_foreign = false;          ///< the content is something else altogether, and is not looked into
+    Header header;
+    std::string part;                            ///< as the header names it
+    std::vector<const fpga::Device*> candidates; ///< devices that the data fit where the header names no part
+    const fpga::Device* device = nullptr;        ///< that the part begins with, else the first candidate
+    const OtherFamily* other_family = nullptr;   ///< of a part that no module carries
+    std::optional<std::int64_t> stated_bits;     ///< by the header
+    std::optional<std::int64_t> counted_bits;    ///< what the library takes for stated, in its 32 bits
+    std::uint64_t found_bits = 0;                ///< that could be read
+    std::uint64_t run_coded_bytes = 0;           ///< as a compressed load carries them
+    std::optional<PacketSummary> packets;        ///< null when they are none, or not read
+    std::optional<fpga::PortReport> port;        ///< what the device makes of the data, whole
+    bool data_are_damaged = false;               ///< a problem explains why the device does not start
     std::vector<Problem> problems;
 
     [[nodiscard]] bool has_fatal_problem() const;
-    [[nodiscard]] Format format() const { return content != Format::unknown ? content : named; }
+    [[nodiscard]] Format format() const { return content != Format::unknown || is_foreign ? content : named; }
+    [[nodiscard]] bool is_serial() const
+    {
+        return device != nullptr && device->architecture() == fpga::Architecture::length_count;
+    }
 };
 
-/// Throws std::runtime_error for a file that cannot be read at all.
+/// Whether the packets of the file are of a kind that is not known here, so that they are not read.
+[[nodiscard]] bool has_unread_packets(const Inspection& inspection);
+
+/// Whether the library holds back the end of the data from a device of this name.
+[[nodiscard]] bool holds_back_tail(const std::string& device);
+
+/// A file that cannot be read at all, or is no regular file; what() names it and says why.
+class UnreadableFile : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// Throws UnreadableFile, and std::bad_alloc.
 [[nodiscard]] Inspection inspect(const std::string& path);
 
 } // namespace kvn

@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <span>
+#include <string_view>
 
 namespace kvn
 {
@@ -34,6 +35,12 @@ void note_part(Inspection& inspection, std::string part);
 void inspect_rbt(File file, Inspection& inspection);
 void inspect_bit(File file, Inspection& inspection);
 void inspect_mcb(File file, Inspection& inspection);
+
+/// Without the blanks and line ends around it.
+[[nodiscard]] std::string_view trimmed(std::string_view text);
+
+inline constexpr std::uint64_t PLAIN_TAIL = 16; ///< bytes of an RBT or BIT file that a plain load holds back
+inline constexpr std::uint64_t MCB_TAIL = 4;    ///< bytes of an MCB file that every load holds back
 
 inline constexpr const char* MAKE_AGAIN = "copy the file again in binary mode, else make it again";
 

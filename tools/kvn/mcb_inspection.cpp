@@ -14,12 +14,15 @@ namespace
 
 constexpr std::size_t HEADER_SIZE = 2 * MCB_NUMBER_SIZE + 2 * sizeof(McbText) + MCB_NUMBER_SIZE;
 constexpr std::size_t STEP = 8192;
+constexpr const char* CONVERT_ANEW = "convert the RBT or BIT file anew (KVN_FPGA -c)";
 
-std::string trimmed(std::string text)
+/// The timestamp is a whole line where the file was made from an RBT file.
+std::string date_of(std::string_view timestamp)
 {
-    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
-        text.pop_back();
-    return text;
+    constexpr std::string_view label = "Date:";
+    if (timestamp.starts_with(label))
+        timestamp.remove_prefix(label.size());
+    return std::string{trimmed(timestamp)};
 }
 
 bool read_header(FILE* file, Inspection& inspection, std::int32_t& total)
@@ -37,8 +40,7 @@ bool read_header(FILE* file, Inspection& inspection, std::int32_t& total)
     case McbMagic::unreadable:
         return cut();
     case McbMagic::wrong:
-        return problem("the magic numbers of an MCB file are missing at offset 0",
-                       "convert the RBT or BIT file anew (KVN_FPGA -c)");
+        return problem("the magic numbers of an MCB file are missing at offset 0", CONVERT_ANEW);
     case McbMagic::right:
         break;
     }
@@ -46,8 +48,9 @@ bool read_header(FILE* file, Inspection& inspection, std::int32_t& total)
     char time[256];
     if (!read_mcb_text(file, part) || !read_mcb_text(file, time) || !read_mcb_number(file, total))
         return cut();
-    inspection.labels.push_back({"Timestamp", trimmed(time)});
-    inspection.stated_bits = std::int64_t{total} * 8;
+    if (std::string date = date_of(time); !date.empty())
+        inspection.header.date = std::move(date);
+    inspection.stated_bits = inspection.counted_bits = std::int64_t{total} * 8;
     note_part(inspection, part);
     return true;
 }
@@ -72,11 +75,26 @@ std::uint64_t take_runs(McbRunReader& runs, std::int64_t total, DataSink& sink, 
     return pair_bytes;
 }
 
+/// The last bytes are never read for the devices from which the library holds them back.
+void note_missing_bytes(std::int64_t total, std::int64_t done, Inspection& inspection)
+{
+    const auto missing = static_cast<std::uint64_t>(total - done);
+    const std::string ends = "the header states " + std::to_string(total) +
+                             " bytes of configuration, the runs end behind " + std::to_string(done);
+    if (missing <= MCB_TAIL && holds_back_tail(inspection.part)) {
+        inspection.problems.push_back(
+            {ends + "; a load holds back what is missing, a conversion to RBT fails over it", CONVERT_ANEW,
+             Stops::nothing});
+        return;
+    }
+    inspection.data_are_damaged = true;
+    inspection.problems.push_back({ends, CONVERT_ANEW});
+}
+
 } // namespace
 
 void inspect_mcb(File file, Inspection& inspection)
 {
-    constexpr const char* CONVERT_ANEW = "convert the RBT or BIT file anew (KVN_FPGA -c)";
     std::int32_t total = 0;
     if (!read_header(file.get(), inspection, total))
         return;
@@ -91,21 +109,18 @@ void inspect_mcb(File file, Inspection& inspection)
     const std::uint64_t pair_bytes = take_runs(runs, total, sink, done);
     sink.finish();
     if (done < total)
-        inspection.problems.push_back({"the header states " + std::to_string(total) +
-                                           " bytes of configuration, the runs end behind " +
-                                           std::to_string(done),
-                                       CONVERT_ANEW});
+        note_missing_bytes(total, done, inspection);
     else if (done > total)
         inspection.problems.push_back(
             {"the last run goes " + std::to_string(done - total) + " bytes beyond the " +
                  std::to_string(total) +
                  " bytes that the header states; a load sends them, a conversion to RBT fails over them",
-             CONVERT_ANEW, false});
+             CONVERT_ANEW, Stops::nothing});
     const std::uint64_t end = HEADER_SIZE + pair_bytes;
     if (done >= total && inspection.file_size > end)
         inspection.problems.push_back({std::to_string(inspection.file_size - end) +
                                            " bytes follow the last run; the library does not read them",
-                                       CONVERT_ANEW, false});
+                                       CONVERT_ANEW, Stops::nothing});
 }
 
 } // namespace kvn

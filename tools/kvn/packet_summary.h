@@ -2,6 +2,8 @@
 #ifndef KVN_PACKET_SUMMARY_H
 #define KVN_PACKET_SUMMARY_H
 
+#include "packet_reader.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -12,11 +14,16 @@
 namespace kvn
 {
 
-/// Follows a stream of any device, as far as the desynchronisation or the first word that is no packet.
-/// Takes bytes in transmission order: the first configuration bit in bit 0.
+/// Follows a stream as far as the first word that is no packet.
 class PacketSummary
 {
 public:
+    /// Without an architecture (which must not be Architecture::length_count) the stream decides.
+    explicit PacketSummary(std::optional<fpga::Architecture> architecture = std::nullopt)
+        : reader_{architecture}
+    {
+    }
+
     struct Register {
         std::string name;
         std::uint64_t packets = 0;
@@ -27,6 +34,7 @@ public:
         std::uint64_t count = 0;
     };
 
+    /// Takes bytes in transmission order: the first configuration bit in bit 0.
     void take(std::span<const std::uint8_t> bytes);
 
     /// The registers that were written, in the order of their addresses.
@@ -34,12 +42,13 @@ public:
     /// The commands, in the order of their first appearance.
     [[nodiscard]] const std::vector<Command>& commands() const { return commands_; }
     /// The bit at which the synchronisation word begins.
-    [[nodiscard]] std::optional<std::uint64_t> sync_bit() const { return sync_bit_; }
+    [[nodiscard]] std::optional<std::uint64_t> sync_bit() const { return reader_.sync_bit(); }
     [[nodiscard]] std::optional<std::uint32_t> idcode() const { return idcode_; }
+    /// The words of a frame.
+    [[nodiscard]] std::optional<std::uint32_t> frame_size() const { return frame_size_; }
 
 private:
-    void take_word(std::uint32_t word);
-    void take_header(std::uint32_t word);
+    void note(const fpga::PacketWord& packet);
     void note_command(std::uint32_t code);
 
     static constexpr std::size_t REGISTERS = 32;
@@ -49,15 +58,10 @@ private:
     };
     std::array<Tally, REGISTERS> tallies_{};
     std::vector<Command> commands_;
-    std::optional<std::uint64_t> sync_bit_;
     std::optional<std::uint32_t> idcode_;
-    std::uint64_t bytes_ = 0;
-    std::uint64_t shift_ = 0;
-    unsigned held_bits_ = 0; ///< of shift_, behind the last whole word
+    std::optional<std::uint32_t> frame_size_;
+    fpga::PacketReader reader_;
     bool ended_ = false;
-    unsigned address_ = 0;
-    std::uint32_t remaining_ = 0;
-    bool skips_automatic_crc_ = false;
 };
 
 } // namespace kvn

@@ -1,232 +1,171 @@
 // Inspects an RBT file.
 #include "inspectors.h"
 
+#include "bits.h"
+#include "data_probe.h"
 #include "formats/progress.h"
-#include "formats/rbt_format.h"
-#include "kvnfpgai.h"
+#include "rbt_header.h"
+#include "rbt_lines.h"
 
+#include <algorithm>
 #include <array>
-#include <cstring>
-#include <string_view>
 
 namespace kvn
 {
 namespace
 {
 
-constexpr const char* CONVERT_LINE_ENDS =
-    "convert the line ends (dos2unix, or sed -i 's/\\r$//'), or transfer the file in binary mode";
-
-std::string_view trimmed(std::string_view text)
+void forget_data(Inspection& inspection)
 {
-    constexpr std::string_view blanks = " \t\r\n";
-    const std::size_t begin = text.find_first_not_of(blanks);
-    if (begin == std::string_view::npos)
-        return {};
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+    inspection.found_bits = 0;
+    inspection.run_coded_bytes = 0;
+    inspection.port.reset();
 }
 
-/// Reads the header's lines and notes what is wrong with them.
-class Header
+/// Reads the data lines as a load does.
+/// @return whether the library takes them all
+bool take_as_library(FILE* file, long begin, Inspection& inspection)
 {
-public:
-    Header(FILE* file, Inspection& inspection) : file_{file}, inspection_{inspection} {}
-
-    /// @return whether data lines follow that the library would come to
-    bool read()
-    {
-        if (!next())
-            return problem("the file is empty", MAKE_AGAIN);
-        const bool is_title = check_title();
-        for (int line = 2; line <= 4; ++line) {
-            if (!next())
-                return ends_early();
-            note_label();
-        }
-        if (!next())
-            return ends_early();
-        std::int32_t too_early = 0;
-        if (line_.find_bit_count(too_early))
-            note_label();
-        char part[255];
-        line_.copy_device(part);
-        note_part(inspection_, std::string{trimmed(part)});
-        if (!next())
-            return ends_early();
-        std::int32_t bits = 0;
-        if (!line_.find_bit_count(bits)) {
-            note_label();
-            if (!next())
-                return ends_early();
-        }
-        if (!line_.find_bit_count(bits))
-            return lacks_bits();
-        inspection_.stated_bits = bits;
-        return is_title;
-    }
-
-    /// How many lines were read.
-    [[nodiscard]] std::size_t lines() const { return lines_; }
-
-private:
-    bool next()
-    {
-        if (!line_.read(file_))
-            return false;
-        ++lines_;
-        if (std::strlen(line_.text) + 1 == sizeof line_.text && std::strchr(line_.text, '\n') == nullptr)
-            inspection_.problems.push_back(
-                {"line " + std::to_string(lines_) + " is longer than 254 characters and is taken for several",
-                 "shorten the line", false});
-        return true;
-    }
-
-    bool check_title()
-    {
-        if (line_.is_title())
-            return true;
-        const std::string_view text{line_.text};
-        if (text.ends_with("\r\n"))
-            problem("the lines end in carriage return and line feed; the library takes a line feed alone",
-                    CONVERT_LINE_ENDS);
-        else
-            problem("line 1 is \"" + std::string{text.substr(0, text.find('\n'))} +
-                        "\", not \"Xilinx ASCII Bitstream\"",
-                    "restore the title to the letter, with nothing behind it");
+    if (std::fseek(file, begin, SEEK_SET) != 0)
         return false;
+    DataSink sink{inspection};
+    RbtDataReader lines{file};
+    std::array<std::uint8_t, BYTES_PER_REPORT> bytes{};
+    std::size_t words = WORDS_PER_REPORT;
+    while (words == WORDS_PER_REPORT) {
+        words = lines.read(bytes.data(), WORDS_PER_REPORT);
+        sink.take(std::span{bytes}.first(words * WORD_SIZE));
     }
-
-    /// "Design name: \tx.ncd" has a name; the tool's line has none.
-    void note_label()
-    {
-        const std::string_view text{line_.text};
-        std::int32_t bits = 0;
-        if (line_.find_bit_count(bits))
-            bits_line_ = lines_;
-        is_mask_ = is_mask_ || (isinline(line_.text, "type:") && isinline(line_.text, "mask"));
-        const std::size_t colon = text.find(':');
-        if (colon == std::string_view::npos)
-            inspection_.labels.push_back({"Line " + std::to_string(lines_), std::string{trimmed(text)}});
-        else
-            inspection_.labels.push_back(
-                {std::string{trimmed(text.substr(0, colon))}, std::string{trimmed(text.substr(colon + 1))}});
-    }
-
-    bool lacks_bits()
-    {
-        if (bits_line_ != 0)
-            return problem("the number of bits stands in line " + std::to_string(bits_line_) +
-                               ", not in line 6 or 7: the header is not as the Xilinx tools write it",
-                           "make the file again with the Xilinx tools");
-        if (is_mask_)
-            return problem("the file is a mask for reading back, no bitstream", "give the bitstream file");
-        return problem("neither line 6 nor line 7 states the number of bits", MAKE_AGAIN);
-    }
-
-    bool ends_early()
-    {
-        return problem("the file ends inside its header, behind line " + std::to_string(lines_), MAKE_AGAIN);
-    }
-
-    bool problem(const std::string& what, const char* remedy)
-    {
-        inspection_.problems.push_back({what, remedy});
-        return false;
-    }
-
-    FILE* file_;
-    Inspection& inspection_;
-    RbtLine line_;
-    std::size_t lines_ = 0;
-    std::size_t bits_line_ = 0; ///< where the number of bits stands too early
-    bool is_mask_ = false;
-};
-
-/// What the lines of a file look like from a place on; the library's reader tells only that one is wrong.
-struct OddLine {
-    std::size_t length = 0;
-    bool has_carriage_return = false;
-};
-
-OddLine look_at_line(FILE* file, std::size_t number)
-{
-    std::rewind(file);
-    OddLine line;
-    for (int c = std::getc(file); c != EOF && number > 0; c = std::getc(file)) {
-        if (c == '\n') {
-            --number;
-        } else if (number == 1) {
-            ++line.length;
-            line.has_carriage_return = c == '\r';
-        }
-    }
-    return line;
+    sink.finish();
+    return !lines.found_wrong_line();
 }
 
-void note_wrong_line(FILE* file, std::size_t number, Inspection& inspection)
+/// Reads the data lines for what they hold, though no load would.
+/// @return whether the eight bits of each byte stand the other way round
+bool take_as_meant(FILE* file, long begin, std::size_t number, Inspection& inspection)
 {
-    const OddLine line = look_at_line(file, number);
-    const std::string what = "line " + std::to_string(number) + " has " + std::to_string(line.length) +
-                             " characters, not " + std::to_string(WORD_CHARS);
-    const bool is_serial =
-        inspection.device != nullptr && inspection.device->architecture() == fpga::Architecture::length_count;
-    const char* remedy = MAKE_AGAIN;
-    if (line.has_carriage_return)
-        remedy = CONVERT_LINE_ENDS;
-    else if (is_serial)
-        remedy = "the tools write a line for each frame of this family; take the BIT file, as "
-                 "docs/formats/spartan.md shows";
-    inspection.problems.push_back({what, remedy});
+    DataProbe probe;
+    const RbtLines lines = read_rbt_lines(file, begin, number, [&](auto bytes) { probe.take(bytes); });
+    if (inspection.part.empty()) {
+        inspection.candidates = probe.candidates(lines.bits);
+        if (!inspection.candidates.empty())
+            inspection.device = inspection.candidates.front();
+    }
+    DataSink sink{inspection};
+    std::vector<std::uint8_t> reversed;
+    (void)read_rbt_lines(file, begin, number, [&](std::span<const std::uint8_t> bytes) {
+        if (!probe.is_reversed())
+            return sink.take(bytes);
+        reversed.resize(bytes.size());
+        std::ranges::transform(bytes, reversed.begin(),
+                               [](std::uint8_t byte) { return fpga::REVERSED[byte]; });
+        sink.take(reversed);
+    });
+    inspection.found_bits = lines.bits; // the last byte may have been filled up
+    sink.finish();
+    return probe.is_reversed();
 }
 
-/// Finds a character of the data that the library takes for 0 although it is none.
-void note_odd_characters(FILE* file, std::size_t first_line, Inspection& inspection)
+std::string lengths(const RbtLines& lines)
 {
-    std::rewind(file);
-    std::size_t line = 1;
-    std::size_t column = 0;
-    for (int c = std::getc(file); c != EOF; c = std::getc(file)) {
-        ++column;
-        if (c == '\n') {
-            ++line;
-            column = 0;
-        } else if (line >= first_line && c != '0' && c != '1') {
-            inspection.problems.push_back({"line " + std::to_string(line) + " has a character at place " +
-                                               std::to_string(column) +
-                                               " that is neither 0 nor 1; the library takes it for 0",
-                                           MAKE_AGAIN, false});
-            return;
-        }
-    }
+    const std::string longest = std::to_string(lines.longest);
+    return lines.shortest == lines.longest ? longest : std::to_string(lines.shortest) + " to " + longest;
+}
+
+/// What makes the data loadable, when it is nothing but how they are written.
+std::string how_to_write_anew(const Inspection& inspection, bool is_reversed)
+{
+    if (!inspection.port || inspection.port->outcome != fpga::Outcome::done)
+        return MAKE_AGAIN;
+    return std::string{"the data are whole, and a "} + std::string{inspection.device->name} +
+           " starts with them: " + (is_reversed ? "turn each eight characters round, " : "") +
+           "join the lines and break the whole into lines of 32 characters" +
+           (inspection.is_serial() ? ", with ones behind it, as docs/formats/spartan.md shows"
+                                   : ", behind a header as docs/formats/rbt.md shows");
+}
+
+void note_empty_lines(const RbtLines& lines, Inspection& inspection)
+{
+    const std::string what = lines.empty_at_end == 1
+                                 ? "line " + std::to_string(lines.wrong) + ", the last, is empty"
+                                 : "the last " + std::to_string(lines.empty_at_end) + " lines, from line " +
+                                       std::to_string(lines.wrong) + " on, are empty";
+    inspection.problems.push_back({what, lines.empty_at_end == 1 ? "delete it" : "delete them"});
+}
+
+void note_wrong_line(const RbtLines& lines, Inspection& inspection)
+{
+    inspection.data_are_damaged = !lines.wrong_has_carriage_return;
+    inspection.problems.push_back({"line " + std::to_string(lines.wrong) + " has " +
+                                       std::to_string(lines.wrong_length) + " characters, not " +
+                                       std::to_string(WORD_CHARS),
+                                   lines.wrong_has_carriage_return ? CONVERT_LINE_ENDS : MAKE_AGAIN});
+}
+
+/// Says why no load takes the lines.
+void note_lines(const RbtLines& lines, std::size_t first, bool is_reversed, Inspection& inspection)
+{
+    const bool is_behind_last = lines.wrong == first + lines.count;
+    const bool is_last = lines.wrong + 1 == first + lines.count;
+    if (lines.have_other_lengths() || is_reversed)
+        inspection.problems.push_back(
+            {lines.have_other_lengths()
+                 ? "the data lines have " + lengths(lines) + " characters, not 32" +
+                       (is_reversed ? ", and each eight of them stand the other way round" : "")
+                 : "each eight characters of the data stand the other way round",
+             how_to_write_anew(inspection, is_reversed)});
+    else if (lines.wrong == 0)
+        return;
+    else if (is_behind_last && lines.empty_at_end != 0)
+        note_empty_lines(lines, inspection);
+    else if (is_last && lines.wrong_length == WORD_CHARS && !lines.ends_with_line_feed)
+        inspection.problems.push_back({"the last line, " + std::to_string(lines.wrong) + ", has no line feed",
+                                       "add a line feed at the end of the file"});
+    else
+        note_wrong_line(lines, inspection);
+}
+
+/// A character that the library takes for 0 although it is none.
+void note_odd_character(const RbtLines& lines, Inspection& inspection)
+{
+    if (lines.odd_line != 0)
+        inspection.problems.push_back({"line " + std::to_string(lines.odd_line) +
+                                           " has a character at place " + std::to_string(lines.odd_column) +
+                                           " that is neither 0 nor 1; the library takes it for 0",
+                                       MAKE_AGAIN, Stops::nothing});
+}
+
+void compare_bits(Inspection& inspection)
+{
+    if (!inspection.stated_bits || inspection.data_are_damaged ||
+        static_cast<std::int64_t>(inspection.found_bits) == *inspection.stated_bits)
+        return;
+    inspection.data_are_damaged = static_cast<std::int64_t>(inspection.found_bits) < *inspection.stated_bits;
+    inspection.problems.push_back({"the header states " + std::to_string(*inspection.stated_bits) +
+                                       " bits, the data lines hold " + std::to_string(inspection.found_bits),
+                                   MAKE_AGAIN});
 }
 
 } // namespace
 
 void inspect_rbt(File file, Inspection& inspection)
 {
-    Header header{file.get(), inspection};
-    if (!header.read())
+    const RbtHeader header = read_rbt_header(file.get(), inspection);
+    if (!header.data_begin)
         return;
-    DataSink sink{inspection};
-    RbtDataReader lines{file.get()};
-    std::array<std::uint8_t, BYTES_PER_REPORT> bytes{};
-    std::size_t found_lines = 0;
-    for (;;) {
-        const std::size_t words = lines.read(bytes.data(), WORDS_PER_REPORT);
-        sink.take(std::span{bytes}.first(words * WORD_SIZE));
-        found_lines += words;
-        if (words < WORDS_PER_REPORT)
-            break;
+    const std::size_t first = header.lines.size() + 1;
+    const bool is_taken =
+        header.has_title && header.is_taken && take_as_library(file.get(), *header.data_begin, inspection);
+    const RbtLines lines = read_rbt_lines(file.get(), *header.data_begin, first, [](auto) {});
+    if (!is_taken) {
+        forget_data(inspection);
+        const bool is_reversed = take_as_meant(file.get(), *header.data_begin, first, inspection);
+        const bool is_told = !header.has_title && lines.wrong_has_carriage_return;
+        if (!is_told)
+            note_lines(lines, first, is_reversed, inspection);
     }
-    sink.finish();
-    if (lines.found_wrong_line())
-        return note_wrong_line(file.get(), header.lines() + found_lines + 1, inspection);
-    note_odd_characters(file.get(), header.lines() + 1, inspection);
-    if (static_cast<std::int64_t>(inspection.found_bits) != *inspection.stated_bits)
-        inspection.problems.push_back({"the header states " + std::to_string(*inspection.stated_bits) +
-                                           " bits, the data lines hold " +
-                                           std::to_string(inspection.found_bits),
-                                       MAKE_AGAIN});
+    note_odd_character(lines, inspection);
+    compare_bits(inspection);
 }
 
 } // namespace kvn

@@ -1,8 +1,9 @@
 // Tells an inspection, to people and as JSON.
 #include "report.h"
 
-#include "kvnfpgai.h"
+#include "inspectors.h"
 
+#include <algorithm>
 #include <iomanip>
 #include <ostream>
 #include <sstream>
@@ -14,9 +15,6 @@ namespace
 {
 
 constexpr std::uint64_t LOAD_HEADER_SIZE = 2;
-// What older families are not sent.
-constexpr std::uint64_t PLAIN_TAIL = 16;
-constexpr std::uint64_t MCB_TAIL = 4;
 
 std::string in_hex(std::uint32_t number)
 {
@@ -35,12 +33,6 @@ std::string fixed(double number, int digits)
 double ratio(const Inspection& inspection)
 {
     return static_cast<double>(inspection.run_coded_bytes) * 8 / static_cast<double>(inspection.found_bits);
-}
-
-bool is_serial(const Inspection& inspection)
-{
-    return inspection.device != nullptr &&
-           inspection.device->architecture() == fpga::Architecture::length_count;
 }
 
 const char* crc_verdict(const fpga::PortReport& port)
@@ -76,27 +68,73 @@ void add_size(Lines& lines, const Inspection& inspection)
                   std::to_string(inspection.device->stream_bits()) + " bits for this device");
 }
 
+std::string unread_packets(const Inspection& inspection)
+{
+    if (!has_unread_packets(inspection))
+        return "";
+    return "not read; those of " +
+           (inspection.other_family != nullptr ? "the family " + std::string{inspection.other_family->name}
+                                               : "this part") +
+           " are not known here";
+}
+
 void add_packets(Lines& lines, const Inspection& inspection)
 {
-    if (is_serial(inspection) || !inspection.packets.sync_bit())
+    if (has_unread_packets(inspection))
+        lines.add("Packets", unread_packets(inspection));
+    if (!inspection.packets || !inspection.packets->sync_bit())
         return;
-    lines.add("Sync word", "at bit " + std::to_string(*inspection.packets.sync_bit()));
-    if (inspection.packets.idcode())
-        lines.add("Device ID", in_hex(*inspection.packets.idcode()));
+    const PacketSummary& packets = *inspection.packets;
+    lines.add("Sync word", "at bit " + std::to_string(*packets.sync_bit()));
+    if (packets.idcode())
+        lines.add("Device ID", in_hex(*packets.idcode()));
     std::string registers;
-    for (const auto& written : inspection.packets.registers()) {
+    for (const auto& written : packets.registers()) {
         registers += (registers.empty() ? "" : ", ") + written.name + " " + std::to_string(written.packets);
         if (written.words != written.packets)
             registers += " (" + std::to_string(written.words) + " words)";
     }
     lines.add("Registers", registers.empty() ? "none" : registers);
     std::string commands;
-    for (const auto& command : inspection.packets.commands()) {
+    for (const auto& command : packets.commands()) {
         commands += (commands.empty() ? "" : ", ") + command.name;
         if (command.count != 1)
             commands.append(" ").append(std::to_string(command.count)).append(" times");
     }
     lines.add("Commands", commands.empty() ? "none" : commands);
+}
+
+void add_header(Lines& lines, const Inspection& inspection)
+{
+    const Header& header = inspection.header;
+    const auto add = [&lines](const char* name, const std::optional<std::string>& text) {
+        if (text)
+            lines.add(name, printable(*text));
+    };
+    add("Tool", header.tool);
+    add("Design", header.design);
+    add("Architecture", header.architecture);
+    add("Date", header.date);
+    add("Time", header.time);
+    for (const std::string& text : header.other)
+        add("Header line", text);
+    if (!inspection.part.empty())
+        lines.add("Part", printable(inspection.part));
+}
+
+void add_device(Lines& lines, const Inspection& inspection)
+{
+    std::string by_data;
+    for (const fpga::Device* candidate : inspection.candidates)
+        by_data += (by_data.empty() ? "" : " or ") + device_text(*candidate);
+    if (!by_data.empty())
+        lines.add("Device", by_data + ", by the data; the header names none");
+    else if (inspection.device != nullptr)
+        lines.add("Device", device_text(*inspection.device));
+    else if (inspection.other_family != nullptr)
+        lines.add("Device", "of the family " + std::string{inspection.other_family->name});
+    else if (!inspection.part.empty())
+        lines.add("Device", "not known");
 }
 
 void add_configuration(Lines& lines, const Inspection& inspection)
@@ -114,19 +152,35 @@ void add_configuration(Lines& lines, const Inspection& inspection)
 
 Json packets_json(const Inspection& inspection)
 {
-    if (is_serial(inspection) || !inspection.packets.sync_bit())
+    if (!inspection.packets || !inspection.packets->sync_bit())
         return nullptr;
+    const PacketSummary& summary = *inspection.packets;
     Json registers = Json::array();
-    for (const auto& written : inspection.packets.registers())
+    for (const auto& written : summary.registers())
         registers.push_back({{"name", written.name}, {"packets", written.packets}, {"words", written.words}});
     Json commands = Json::array();
-    for (const auto& command : inspection.packets.commands())
+    for (const auto& command : summary.commands())
         commands.push_back({{"name", command.name}, {"count", command.count}});
-    Json packets = {{"sync_bit", *inspection.packets.sync_bit()}};
-    packets["idcode"] = inspection.packets.idcode() ? Json(in_hex(*inspection.packets.idcode())) : Json{};
+    Json packets = {{"sync_bit", *summary.sync_bit()}};
+    packets["idcode"] = summary.idcode() ? Json(in_hex(*summary.idcode())) : Json{};
     packets["registers"] = std::move(registers);
     packets["commands"] = std::move(commands);
     return packets;
+}
+
+Json text_json(const std::optional<std::string>& text)
+{
+    return text ? Json(*text) : Json{};
+}
+
+Json header_json(const Header& header)
+{
+    return {{"tool", text_json(header.tool)},
+            {"design", text_json(header.design)},
+            {"architecture", text_json(header.architecture)},
+            {"date", text_json(header.date)},
+            {"time", text_json(header.time)},
+            {"other", header.other}};
 }
 
 Json configuration_json(const Inspection& inspection)
@@ -142,6 +196,11 @@ Json configuration_json(const Inspection& inspection)
             {"length_count", port.length_count ? Json(*port.length_count) : Json{}}};
 }
 
+Json json_document()
+{
+    return {{"kvn", "inspection"}, {"version", JSON_VERSION}};
+}
+
 Json device_json(const fpga::Device* device)
 {
     if (device == nullptr)
@@ -150,6 +209,27 @@ Json device_json(const fpga::Device* device)
             {"family", fpga::family_name(device->family)},
             {"frames", device->frames()},
             {"standard_bits", device->stream_bits()}};
+}
+
+Json load_json(const Judgement& judgement, LoadKind kind)
+{
+    const auto load = std::ranges::find(judgement.loads, kind, &TriedLoad::kind);
+    if (load == judgement.loads.end())
+        return nullptr;
+    return {{"starts", load->trial.starts},
+            {"error", load->trial.error},
+            {"module", load->trial.module_says},
+            {"bus_bytes", load->trial.bytes}};
+}
+
+Json judgement_json(const Judgement& judgement)
+{
+    constexpr const char* answers[] = {"yes", "no", "unknown"};
+    return {{"device", judgement.device},
+            {kind_name(LoadKind::plain), load_json(judgement, LoadKind::plain)},
+            {kind_name(LoadKind::compressed), load_json(judgement, LoadKind::compressed)},
+            {"result", answers[static_cast<int>(judgement.answer)]},
+            {"words", judgement.words}};
 }
 
 } // namespace
@@ -168,19 +248,10 @@ std::string printable(const std::string& text)
     return shown;
 }
 
-std::string device_text(const fpga::Device& device)
-{
-    return std::string{device.name} + " (" + std::string{fpga::family_name(device.family)} + ")";
-}
-
 BusTime bus_time(const Inspection& inspection, double bytes_per_second)
 {
     const std::uint64_t data = inspection.found_bits / 8;
-    // The library's own table decides, not the chip's family.
-    kvn_fpga_imp session;
-    char family[32];
-    (void)session.Get_Device_Family(inspection.part.c_str(), family);
-    const bool holds_back = session.virtex2_family == 0;
+    const bool holds_back = holds_back_tail(inspection.part);
     const std::uint64_t tail = !holds_back ? 0 : inspection.format() == Format::mcb ? MCB_TAIL : PLAIN_TAIL;
     const std::uint64_t plain = LOAD_HEADER_SIZE + data - std::min(data, tail);
     const std::uint64_t compressed = LOAD_HEADER_SIZE + inspection.run_coded_bytes;
@@ -193,16 +264,8 @@ void print_report(std::ostream& out, const Inspection& inspection, const std::op
     Lines lines{out};
     lines.add("File", printable(inspection.path) + ", " + std::to_string(inspection.file_size) + " bytes");
     lines.add("Format", format_name(inspection.format()));
-    for (const Label& label : inspection.labels)
-        lines.add(label.name, printable(label.text));
-    if (!inspection.part.empty())
-        lines.add("Part", printable(inspection.part));
-    if (inspection.device != nullptr)
-        lines.add("Device", device_text(*inspection.device));
-    else if (!inspection.other_family.empty())
-        lines.add("Device", "of the family " + inspection.other_family);
-    else if (!inspection.part.empty())
-        lines.add("Device", "not known");
+    add_header(lines, inspection);
+    add_device(lines, inspection);
     add_size(lines, inspection);
     add_packets(lines, inspection);
     add_configuration(lines, inspection);
@@ -219,33 +282,51 @@ void print_problems(std::ostream& out, const Inspection& inspection)
 {
     Lines lines{out};
     for (const Problem& problem : inspection.problems) {
-        lines.add(problem.fatal ? "Problem" : "Note", printable(problem.what));
+        lines.add(problem.is_fatal() ? "Problem" : "Note", printable(problem.what));
         lines.add("  What to do", printable(problem.remedy));
     }
     if (inspection.problems.empty())
         lines.add("Problems", "none");
 }
 
+void print_judgement(std::ostream& out, const Inspection& inspection, const Judgement& judgement)
+{
+    out << "File:           " << printable(inspection.path) << '\n';
+    print_problems(out, inspection);
+    for (const TriedLoad& load : judgement.loads)
+        out << (load.kind == LoadKind::plain ? "Plain:          " : "Compressed:     ")
+            << printable(what_happens(inspection, load.trial)) << '\n';
+    constexpr const char* answers[] = {"yes", "no", "cannot be judged"};
+    out << "Result:         " << answers[static_cast<int>(judgement.answer)] << ", "
+        << printable(judgement.words) << '\n';
+}
+
 Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
 {
-    Json header = Json::object();
-    for (const Label& label : inspection.labels)
-        header[label.name] = label.text;
     Json problems = Json::array();
     for (const Problem& problem : inspection.problems)
-        problems.push_back({{"what", problem.what}, {"remedy", problem.remedy}, {"fatal", problem.fatal}});
+        problems.push_back(
+            {{"what", problem.what}, {"remedy", problem.remedy}, {"fatal", problem.is_fatal()}});
 
-    Json json = {{"file", inspection.path},
-                 {"size", inspection.file_size},
-                 {"format", format_name(inspection.format())},
-                 {"named", format_name(inspection.named)}};
-    json["header"] = std::move(header);
+    Json candidates = Json::array();
+    for (const fpga::Device* candidate : inspection.candidates)
+        candidates.push_back(candidate->name);
+
+    Json json = json_document();
+    json["error"] = nullptr;
+    json["file"] = inspection.path;
+    json["size"] = inspection.file_size;
+    json["format"] = format_name(inspection.format());
+    json["named"] = format_name(inspection.named);
+    json["header"] = header_json(inspection.header);
     json["part"] = inspection.part;
     json["device"] = device_json(inspection.device);
-    json["other_family"] = inspection.other_family.empty() ? Json{} : Json(inspection.other_family);
+    json["devices_by_data"] = std::move(candidates);
+    json["other_family"] = inspection.other_family != nullptr ? Json(inspection.other_family->name) : Json{};
     json["stated_bits"] = inspection.stated_bits ? Json(*inspection.stated_bits) : Json{};
     json["found_bits"] = inspection.found_bits;
     json["packets"] = packets_json(inspection);
+    json["packets_unread"] = has_unread_packets(inspection) ? Json(unread_packets(inspection)) : Json{};
     json["configuration"] = configuration_json(inspection);
     json["run_coded"] = nullptr;
     if (inspection.found_bits != 0)
@@ -256,6 +337,28 @@ Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
                             {"plain_seconds", time->plain},
                             {"compressed_seconds", time->compressed}};
     json["problems"] = std::move(problems);
+    return json;
+}
+
+Json to_json(const Inspection& inspection, const Judgement& judgement)
+{
+    Json json = to_json(inspection, std::nullopt);
+    json["check"] = judgement_json(judgement);
+    return json;
+}
+
+Json to_json(const Failure& failure)
+{
+    Json json = json_document();
+    json["error"] = {{"kind", failure.kind}, {"what", failure.what}};
+    return json;
+}
+
+Json help_json(const std::string& text)
+{
+    Json json = json_document();
+    json["error"] = nullptr;
+    json["help"] = text;
     return json;
 }
 

@@ -1,0 +1,42 @@
+// Whether a module would start with a bitstream file.
+#ifndef KVN_JUDGEMENT_H
+#define KVN_JUDGEMENT_H
+
+#include "inspection.h"
+#include "trial.h"
+
+#include <string>
+#include <vector>
+
+namespace kvn
+{
+
+enum class Answer { yes, no, unknown };
+
+struct TriedLoad {
+    LoadKind kind;
+    Trial trial;
+};
+
+struct Judgement {
+    std::string device; ///< that the modules of the trials had
+    std::vector<TriedLoad> loads;
+    Answer answer = Answer::unknown;
+    std::string words; ///< the answer in words
+};
+
+/// "plain"
+[[nodiscard]] const char* kind_name(LoadKind kind);
+
+/// How a load ended, in words.
+[[nodiscard]] std::string what_happens(const Inspection& inspection, const Trial& trial);
+
+/// Tries the loads on a virtual module. The inspection's problems and the answer agree afterwards: the answer
+/// is no exactly when one of them is fatal; what stops none of these loads becomes a note.
+/// @param device of the module, such as "2v3000fg676-4"; empty: the part that the file names
+[[nodiscard]] Judgement judge(Inspection& inspection, const std::string& device,
+                              const std::vector<LoadKind>& loads);
+
+} // namespace kvn
+
+#endif
