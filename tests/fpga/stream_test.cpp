@@ -204,4 +204,10 @@ TEST_F(BitstreamFiles, AFolderThatIsNotThereIsReported)
     EXPECT_THROW(fpga::write_bit(path("no/such/a.bit"), data, labels), std::runtime_error);
 }
 
+// What fits into the buffer of a file is refused by the disk only as the file is closed.
+TEST_F(BitstreamFiles, AFullDiskIsReportedAsTheFileIsClosed)
+{
+    EXPECT_THROW(fpga::write_bit("/dev/full", std::span{data}.last(4), labels), std::runtime_error);
+}
+
 } // namespace
