@@ -359,6 +359,33 @@ TEST(PacketPort, ReportsWhatTheStreamWrote)
     EXPECT_EQ(registers, "CRC 1, FAR 1, FDRI 10530, CMD 6, CTL 1, MASK 1, COR 1, FLR 1, IDCODE 1, ");
 }
 
+TEST(PacketPort, StartUpNeedsTheLastFrameCommand)
+{
+    const Device& device = device_named("2v40");
+    std::vector<std::uint32_t> words;
+    const Bytes stream = fpga::make_stream(device);
+    for (std::size_t at = 0; at + 4 <= stream.size(); at += 4)
+        words.push_back(static_cast<std::uint32_t>(stream[at]) << 24 | stream[at + 1] << 16U |
+                        stream[at + 2] << 8U | stream[at + 3]);
+    const auto configured_with = [&](std::uint32_t last_frame) {
+        Words changed;
+        std::uint32_t before = 0;
+        for (const std::uint32_t word : words) {
+            if (before == fpga::type1_write(fpga::REG_COR, 1))
+                changed.put(word | 1U << 29); // no CRC is compared
+            else if (before == fpga::type1_write(fpga::REG_CMD, 1) && word == fpga::CMD_LFRM)
+                changed.put(last_frame);
+            else
+                changed.put(word);
+            before = word;
+        }
+        return changed.reason("2v40");
+    };
+    EXPECT_EQ(configured_with(fpga::CMD_LFRM), "DONE went high after 338784 bits");
+    EXPECT_EQ(configured_with(fpga::CMD_NULL), "start-up was requested without the last-frame command");
+    EXPECT_EQ(configured_with(fpga::CMD_AGHIGH), "start-up was requested without the last-frame command");
+}
+
 TEST(LengthCountPort, NeedsAsManyBitsAsTheLengthCountTells)
 {
     const Device& device = device_named("s10");

@@ -21,6 +21,19 @@ TEST_F(KvnCheck, AGoodFileStartsTheDeviceThatItNames)
     }
 }
 
+TEST_F(KvnCheck, ShowsControlCharactersAsEscapes)
+{
+    make("2v40cs144-4", "a.bit");
+    std::filesystem::rename(folder / "a.bit", folder / "a\x1B[2J.bit");
+    EXPECT_THAT(kvn({"check", "a\x1B[2J.bit"}).output,
+                testing::StartsWith("File:           a\\x1B[2J.bit\nProblems:       none\n"));
+    const std::string refused = kvn({"check", "a\x1B[2J.bit", "--device", "2v80cs144-4"}).output;
+    EXPECT_THAT(refused, testing::HasSubstr("Plain:          Error 9336. "));
+    EXPECT_THAT(refused, testing::Not(testing::HasSubstr("\x1B")));
+    EXPECT_THAT(kvn({"check", "a\x1B[2J.bit", "--device", "x\x1By"}).output,
+                testing::HasSubstr("no device x\\x1By is known\n"));
+}
+
 TEST_F(KvnCheck, TellsWhatIsHeldBackFromOlderDevices)
 {
     make("v50pq240-5", "a.bit");

@@ -343,16 +343,25 @@ TEST_F(KvnDamage, WhatTheLibraryToleratesIsANote)
                            " bytes beyond the 42372 bytes that the header states; a load sends them, a "
                            "conversion to RBT fails over them\n"));
     make("2v40cs144-4", "a.mcb");
-    write("a.mcb", content("a.mcb") + "t");
-    EXPECT_THAT(
-        kvn({"check", "a.mcb"}).output,
-        testing::HasSubstr("Note:           1 bytes follow the last run; the library does not read them\n"));
-    make("2v40cs144-4", "a.mcb");
-    write("a.mcb", content("a.mcb") + "tail");
-    EXPECT_EQ(kvn({"check", "a.mcb"}).status, 0);
-    EXPECT_THAT(
-        kvn({"check", "a.mcb"}).output,
-        testing::HasSubstr("Note:           4 bytes follow the last run; the library does not read them\n"));
+    const std::string whole = content("a.mcb");
+    for (const std::size_t more : {1U, 4U}) {
+        write("a.mcb", whole + std::string(more, 't'));
+        EXPECT_EQ(kvn({"check", "a.mcb"}).status, 0);
+        EXPECT_THAT(kvn({"check", "a.mcb"}).output,
+                    testing::HasSubstr("Note:           " + std::to_string(more) +
+                                       " bytes follow the last run; the library does not read them\n"));
+    }
+}
+
+TEST_F(KvnDamage, AnOddCharacterIsFoundFromTheFirstDataLineOn)
+{
+    make("2v40cs144-4", "a.rbt");
+    std::string text = content("a.rbt");
+    text[data_line(text, 8)] = 'x';
+    write("a.rbt", text);
+    EXPECT_THAT(kvn({"info", "a.rbt"}).output,
+                testing::HasSubstr("line 8 has a character at place 1 that is neither 0 nor 1; "
+                                   "the library takes it for 0\n"));
 }
 
 TEST_F(KvnDamage, StreamsThatWouldNotStartAreExplained)

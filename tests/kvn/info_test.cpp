@@ -159,6 +159,27 @@ TEST_F(KvnInfo, PrintsJsonThatSaysTheSame)
     EXPECT_EQ(info["problems"], nlohmann::json::array());
 }
 
+TEST_F(KvnInfo, CountsTheBytesOfALastWordThatIsNotWhole)
+{
+    make("2v40cs144-4", "a.bit");
+    std::string file = content("a.bit");
+    // One run at the end, of a byte that reads differently from behind.
+    file.replace(file.size() - 8, 8, std::string(8, '\x01'));
+    constexpr std::size_t DATA_SIZE = 42372;
+    const std::size_t last_of_count = file.size() - DATA_SIZE - 1;
+    const char whole = file[last_of_count];
+    std::vector<nlohmann::json> run_coded;
+    for (const int less : {4, 3, 2, 1, 0}) {
+        file[last_of_count] = static_cast<char>(whole - less);
+        write("a.bit", file);
+        const nlohmann::json info = json({"info", "a.bit"});
+        EXPECT_EQ(info["stated_bits"], 338976 - 8 * less);
+        EXPECT_EQ(info["found_bits"], 338976 - 8 * less);
+        run_coded.push_back(info["run_coded"]["bytes"]);
+    }
+    EXPECT_THAT(run_coded, testing::Each(run_coded[0]));
+}
+
 TEST_F(KvnInfo, ShowsControlCharactersAsEscapes)
 {
     make("2v40cs144-4", "a.bit");

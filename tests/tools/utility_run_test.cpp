@@ -82,6 +82,17 @@ TEST_F(UtilityRun, ExitsWith1WhenTheModuleRefuses)
     EXPECT_EQ(outcome.errors, "Error 9118. Configuration was unsuccessful (7).\n");
 }
 
+TEST_F(UtilityRun, PrintsTheErrorBehindAllThatCameBeforeItInOnePipe)
+{
+    write_rbt("design.rbt");
+    Command both = kvn_fpga(
+        {"-c", "exec \"$0\" \"$@\" 2>&1", KVN_FPGA_PROGRAM, "-u", "-fdesign", "-dmwc4a", "-b0", "-s1"});
+    both.program = "/bin/sh";
+    EXPECT_EQ(run(both).output,
+              "\n\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x1 (via 'mwc4a 0')\n"
+              "Error 9220. There is no module in slot 1 of board mwc4a 0.\n");
+}
+
 TEST_F(UtilityRun, TakesTheBoardFromTheEnvironment)
 {
     write_rbt("design.rbt");

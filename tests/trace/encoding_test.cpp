@@ -43,7 +43,8 @@ TEST(Encoding, WhatIsNoBytesIsRefused)
     for (const char* text :
          {R"({"hex":"0D0"})", R"({"hex":"0G"})", R"({"hex":"0d"})", R"({"hex":"0D,05"})", R"({"hex":"0"})",
           R"({"base64":"AAA"})", R"({"base64":"A==="})", R"({"base64":"====AAAA"})", R"({"base64":"AA*A"})",
-          R"({"hex":1})", R"({"hex":"00","base64":""})", R"({})", R"([])", R"("00")", R"(null)", R"(1)"})
+          R"({"base64":"AA==AAAA"})", R"({"base64":"AAA=AAAA"})", R"({"hex":1})",
+          R"({"hex":"00","base64":""})", R"({})", R"([])", R"("00")", R"(null)", R"(1)"})
         EXPECT_EQ(mwtrace::bytes_from_json(Json::parse(text)), std::nullopt) << text;
 }
 

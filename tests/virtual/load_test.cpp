@@ -81,6 +81,17 @@ TEST_F(Load, PairsMayBeSplitOverPiecesAndRunsOfNothingAddNothing)
     EXPECT_EQ(contents(1).configuration, virtex2);
 }
 
+TEST_F(Load, ABrokenPairDoesNotReachIntoTheNextLoad)
+{
+    const Bytes pairs = fpga::run_code(virtex2);
+    EXPECT_NE(status_of(bus.load(0, 1, COMPRESSED, std::span{pairs}.first(pairs.size() - 1))), 5);
+    EXPECT_EQ(contents(1).verdict, Verdict::run_coding_broken);
+    EXPECT_EQ(status_of(bus.load(0, 1, COMPRESSED, pairs)), 5);
+    EXPECT_EQ(contents(1).configuration, virtex2);
+    EXPECT_NE(status_of(bus.load(0, 1, COMPRESSED, std::span{pairs}.first(pairs.size() - 1))), 5);
+    EXPECT_EQ(status_of(bus.load(0, 1, PLAIN, virtex2)), 5);
+}
+
 TEST_F(Load, TheHeaderMayArriveByteByByte)
 {
     ASSERT_EQ(bus.start(0, 1), SUCCESS);
