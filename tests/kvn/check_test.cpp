@@ -156,20 +156,6 @@ TEST_F(KvnCheck, WhatIsNotKnownCannotBeJudged)
     EXPECT_EQ(kvn({"check", "nothing.bit"}).status, 2);
 }
 
-TEST_F(KvnCheck, ShowsControlCharactersAsEscapes)
-{
-    const std::string name = "\x1B[2J.bit";
-    make("2v40cs144-4", name);
-    const std::string output = kvn({"check", name, "--device", "2v80\x07-4"}).output;
-    EXPECT_THAT(output, testing::HasSubstr("File:           \\x1B[2J.bit\n"));
-    EXPECT_THAT(output, testing::HasSubstr("Plain:          Error 9336. Bitstream \\x1B[2J.bit is not for a "
-                                           "2v80\\x07-4 device."));
-    EXPECT_THAT(output,
-                testing::HasSubstr("Result:         no, a module with a 2v80\\x07-4 would not start\n"));
-    EXPECT_EQ(output.find('\x1B'), std::string::npos);
-    EXPECT_EQ(output.find('\x07'), std::string::npos);
-}
-
 TEST_F(KvnCheck, PrintsItsJudgementAsJson)
 {
     make("2v40cs144-4", "a.bit", "crc");

@@ -213,6 +213,41 @@ const Mistake mistakes[] = {
 INSTANTIATE_TEST_SUITE_P(Mistakes, RackMistake, testing::ValuesIn(mistakes),
                          [](const auto& tested) { return std::string{tested.param.name}; });
 
+TEST(RackReader, CharactersBeyondAsciiOutsideQuotesAndCommentsAreToldWithTheirLine)
+{
+    const std::string told =
+        ": characters beyond ASCII may stand only in quotes and comments, and not behind a backslash";
+    const struct {
+        const char* text;
+        const char* line;
+    } rows[] = {
+        {"[[b\u00F6ard]]", "1"},
+        {"a = 1\n\u00A0b = 2", "2"},
+        {"a = \u2003", "1"},
+        {"a = \"x\" \u0416", "1"},
+        {"a = 2\"\u0416\"", "1"},
+        {"a1 = [.5'\u0416']", "1"},
+        {"# \u0416\n\u0416", "2"},
+        {"a = 'x\\' \u0416 # '", "1"},
+        {R"(a = """x""""" Ж)", "1"},
+        {"a = \"\"\"\\\n\n  \u0416\"\"\"", "3"},
+        {"a = \"\"\"\\\u0416\"\"\"", "1"},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(mistake_in(row.text), std::string{"rack.toml:"} + row.line + told) << row.text;
+}
+
+TEST(RackReader, CharactersBeyondAsciiMayStandInQuotesAndComments)
+{
+    const char* types[] = {
+        R"("ü")", R"('ü\')", R"("\"ü")", R"("""ü"ü""""")", R"('''ü''\ ü''''')", "\"\"\"\\\n aü\"\"\"",
+    };
+    for (const char* type : types)
+        EXPECT_EQ(mistake_in(std::string{"\uFEFF# \u00FC \"\n[[board]]\ntype = "} + type + "\nnumber = 0\n"),
+                  "none")
+            << type;
+}
+
 TEST(RackReader, SyntaxErrorsAreToldWithTheirLine)
 {
     EXPECT_TRUE(mistake_in("[[board]]\ntype = \n").starts_with("rack.toml:2: "));
