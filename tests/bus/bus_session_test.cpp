@@ -85,7 +85,7 @@ TEST_F(BusSession, ClosesOnceWhateverThePlatformDoesToTheHandle)
 
 TEST_F(BusSession, Error9201WhenTheBoardCannotBeOpened)
 {
-    platform.error_text(0x80000001, "board is asleep");
+    platform.set_error_text(0x80000001, "board is asleep");
     platform.fail("OpenS", 1, 0x80000001);
     EXPECT_EQ(open("mwc4a", 0),
               Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (board is asleep)."));
@@ -126,7 +126,7 @@ Err2Text 0x78
 
 TEST_F(BusSession, Error9201TakesWordsOf255CharactersFromThePlatform)
 {
-    platform.error_text(0x77, std::string(255, 'w'));
+    platform.set_error_text(0x77, std::string(255, 'w'));
     platform.fail("OpenS");
     EXPECT_EQ(open("mwc4a", 0), Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
                                                 std::string(255, 'w') + ")."));
@@ -134,7 +134,7 @@ TEST_F(BusSession, Error9201TakesWordsOf255CharactersFromThePlatform)
 
 TEST_F(BusSession, Error9201CutsWordsThatThePlatformDoesNotEnd)
 {
-    platform.error_text(0x77, std::string(256, 'w'));
+    platform.set_error_text(0x77, std::string(256, 'w'));
     platform.fail("OpenS");
     EXPECT_EQ(open("mwc4a", 0), Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
                                                 std::string(255, 'w') + ")."));
@@ -142,7 +142,7 @@ TEST_F(BusSession, Error9201CutsWordsThatThePlatformDoesNotEnd)
 
 TEST_F(BusSession, Error9201TakesPercentSignsInThePlatformsWordsAsTheyAre)
 {
-    platform.error_text(0x77, "100%n %s");
+    platform.set_error_text(0x77, "100%n %s");
     platform.fail("OpenS");
     EXPECT_EQ(open("mwc4a", 0),
               Fails(9201, "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (100%n %s)."));

@@ -222,7 +222,7 @@ TEST_P(LoadExchangeTest, WhatAnEarlierLoadLeftInTheBufferGoesOutFirst)
 
 TEST_P(LoadExchangeTest, Error9105Or9156Or9350MayHoldPercentSignsOfThePlatform)
 {
-    platform.error_text(0x77, "100% %s %n");
+    platform.set_error_text(0x77, "100% %s %n");
     platform.fail("StartSendMessageEx");
     EXPECT_EQ(load_file(), Fails(GetParam().start,
                                  "Error " + std::to_string(GetParam().start) +

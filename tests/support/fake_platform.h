@@ -117,7 +117,7 @@ public:
     [[nodiscard]] int calls() const { return calls_; }
 
     /// The text for a code: "api 0x77" unless set here.
-    void error_text(std::uint32_t code, const std::string& text) { error_texts_[code] = text; }
+    void set_error_text(std::uint32_t code, const std::string& text) { error_texts_[code] = text; }
 
     /// A failing MwOpenS stores a handle nevertheless.
     bool failing_open_stores_handle = false;
