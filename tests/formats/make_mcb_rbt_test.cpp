@@ -1,4 +1,5 @@
 // RBT to MCB: the output byte for byte, the console, and every error.
+#include "links.h"
 #include "support/bitstreams.h"
 #include "support/faults.h"
 #include "support/run_fixture.h"
@@ -252,6 +253,29 @@ TEST_F(MakeMcbRbt, Error9242WhenTheOutputCannotBeCreated)
     std::filesystem::create_directory("design.mcb");
     EXPECT_EQ(convert(one_line_of_zeros()),
               Fails(9242, "Error 9242. Cannot open/create MCB file design.mcb."));
+}
+
+TEST_F(MakeMcbRbt, Error9242WhenTheOutputIsTheInputUnderAnotherName)
+{
+    const RbtFile file = one_line_of_zeros();
+    for (const auto link : linked_as) {
+        file.write();
+        link("design.rbt", "design.mcb");
+        EXPECT_EQ(convert(), Fails(9242, "Error 9242. Cannot open/create MCB file design.mcb."));
+        EXPECT_EQ(read_file("design.rbt"), file.text()) << "the input is as it was";
+        std::filesystem::remove("design.mcb");
+    }
+}
+
+TEST_F(MakeMcbRbt, AnOutputThatIsALinkToAnotherFileIsReplaced)
+{
+    for (const auto link : linked_as) {
+        write_file("other.mcb", std::string(10000, 'x'));
+        link("other.mcb", "design.mcb");
+        EXPECT_EQ(convert(one_line_of_zeros()), Succeeds());
+        EXPECT_EQ(read_file("other.mcb").size(), 524U);
+        std::filesystem::remove("design.mcb");
+    }
 }
 
 namespace
