@@ -6,6 +6,9 @@
 // Threads: an object serves one run at a time, on the caller's thread, and blocks in the platform's calls.
 // Different objects may run in different threads: they share nothing but the process environment and the
 // platform API.
+//
+// Callbacks run on the thread of the run. They must not throw, and must not start a run on the object that
+// calls them, nor destroy it. They may start runs on other objects.
 #ifndef KVN_FPGA_H
 #define KVN_FPGA_H
 

@@ -63,11 +63,11 @@ int kvn_fpga_imp::Make_mcb_file_bit(FILE* stream)
     print("\nGenerating an MCB file from %s.\n", bitstream_file);
     print("Checking header section of file <%s>.\n", bitstream_file);
     BitHeader header;
+    const Finally release_header{[&header] { free_header(&header); }};
     last_error = Read_Bitstream_Hdr_bit(stream, &header);
     if (last_error != 0)
         return last_error; // the header's reader has closed the file
     File input = take_over(stream);
-    const Finally release_header{[&header] { free_header(&header); }};
 
     const OutputName name{bitstream_file, "mcb"};
     File file = open_output(name, bitstream_file, "wb");
