@@ -118,6 +118,8 @@ public:
 
     /// The text for a code: "api 0x77" unless set here.
     void error_text(std::uint32_t code, const std::string& text) { error_texts_[code] = text; }
+    // Without it a literal would be taken for the buffer of the platform's function.
+    void error_text(std::uint32_t code, const char* text) { error_texts_[code] = text; }
 
     /// A failing MwOpenS stores a handle nevertheless.
     bool failing_open_stores_handle = false;
