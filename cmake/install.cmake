@@ -3,7 +3,7 @@
 # carriers, which may be left out, bring rules of their own.
 include(CMakePackageConfigHelpers)
 
-install(TARGETS kvn_fpga mwapi EXPORT kvn_fpgaTargets
+install(TARGETS kvn_fpga kvn_fpga_loaded_platform mwapi EXPORT kvn_fpgaTargets
         LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
         RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(FILES include/kvn_fpga.h platform/mwapi.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
@@ -14,7 +14,9 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvn_fpgaConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/kvn_fpgaConfig.cmake ${PROJECT_BINARY_DIR}/kvn_fpgaConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvn_fpga)
 
-# What users read and copy: the pages, and the example that tests an application on virtual carriers.
-install(DIRECTORY docs/ DESTINATION ${CMAKE_INSTALL_DOCDIR} FILES_MATCHING PATTERN "*.md"
-        PATTERN decisions EXCLUDE)
+# What users read and copy: the pages, racks, and the example that tests an application on virtual carriers. They
+# lie as in this tree, so that links between them hold.
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.toml")
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -6,6 +6,9 @@
 // Threads: an object serves one run at a time, on the caller's thread, and blocks in the platform's calls.
 // Different objects may run in different threads: they share nothing but the process environment and the
 // platform API.
+//
+// Callbacks run on the thread of the run. They must not throw, and must not start a run on the object that
+// calls them, nor destroy it. They may start runs on other objects.
 #ifndef KVN_FPGA_H
 #define KVN_FPGA_H
 
@@ -41,6 +44,9 @@ public:
     /// is and never closed. From any other handle only the board type and number are taken, and the run opens
     /// the bus itself.
     ///
+    /// A load that fails part-way leaves its message open on the handle, so that no module starts with part
+    /// of its data. Every further run on the handle then ends with 9060: close the device and open it again.
+    ///
     /// @param handle the caller's device; it must stay open until the call returns
     /// @return 0, or an error number: 9300 handle is null, 9301 the platform does not know it, 9302 rbtfile
     ///         is null, 9303 unknown action, and those of the run
@@ -48,7 +54,7 @@ public:
 
     /// Runs a command line (docs/command-line.md) with a device that the caller has opened. The handle is
     /// used, and never closed, when it is on a board's serial bus and agrees with the options -d and -b;
-    /// otherwise it is ignored.
+    /// otherwise it is ignored. After a load that fails part-way, close it and open it again, as above.
     ///
     /// @param handle the caller's device, or null; it must stay open until the call returns
     /// @param argc   number of arguments, including the program's name

@@ -16,7 +16,8 @@ struct SendResult {
     std::size_t failed_byte; ///< with a code other than 0, the index of the byte that filled the failed piece
 };
 
-/// Sends whole pieces from where they are; the buffer must be empty.
+/// Sends whole pieces; the buffer must be empty.
+/// Choice: from where they are (docs/decisions/0031-pieces-from-where-they-are.md).
 inline SendResult send_pieces(MW_HANDLE* handle, const std::uint8_t* data, std::size_t length)
 {
     // Keep loop overhead low: a load makes one call for each 8 bytes.

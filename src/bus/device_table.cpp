@@ -67,6 +67,8 @@ int kvn_fpga_imp::Get_Device_Family(const char* name, char* family_out)
         if (key.text() != family.key)
             continue;
         std::strcpy(family_out, family.name); // NOLINT: holds at least 13 characters
+        // Required: only the reset of a run clears the mark. An older module that follows one of these
+        // families in the same run is sent its tail.
         if (family.is_virtex2)
             virtex2_family = 1;
         return 1;

@@ -1,7 +1,7 @@
 // Makes an MCB file from a BIT file.
 #include "formats/bit_data.h"
 #include "formats/mcb_writer.h"
-#include "formats/output_name.h"
+#include "formats/output_file.h"
 #include "kvnfpgai.h"
 
 namespace
@@ -63,14 +63,14 @@ int kvn_fpga_imp::Make_mcb_file_bit(FILE* stream)
     print("\nGenerating an MCB file from %s.\n", bitstream_file);
     print("Checking header section of file <%s>.\n", bitstream_file);
     BitHeader header;
+    const Finally release_header{[&header] { free_header(&header); }};
     last_error = Read_Bitstream_Hdr_bit(stream, &header);
     if (last_error != 0)
         return last_error; // the header's reader has closed the file
     File input = take_over(stream);
-    const Finally release_header{[&header] { free_header(&header); }};
 
     const OutputName name{bitstream_file, "mcb"};
-    File file{std::fopen(name.text, "wb")};
+    File file = open_output(name, bitstream_file, "wb");
     if (!file)
         return fail("Error 9410. Cannot open/create MCB file %s.", name.text);
     McbWriter mcb{*this, name.text, std::move(file), data_messages};

@@ -1,6 +1,6 @@
 // Makes an MCB file from an RBT file.
 #include "formats/mcb_writer.h"
-#include "formats/output_name.h"
+#include "formats/output_file.h"
 #include "formats/rbt_format.h"
 #include "kvnfpgai.h"
 
@@ -113,7 +113,7 @@ int kvn_fpga_imp::Make_mcb_file_rbt(FILE* stream)
         return fail("Error 9241. Invalid first line in RBT file %s.", bitstream_file);
 
     const OutputName name{bitstream_file, "mcb"};
-    File file{std::fopen(name.text, "wb")};
+    File file = open_output(name, bitstream_file, "wb");
     if (!file)
         return fail("Error 9242. Cannot open/create MCB file %s.", name.text);
     McbWriter mcb{*this, name.text, std::move(file), data_messages};

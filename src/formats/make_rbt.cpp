@@ -1,7 +1,7 @@
 // Makes an RBT file from an MCB file.
 #include "formats/mcb_format.h"
 #include "formats/mcb_runs.h"
-#include "formats/output_name.h"
+#include "formats/output_file.h"
 #include "formats/progress.h"
 #include "formats/rbt_format.h"
 #include "kvnfpgai.h"
@@ -164,7 +164,7 @@ int kvn_fpga_imp::Make_rbt_file(FILE* stream)
         return fail("Error 9272. Failed to read device type from MCB file %s.", bitstream_file);
 
     const OutputName name{bitstream_file, "rbt"};
-    File file{std::fopen(name.text, "w")};
+    File file = open_output(name, bitstream_file, "w");
     if (!file)
         return fail("Error 9273. Cannot open/create RTB file %s.", name.text);
     RbtWriter rbt{*this, name.text, std::move(file)};

@@ -34,7 +34,7 @@ int McbWriter::write_words(std::span<const std::uint8_t> bytes, BitTally& bits)
     if (const int error = write_pairs(pairs, size, messages_.count, messages_.value))
         return error;
     bits.add_words(bytes.size() / WORD_SIZE);
-    if (bits.report_is_due() && bits.stated > 0)
+    if (bits.report_is_due() && bits.stated != 0)
         session_.show_progress(conversion_percent(bits.found, bits.stated));
     return 0;
 }

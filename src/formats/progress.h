@@ -57,10 +57,10 @@ constexpr std::int32_t load_percent(std::int32_t done, std::int32_t total)
 }
 
 /// The percentage that a converter shows.
-/// Choice: nothing to do counts as all done (docs/decisions/0006-percentages.md).
+/// Choice: with a stated size of 0 everything is done (docs/decisions/0006-percentages.md).
 constexpr int conversion_percent(std::int64_t done, std::int64_t total)
 {
-    return total > 0 ? static_cast<int>(done * 100 / total) : 100;
+    return total != 0 ? static_cast<int>(done * 100 / total) : 100;
 }
 
 #endif

@@ -114,11 +114,11 @@ int kvn_fpga_imp::Load_Bitstream_bit(const char* given_type, int given_number, i
 {
     announce_load(*this, given_type, given_number, given_address);
     BitHeader header;
+    const Finally release_header{[&header] { free_header(&header); }};
     last_error = Read_Bitstream_Hdr_bit(fp, &header);
     if (last_error != 0)
         return last_error; // the header's reader has closed the file
     File file = take_over(fp);
-    const Finally release_header{[&header] { free_header(&header); }};
 
     BitTally bits{.stated = stated_bits(header)};
     if (verbose)

@@ -3,6 +3,25 @@
 #include "support/run_fixture.h"
 
 #include <cstring>
+#include <vector>
+
+namespace
+{
+/// Where the data of each piece was.
+thread_local std::vector<const void*> piece_addresses;
+} // namespace
+
+extern "C" {
+std::uint32_t __real_MwKSBSendMessageDataEx(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                                            std::uint32_t timeout);
+
+std::uint32_t __wrap_MwKSBSendMessageDataEx(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                                            std::uint32_t timeout)
+{
+    piece_addresses.push_back(data);
+    return __real_MwKSBSendMessageDataEx(handle, data, length, timeout);
+}
+}
 
 namespace
 {
@@ -219,6 +238,21 @@ SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
 SendMessageDataEx 09 0A 0B 0C 0D 0E 0F 10 timeout 5000
 SendMessageDataEx 11 12 13 14 15 16 17 18 timeout 5000
 )");
+    EXPECT_EQ(session.send_count, 0U);
+}
+
+TEST_F(SendBuffer, SendsWholePiecesFromWhereTheyAre)
+{
+    const Bytes data(21, 0xAA);
+    const auto send_data = [this, &data](std::size_t length) {
+        piece_addresses.clear();
+        EXPECT_EQ(session.BufferedKsbSendMessageData(session.handle, data.data(), length, 5000), 0);
+        return piece_addresses;
+    };
+    using Addresses = std::vector<const void*>;
+    EXPECT_EQ(send_data(21), (Addresses{data.data(), data.data() + 8}));
+    // Three more bytes complete the piece in the buffer.
+    EXPECT_EQ(send_data(19), (Addresses{session.send_buffer, data.data() + 3, data.data() + 11}));
     EXPECT_EQ(session.send_count, 0U);
 }
 

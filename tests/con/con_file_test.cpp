@@ -273,6 +273,20 @@ TEST_F(ConFile, ADeviceNameIsThatOfTheLastModule)
     EXPECT_STREQ(session.device_name, "2v3000fg676-6");
 }
 
+// The mark of Virtex-2 stays set until the next run.
+TEST_F(ConFile, AnOlderModuleAfterAVirtex2IsSentItsTail)
+{
+    const Bytes older_data = sample_data(32);
+    RbtFile{older_data}.device("v300pq240").write("older.rbt");
+    Module& older = platform.board("mwc4a", 0).slot(2, fpga_module(3).device("v300pq240-5"));
+    EXPECT_EQ(process("older mwc4a 0 2\ndesign mwc4a 0 1\nolder mwc4a 0 2\n"), Succeeds());
+    ASSERT_EQ(older.loads.size(), 2U);
+    EXPECT_EQ(older.loads[0].size(), 2 + older_data.size() - 16) << "without the last four words";
+    EXPECT_EQ(older.received(), older_data);
+    EXPECT_EQ(run({"-folder", "-dmwc4a", "-b0", "-s2", "-u"}), Succeeds());
+    EXPECT_EQ(older.received().size(), older_data.size() - 16) << "the next run has cleared the mark";
+}
+
 TEST_F(ConFile, EachLineAsksItsModuleForCompression)
 {
     module.accepts_compressed();

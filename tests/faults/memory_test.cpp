@@ -6,6 +6,7 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <new>
 #include <set>
@@ -17,6 +18,7 @@ thread_local int allocations_left = 0;
 thread_local int allocations = 0;
 thread_local bool watching = false;
 thread_local bool next_allocation_fails = false;
+thread_local bool next_new_fails = false;
 
 /// Whether code of the C library has called: streams allocate themselves and their buffers there.
 bool is_in_c_library(const void* caller)
@@ -40,6 +42,10 @@ void* malloc(std::size_t size)
 {
     if (std::exchange(next_allocation_fails, false))
         return nullptr;
+    if (next_new_fails && !is_in_c_library(__builtin_return_address(0))) {
+        next_new_fails = false;
+        return nullptr;
+    }
     if (watching && is_in_c_library(__builtin_return_address(0))) {
         ++allocations;
         if (allocations_left > 0 && --allocations_left == 0) {
@@ -140,6 +146,20 @@ TEST_P(MemoryRuns, FailToOpenOrSucceedSlowly)
 
 INSTANTIATE_TEST_SUITE_P(Streams, MemoryRuns, testing::ValuesIn(memory_runs()),
                          [](const auto& run) { return std::string{run.param.name}; });
+
+TEST_F(Memory, Error9242WhenThereIsNoneToCompareTheOutputWithTheInput)
+{
+    RbtFile{}.write("a_name_that_needs_memory.rbt");
+    std::strcpy(session.bitstream_file, "a_name_that_needs_memory.rbt");
+    session.kvn_fpga_set_userprint([](char*) {});
+    FILE* stream = std::fopen("a_name_that_needs_memory.rbt", "r");
+    next_new_fails = true;
+    const int number = session.Make_mcb_file_rbt(stream);
+    EXPECT_FALSE(std::exchange(next_new_fails, false));
+    EXPECT_EQ(result(number),
+              Fails(9242, "Error 9242. Cannot open/create MCB file a_name_that_needs_memory.mcb."));
+    EXPECT_FALSE(file_exists("a_name_that_needs_memory.mcb"));
+}
 
 // The one failure that is told by an exception: there is no object yet to keep a message.
 TEST_F(Memory, AnObjectThatCannotBeMadeThrowsBadAlloc)

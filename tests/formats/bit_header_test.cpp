@@ -6,8 +6,12 @@
 #include "support/faults.h"
 #include "support/run_fixture.h"
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <cstring>
 #include <ostream>
+#include <stdexcept>
 
 using namespace std::string_literals;
 
@@ -326,6 +330,38 @@ TEST_F(BitHeaderReader, EveryAllocationHasItsOwnError9329Or9334Or9340Or9345)
     fail_allocation_at(++allocation);
     session.Initialise();
     EXPECT_EQ(read(BitFile{}.content()), Succeeds()) << "there is a further allocation";
+}
+
+TEST_F(BitHeaderReader, APrintFunctionThatThrowsLeaksNoText)
+{
+    // Too large for the C library to keep for later once they are released.
+    constexpr std::size_t size = 60'000;
+    BitFile file;
+    file.design = std::string(size, 'n');
+    file.device += std::string(size, 'd');
+    file.write();
+    platform.board("mwc4a", 0).slot(2, fpga_module(4));
+    session.kvn_fpga_set_userprint([](char* text) {
+        if (std::strncmp(text, "The bitstream is for a", 22) == 0)
+            throw std::runtime_error{"no more"};
+    });
+    const auto throws = [this](std::initializer_list<std::string_view> arguments) {
+        EXPECT_THROW(run(arguments), std::runtime_error);
+        clear_log();
+    };
+    for (const bool converts : {false, true}) {
+        std::size_t used = 0;
+        for (int times = 0; times < 2; ++times) {
+            const std::size_t before = mallinfo2().uordblks;
+            if (converts)
+                throws({"-v", "-u", "-fdesign.bit", "-c"});
+            else
+                throws({"-v", "-u", "-fdesign.bit", "-dmwc4a", "-b0", "-s2"});
+            used = mallinfo2().uordblks - std::min(before, mallinfo2().uordblks);
+        }
+        EXPECT_LT(used, size) << (converts ? "conversion" : "load");
+        EXPECT_EQ(platform.open_handles(), 0);
+    }
 }
 
 TEST_F(BitHeaderReader, StatedBitsWrapIn32Bits)

@@ -1,4 +1,5 @@
 // BIT to MCB: the output byte for byte, the console, the probe behind the data, and every error.
+#include "links.h"
 #include "support/bitstreams.h"
 #include "support/faults.h"
 #include "support/run_fixture.h"
@@ -127,6 +128,26 @@ TEST_F(MakeMcbBit, Error9410WhenTheOutputCannotBeCreated)
 {
     std::filesystem::create_directory("design.mcb");
     EXPECT_EQ(convert(BitFile{}), Fails(9410, "Error 9410. Cannot open/create MCB file design.mcb."));
+}
+
+TEST_F(MakeMcbBit, Error9410WhenTheOutputIsTheInputUnderAnotherName)
+{
+    const BitFile file;
+    for (const auto link : linked_as) {
+        file.write();
+        link("design.bit", "design.mcb");
+        EXPECT_EQ(convert(), Fails(9410, "Error 9410. Cannot open/create MCB file design.mcb."));
+        EXPECT_EQ(read_file("design.bit"), file.content()) << "the input is as it was";
+        std::filesystem::remove("design.mcb");
+    }
+}
+
+TEST_F(MakeMcbBit, OfANegativeNumberOfStatedBitsOneWordIsConverted)
+{
+    BitFile file{bytes("01 02 03 04")};
+    file.byte_count = 0x1FFFFFFF; // -8 bits
+    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(prints().back(), R"(\r% Done: -400, stored 5 bytes representing -8 bits\n)");
 }
 
 TEST_F(MakeMcbBit, ALengthThatIsNoMultipleOfFourIsError9416OrError9422)

@@ -1,4 +1,5 @@
 // MCB to RBT: the output byte for byte, the console, and every error.
+#include "links.h"
 #include "support/bitstreams.h"
 #include "support/faults.h"
 #include "support/run_fixture.h"
@@ -177,7 +178,7 @@ TEST_F(MakeRbt, Error9284OfNoBytesLeavesNoDataLine)
                   count == 0 ? Succeeds()
                              : Fails(9284, "Error 9284. Incorrect number of bytes in MCB file design.mcb."));
         EXPECT_EQ(rbt(), HEADER + "bits:   "s + std::to_string(count * 8) + '\n');
-        EXPECT_EQ(prints().at(2), R"(\r% Done: 100\n)");
+        EXPECT_EQ(prints().at(2), count == 0 ? R"(\r% Done: 100\n)" : R"(\r% Done: 0\n)");
     }
 }
 
@@ -192,6 +193,18 @@ TEST_F(MakeRbt, Error9273WhenTheOutputCannotBeCreated)
 {
     std::filesystem::create_directory("design.rbt");
     EXPECT_EQ(convert(runs("04 00", 4)), Fails(9273, "Error 9273. Cannot open/create RTB file design.rbt."));
+}
+
+TEST_F(MakeRbt, Error9273WhenTheOutputIsTheInputUnderAnotherName)
+{
+    const McbFile file = runs("04 00", 4);
+    for (const auto link : linked_as) {
+        file.write();
+        link("design.mcb", "design.rbt");
+        EXPECT_EQ(convert(), Fails(9273, "Error 9273. Cannot open/create RTB file design.rbt."));
+        EXPECT_EQ(read_file("design.mcb"), file.content()) << "the input is as it was";
+        std::filesystem::remove("design.rbt");
+    }
 }
 
 namespace

@@ -91,6 +91,7 @@ TEST(McbFormat, ATextWithoutAZeroByteIsEndedBehindItsField)
 {
     const File file = stream_of(std::string(255, 'x') + "rest");
     char text[256];
+    std::fill(std::begin(text), std::end(text), 'y');
     EXPECT_TRUE(read_mcb_text(file.get(), text));
     EXPECT_EQ(text, std::string(255, 'x'));
     EXPECT_EQ(std::fgetc(file.get()), 'r');

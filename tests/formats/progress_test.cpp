@@ -109,6 +109,14 @@ TEST(Progress, OfNothingEverythingIsConverted)
 {
     EXPECT_EQ(conversion_percent(0, 0), 100);
     EXPECT_EQ(conversion_percent(32, 0), 100);
-    EXPECT_EQ(conversion_percent(0, -8), 100);
-    EXPECT_EQ(conversion_percent(-32, MIN), 100);
+}
+
+TEST(Progress, AConversionsPercentageOfANegativeSizeIsDividedTowardZero)
+{
+    EXPECT_EQ(conversion_percent(0, -8), 0);
+    EXPECT_EQ(conversion_percent(32, -96), -33);
+    EXPECT_EQ(conversion_percent(-32, -64), 50);
+    EXPECT_EQ(conversion_percent(32, -1), -3200);
+    EXPECT_EQ(conversion_percent(20000, MIN), 0);
+    EXPECT_EQ(conversion_percent(MIN, MIN), 100);
 }

@@ -290,13 +290,13 @@ void Model::code_word(const Bytes& word)
         ++run_.count;
     }
     done_ += 32;
-    if (done_ % 20000 == 0 && stated_ > 0)
+    if (done_ % 20000 == 0 && stated_ != 0)
         report_conversion("");
 }
 
 void Model::report_conversion(const char* end)
 {
-    const std::int64_t percent = stated_ <= 0 ? 100 : std::int64_t{done_} * 100 / stated_;
+    const std::int64_t percent = stated_ == 0 ? 100 : std::int64_t{done_} * 100 / stated_;
     print("\r%% Done: %d%s", static_cast<int>(percent), end);
 }
 

@@ -623,6 +623,21 @@ TEST_F(MainDriver, SearchesWhenNoSlotIsGivenAndKeepsTheWholeAddress)
 )");
 }
 
+// The mark of Virtex-2 stays set until the next run.
+TEST_F(MainDriver, AnOlderModuleAfterARefusedVirtex2IsSentItsTail)
+{
+    const Bytes data = sample_data(32);
+    RbtFile{data}.device("v300pq240").write("older.rbt");
+    platform.board("mwc4a", 0).slot(1, fpga_module(3));
+    Module& older = platform.board("mwc4a", 0).slot(2, fpga_module(3).device("v300pq240-5"));
+    answer("n");
+    answer("y");
+    EXPECT_EQ(run({"-u", "-folder", "-dmwc4a", "-b0"}), Succeeds());
+    EXPECT_EQ(older.received(), data);
+    EXPECT_EQ(run({"-u", "-folder", "-dmwc4a", "-b0", "-s2"}), Succeeds());
+    EXPECT_EQ(older.received(), Bytes(data.begin(), data.end() - 16)) << "by itself: without the last words";
+}
+
 TEST_F(MainDriver, Error9096ClosesTheBus)
 {
     platform.board("mwc4a", 0);

@@ -44,7 +44,9 @@ std::string bytes(const void* data, std::uint32_t length)
     for (std::uint32_t i = 0; i < length; ++i) {
         char digits[4];
         std::snprintf(digits, sizeof digits, "%02X", byte[i]);
-        text.append(i == 0 ? "" : " ").append(digits);
+        if (i > 0)
+            text += ' ';
+        text += digits;
     }
     return text;
 }
