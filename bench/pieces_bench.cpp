@@ -104,7 +104,6 @@ void reverse_bits(benchmark::State& state)
     }
     count_bytes(state);
 }
-BENCHMARK(reverse_bits<fastest::reverse_block>)->Name("reverse bits/fastest");
 BENCHMARK(reverse_bits<portable::reverse_block>)->Name("reverse bits/portable");
 BENCHMARK(reverse_bits<naive::reverse_block>)->Name("reverse bits/naive");
 
@@ -127,7 +126,6 @@ void each_block(std::uint8_t* out, const std::uint8_t* in, std::size_t size)
         Reverse(out + i, in + i);
 }
 BENCHMARK(reverse_long<reverse_bytes>)->Name("reverse long/fastest");
-BENCHMARK(reverse_long<each_block<fastest::reverse_block>>)->Name("reverse long/SSE2");
 BENCHMARK(reverse_long<each_block<portable::reverse_block>>)->Name("reverse long/portable");
 
 template <void (*Write)(std::uint8_t*, const std::uint8_t*)>

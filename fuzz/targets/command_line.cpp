@@ -22,7 +22,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check_result(result, object.kvn_fpga_getlasterr());
     platform.require_closed();
 
-    CommandLine good{{"KVN_FPGA", "-u", "-fgood", "-dmwc4a", "-b0", "-s1"}};
+    CommandLine good{"KVN_FPGA", "-u", "-fgood", "-dmwc4a", "-b0", "-s1"};
     const int good_result = object.kvn_fpga_main(good.argc(), good.argv());
     check_result(good_result, object.kvn_fpga_getlasterr());
     require(good_result == 0, "the next good run succeeds");

@@ -10,14 +10,14 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     WatchedPlatform platform;
     kvn_fpga object;
     answer_simply(object);
-    CommandLine arguments{{"KVN_FPGA", "input.con", "-v"}};
+    CommandLine arguments{"KVN_FPGA", "input.con", "-v"};
     const int result = object.kvn_fpga_main(arguments.argc(), arguments.argv());
     check_result(result, object.kvn_fpga_getlasterr());
     platform.require_closed();
     require(result != 0 || platform.complete_loads > 0, "a description that succeeds has loaded modules");
     require(platform.loads.size() <= platform.opens, "each module has its bus");
 
-    CommandLine good{{"KVN_FPGA", "good.con"}};
+    CommandLine good{"KVN_FPGA", "good.con"};
     const std::size_t loads_before = platform.complete_loads;
     const int good_result = object.kvn_fpga_main(good.argc(), good.argv());
     check_result(good_result, object.kvn_fpga_getlasterr());

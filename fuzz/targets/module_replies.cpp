@@ -76,7 +76,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         } else if (way == 1) {
             result = object.kvn_fpga_handle(platform.callers_handle(), 2, file, 0, 3);
         } else {
-            CommandLine search{{"KVN_FPGA", "-fgood.mcb", "-v", "-dmwc4a", "-b0"}};
+            CommandLine search{"KVN_FPGA", "-fgood.mcb", "-v", "-dmwc4a", "-b0"};
             result = object.kvn_fpga_main(platform.callers_handle(), search.argc(), search.argv());
         }
         check(result, object, platform);

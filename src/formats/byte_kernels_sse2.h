@@ -25,22 +25,6 @@ inline __m128i repeat(int byte)
     return _mm_set1_epi8(static_cast<char>(byte));
 }
 
-/// Swaps the groups of bits under mask with those above them.
-template <int Distance>
-__m128i swap_bits(__m128i v, __m128i mask)
-{
-    return _mm_or_si128(_mm_and_si128(_mm_srli_epi16(v, Distance), mask),
-                        _mm_slli_epi16(_mm_and_si128(v, mask), Distance));
-}
-
-inline void reverse_block(std::uint8_t* out, const std::uint8_t* in)
-{
-    __m128i v = load(in);
-    v = swap_bits<4>(v, repeat(0x0F));
-    v = swap_bits<2>(v, repeat(0x33));
-    store(out, swap_bits<1>(v, repeat(0x55)));
-}
-
 template <std::size_t Lines>
 bool read_plain_lines(std::uint8_t* out, const char* line)
 {

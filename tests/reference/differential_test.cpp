@@ -158,6 +158,7 @@ private:
 
     inline static Log* log = nullptr;
     TemporaryFolder folder_;
+    CurrentFolder in_folder_{folder_.path()};
 };
 
 const Format formats[] = {Format::rbt, Format::bit, Format::mcb};
