@@ -11,6 +11,9 @@
 #include <new>
 #include <set>
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): a name of the C library
+extern "C" void* __libc_malloc(std::size_t size);
+
 namespace
 {
 // Counts down to the allocation that fails; 0 when none is to.
@@ -25,7 +28,7 @@ bool is_in_c_library(const void* caller)
 {
     static const void* const library = [] {
         Dl_info info{};
-        dladdr(reinterpret_cast<const void*>(&std::fopen), &info);
+        dladdr(reinterpret_cast<const void*>(&__libc_malloc), &info);
         return info.dli_fbase;
     }();
     Dl_info info{};
@@ -34,9 +37,6 @@ bool is_in_c_library(const void* caller)
 } // namespace
 
 extern "C" {
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): names of the C library
-void* __libc_malloc(std::size_t size);
-
 /// Takes the place of the C library's, whose streams call it too.
 void* malloc(std::size_t size)
 {
@@ -55,8 +55,6 @@ void* malloc(std::size_t size)
     }
     return __libc_malloc(size);
 }
-
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 }
 
 namespace

@@ -142,7 +142,7 @@ TEST_F(MakeMcbBit, Error9410WhenTheOutputIsTheInputUnderAnotherName)
     }
 }
 
-TEST_F(MakeMcbBit, Error9422OfANegativeNumberOfStatedBitsOneWordIsConverted)
+TEST_F(MakeMcbBit, Error9422OfANegativeNumberOfStatedBitsComesAfterOneWord)
 {
     BitFile file{bytes("01 02 03 04")};
     file.byte_count = 0x1FFFFFFF; // -8 bits
