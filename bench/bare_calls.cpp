@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The floor of a load: only the platform calls.
 #include "bare_calls.h"
 

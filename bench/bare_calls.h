@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The floor of a load: only the platform calls.
 #ifndef KVN_FPGA_BENCH_BARE_CALLS_H
 #define KVN_FPGA_BENCH_BARE_CALLS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform that only counts: one board with one module, which takes everything and does nothing with it.
 #include "counting_platform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform that only counts: one board with one module, which takes everything and does nothing with it.
 #ifndef KVN_FPGA_BENCH_COUNTING_PLATFORM_H
 #define KVN_FPGA_BENCH_COUNTING_PLATFORM_H

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What the library is to reach: each figure is a most."""
 
 # Ratios of times, side by side in one run: (operation, what it is compared with): figure.

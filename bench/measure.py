@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Measures whole runs of the library: what they send, their instructions, system calls and memory.
 
 Everything here counts, so that the figures are the same whatever else the machine does.

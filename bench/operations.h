@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The operations to measure, by name, each as one call of the public class.
 #ifndef KVN_FPGA_BENCH_OPERATIONS_H
 #define KVN_FPGA_BENCH_OPERATIONS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times whole conversions and loads on streams in memory: what they cost without a disk and without a bus.
 #include "counting_platform.h"
 #include "kvnfpgai.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Measures the goals of docs/performance.md on this machine, prints their table and writes their plot.
 
     performance.py PROGRAM FOLDER PLOT [ROUNDS]

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Times the pieces that a conversion or a load is made of, each in the forms that it has.
 #include "formats/bit_order.h"
 #include "formats/byte_kernels.h"

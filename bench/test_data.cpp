@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes configuration data of several kinds, and the bitstream files that hold it.
 #include "test_data.h"
 

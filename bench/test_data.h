@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes configuration data of several kinds, and the bitstream files that hold it.
 #ifndef KVN_FPGA_BENCH_TEST_DATA_H
 #define KVN_FPGA_BENCH_TEST_DATA_H

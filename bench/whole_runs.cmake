@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The program that runs whole operations, for the benchmarks and for the tests of their budgets.
 if(TARGET kvn_whole_runs)
   return()

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes bitstream files, and runs and times whole operations of the library on them.
 //
 //   kvn_whole_runs make KIND BITS FOLDER

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Turns the bytes of a fuzzer into decisions; bytes that are missing are zero.
 #ifndef KVN_FPGA_FUZZ_CHOICES_H
 #define KVN_FPGA_FUZZ_CHOICES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs a fuzz target on files and on the files of folders, without a fuzzer.
 #include "target.h"
 

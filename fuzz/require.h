@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The check of a rule in a fuzz target.
 #ifndef KVN_FPGA_FUZZ_REQUIRE_H
 #define KVN_FPGA_FUZZ_REQUIRE_H

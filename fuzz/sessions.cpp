@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Single loads and conversions of a file's bytes.
 #include "sessions.h"
 

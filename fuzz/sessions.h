@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Single loads and conversions of a file's bytes, with the session's own operations.
 #ifndef KVN_FPGA_FUZZ_SESSIONS_H
 #define KVN_FPGA_FUZZ_SESSIONS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The function that each fuzz target defines.
 #ifndef KVN_FPGA_FUZZ_TARGET_H
 #define KVN_FPGA_FUZZ_TARGET_H

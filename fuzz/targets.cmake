@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The fuzz targets: what each is made of. kvn_fuzz_target makes one program of it; the including folder says
 # how.
 set(KVN_FUZZ_DIR ${CMAKE_CURRENT_LIST_DIR})

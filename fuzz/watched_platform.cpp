@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform of the fuzz targets.
 #include "watched_platform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform of the fuzz targets: answers as it is told, and ends the process when the library breaks a
 // rule.
 //

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the fuzz targets share: a folder of files to work in, and the checks of a run's result.
 #ifndef KVN_FPGA_FUZZ_WORKPLACE_H
 #define KVN_FPGA_FUZZ_WORKPLACE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads configuration bitstreams into the FPGAs of KAVRIN-FPGA and KAVRIN-IO modules.
 //
 // Every run returns 0, or the number of the first error (9000 to 9422); kvn_fpga_getlasterr() then returns

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one table of the sixteen functions: names, operations, arguments and what each argument means.
 //
 // Forwarders, loader, recorder, replay and the journal of the virtual carriers are all made from it.

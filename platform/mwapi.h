@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The board-access API as kvn_fpga calls it: sixteen C functions that the host process provides.
  *
  * The library leaves these names undefined and binds each to the host's at its first call: either the program

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sixteen functions of the board-access API: each goes on to the installed platform.
 //
 // Choice: they jump through a table of C functions instead of calling virtual operations

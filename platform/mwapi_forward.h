@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Where the sixteen C functions lead. The functions themselves are in mwapi_forward.cpp, which a program or
 // library contains once.
 #ifndef MWAPI_FORWARD_H

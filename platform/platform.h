@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whoever answers the sixteen functions of the board-access API.
 #ifndef MWAPI_PLATFORM_H
 #define MWAPI_PLATFORM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform that answers all functions in one way.
 #ifndef MWAPI_UNIFORM_PLATFORM_H
 #define MWAPI_UNIFORM_PLATFORM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The public class: forwards, nothing else.
 #include "kvn_fpga.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The session: one object that holds all state of a run, with every step of a run as an operation.
 //
 // Operations that can fail return 0 or the number of the error, whose text is then in last_error_text.

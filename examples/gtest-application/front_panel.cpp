@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The part of an application that configures modules.
 #include "front_panel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The application's tests: each sets up a rack, runs the application, and examines what the modules hold.
 #include "front_panel.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // BIT files: loads in every way, and the conversion to MCB.
 #include "sessions.h"
 #include "target.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The answers of an application's functions: texts of up to 255 characters, and any number for keys and for
 // yes or no.
 #include "target.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command lines: an argument for each line of the input.
 #include "target.h"
 #include "watched_platform.h"

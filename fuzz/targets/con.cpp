@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Configuration description files.
 #include "target.h"
 #include "watched_platform.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Streams into the configuration ports. Byte 0 selects the device; byte 1 selects whether the rest is the
 // plain or the run-coded stream (so that a short input can be a whole configuration), and how it is cut.
 #include "configuration_port.h"

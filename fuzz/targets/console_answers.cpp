@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Answers on standard input. The first byte selects the command line.
 #include "target.h"
 #include "watched_platform.h"

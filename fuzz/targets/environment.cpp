@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Values of MWAPIKSB and MWAPIJTAG: the first two lines of the input; a variable without a line is not set.
 #include "target.h"
 #include "watched_platform.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // MCB files: loads in every way, and the conversion to RBT and back.
 #include "sessions.h"
 #include "target.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The answers of modules and platform. The identification record comes first, so that dictionaries of device
 // names reach it.
 #include "kvnfpgai.h"

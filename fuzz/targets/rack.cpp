@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rack descriptions, and runs on the racks they describe.
 #include "rack_reader.h"
 #include "require.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // RBT files: loads in every way, and the conversion to MCB and back.
 #include "sessions.h"
 #include "target.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whole runs with modules, files and faults of all kinds, one after the other on one object.
 //
 // After each run: the number is that of the text, the bus and the files are closed, the messages were in

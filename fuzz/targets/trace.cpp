@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Recordings of platform calls: read, walked through as recorded, and as the platform of a run.
 #include "mwapi_forward.h"
 #include "replaying_platform.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bit order and the CRC of the packet families, shared by the chip model and the stream builder.
 #ifndef KVN_FPGA_BITS_H
 #define KVN_FPGA_BITS_H

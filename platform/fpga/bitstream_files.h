@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes bitstream files: RBT (text) and BIT (binary), well-formed or with a chosen defect.
 #ifndef KVN_FPGA_BITSTREAM_FILES_H
 #define KVN_FPGA_BITSTREAM_FILES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A device's configuration port: chooses the model by the family.
 #include "configuration_port.h"
 

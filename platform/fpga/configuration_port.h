@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A device's configuration port: reads configuration bytes and reports whether the device would start.
 #ifndef KVN_FPGA_CONFIGURATION_PORT_H
 #define KVN_FPGA_CONFIGURATION_PORT_H

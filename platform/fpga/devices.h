@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The FPGA devices that modules carry: geometry, identity and stream size of each, in one table.
 #ifndef KVN_FPGA_DEVICES_H
 #define KVN_FPGA_DEVICES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The configuration port of Spartan and Spartan-XL: a bit-serial stream of frames behind a length count.
 #include "length_count_port.h"
 

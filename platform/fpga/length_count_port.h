@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The configuration port of Spartan and Spartan-XL: a bit-serial stream of frames behind a length count.
 #ifndef KVN_FPGA_LENGTH_COUNT_PORT_H
 #define KVN_FPGA_LENGTH_COUNT_PORT_H

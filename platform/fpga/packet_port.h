@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The configuration port of the packet families: Spartan-2, Virtex, Virtex-E, Virtex-2, Virtex-2 Pro.
 #ifndef KVN_FPGA_PACKET_PORT_H
 #define KVN_FPGA_PACKET_PORT_H

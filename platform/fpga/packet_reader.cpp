@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads a packet stream: finds its words and tells packet headers from data.
 #include "packet_reader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Words of the packet families' configuration streams.
 #ifndef KVN_FPGA_PACKETS_H
 #define KVN_FPGA_PACKETS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Builds example configuration streams: well-formed ones, and ones with a chosen defect.
 #include "stream.h"
 

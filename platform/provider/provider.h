@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds a platform by name: a library with the sixteen functions, the virtual carriers, or a recording.
 #ifndef MWAPI_PROVIDER_H
 #define MWAPI_PROVIDER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform call in a trace's JSON: its arguments, and what it wrote to where they lead.
 #ifndef MWTRACE_CALL_JSON_H
 #define MWTRACE_CALL_JSON_H

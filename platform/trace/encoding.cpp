@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How bytes and texts of any content stand in a trace's JSON, and back.
 #include "encoding.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Encodes bytes and texts of any content in a trace's JSON, and decodes them.
 //
 // A few bytes are {"hex": "0D 05"}, which people can read, more are {"base64": "..."}.

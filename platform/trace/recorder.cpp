@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes platform calls to a trace.
 #include "recorder.h"
 

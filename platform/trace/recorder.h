@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes platform calls to a trace: JSON, a line for each record.
 #ifndef MWTRACE_RECORDER_H
 #define MWTRACE_RECORDER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads a trace and checks it.
 #include "recording.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads a trace and checks every line before any is used.
 #ifndef MWTRACE_RECORDING_H
 #define MWTRACE_RECORDING_H

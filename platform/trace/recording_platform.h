@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform in front of another one: hands every call on and records it.
 #ifndef MWTRACE_RECORDING_PLATFORM_H
 #define MWTRACE_RECORDING_PLATFORM_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Answers platform calls from a recording.
 #include "replay.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Answers platform calls from a recording, as long as they are the recorded ones.
 #ifndef MWTRACE_REPLAY_H
 #define MWTRACE_REPLAY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libmwreplay: the recording that MWREPLAY_FILE names.
 #include "mwapi_forward.h"
 #include "replaying_platform.h"

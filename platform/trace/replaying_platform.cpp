@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform that answers from a recording.
 #include "replaying_platform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform that answers from a recording.
 #ifndef MWTRACE_REPLAYING_PLATFORM_H
 #define MWTRACE_REPLAYING_PLATFORM_H

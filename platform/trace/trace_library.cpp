@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // libmwtrace: what MWTRACE_PROVIDER names, recorded to the file that MWTRACE_FILE names.
 #include "mwapi_forward.h"
 #include "provider/provider.h"

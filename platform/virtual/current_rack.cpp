@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which rack the platform functions act on: the most recent carrier's, else the one that the environment
 // names; recorded when MWVIRTUAL_TRACE is set.
 #include "mwapi_forward.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The texts of the virtual carriers' own codes.
 #include "error_texts.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The journal of the virtual carriers: calls as records and as lines, made from the table of calls.
 #include "journal.h"
 

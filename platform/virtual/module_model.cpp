@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A module that lives in a slot: takes messages byte by byte, answers, and loads its FPGA.
 #include "module_model.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A module in a slot: receives messages byte by byte, answers, and loads its FPGA.
 #ifndef MWVIRTUAL_MODULE_MODEL_H
 #define MWVIRTUAL_MODULE_MODEL_H

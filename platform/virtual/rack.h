@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The virtual rack: a platform of boards, open devices, planned failures and a journal of calls.
 #ifndef MWVIRTUAL_RACK_H
 #define MWVIRTUAL_RACK_H

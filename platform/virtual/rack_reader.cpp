@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads rack descriptions; reports mistakes with file, line and what was expected.
 #include "rack_reader.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads rack descriptions; reports mistakes with file, line and what was expected.
 #ifndef MWVIRTUAL_RACK_READER_H
 #define MWVIRTUAL_RACK_READER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Steps through a TOML text, as far as it takes to know what is quoted and what is a comment.
 #include "toml_check.h"
 

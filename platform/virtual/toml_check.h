@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds in TOML texts what the parser must not be given.
 #ifndef MWVIRTUAL_TOML_CHECK_H
 #define MWVIRTUAL_TOML_CHECK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Virtual carrier boards: the builder and inspector that programs see.
 #include "virtual_carrier.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Virtual carrier boards: the board-access API in software, set up and inspected by a program's tests.
 //
 // A Carrier is a rack of boards with modules in their slots. From its construction to its destruction it is

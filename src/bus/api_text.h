@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform's text for an error code.
 #ifndef KVN_FPGA_BUS_API_TEXT_H
 #define KVN_FPGA_BUS_API_TEXT_H

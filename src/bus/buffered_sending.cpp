@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Gathers configuration data into the pieces that are sent over the bus.
 #include "bus/buffered_sending.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sends configuration data in pieces of 8 bytes, with the session's send buffer for what does not fill one.
 #ifndef KVN_FPGA_BUS_BUFFERED_SENDING_H
 #define KVN_FPGA_BUS_BUFFERED_SENDING_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens and closes a board's serial bus.
 #include "bus/api_text.h"
 #include "bus/slot_address.h"

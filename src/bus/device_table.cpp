@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Derives family, package and speed grade from the name of a module's FPGA.
 #include "kvnfpgai.h"
 #include "support/text.h"

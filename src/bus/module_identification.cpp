@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Identifies the module in a slot and checks that it can be configured.
 #include "bus/api_text.h"
 #include "bus/module_protocol.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The messages that identify a module.
 #ifndef KVN_FPGA_BUS_MODULE_PROTOCOL_H
 #define KVN_FPGA_BUS_MODULE_PROTOCOL_H

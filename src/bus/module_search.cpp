@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Offers the modules of a board, slot by slot, until the user accepts one.
 //
 // Unlike the check of a named slot, the search asks about compression with the plain message operations,

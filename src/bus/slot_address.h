@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Slot addresses: joined, split and checked here alone.
 //
 // A slot address (the kavrinid) is one byte: the slot, 1 to 4, in the low four bits and the number of the

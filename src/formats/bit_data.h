@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads the configuration data of a BIT file.
 #ifndef KVN_FPGA_FORMATS_BIT_DATA_H
 #define KVN_FPGA_FORMATS_BIT_DATA_H

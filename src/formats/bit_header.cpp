@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads and checks the header of a BIT file.
 #include "formats/bit_header.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The header of a BIT file.
 #ifndef KVN_FPGA_FORMATS_BIT_HEADER_H
 #define KVN_FPGA_FORMATS_BIT_HEADER_H

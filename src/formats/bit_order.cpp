@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reverses the bit order of bytes.
 #include "formats/bit_order.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bit order: reverses the bits of bytes.
 #ifndef KVN_FPGA_FORMATS_BIT_ORDER_H
 #define KVN_FPGA_FORMATS_BIT_ORDER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads and writes streams in large blocks.
 #include "formats/block_file.h"
 

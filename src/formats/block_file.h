@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads and writes streams in large blocks.
 #ifndef KVN_FPGA_FORMATS_BLOCK_FILE_H
 #define KVN_FPGA_FORMATS_BLOCK_FILE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Byte kernels: the few operations that touch every byte of a bitstream.
 //
 // Inside the system a byte holds the first of its eight configuration bits in bit 0. `portable` states each

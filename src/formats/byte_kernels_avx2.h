@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The byte kernels for AVX2, of which a processor is asked at run time. byte_kernels.h says what each one
 // does.
 #ifndef KVN_FPGA_FORMATS_BYTE_KERNELS_AVX2_H

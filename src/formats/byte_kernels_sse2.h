@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The byte kernels for SSE2, which every x86-64 has. byte_kernels.h says what each one does.
 #ifndef KVN_FPGA_FORMATS_BYTE_KERNELS_SSE2_H
 #define KVN_FPGA_FORMATS_BYTE_KERNELS_SSE2_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // How many bytes each byte kernel takes.
 #ifndef KVN_FPGA_FORMATS_BYTE_SIZES_H
 #define KVN_FPGA_FORMATS_BYTE_SIZES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The check that a bitstream was made for the module's FPGA.
 #ifndef KVN_FPGA_FORMATS_DEVICE_MATCH_H
 #define KVN_FPGA_FORMATS_DEVICE_MATCH_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Chooses between the two converters to MCB.
 #include "kvnfpgai.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes an MCB file from a BIT file.
 #include "formats/bit_data.h"
 #include "formats/mcb_writer.h"

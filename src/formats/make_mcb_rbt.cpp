@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes an MCB file from an RBT file.
 #include "formats/mcb_writer.h"
 #include "formats/output_file.h"

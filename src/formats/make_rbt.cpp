@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes an RBT file from an MCB file.
 #include "formats/mcb_format.h"
 #include "formats/mcb_runs.h"

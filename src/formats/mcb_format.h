@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The layout of an MCB file: a header of 522 bytes, then runs. Integers are little-endian.
 #ifndef KVN_FPGA_FORMATS_MCB_FORMAT_H
 #define KVN_FPGA_FORMATS_MCB_FORMAT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads the runs of an MCB file, which follow its header.
 #ifndef KVN_FPGA_FORMATS_MCB_RUNS_H
 #define KVN_FPGA_FORMATS_MCB_RUNS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes an MCB file.
 #include "formats/mcb_writer.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes an MCB file: header fields, then runs. Both converters to MCB use it, each with its own error
 // numbers.
 #ifndef KVN_FPGA_FORMATS_MCB_WRITER_H

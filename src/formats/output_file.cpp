@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens the output file of a conversion.
 #include "formats/output_file.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens the output file of a conversion.
 #ifndef KVN_FPGA_FORMATS_OUTPUT_FILE_H
 #define KVN_FPGA_FORMATS_OUTPUT_FILE_H

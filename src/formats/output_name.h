@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The name of a conversion's output file.
 #ifndef KVN_FPGA_FORMATS_OUTPUT_NAME_H
 #define KVN_FPGA_FORMATS_OUTPUT_NAME_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // When progress is shown, and the percentage.
 #ifndef KVN_FPGA_FORMATS_PROGRESS_H
 #define KVN_FPGA_FORMATS_PROGRESS_H

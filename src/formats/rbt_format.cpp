@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The RBT text format.
 #include "formats/rbt_format.h"
 

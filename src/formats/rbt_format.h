@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The RBT text format: its header, its data lines, and writing a line.
 //
 // Header:  1     "Xilinx ASCII Bitstream"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Reads a field of a binary header.
 #ifndef KVN_FPGA_FORMATS_READ_EXACTLY_H
 #define KVN_FPGA_FORMATS_READ_EXACTLY_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The run coding of MCB files and of compressed loads.
 #include "formats/run_coding.h"
 

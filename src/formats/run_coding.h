@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The run coding of MCB files and of compressed loads: pairs of a count byte (1 to 255) and a value byte.
 #ifndef KVN_FPGA_FORMATS_RUN_CODING_H
 #define KVN_FPGA_FORMATS_RUN_CODING_H

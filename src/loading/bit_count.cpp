@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the RBT and the BIT loader share.
 #include "loading/bit_count.h"
 

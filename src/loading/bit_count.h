@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the RBT and the BIT loader share: they count bits and judge by the count and the module's verdict.
 #ifndef KVN_FPGA_LOADING_BIT_COUNT_H
 #define KVN_FPGA_LOADING_BIT_COUNT_H

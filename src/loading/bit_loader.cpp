@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads a module's FPGA from a BIT file.
 #include "formats/bit_data.h"
 #include "formats/run_coding.h"

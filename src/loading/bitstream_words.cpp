@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Sends words of a bitstream.
 #include "bus/api_text.h"
 #include "bus/buffered_sending.h"

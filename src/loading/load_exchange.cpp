@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The exchange that carries a bitstream to a module.
 #include "loading/load_exchange.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The exchange that carries a bitstream to a module, as all loaders share it.
 //
 // One message goes to the module: a load header of two bytes, then the configuration data through the

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads a module's FPGA from an MCB file.
 #include "formats/device_match.h"
 #include "formats/mcb_format.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads a module's FPGA from an RBT file.
 #include "bus/buffered_sending.h"
 #include "formats/device_match.h"

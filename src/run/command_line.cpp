@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Turns the arguments of a command line into the session's fields.
 #include "bus/slot_address.h"
 #include "kvnfpgai.h"

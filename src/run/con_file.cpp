@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Configures one module for each line of a configuration description file.
 #include "bus/slot_address.h"
 #include "kvnfpgai.h"

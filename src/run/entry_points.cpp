@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The four ways into a run: each resets the session, fills it and starts the driver.
 #include "bus/slot_address.h"
 #include "kvnfpgai.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Selects and opens the bitstream file of a run and determines its kind.
 #include "kvnfpgai.h"
 #include "support/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The usage text, in three pages.
 #include "kvnfpgai.h"
 #include "session/version.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Carries out one run: a conversion, or the configuration of one module.
 #include "bus/slot_address.h"
 #include "kvnfpgai.h"

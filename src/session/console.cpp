@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // All output and questions of the library: through the caller's functions, else standard output and input.
 #include "kvnfpgai.h"
 #include "support/text.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The session's reset, version, callbacks, last error and open files.
 #include "kvnfpgai.h"
 #include "session/version.h"

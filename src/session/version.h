@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The version that the library reports and the help shows.
 #ifndef KVN_FPGA_SESSION_VERSION_H
 #define KVN_FPGA_SESSION_VERSION_H

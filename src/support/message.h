@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Numbered error messages, checked while compiling.
 #ifndef KVN_FPGA_SUPPORT_MESSAGE_H
 #define KVN_FPGA_SUPPORT_MESSAGE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Owners of resources that are released on every path.
 #ifndef KVN_FPGA_SUPPORT_OWNED_H
 #define KVN_FPGA_SUPPORT_OWNED_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bounded copies and conversions of texts from outside.
 #ifndef KVN_FPGA_SUPPORT_TEXT_H
 #define KVN_FPGA_SUPPORT_TEXT_H

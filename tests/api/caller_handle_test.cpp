@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs on a handle that the caller has opened, after one that failed in the middle of its load.
 #include "bitstream_files.h"
 #include "devices.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /* The platform's functions can be provided by a library written in C. */
 #include "mwapi.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The public header needs nothing but itself.
 #include "kvn_fpga.h"
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Loads an example bitstream with the installed programs into a virtual module.
 file(MAKE_DIRECTORY ${folder})
 execute_process(COMMAND ${bitgen} 2v3000fg676-4 -o example.rbt WORKING_DIRECTORY ${folder} COMMAND_ERROR_IS_FATAL ANY)

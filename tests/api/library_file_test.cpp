@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the built library offers and what it asks for.
 #include "support/process.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The public class, through only its header and the shared library.
 #include "kvn_fpga.h"
 

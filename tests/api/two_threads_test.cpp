@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Two objects at work on two boards at the same time.
 #include "bitstream_files.h"
 #include "devices.h"

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Checks what one operation costs against its budgets: counts, so that a loaded machine changes nothing.
 
     budget.py make PROGRAM FOLDER              makes the files

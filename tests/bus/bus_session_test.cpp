@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opening and closing a board's bus, and the buffer of outgoing data.
 #include "bus/buffered_sending.h"
 #include "support/run_fixture.h"

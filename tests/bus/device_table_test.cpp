@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The FPGA's family, and the lines about device, package and speed grade.
 #include "support/run_fixture.h"
 

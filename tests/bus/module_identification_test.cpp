@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What sits in a slot: the board's word, the module's own, and the check that combines both.
 #include "support/row_names.h"
 #include "support/run_fixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The walk over a board's four slots until the user accepts a module.
 #include "support/row_names.h"
 #include "support/run_fixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One wrong error message for each CASE: none of them may compile. CASE 0 holds the right ones.
 #include "kvnfpgai.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The configuration description file: its lines, its order of steps, and every error.
 #include "support/bitstreams.h"
 #include "support/faults.h"

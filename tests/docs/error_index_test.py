@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Spoils a copy of the catalogue of errors, or of a page, in one place at a time; the check must name each place."""
 import pathlib
 import re

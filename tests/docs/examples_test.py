@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Converts the examples of docs/formats with the utility, whose output must equal the pages."""
 import os
 import pathlib

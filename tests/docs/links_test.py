@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Follows every relative link of the pages: the file must exist, and so must the heading after a #.
 
 The pages are those of this tree, or those below the folder that KVN_INSTALLED_PAGES names.

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Compares docs/quirks.md with the sources and the tests, and references in comments with docs/decisions."""
 import collections
 import pathlib

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Checks docs/formats/spartan.md on virtual modules: its table, and files lengthened with its program."""
 import os
 import pathlib

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Command lines of a careless host: the count and the list of arguments disagree.
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"

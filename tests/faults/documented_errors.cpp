@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The error texts of docs/errors.md.
 #include "documented_errors.h"
 

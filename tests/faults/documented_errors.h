@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The error texts of docs/errors.md, for comparison with those of failing runs.
 #ifndef KVN_FPGA_TESTS_FAULTS_DOCUMENTED_ERRORS_H
 #define KVN_FPGA_TESTS_FAULTS_DOCUMENTED_ERRORS_H

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Runs the tests and demands that they provoke every numbered error text of the sources, and that each test has
 the numbers that it provokes in its name, so that `ctest -R NUMBER` runs the tests of that number.
 

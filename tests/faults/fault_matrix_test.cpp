@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every kind of run, with every one of its operations failing in turn.
 //
 // A good run is recorded; then each of its platform calls, file operations, transfers and allocations fails

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Checks the protections of the built files, and how they bind.
 
     hardening_test.py CHECKED LIBRARY UTILITY [OTHER...]     CHECKED is 1 when the library calls checked C functions

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Holds what the library calls of the C library against what the fault matrix can make fail.
 
     known_calls_test.py LIBRARY

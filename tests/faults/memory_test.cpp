@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs without memory: the C library's own allocations fail in turn, and the public object cannot be made.
 #include "kvn_fpga.h"
 #include "support/bitstreams.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The kinds of runs for the fault matrix, and the documented result of each fault.
 #include "run_kinds.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The kinds of runs whose faults are tried, and what the documents say of each fault.
 #ifndef KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
 #define KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H

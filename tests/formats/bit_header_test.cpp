@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BIT header's reader: its fields, its thirty errors, the device check.
 #include "formats/bit_header.h"
 

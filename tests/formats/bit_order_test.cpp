@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bit order: the fast forms agree with each other and with bits moved one by one.
 #include "formats/bit_order.h"
 #include "formats/byte_kernels.h"

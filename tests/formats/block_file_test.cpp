@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Blocks: nothing is lost, and an end or an error takes effect only at its place.
 #include "formats/block_file.h"
 

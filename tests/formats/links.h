@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The ways to give a file a second name.
 #ifndef KVN_FPGA_TESTS_FORMATS_LINKS_H
 #define KVN_FPGA_TESTS_FORMATS_LINKS_H

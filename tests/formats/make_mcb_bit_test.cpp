@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // BIT to MCB: the output byte for byte, the console, the probe behind the data, and every error.
 #include "links.h"
 #include "support/bitstreams.h"

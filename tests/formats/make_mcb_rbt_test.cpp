@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // RBT to MCB: the output byte for byte, the console, and every error.
 #include "links.h"
 #include "support/bitstreams.h"

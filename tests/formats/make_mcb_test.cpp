@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The choice between the two converters to MCB.
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The MCB header's numbers and texts as they stand in the file.
 #include "formats/mcb_format.h"
 

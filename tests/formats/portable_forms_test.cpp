@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The plainly written forms of what processors with vectors do at once: elsewhere they carry every bitstream.
 #include "formats/byte_kernels.h"
 #include "formats/run_coding.h"

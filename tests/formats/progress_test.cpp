@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Progress: when a report is due, and the percentages of loads and conversions.
 #include "formats/progress.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The RBT text format: words in lines, header lines, and data lines read as fgets and strlen see them.
 #include "formats/rbt_format.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Round trips: RBT to MCB to RBT keeps the data lines, and BIT and RBT give the same data.
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"

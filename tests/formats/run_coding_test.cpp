@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Run coding: the encoder agrees with one that looks at each byte, however the data is cut into pieces.
 #include "formats/run_coding.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Owned streams for tests of the formats: of given bytes, with an error behind them, and into a text.
 #ifndef KVN_FPGA_TESTS_FORMATS_STREAMS_H
 #define KVN_FPGA_TESTS_FORMATS_STREAMS_H

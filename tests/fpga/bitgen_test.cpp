@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The program kvn_bitgen: files, refusals and their words.
 #include "support/folder_test.h"
 #include "support/process.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The configuration ports on generated streams: what starts a device and what does not.
 #include "bits.h"
 #include "packets.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The device table: names, frames and stream sizes as in the data sheets.
 #include "devices.h"
 

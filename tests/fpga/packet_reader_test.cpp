@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reader of packets: what each word of a stream is.
 #include "bits.h"
 #include "packet_reader.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests of the configuration ports share: feeding streams and naming verdicts.
 #ifndef KVN_TESTS_PORT_SUPPORT_H
 #define KVN_TESTS_PORT_SUPPORT_H

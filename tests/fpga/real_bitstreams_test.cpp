@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Real bitstreams, in the folder that KVN_REAL_BITSTREAMS names: each starts its device, whole and as far as
 // it may be cut.
 #include "port_support.h"

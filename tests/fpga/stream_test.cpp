@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Generated streams: size, the known CRC words, and the files around them.
 #include "bits.h"
 #include "bitstream_files.h"

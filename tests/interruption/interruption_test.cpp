@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The utility stopped in the middle of a run: what it leaves on the disk, and that nobody takes it for whole.
 //
 // The utility reads from a named pipe that a test feeds and never ends, so that the run is not over when it

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // No prefix of an output file passes for the whole file: every reader refuses it, wherever it was cut.
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Part names of all families, as files hold them.
 #include "../../tools/kvn/families.h"
 #include "devices.h"

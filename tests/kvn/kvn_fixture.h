@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs of kvn on example bitstreams in a temporary folder.
 #ifndef KVN_FPGA_TESTS_KVN_FIXTURE_H
 #define KVN_FPGA_TESTS_KVN_FIXTURE_H

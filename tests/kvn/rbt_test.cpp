@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // RBT files that no load takes, but whose data can be read: lines of other lengths, headers of other
 // programs.
 #include "kvn_fixture.h"

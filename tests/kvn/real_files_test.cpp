@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Real bitstreams, in the folder that KVN_REAL_BITSTREAMS names, seen by kvn.
 #include "devices.h"
 #include "kvn_fixture.h"

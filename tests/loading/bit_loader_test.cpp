@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The BIT loader: console and bus of whole loads, every error, the probes behind the data.
 #include "load_fixture.h"
 

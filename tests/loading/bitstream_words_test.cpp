@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Single words of a bitstream: their way into the send buffer.
 #include "load_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a platform sees of the process while it gives the text of a failed load.
 #include "load_fixture.h"
 

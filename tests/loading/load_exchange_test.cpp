@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What all loads share: the announcement, the prompts, the load header, the verdict, and what a failure
 // leaves.
 #include "load_fixture.h"

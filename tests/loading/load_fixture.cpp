@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Looks into the middle of a load: the linker sends some of the library's calls here.
 #include "load_fixture.h"
 

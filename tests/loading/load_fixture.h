@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A fixture for loads: a module in slot 2 of board mwc4a 0, an open bus, and a file of each kind.
 #ifndef KVN_FPGA_TESTS_LOADING_LOAD_FIXTURE_H
 #define KVN_FPGA_TESTS_LOADING_LOAD_FIXTURE_H

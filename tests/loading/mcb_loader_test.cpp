@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The MCB loader: console and bus of whole loads, every error, the tail of older families.
 #include "load_fixture.h"
 

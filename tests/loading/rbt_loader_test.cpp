@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The RBT loader: console and bus of whole loads, every error, every odd rule.
 #include "load_fixture.h"
 

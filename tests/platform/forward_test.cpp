@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sixteen functions lead to the installed platform, and nothing but a code comes back from one that
 // throws.
 #include "mwapi_forward.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Platforms that are opened by name; tests/tools/ has whole runs of the utility with them.
 #include "provider/provider.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The library and the reference model load and convert alike: the same prints, platform calls, errors and
 // bytes.
 #include "random_scenarios.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs for the library and the reference model, made of seeds: mostly near to a working one, with damage of
 // every kind.
 #include "random_scenarios.h"

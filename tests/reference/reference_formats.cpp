@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reference model's formats: headers and the three converters.
 #include "reference_model.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The reference model's loaders: RBT, BIT and MCB files to a module.
 #include "reference_model.h"
 

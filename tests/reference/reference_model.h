@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a load or a conversion of one file must do, as plainly as it can be written: byte by byte, bit by bit.
 //
 // Shares nothing with the library, so that a difference between the two is a mistake in one of them. Files

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The command line: what each argument makes of the session, and how it is refused.
 #include "support/row_names.h"
 #include "support/run_fixture.h"

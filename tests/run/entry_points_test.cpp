@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The four ways into a run.
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Which file a run uses: by its name, by what exists, and by what the user says.
 #include "support/row_names.h"
 #include "support/run_fixture.h"

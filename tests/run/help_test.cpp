@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The usage text: every text in one call each, in order, gaps included.
 #include "support/run_fixture.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // One run: the conversion or configuration that the session asks for.
 #include "support/bitstreams.h"
 #include "support/row_names.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Output and questions: the caller's functions, or standard output and input.
 #include "support/faults.h"
 #include "support/run_fixture.h"

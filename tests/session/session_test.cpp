@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The session's frame: reset, version, callbacks, last error, the environment.
 #include "kvn_fpga.h"
 #include "support/bitstreams.h"

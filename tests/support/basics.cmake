@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What tests, fuzz targets and benchmarks share. None of it needs GoogleTest.
 include_guard(GLOBAL)
 

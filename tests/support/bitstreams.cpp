@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Small bitstream files, good unless a test spoils them.
 #include "support/bitstreams.h"
 

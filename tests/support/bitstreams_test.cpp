@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The builders of files agree with each other and with the layouts of the formats.
 #include "support/bitstreams.h"
 

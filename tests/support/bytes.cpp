@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bytes and texts as tests write them.
 #include "support/bytes.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bytes and texts as tests write them.
 #ifndef KVN_FPGA_TESTS_SUPPORT_BYTES_H
 #define KVN_FPGA_TESTS_SUPPORT_BYTES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform for tests: boards and modules as a test builds them, a journal of every call, planned failures.
 #include "support/fake_platform.h"
 

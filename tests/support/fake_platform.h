@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform for tests: boards and modules as a test builds them, a journal of every call, planned failures.
 //
 // The sixteen Mw... functions forward to the one FakePlatform that lives in the calling thread. Each call

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The fake platform notices when the protocol is broken, and fails the test that uses it.
 #include "support/fake_platform.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes operations on files, and allocations, fail.
 #include "support/faults.h"
 

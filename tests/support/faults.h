@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Makes operations on files, and allocations, fail: the one place where tests and fuzz targets do so.
 //
 // While a FaultScope or a Recording lives, the library's fopen gives streams of our own (fopencookie) over

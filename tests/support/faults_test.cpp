@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Planned faults: what the library sees of them.
 #include "support/faults.h"
 

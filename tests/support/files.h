@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whole files at once.
 #ifndef KVN_FPGA_TESTS_SUPPORT_FILES_H
 #define KVN_FPGA_TESTS_SUPPORT_FILES_H

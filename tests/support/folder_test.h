@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A test with a folder of its own.
 #ifndef KVN_FPGA_TESTS_SUPPORT_FOLDER_TEST_H
 #define KVN_FPGA_TESTS_SUPPORT_FOLDER_TEST_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Programs run as processes: to their end, until they are stopped, or on a terminal of their own.
 #include "support/process.h"
 

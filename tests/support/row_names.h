@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Names of the rows of tables of tests: each row that ends with an error has its number in its name.
 #ifndef KVN_FPGA_TESTS_SUPPORT_ROW_NAMES_H
 #define KVN_FPGA_TESTS_SUPPORT_ROW_NAMES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A fixture for runs of the session: a temporary folder, a platform, callbacks, one log for all that happens.
 #include "support/run_fixture.h"
 

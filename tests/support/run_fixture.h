@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A fixture for runs of the session: a temporary folder, a platform, callbacks, one log for all that happens.
 //
 // What the session prints and asks stands in the platform's log, between the calls:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Notes the text of every numbered error that a test provokes, with the test's name, so that one that none
 // provokes can be told.
 #include "support/seen_errors.h"

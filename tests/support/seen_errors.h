@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Notes the text of every numbered error that a test provokes, so that the missing ones can be reported.
 #ifndef KVN_FPGA_TESTS_SUPPORT_SEEN_ERRORS_H
 #define KVN_FPGA_TESTS_SUPPORT_SEEN_ERRORS_H

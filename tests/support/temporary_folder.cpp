@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one folder in which a test, a fuzz target or a benchmark keeps its files.
 #include "support/temporary_folder.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The one folder in which a test, a fuzz target or a benchmark keeps its files.
 #ifndef KVN_FPGA_TESTS_SUPPORT_TEMPORARY_FOLDER_H
 #define KVN_FPGA_TESTS_SUPPORT_TEMPORARY_FOLDER_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Bounded copies and decimal conversion.
 #include "support/text.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Every function of the host hands all its arguments to the provider and its result back.
 #include "mwapi.h"
 #include "support/files.h"

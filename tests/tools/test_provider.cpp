@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A platform with one module, in slot 2 of any board, that keeps a journal of its calls in a file.
 //
 // KVN_TEST_JOURNAL  the file

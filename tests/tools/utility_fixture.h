@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Runs of KVN_FPGA in a temporary folder.
 #ifndef KVN_FPGA_TESTS_TOOLS_UTILITY_FIXTURE_H
 #define KVN_FPGA_TESTS_TOOLS_UTILITY_FIXTURE_H

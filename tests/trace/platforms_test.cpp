@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What a recording platform writes down of all sixteen functions is what a replaying one gives back.
 #include "recording_platform.h"
 #include "replaying_platform.h"

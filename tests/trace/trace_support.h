@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Traces as tests write and read them.
 #ifndef KVN_FPGA_TESTS_TRACE_SUPPORT_H
 #define KVN_FPGA_TESTS_TRACE_SUPPORT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Racks built in code: the journal, the counting of calls, and what is exported.
 #include "bus_support.h"
 #include "support/process.h"

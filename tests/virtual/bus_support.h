@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the tests of the virtual carriers share: a bus opened through the C functions, and loads over it.
 #ifndef KVN_TESTS_BUS_SUPPORT_H
 #define KVN_TESTS_BUS_SUPPORT_H

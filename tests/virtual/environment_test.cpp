@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The rack that MWVIRTUAL_RACK names, as a program meets it that knows nothing of virtual carriers.
 #include "support/folder_test.h"
 #include "support/process.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Planned faults: failing calls, wrong answers, a bad link, and the time of a bus.
 #include "bus_support.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads: what reaches the FPGA, and the verdict that comes of it.
 #include "bus_support.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The sixteen functions: their answers, and their reports of misuse.
 #include "bus_support.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Opens the boards named by its arguments (type number ...) and prints each result with its text.
 #include "mwapi.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Rack descriptions: the racks they give, and the reports of mistakes in them.
 #include "bus_support.h"
 

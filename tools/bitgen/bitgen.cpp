@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Writes example bitstream files for a named device, well-formed or with a chosen defect.
 #include "bitstream_files.h"
 #include "devices.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Inspects a BIT file.
 #include "inspectors.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // kvn check: whether a module would start with a bitstream file.
 #include "commands.h"
 #include "judgement.h"

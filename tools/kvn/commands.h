@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The subcommands of kvn.
 #ifndef KVN_COMMANDS_H
 #define KVN_COMMANDS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Finds out what configuration data are of when nothing else tells.
 #ifndef KVN_DATA_PROBE_H
 #define KVN_DATA_PROBE_H

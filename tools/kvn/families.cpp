@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Families of FPGAs that no module carries.
 #include "families.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Recognises files that are no bitstreams by how they begin.
 #include "foreign_content.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // kvn info: what a bitstream file is.
 #include "commands.h"
 #include "report.h"

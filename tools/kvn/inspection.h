@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What there is to know about a bitstream file without hardware.
 #ifndef KVN_INSPECTION_H
 #define KVN_INSPECTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // What the inspection of one format needs of the whole.
 #ifndef KVN_INSPECTORS_H
 #define KVN_INSPECTORS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whether a module would start with a bitstream file.
 #include "judgement.h"
 

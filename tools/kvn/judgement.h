@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Whether a module would start with a bitstream file.
 #ifndef KVN_JUDGEMENT_H
 #define KVN_JUDGEMENT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The program kvn: tells what bitstream files are and whether they would start a module's FPGA.
 #include "commands.h"
 #include "report.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Counts the packets of a configuration stream.
 #include "packet_summary.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Counts the packets of a configuration stream: registers written and commands given.
 #ifndef KVN_PACKET_SUMMARY_H
 #define KVN_PACKET_SUMMARY_H

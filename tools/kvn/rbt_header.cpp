@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The header of an RBT file, whoever wrote it.
 #include "rbt_header.h"
 

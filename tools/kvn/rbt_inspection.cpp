@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Inspects an RBT file.
 #include "inspectors.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The data lines of an RBT file, however long they are.
 #include "rbt_lines.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The data lines of an RBT file, however long they are.
 #ifndef KVN_RBT_LINES_H
 #define KVN_RBT_LINES_H

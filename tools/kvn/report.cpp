@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Tells an inspection, to people and as JSON.
 #include "report.h"
 

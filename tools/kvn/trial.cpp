@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Loads a file into a virtual module by the library itself.
 #include "trial.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The utility KVN_FPGA: the command line through to the library, its last error out.
 #include "kvn_fpga.h"
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The utility's platform: the provider that the environment variable KVN_MWAPI names, loaded when the first
 // function is called. A conversion calls none and needs none.
 #include "kvn_fpga.h"

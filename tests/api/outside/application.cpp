@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // An outside application's use of the library: a run that reaches the host's platform functions.
 #include <kvn_fpga.h>
 

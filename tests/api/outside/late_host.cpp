@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host that is linked with kvn_fpga and loads the platform functions before its first run.
 //     late_host <platform>
 #include <dlfcn.h>

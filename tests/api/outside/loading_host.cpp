@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // A host that loads the platform functions with one library, then kvn_fpga with another.
 //     loading_host <platform> <application>
 #include <dlfcn.h>

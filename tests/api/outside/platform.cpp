@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // The platform functions of an outside host: every open fails, so there are no boards.
 #include <mwapi.h>
 
