@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A platform that only counts: one board with one module, which takes everything and does nothing with it.
+// A platform that only counts: one board with one module, which accepts everything and does nothing with it.
 #include "counting_platform.h"
 
 #include "mwapi_forward.h"

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A platform that only counts: one board with one module, which takes everything and does nothing with it.
+// A platform that only counts: one board with one module, which accepts everything and does nothing with it.
 #ifndef KVN_FPGA_BENCH_COUNTING_PLATFORM_H
 #define KVN_FPGA_BENCH_COUNTING_PLATFORM_H
 
@@ -9,7 +9,7 @@
 /// It reaches the platform in a library of its own.
 inline constexpr const char* COUNTING_COMPRESSED = "KVN_COUNTING_COMPRESSED";
 
-/// The data calls since the last message began, that of the load header among them.
+/// The data calls since the last message began, including that of the load header.
 struct SentData {
     std::uint64_t calls = 0;
     std::uint64_t bytes = 0;
@@ -19,7 +19,7 @@ struct SentData {
 /// @return what the library, or a bare call, has sent
 const SentData& sent_data();
 
-/// Whether the module says that it takes compressed data.
+/// Whether the module reports that it accepts compressed data.
 void accept_compressed(bool yes);
 
 #endif

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Times the pieces that a conversion or a load is made of, each in the forms that it has.
+// Times the parts of conversions and loads, each in every form.
 #include "formats/bit_order.h"
 #include "formats/byte_kernels.h"
 #include "formats/rbt_format.h"
@@ -16,7 +16,7 @@ namespace
 // With its text it stays in the cache, as the blocks of a run do: memory hides what a form gains.
 constexpr std::size_t DATA_SIZE = 1 << 16;
 
-// A converter hands over so much at a time.
+// The bytes that a converter passes on at once.
 constexpr std::size_t PIECE = 2500;
 
 constexpr std::size_t REVERSE_STEP = 16;
@@ -26,7 +26,7 @@ void count_bytes(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(DATA_SIZE));
 }
 
-// The plainest way, which every other form is compared with.
+// The plainest form, with which the others are compared.
 namespace naive
 {
 bool read_lines(std::uint8_t* out, const char* line)
@@ -78,7 +78,7 @@ BENCHMARK(pack_lines<sse2::read_plain_lines<LINES>, LINES>)->Name("pack lines/SS
 BENCHMARK(pack_lines<portable::read_plain_lines<LINES>, LINES>)->Name("pack lines/portable");
 BENCHMARK(pack_lines<naive::read_lines, 1>)->Name("pack lines/naive");
 
-/// The reader with its blocks and its odd lines, on a stream in memory.
+/// The reader of whole files, on a stream in memory.
 void read_lines(benchmark::State& state)
 {
     std::string lines = rbt_lines(make_data("mix", DATA_SIZE));
@@ -215,7 +215,7 @@ void follow_runs(benchmark::State& state, const char* kind)
     count_bytes(state);
 }
 
-/// Each kind of data has runs of its own.
+/// Each kind of data has other runs.
 const bool runs_are_registered = [] {
     for (const char* kind : {"mix", "zero", "random", "flip"}) {
         benchmark::RegisterBenchmark((std::string{"code runs/"} + kind).c_str(), code_runs, kind);

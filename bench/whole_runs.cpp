@@ -4,17 +4,16 @@
 //   kvn_whole_runs make KIND BITS FOLDER
 //     writes text.rbt, binary.bit and runs.mcb, all of the same data
 //   kvn_whole_runs run OPERATION FOLDER
-//     does one operation and tells what was sent to the platform
+//     performs one operation and reports what was sent to the platform
 //   kvn_whole_runs run-through PROVIDER OPERATION FOLDER
 //     does one load, whose calls go the way of the utility's: through a library that is loaded at run time
 //   kvn_whole_runs time ROUNDS FOLDER
-//     times all operations and what they are compared with
+//     times all operations, their peers and their floors
 //   kvn_whole_runs time-alone ROUNDS FOLDER OPERATION...
 //     times these operations only
 //
-// Timing goes round by round, each round with one run of everything, so that a disturbance of the machine
-// meets all alike. The result is JSON: for each the milliseconds on the wall clock and those of the
-// processor, one number for each round.
+// Each round runs everything once, so that a disturbance of the machine affects all alike. The result is
+// JSON: for each operation the milliseconds by the wall clock and by the processor, a number for each round.
 #include "bare_calls.h"
 #include "counting_platform.h"
 #include "mwapi_forward.h"
@@ -55,7 +54,7 @@ std::size_t parse_number(std::string_view text)
     return number;
 }
 
-/// Reads a file as cheaply as that can be done without mapping it.
+/// Reads a file in the cheapest way without mapping it.
 void read_in_blocks(const std::string& name)
 {
     static char block[BLOCK_SIZE];
@@ -70,7 +69,7 @@ void read_in_blocks(const std::string& name)
         throw std::runtime_error("cannot read " + name);
 }
 
-/// Runs a program with its output thrown away, and waits for it.
+/// Runs a program without its output, and waits for it.
 void run_program(std::vector<std::string> words)
 {
     std::vector<char*> arguments;
@@ -98,13 +97,13 @@ Milliseconds in_milliseconds(const timeval& time)
     return std::chrono::seconds{time.tv_sec} + std::chrono::microseconds{time.tv_usec};
 }
 
-/// The time that has passed.
+/// The elapsed time.
 Milliseconds wall_clock()
 {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
 
-/// The processor's time that this process and the children it has waited for have used.
+/// The processor time of this process and of the children it has waited for.
 Milliseconds processor_clock()
 {
     timespec own{};
@@ -115,17 +114,17 @@ Milliseconds processor_clock()
            in_milliseconds(children.ru_utime) + in_milliseconds(children.ru_stime);
 }
 
-/// Something that is timed, with a figure for each round.
+/// A timed operation, with a figure for each round.
 struct Subject {
     std::string name;
-    std::string output; ///< the file that it writes, "" for none
+    std::string output; ///< the file that it writes, or ""
     std::function<void()> run;
     std::vector<Milliseconds> wall_times = {};
     std::vector<Milliseconds> processor_times = {};
 
     void run_timed()
     {
-        // To cut off a file that is still on its way to the disk waits for the disk.
+        // Truncating a file that is still on its way to the disk waits for the disk.
         if (!output.empty())
             std::filesystem::remove(output);
         const Milliseconds processor_start = processor_clock();
@@ -144,7 +143,7 @@ void add_operation(Subjects& subjects, const Operation& operation, const Bitstre
         {operation.name, output_of(operation, files), [&operation, &files] { run(operation, files); }});
 }
 
-/// Writes as many bytes as a file has, as cheaply as that can be done.
+/// Writes as many bytes as a file has, in the cheapest way.
 void write_in_blocks(const std::string& name, std::size_t size)
 {
     static const char block[BLOCK_SIZE] = {};
@@ -160,7 +159,7 @@ void write_in_blocks(const std::string& name, std::size_t size)
         throw std::runtime_error("cannot write " + name);
 }
 
-/// The other programs that do comparable work on the files, a process that does nothing, and bare writing.
+/// Other programs that do comparable work on the files, a process that does nothing, and plain writing.
 void add_peers(Subjects& subjects, const BitstreamFiles& files, const std::string& folder)
 {
     const auto add = [&](const char* name, const std::string& output, std::vector<std::string> words) {
@@ -177,7 +176,7 @@ void add_peers(Subjects& subjects, const BitstreamFiles& files, const std::strin
     subjects.push_back({"write-rbt", copy, [copy, rbt_size] { write_in_blocks(copy, rbt_size); }});
 }
 
-/// A load and, next to it, its floor.
+/// A load and its floor.
 void add_load(Subjects& subjects, const Operation& operation, const BitstreamFiles& files)
 {
     run(operation, files);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// How bytes and texts of any content stand in a trace's JSON, and back.
+// Encodes bytes and texts of any content in a trace's JSON, and decodes them.
 #include "encoding.h"
 
 #include <array>

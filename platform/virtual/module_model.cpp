@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A module that lives in a slot: takes messages byte by byte, answers, and loads its FPGA.
+// A module in a slot: receives messages byte by byte, answers, and loads its FPGA.
 #include "module_model.h"
 
 #include <algorithm>
@@ -26,11 +26,11 @@ constexpr std::size_t NAME_AT = 3;
 constexpr std::size_t LONGEST_NAME = 26;
 constexpr std::size_t COMPRESSION_AT = 29;
 
-// The largest device takes 4.3 megabytes. What a host sends beyond this is still given to the FPGA, but not
+// The largest device takes 4.3 megabytes. The FPGA receives what a host sends beyond this, but it is not
 // kept.
 constexpr std::size_t KEPT_BYTES = 32U << 20;
 
-// Newer models are asked whether they take compressed loads; older ones tell it in their identification
+// Newer models are asked whether they accept compressed loads; older ones report it in their identification
 // record.
 constexpr unsigned LAST_FPGA_MODEL_WITHOUT_QUERY = 3;
 constexpr unsigned LAST_IO_MODEL_WITHOUT_QUERY = 4;
@@ -249,7 +249,7 @@ bool ModuleModel::is_load() const
     return header_bytes_ != 0 && (header_[0] == PLAIN_LOAD || header_[0] == COMPRESSED_LOAD);
 }
 
-// A load takes the FPGA out of operation before its first byte.
+// A load stops the FPGA before its first byte.
 void ModuleModel::begin_load()
 {
     contents_ = {.loads = contents_.loads + 1, .reason = "the load has not ended"};
@@ -278,7 +278,7 @@ void ModuleModel::take_run_byte(std::uint8_t byte)
         return;
     }
     const std::size_t count = *std::exchange(run_count_, std::nullopt);
-    std::array<std::uint8_t, 255> run; // filled as far as it is used
+    std::array<std::uint8_t, 255> run; // only the used part is filled
     std::fill_n(run.begin(), count, byte);
     configure(std::span{run}.first(count));
 }
@@ -327,7 +327,7 @@ std::optional<Message> ModuleModel::identify() const
     record[2] = byte(settings_.version_number);
     const std::size_t length = std::min(settings_.device_name.size(), LONGEST_NAME);
     std::copy_n(settings_.device_name.begin(), length, record.begin() + NAME_AT);
-    // A name of full length takes the place of the flag's neighbour, never of the flag.
+    // A name of full length reaches up to the flag, but never overwrites it.
     record[COMPRESSION_AT] = settings_.compression == Compression::record ? 1 : 0;
     return Message{TYPE_REPLY, std::move(record)};
 }
@@ -368,7 +368,7 @@ void ModuleModel::judge_load()
         return settle(Verdict::no_fpga, "the module has no FPGA that can be loaded");
     if (contents_.compressed && settings_.compression == Compression::none)
         return settle(Verdict::compression_refused, "the module does not take compressed loads");
-    // Choice: a coding that breaks off counts even behind a complete configuration; the module stops the FPGA
+    // Choice: an incomplete pair is an error even after a complete configuration; the module stops the FPGA
     // again.
     if (run_count_)
         return settle(Verdict::run_coding_broken, "the data end inside a pair of count and value");

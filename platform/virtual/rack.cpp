@@ -16,8 +16,7 @@ namespace
 
 constexpr std::size_t WAITING_REPLIES = 64;
 constexpr std::size_t NOTED_MISUSES = 1000;
-// Waits shorter than this are gathered: sleeping for each piece of eight bytes would take far longer than the
-// bus.
+// Shorter waits are added up: sleeping for each piece of eight bytes would take far longer than the bus.
 constexpr std::chrono::milliseconds SHORTEST_WAIT{2};
 
 std::span<const std::uint8_t> bytes_of(const void* data, std::size_t length)
@@ -142,8 +141,8 @@ void Rack::on_wait(std::function<void(std::chrono::nanoseconds)> wait)
     wait_ = std::move(wait);
 }
 
-/// Counts the call, carries it out unless its failure was planned, and writes it down. What the bus takes is
-/// waited for without the lock, so that boards do not wait for each other.
+/// Counts the call, performs it unless its failure is planned, and adds it to the journal. Waits for the bus
+/// without the lock, so that boards do not wait for each other.
 template <class Action>
 std::uint32_t Rack::perform(mwapi::Function function, mwapi::Values values, Action action)
 {
@@ -258,7 +257,7 @@ const BoardState* Rack::find_board(const BoardName& name) const
     return found == boards_.end() ? nullptr : found->get();
 }
 
-// Handles come from outside: they are compared, never followed.
+// Handles come from outside: they are compared, never dereferenced.
 Rack::OpenDevice* Rack::find(const MW_HANDLE* handle)
 {
     const unsigned number = number_of(handle);
@@ -361,7 +360,7 @@ std::uint32_t Rack::open(const char* board_type, std::uint16_t board_number, con
     });
 }
 
-// A message that is still open is dropped with its handle, so that an aborted load harms no later run.
+// An open message is dropped with its handle, so that an aborted load does not affect later runs.
 std::uint32_t Rack::close(MW_HANDLE** handle)
 {
     return perform(mwapi::Function::MwClose, mwapi::values(handle), [&]() -> std::uint32_t {
@@ -478,7 +477,7 @@ std::uint32_t Rack::send_whole(MW_HANDLE* handle, std::uint32_t type, std::optio
     Place place;
     if (const std::uint32_t code = find_free_module(*device, board, slot, place))
         return code;
-    // A whole message travels with the same two bytes in front as one that is sent in pieces.
+    // A whole message has the same two leading bytes as one sent in pieces.
     const unsigned bus = bus_number(*device);
     const std::array<std::uint8_t, 2> header{static_cast<std::uint8_t>(type),
                                              static_cast<std::uint8_t>(bus << 3 | 5)};
@@ -527,7 +526,7 @@ std::uint32_t Rack::receive_whole(MW_HANDLE* handle, std::uint8_t* type, std::op
     const auto reply = std::ranges::find(device->replies, place, &PlacedReply::place);
     if (reply == device->replies.end())
         return device->unanswered.erase(place) != 0 ? NO_REPLY : NO_REQUEST;
-    // What does not fit into the caller's buffer is lost.
+    // Bytes that do not fit into the caller's buffer are lost.
     const std::vector<std::uint8_t>& bytes = reply->message.data;
     const std::size_t count = std::min<std::size_t>(bytes.size(), size);
     if (count != 0)

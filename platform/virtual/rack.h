@@ -49,7 +49,7 @@ struct PlannedFailure {
 struct BoardState {
     BoardSettings settings;
     std::array<std::unique_ptr<ModuleModel>, SLOTS> slots;
-    std::chrono::nanoseconds owed{0}; ///< time that its bus has taken and nobody has waited for yet
+    std::chrono::nanoseconds owed{0}; ///< time of its bus still to be waited for
 };
 
 /// Locks itself for each call, so that its boards can be used on several threads. The operations answer the
@@ -57,7 +57,7 @@ struct BoardState {
 class Rack final : public mwapi::Platform
 {
 public:
-    /// A rack that nothing can be opened on, because of this mistake in its description.
+    /// A rack on which every open fails because of this mistake in its description.
     static std::shared_ptr<Rack> broken(std::string mistake);
 
     std::size_t add_board(const BoardName& name);
@@ -137,7 +137,7 @@ private:
         std::optional<Sending> sending;
         std::optional<Receiving> receiving;
         std::deque<PlacedReply> replies;
-        std::set<Place> unanswered; ///< asked, without a reply so far
+        std::set<Place> unanswered; ///< queried, still without a reply
     };
 
     template <class Action>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Virtual carrier boards: the builder and inspector that programs see.
+// Virtual carrier boards: the public builder and inspector.
 #include "virtual_carrier.h"
 
 #include "rack.h"

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Virtual carrier boards: the board-access API in software, set up and inspected by a program's tests.
 //
-// A Carrier is a rack of boards with modules in their slots. From its construction to its destruction it is
-// what the sixteen Mw... functions of this library act on, in place of the rack that MWVIRTUAL_RACK
-// describes.
+// A Carrier is a rack of boards with modules in their slots. While it exists, the sixteen Mw... functions of
+// this library act on it instead of the rack that MWVIRTUAL_RACK describes.
 //
 //     mwvirtual::Carrier carrier;
 //     carrier.board("mwc4a", 0).slot(2,
@@ -52,14 +51,14 @@ inline constexpr std::size_t FUNCTION_COUNT = 16;
 
 [[nodiscard]] MWVIRTUAL_API const char* function_name(Function function);
 
-/// The codes that the virtual carriers answer by themselves; MwErr2Text has a text for each.
+/// The codes of the virtual carriers; MwErr2Text has a text for each.
 enum Code : std::uint32_t {
     SUCCESS = 0,
     BAD_RACK =
-        0xE0000001, ///< the rack description has a mistake; the text tells file, line and what was expected
+        0xE0000001, ///< the rack description has a mistake; the text gives file, line and what was expected
     NO_SUCH_BOARD = 0xE0000002,    ///< no board of this type and number in the rack
     NO_SUCH_DEVICE = 0xE0000003,   ///< the board has no device of this name ("ksb" and "jtag" exist)
-    NULL_POINTER = 0xE0000004,     ///< a pointer that must lead somewhere is null
+    NULL_POINTER = 0xE0000004,     ///< a required pointer is null
     UNKNOWN_HANDLE = 0xE0000005,   ///< never opened here, or closed
     NOT_A_KSB = 0xE0000006,        ///< the handle's device is no serial bus
     BAD_SLOT = 0xE0000007,         ///< slots are 1 to 4
@@ -69,25 +68,25 @@ enum Code : std::uint32_t {
     MESSAGE_OPEN = 0xE000000B,     ///< a message is still being sent on this handle
     NO_OPEN_MESSAGE = 0xE000000C,  ///< data or an end without a started message
     MODULE_BUSY = 0xE000000D,      ///< another handle is sending to the module
-    NO_REQUEST = 0xE000000E,       ///< a reply is wanted, but nothing was asked
+    NO_REQUEST = 0xE000000E,       ///< a reply without a request
     NO_REPLY = 0xE000000F,         ///< the module did not answer within the time-out
     REPLY_OPEN = 0xE0000010,       ///< a reply is still being received on this handle
     NO_OPEN_REPLY = 0xE0000011,    ///< data or an end without a started reply
-    TOO_MANY_REPLIES = 0xE0000012, ///< replies pile up that nobody receives
+    TOO_MANY_REPLIES = 0xE0000012, ///< too many replies wait to be received
     MESSAGE_EMPTY = 0xE0000013     ///< a message of pieces ended without any byte
 };
 
-/// What a module answers to a load, in the first byte of its reply.
+/// A module's verdict on a load: the first byte of its reply.
 enum class Verdict : std::uint8_t {
     no_synchronisation = 1,  ///< no synchronisation word (Spartan: no preamble)
     crc_error = 2,           ///< a CRC or check bits differ
-    wrong_device = 3,        ///< device ID, frame length, frames or length count are another device's
+    wrong_device = 3,        ///< device ID, frame length, frames or length count of another device
     data_short = 4,          ///< the data ended before the start-up
     success = 5,             ///< DONE is high
     run_coding_broken = 6,   ///< a compressed load ended inside a pair
     wrong_load_header = 7,   ///< the board byte of the load header is wrong or missing
-    compression_refused = 8, ///< a compressed load to a module that takes plain loads alone
-    violation = 9,           ///< words or packets that the configuration port does not know
+    compression_refused = 8, ///< a compressed load to a module that accepts only plain ones
+    violation = 9,           ///< words or packets unknown to the configuration port
     no_fpga = 10             ///< the module has no FPGA that can be loaded
 };
 
@@ -95,25 +94,25 @@ enum class Verdict : std::uint8_t {
 
 enum class ModuleKind { fpga, io, other, processor, no_bus };
 
-/// How a module tells that it takes compressed loads.
+/// How a module reports that it accepts compressed loads.
 enum class Compression {
     none,
-    query, ///< by its answer to the compression query
-    record ///< by byte 29 of its identification record
+    query, ///< in its answer to the compression query
+    record ///< in byte 29 of its identification record
 };
 
 enum class Reply { identification, compression, load };
 
-/// A way in which a module answers badly.
+/// A wrong answer of a module.
 struct ReplyFault {
     enum class Kind { other_type, short_reply, no_reply, status };
     Kind kind;
     Reply reply;
     unsigned value = 0; ///< the type, the length or the status
-    unsigned nth = 0;   ///< the n-th reply of this sort alone; 0: every one
+    unsigned nth = 0;   ///< only the n-th reply of this kind; 0: every one
 };
 
-/// A module as it is put into a slot. Begin with fpga_module() and its siblings.
+/// The description of a module for a slot. Start with fpga_module() or one of the functions after it.
 struct MWVIRTUAL_API Module {
     ModuleKind kind = ModuleKind::fpga;
     unsigned type = 2; ///< byte 0 of the identification record
@@ -128,17 +127,17 @@ struct MWVIRTUAL_API Module {
     /// The FPGA's name, 26 characters at most: "2v3000fg676-4". Known devices get a model of their chip.
     Module& device(std::string name);
     Module& version(unsigned number);
-    /// Takes compressed loads, and tells so as modules of its model do.
+    /// Accepts compressed loads, and reports so in the way of its model.
     Module& accepts_compressed();
     Module& tells_compression(Compression how);
-    /// Writes the plain configuration bytes, as they reached the FPGA, to this file when a load ends.
+    /// Writes the plain configuration bytes that reached the FPGA to this file when a load ends.
     Module& keep(std::string file);
     Module& info(std::vector<std::uint32_t> words);
 
     Module& answers_type(Reply reply, std::uint8_t message_type, unsigned nth = 0);
     Module& answers_short(Reply reply, std::size_t length, unsigned nth = 0);
     Module& does_not_answer(Reply reply, unsigned nth = 0);
-    /// Answers loads with this status whatever became of them.
+    /// Answers loads with this status, whatever their result.
     Module& answers_status(std::uint8_t status, unsigned nth = 0);
 };
 
@@ -149,13 +148,13 @@ struct MWVIRTUAL_API Module {
 [[nodiscard]] MWVIRTUAL_API Module processor_module();
 [[nodiscard]] MWVIRTUAL_API Module module_without_bus();
 
-/// What became of the last load of a module.
+/// The result of a module's last load.
 struct Contents {
-    std::size_t loads = 0;                   ///< messages with a load command, the unfinished one included
-    bool finished = false;                   ///< the end of the last one came
+    std::size_t loads = 0;                   ///< messages with a load command, including an unfinished one
+    bool finished = false;                   ///< the last one was ended
     bool compressed = false;                 ///< its command was that of a compressed load
-    std::vector<std::uint8_t> received = {}; ///< its bytes as they came, load header included
-    std::vector<std::uint8_t> configuration = {}; ///< the plain bytes given to the FPGA, first bit in bit 0
+    std::vector<std::uint8_t> received = {}; ///< its bytes unchanged, including the load header
+    std::vector<std::uint8_t> configuration = {}; ///< the plain bytes for the FPGA, first bit in bit 0
     bool done = false;                            ///< the FPGA runs
     Verdict verdict = Verdict::data_short;        ///< of the last finished load, before planned faults
     std::string reason = {};                      ///< the verdict in words, with figures
@@ -164,7 +163,7 @@ struct Contents {
 /// One call of a platform function.
 struct MWVIRTUAL_API Call {
     Function function = Function::MwOpenS;
-    unsigned handle = 0; ///< 1 for the first that was opened, 0 for none or an unknown one
+    unsigned handle = 0; ///< 1 for the first one opened, 0 for none or an unknown one
     std::string board_type = {};
     std::string device = {};
     std::uint32_t board = 0;
@@ -172,7 +171,7 @@ struct MWVIRTUAL_API Call {
     std::uint32_t type = 0;   ///< message type, sent or received
     std::uint32_t length = 0; ///< of the data sent, or the size of the receiving buffer
     std::uint32_t timeout = 0;
-    std::uint32_t code = 0; ///< that MwErr2Text was asked for
+    std::uint32_t code = 0; ///< the argument of MwErr2Text
     std::string data = {};  ///< bytes sent or received
     std::uint32_t result = 0;
 
@@ -189,26 +188,26 @@ public:
 
 class Rack;
 
-/// A board of a carrier's rack; a light reference.
+/// A reference to a board of a carrier's rack; cheap to copy.
 class MWVIRTUAL_API Board
 {
 public:
     Board(Rack& rack, std::size_t index) : rack_{&rack}, index_{index} {}
 
-    /// Puts a module into a slot, 1 to 4, in place of what was there.
+    /// Puts a module into a slot, 1 to 4, replacing its content.
     Board& slot(unsigned number, const Module& module);
     Board& empty_slot(unsigned number);
-    /// The board can also be reached over the bus of another one.
+    /// The board can also be reached over another board's bus.
     Board& reached_over(const std::string& type, std::uint16_t number);
-    /// False: the host cannot open the board itself, only reach it over another's bus. Default true.
+    /// False: the host cannot open the board itself, only reach it over another board's bus. Default true.
     Board& opens(bool allowed);
-    /// How long each message and each byte takes on the bus of this board; default: no time at all.
+    /// The time for each message and each byte on the bus of this board; default: none.
     Board& latency(std::chrono::microseconds each_message);
     Board& bandwidth(std::uint64_t bytes_per_second);
     /// The leading word of the board-information record.
     Board& info_word(std::uint32_t word);
-    /// In every message sent in pieces over this bus, the byte behind the first n is lost or inverted under
-    /// the mask.
+    /// In every message sent in pieces over this bus, the byte after the first `after` bytes is lost, or its
+    /// bits in the mask are inverted.
     Board& drops_byte(std::uint64_t after);
     Board& flips_byte(std::uint64_t after, std::uint8_t mask = 0xFF);
 
@@ -223,7 +222,7 @@ class MWVIRTUAL_API Carrier
 {
 public:
     Carrier();
-    /// A rack described in TOML; file_name is what mistakes name. Throws RackError.
+    /// A rack described in TOML; reports of mistakes name file_name. Throws RackError.
     static Carrier from_toml(const std::string& text, const std::string& file_name = "rack");
     static Carrier from_file(const std::string& path);
     ~Carrier();
@@ -232,29 +231,29 @@ public:
     Carrier& operator=(const Carrier&) = delete;
     Carrier& operator=(Carrier&&) = delete;
 
-    /// The board of this type and number, 0 to 15; added when it is not there yet.
+    /// The board of this type and number, 0 to 15; added if missing.
     Board board(const std::string& type, std::uint16_t number);
 
-    /// The n-th call (counted from 1, MwErr2Text and MwClose not counted) fails with a code.
+    /// The n-th call (counted from 1, without MwErr2Text and MwClose) fails with a code.
     void fail_call(std::uint64_t n, std::uint32_t code, const std::string& text = {});
-    /// The n-th call of one function fails with a code.
+    /// The n-th call of the function fails with a code.
     void fail_call(Function function, std::uint64_t n, std::uint32_t code, const std::string& text = {});
 
     [[nodiscard]] Contents contents(const std::string& type, std::uint16_t number, unsigned slot) const;
-    /// Every call since the beginning, if the journal is kept (which is the default).
+    /// Every call since the beginning, if the journal is kept, which is the default.
     [[nodiscard]] std::vector<Call> journal() const;
-    /// The journal as text lines; MwErr2Text left out if wanted.
+    /// The journal as text lines, with or without MwErr2Text.
     [[nodiscard]] std::vector<std::string> journal_text(bool with_error_texts = true) const;
     void keep_journal(bool keep);
-    /// Empties the journal, restarts the counting of calls and drops failures that are still planned.
+    /// Empties the journal, restarts the count of calls and drops planned failures.
     void forget_calls();
-    /// Number of calls since the beginning, MwErr2Text and MwClose not counted.
+    /// The number of calls since the beginning, without MwErr2Text and MwClose.
     [[nodiscard]] std::uint64_t calls() const;
-    /// What was called against the rules of the API, in words; empty after a clean run.
+    /// Calls against the rules of the API, in words; empty after a clean run.
     [[nodiscard]] std::vector<std::string> misuse() const;
     [[nodiscard]] std::size_t open_handles() const;
 
-    /// Replaces the sleeping that latency and bandwidth ask for; the function is told how long.
+    /// Replaces the sleeping for latency and bandwidth; the function receives the duration.
     void on_wait(std::function<void(std::chrono::nanoseconds)> wait);
 
     /// The description of the rack that is used when MWVIRTUAL_RACK is not set.

@@ -2,7 +2,7 @@
 // Every kind of run, with every one of its operations failing in turn.
 //
 // A good run is recorded; then each of its platform calls, file operations, transfers and allocations fails
-// once, in a run of its own. So an operation that is added to the library is covered from its first day.
+// once, in a run of its own. So an operation added to the library is covered at once.
 #include "documented_errors.h"
 #include "run_kinds.h"
 #include "support/bitstreams.h"
@@ -21,10 +21,10 @@ using fault_points::Recording;
 
 namespace
 {
-/// All that a run shows.
+/// Everything observed of a run.
 struct Account {
     Result result{};
-    std::vector<std::string> journal; ///< without the questions for an error's words
+    std::vector<std::string> journal; ///< without the requests for an error's words
     std::vector<Bytes> loads;         ///< what each slot was sent
     std::string output;
     std::vector<std::string> prints;
@@ -46,7 +46,7 @@ public:
     ErrorWatch(const ErrorWatch&) = delete;
     ErrorWatch& operator=(const ErrorWatch&) = delete;
 
-    // A wrong bit count is recorded early, and the load goes on; what counts is the last text.
+    // A wrong bit count is recorded early, and the load continues; only the last text matters.
     std::optional<std::size_t> failed_at;
 
 private:
@@ -71,7 +71,7 @@ class FaultMatrix : public RunFixture, public testing::WithParamInterface<RunKin
 protected:
     const RunKind& kind = GetParam();
     int cases = 0;
-    /// Leaves data calls out of the journal, for large files.
+    /// Omits data calls from the journal, for large files.
     bool large = false;
 
     void SetUp() override
@@ -137,7 +137,7 @@ protected:
         return perform([](Recording&) {}, depth);
     }
 
-    /// A platform call that fails, counted without those whose result is not looked at.
+    /// A failing platform call, counted among those whose result is used.
     Account perform_with_failing_call(int n)
     {
         platform.fail_call(n);
@@ -204,7 +204,7 @@ protected:
         return run({file, "-u", "-dmwc4a", "-b0", "-s2", kind.verbose ? "-v" : "-u"}, bus);
     }
 
-    /// What holds after every run, whatever became of it.
+    /// What holds after every run, whatever its result.
     void expect_order(const Account& account) const
     {
         EXPECT_EQ(account.open_streams, 0) << "streams left open";
@@ -249,7 +249,7 @@ protected:
         expect_order(next);
     }
 
-    /// The first operation that did not go as in the good run, or null.
+    /// The first operation that differs from the good run, or null.
     static const Point* first_difference(const Account& account, const Account& good, const Point** before)
     {
         const auto is_call = [](const Point& point) { return point.operation < Operation::description; };
@@ -308,7 +308,7 @@ protected:
             expect_equal(account, good);
     }
 
-    /// An error in a .con file counts as its end: the last line tells how many modules there were.
+    /// An error in a .con file is treated as its end: the last line gives the number of modules.
     static void expect_fewer_modules(const Account& account, int modules)
     {
         EXPECT_EQ(account.prints.back(),
@@ -353,8 +353,7 @@ TEST_P(FaultMatrix, EveryPlatformCallEndsTheRun)
         const Account account = perform_with_failing_call(static_cast<int>(i) + 1);
         expect_number(account, numbers[i]);
         expect_order(account);
-        // All before went as in the good run, the failing call was made, and nothing but the end came behind
-        // it.
+        // Everything before is as in the good run, the failing call was made, and only the end follows it.
         std::vector<std::string> made;
         std::copy_if(account.journal.begin(), account.journal.end(), std::back_inserter(made),
                      [](const std::string& call) { return !needs_no_result(call); });
@@ -380,7 +379,7 @@ TEST_P(FaultMatrix, EveryFileOperationAndAllocationOfALargeFile)
     try_faults(good, Depth::calls);
 }
 
-// What the disk does wrong shows where the stream passes it on.
+// A failure of the disk shows where the stream reports it.
 TEST_P(FaultMatrix, EveryTransferOfASmallFile)
 {
     const Account good = perform_well(Depth::transfers);

@@ -17,7 +17,7 @@ extern "C" void* __libc_malloc(std::size_t size);
 
 namespace
 {
-// Counts down to the allocation that fails; 0 when none is to.
+// Counts down to the failing allocation; 0 for none.
 thread_local int allocations_left = 0;
 thread_local int allocations = 0;
 thread_local bool watching = false;
@@ -38,7 +38,7 @@ bool is_in_c_library(const void* caller)
 } // namespace
 
 extern "C" {
-/// Takes the place of the C library's, whose streams call it too.
+/// Replaces the C library's own, which its streams also call.
 void* malloc(std::size_t size)
 {
     if (std::exchange(next_allocation_fails, false))
@@ -83,7 +83,7 @@ struct MemoryRun {
     const char* name;
     std::vector<std::string> arguments;
     const char* output;        ///< "" for a load
-    std::set<int> open_errors; ///< without memory for a stream its file counts as one that cannot be opened
+    std::set<int> open_errors; ///< without memory for a stream, its file cannot be opened
 };
 
 void PrintTo(const MemoryRun& run, std::ostream* out)
@@ -160,7 +160,7 @@ TEST_F(Memory, Error9242WhenThereIsNoneToCompareTheOutputWithTheInput)
     EXPECT_FALSE(file_exists("a_name_that_needs_memory.mcb"));
 }
 
-// The one failure that is told by an exception: there is no object yet to keep a message.
+// The only failure reported by an exception: no object exists yet to keep a message.
 TEST_F(Memory, AnObjectThatCannotBeMadeThrowsBadAlloc)
 {
     next_allocation_fails = true;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The kinds of runs whose faults are tried, and what the documents say of each fault.
+// The kinds of runs for the fault matrix, and the documented result of each fault.
 #ifndef KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
 #define KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
 
@@ -14,7 +14,7 @@
 
 enum class Action { load_rbt, load_bit, load_mcb, rbt_to_mcb, bit_to_mcb, mcb_to_rbt, con };
 
-/// How a run reaches its module.
+/// How a run finds its module.
 enum class Way {
     named_slot,    ///< the command line names it
     search,        ///< the user accepts it
@@ -28,12 +28,12 @@ struct RunKind {
     Action action;
     Way way = Way::named_slot;
     bool compressed = false;
-    /// Above 3 an FPGA module, and above 4 an IO module, is asked whether it takes compressed data.
+    /// Above 3 an FPGA module, and above 4 an IO module, is asked whether it accepts compressed data.
     std::uint8_t model = 3;
     bool is_io = false;
     bool verbose = false;
     const char* device = "2v3000fg676-4";
-    /// Whether the last piece is filled by the last of the data, so that nothing is left to flush.
+    /// Whether the data fills its last piece, so that nothing is left to flush.
     bool full_pieces = false;
     /// A BIT file's device name this long is printed from allocated memory.
     std::size_t long_device = 0;
@@ -54,12 +54,11 @@ Bytes configuration(std::size_t size, bool with_runs = true);
 /// The configuration bytes of a kind's small file.
 Bytes small_configuration(const RunKind& kind);
 
-/// The numbers with which a run ends when its platform calls fail, one for each call of a good run's journal
-/// that has a result that is looked at.
+/// The error numbers of a run whose platform calls fail, one for each call of a good run's journal whose
+/// result is used.
 std::vector<int> documented_platform_errors(const RunKind& kind, const std::vector<std::string>& journal);
 
-/// The number with which a run ends when this is the first operation that goes wrong; 0 when it succeeds
-/// nevertheless.
+/// The error number of a run if this is the first operation to fail; 0 if it still succeeds.
 /// @param good the operation in the good run
 int documented_file_error(const RunKind& kind, const fault_points::Point& failed,
                           const fault_points::Point& good);

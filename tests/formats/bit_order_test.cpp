@@ -34,7 +34,7 @@ std::string chars_of(const Word& word)
     return chars;
 }
 
-/// Whatever stands behind a buffer must not matter, and must not change.
+/// The bytes after a buffer must not matter, and must not change.
 constexpr char GUARD = 0x55;
 
 template <auto WriteLine>
@@ -62,7 +62,7 @@ bool is_plain(const std::string& line)
     return ReadLine(word.data(), line.data());
 }
 
-/// Every byte in every place, and random words.
+/// Every byte in every position, and random words.
 std::vector<Word> sample_words()
 {
     std::vector<Word> words;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// The plainly written forms of what processors with vectors do at once: elsewhere they carry every bitstream.
+// The portable forms of the vectorised functions: processors without vectors use them for every bitstream.
 #include "formats/byte_kernels.h"
 #include "formats/run_coding.h"
 #include "support/bytes.h"
@@ -27,7 +27,7 @@ Bytes pairs_of_one(const Bytes& values)
 }
 } // namespace
 
-// One more in every buffer must stay as it is.
+// One more element in every buffer must stay unchanged.
 TEST(PortableForms, WriteRunsOfOneAsTheFastestDo)
 {
     const Bytes values = numbered(SINGLES + 1);
@@ -69,7 +69,7 @@ TEST(PortableForms, FindEachChangeAsTheFastestDo)
 {
     for (std::size_t place = 0; place <= CHANGES_SIZE; ++place)
         for (const int difference : {1, 2, 0x7F, 0x80, 0xFF}) {
-            // One byte in front, and a single one that differs from its neighbours.
+            // One byte before, and a single one that differs from its neighbours.
             Bytes data(CHANGES_SIZE + 1, 0x41);
             data[place] = static_cast<std::uint8_t>(data[place] ^ difference);
             std::uint64_t expected = 0;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// What all loads share: the announcement, the prompts, the load header, the verdict, and what a failure
-// leaves.
+// What all loads share: the announcement, the prompts, the load header, the verdict, and the state after a
+// failure.
 #include "load_fixture.h"
 
 #include <ostream>

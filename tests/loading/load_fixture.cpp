@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Looks into the middle of a load: the linker sends some of the library's calls here.
+// Observes the middle of a load: the linker redirects some of the library's calls here.
 #include "load_fixture.h"
 
 extern "C" {

@@ -538,7 +538,7 @@ int __wrap_fclose(FILE* stream)
     return result;
 }
 
-// With -D_FORTIFY_SOURCE these take the place of the plain functions.
+// With -D_FORTIFY_SOURCE these replace the plain functions.
 std::size_t __wrap___fread_chk(void* data, std::size_t /*room*/, std::size_t size, std::size_t items,
                                FILE* stream)
 {

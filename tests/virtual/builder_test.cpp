@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Racks built in code: the journal, the counting of calls, and what is exported.
+// Racks built in code: the journal, the count of calls, and the exported names.
 #include "bus_support.h"
 #include "support/process.h"
 
@@ -93,7 +93,7 @@ TEST(Builder, ASlotCanBeEmptied)
     EXPECT_EQ(bus.ask(1, 0, 1), NO_MODULE);
 }
 
-// What other programs see of the shared library.
+// The exported names of the shared library.
 TEST(Builder, TheLibraryExportsThePlatformFunctionsAndItsHeaderAlone)
 {
     std::istringstream symbols{run({"nm", {"-DC", "--defined-only", MWVIRTUAL_LIBRARY}}).output};
