@@ -34,13 +34,6 @@ ENTRY = re.compile(r"\{(\d{4}),\s*(\w+),\s*State::(\w+),\s*Topic::(\w+),\s*(%s),
 SECTION = re.compile(r"\{(%s),\s*(\w+_errors)\}" % LITERAL)
 TOPIC = re.compile(r"\{Topic::(\w+),\s*(%s),\s*(%s),\s*(%s)\}" % (LITERAL, LITERAL, LITERAL))
 ESCAPES = {r"\"": '"', r"\'": "'", r"\\": "\\", r"\n": "\n", r"\t": "\t"}
-STATES = {
-    "untouched": "nothing of the load has reached it",
-    "interrupted": "it has part of the data and does not run",
-    "refused": "it has all data and does not run",
-    "configured": "its FPGA runs",
-    "unknown": "it has all data, and its verdict is not known",
-}
 
 ERRORS_HEAD = """# Error numbers
 
@@ -104,6 +97,8 @@ class Catalogue:
         self.statuses = {name: int(value) for name, value in re.findall(r"^    (\w+) = (\d+),", header, re.MULTILINE)}
         meanings = re.search(r"status_meanings = \{\n(.*?)\n\};", source, re.DOTALL)[1]
         self.meanings = [unescape(literal) for literal in re.findall(LITERAL, meanings)]
+        states = re.search(r"state_words\[\] = \{\n(.*?)\n\};", source, re.DOTALL)[1]
+        self.states = [tuple(map(unescape, pair)) for pair in re.findall(r"\{(%s), (%s)\}" % (LITERAL, LITERAL), states)]
 
     def entries(self):
         return [entry for _, entries in self.sections for entry in entries]
@@ -196,7 +191,7 @@ def status_page(catalogue):
         listed = " ".join(map(str, sorted(numbers.get(name, ()))))
         parts.append(f"| {value} | {catalogue.meanings[value]} | {listed} |\n")
     parts.append(STATE_HEAD)
-    parts += [f"| {state} | {meaning} |\n" for state, meaning in STATES.items()]
+    parts += [f"| {state} | {meaning} |\n" for state, meaning in catalogue.states]
     parts.append("\n`scripts/error_index.py` writes this page from the catalogue in `engine/errors/`.\n")
     return "".join(parts)
 

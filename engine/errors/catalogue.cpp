@@ -760,8 +760,18 @@ constexpr std::array<std::string_view, 13> status_meanings = {
     "timed out",
 };
 
-constexpr std::array<std::string_view, 5> state_names = {"untouched", "interrupted", "refused", "configured",
-                                                         "unknown"};
+struct StateWords {
+    std::string_view name;
+    std::string_view meaning;
+};
+
+constexpr StateWords state_words[] = {
+    {"untouched", "nothing of the load has reached it"},
+    {"interrupted", "it has part of the data and does not run"},
+    {"refused", "it has all data and does not run"},
+    {"configured", "its FPGA runs"},
+    {"unknown", "it has all data, and its verdict is not known"},
+};
 
 } // namespace
 
@@ -806,7 +816,28 @@ std::string_view meaning_of(ExitStatus status)
 
 std::string_view name_of(ModuleState state)
 {
-    return state_names[static_cast<std::size_t>(state)];
+    return state_words[static_cast<std::size_t>(state)].name;
+}
+
+std::string_view meaning_of(ModuleState state)
+{
+    return state_words[static_cast<std::size_t>(state)].meaning;
+}
+
+std::string plain_text(std::string_view markdown)
+{
+    std::string plain;
+    for (std::size_t at = 0; at < markdown.size(); ++at) {
+        const std::string_view rest = markdown.substr(at);
+        const bool ends_link = rest.starts_with("](");
+        if (ends_link)
+            at += std::min(rest.find(')'), rest.size() - 1);
+        else if (rest.starts_with("**"))
+            ++at;
+        else if (rest.front() != '`' && rest.front() != '[')
+            plain += rest.front();
+    }
+    return plain;
 }
 
 } // namespace kvn

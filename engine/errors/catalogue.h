@@ -7,6 +7,7 @@
 #define KVN_ENGINE_ERRORS_CATALOGUE_H
 
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace kvn
@@ -29,13 +30,13 @@ enum class ExitStatus {
     timed_out = 12,
 };
 
-/// What a module holds when a load has ended with an error.
+/// What a module holds when a load has ended with an error; meaning_of gives the words.
 enum class ModuleState {
-    untouched,   ///< nothing of the load has reached it
-    interrupted, ///< it has part of the data and does not run
-    refused,     ///< it has all data and does not run
+    untouched,
+    interrupted,
+    refused,
     configured,
-    unknown, ///< it has all data, and its verdict is not known
+    unknown,
 };
 
 /// What several errors have in common: causes and remedy stand there.
@@ -81,6 +82,11 @@ struct ErrorSection {
 [[nodiscard]] std::string_view meaning_of(ExitStatus status);
 /// The state in a word: "interrupted".
 [[nodiscard]] std::string_view name_of(ModuleState state);
+/// The state in words: "it has part of the data and does not run".
+[[nodiscard]] std::string_view meaning_of(ModuleState state);
+
+/// A text of the catalogue without its Markdown, for a terminal: the words of links stay, their targets go.
+[[nodiscard]] std::string plain_text(std::string_view markdown);
 
 } // namespace kvn
 

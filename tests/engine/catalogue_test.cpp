@@ -71,8 +71,18 @@ TEST(Catalogue, StatesAndClassesHaveWords)
 {
     EXPECT_EQ(kvn::name_of(ModuleState::untouched), "untouched");
     EXPECT_EQ(kvn::name_of(ModuleState::unknown), "unknown");
+    EXPECT_EQ(kvn::meaning_of(ModuleState::interrupted), "it has part of the data and does not run");
     EXPECT_EQ(kvn::meaning_of(ExitStatus::done), "all done, or nothing to do");
     EXPECT_EQ(kvn::meaning_of(ExitStatus::timed_out), "timed out");
+}
+
+TEST(Catalogue, PlainTextsKeepTheWordsOfLinks)
+{
+    EXPECT_EQ(kvn::plain_text("See the [command line](command-line.md). `-fdesign` **stays**."),
+              "See the command line. -fdesign stays.");
+    EXPECT_EQ(kvn::plain_text("[open](never"), "open");
+    EXPECT_EQ(kvn::plain_text("2 * 3"), "2 * 3");
+    EXPECT_EQ(kvn::plain_text(""), "");
 }
 
 TEST(Catalogue, EveryTopicThatAnEntryNamesHasCausesAndRemedy)

@@ -19,7 +19,7 @@ struct Request {
     bool json = false;
 };
 
-ExitStatus exit_status(Answer answer)
+Status exit_status(Answer answer)
 {
     switch (answer) {
     case Answer::yes:

@@ -14,7 +14,7 @@ namespace
 {
 
 using Adder = kvn::Action (*)(CLI::App&);
-constexpr Adder subcommands[] = {kvn::add_info, kvn::add_check};
+constexpr Adder subcommands[] = {kvn::add_info, kvn::add_check, kvn::add_explain};
 
 /// Whether JSON is wanted, as far as a command line tells that may be wrong.
 bool asks_for_json(int argc, char** argv)
@@ -41,7 +41,7 @@ int end_parsing(const CLI::App& program, const CLI::ParseError& error, bool as_j
 
 int run(int argc, char** argv)
 {
-    CLI::App program{"Inspects configuration bitstreams without hardware.", "kvn"};
+    CLI::App program{"Inspects configuration bitstreams without hardware, and explains errors.", "kvn"};
     program.require_subcommand(1);
     std::vector<kvn::Action> actions;
     for (const Adder add : subcommands)
@@ -71,6 +71,8 @@ int run_and_report(int argc, char** argv)
     const bool as_json = asks_for_json(argc, argv);
     try {
         return run(argc, argv);
+    } catch (const kvn::UsageError& error) {
+        return report_failure({"usage", error.what()}, as_json);
     } catch (const kvn::UnreadableFile& error) {
         return report_failure({"file", error.what()}, as_json);
     } catch (const std::exception& error) {
