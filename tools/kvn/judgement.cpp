@@ -117,11 +117,12 @@ Judgement judge(Inspection& inspection, const std::string& device_name, const st
         return judgement;
     }
     if (const OtherFamily* family = other_family(judgement.device)) {
+        const std::string problem = "no module carries a " + judgement.device;
         if (!inspection.has_fatal_problem())
-            inspection.problems.push_back(
-                {"no module carries a " + judgement.device, "give the device of the module by --device"});
+            inspection.problems.push_back({problem, "give the device of the module by --device"});
         judgement.answer = Answer::no;
-        judgement.words = "no module carries a " + judgement.device + " (" + std::string{family->name} + ")";
+        judgement.words = problem;
+        judgement.words.append(" (").append(family->name).append(")");
     } else if (inspection.has_fatal_problem()) {
         judgement.answer = Answer::no;
         judgement.words = "no module would start";
