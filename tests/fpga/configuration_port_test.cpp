@@ -366,8 +366,8 @@ TEST(PacketPort, StartUpNeedsTheLastFrameCommand)
     std::vector<std::uint32_t> words;
     const Bytes stream = fpga::make_stream(device);
     for (std::size_t at = 0; at + 4 <= stream.size(); at += 4)
-        words.push_back(static_cast<std::uint32_t>(stream[at]) << 24 | stream[at + 1] << 16U |
-                        stream[at + 2] << 8U | stream[at + 3]);
+        words.push_back(std::uint32_t{stream[at]} << 24 | std::uint32_t{stream[at + 1]} << 16 |
+                        std::uint32_t{stream[at + 2]} << 8 | stream[at + 3]);
     const auto configured_with = [&](std::uint32_t last_frame) {
         Words changed;
         std::uint32_t before = 0;
