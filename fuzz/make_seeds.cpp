@@ -258,6 +258,8 @@ void seed_racks()
          "[[board]]\ntype = \"mwc4a\"\nnumber = 0\nlatency_us = 100\nbytes_per_second = 1000\n"
          "info_word = 7\nopens = true\n" +
              slot);
+    seed("rack", "kept_file", board + slot + "keep = \"slot1\"\n" + io + "keep = \"../slot2\"\n");
+    seed("rack", "kept_files", board + slot + "keep = \"slot1\"\n" + io + "keep = \"slot2\"\n");
     seed("rack", "link_faults",
          board +
              "[[board.fault]]\nkind = \"flip-byte\"\nafter = 10\nmask = 0x10\n"

@@ -6,10 +6,13 @@
 #include "virtual_carrier.h"
 #include "workplace.h"
 
+#include <filesystem>
 #include <string>
 
 namespace
 {
+constexpr const char* KEEP_FOLDER = "kept";
+
 void run(kvn_fpga& object, int board, int address, const char* file_name)
 {
     char board_type[] = "mwc4a";
@@ -38,10 +41,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const InWorkplace here;
     const std::string text{reinterpret_cast<const char*>(data), size};
     try {
-        auto carrier = mwvirtual::Carrier::from_toml(text, "input.toml");
-        // A rack may name files to keep anywhere: these are not written.
-        if (text.find("keep") == std::string::npos)
-            run_on(carrier);
+        auto carrier = mwvirtual::Carrier::from_toml(text, "input.toml", KEEP_FOLDER);
+        std::filesystem::create_directory(KEEP_FOLDER);
+        run_on(carrier);
+        if (text.find("keep") != std::string::npos)
+            std::filesystem::remove_all(KEEP_FOLDER);
     } catch (const mwvirtual::RackError& error) {
         require(std::string_view{error.what()}.starts_with("input.toml:"),
                 "a mistake is told with its place");

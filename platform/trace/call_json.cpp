@@ -59,8 +59,9 @@ bool has_several_outputs(const Description& call)
 
 bool is_word_list(const Json& value, std::size_t most)
 {
-    return value.is_array() && value.size() <= most &&
-           std::ranges::all_of(value, [](const Json& word) { return number_from_json(word).has_value(); });
+    const Json::Array* words = value.array_items();
+    return words != nullptr && words->size() <= most &&
+           std::ranges::all_of(*words, [](const Json& word) { return number_from_json(word).has_value(); });
 }
 
 bool is_of_kind(const Argument& argument, const Json& value)
@@ -84,7 +85,8 @@ void write_text(const std::string& text, char* to, std::size_t size)
 
 void write_words(const Json& words, std::uint32_t* to)
 {
-    std::ranges::transform(words, to, [](const Json& word) { return *number_from_json(word); });
+    std::ranges::transform(*words.array_items(), to,
+                           [](const Json& word) { return *number_from_json(word); });
 }
 
 void write_data(const Bytes& bytes, std::uint8_t* to, std::uint32_t size)
@@ -107,7 +109,7 @@ Json given(const Description& call, Values values, const NumberOf& number_of)
     for (std::size_t i = 0; i < values.size(); ++i) {
         const Argument& argument = call.arguments[i];
         if (argument.is_given())
-            in[std::string{argument.name}] = given_value(call, values, i, number_of);
+            in.set(argument.name, given_value(call, values, i, number_of));
     }
     return in;
 }
@@ -121,27 +123,26 @@ Json written(const Description& call, Values values, const NumberOf& opened)
         const Value& value = values[i];
         if (value.is_null())
             continue;
-        const std::string name{argument.name};
         switch (argument.kind) {
         case Kind::number_out:
-            got[name] = value.read();
+            got.set(argument.name, value.read());
             break;
         case Kind::text_out: { // it need not end in a zero byte
             const char* text = value.pointer<char>();
-            got[name] = text_to_json({text, strnlen(text, argument.size)});
+            got.set(argument.name, text_to_json({text, strnlen(text, argument.size)}));
             break;
         }
         case Kind::words_out: {
             const auto* words = value.pointer<std::uint32_t>();
-            got[name] = std::vector<std::uint32_t>(words, words + argument.size);
+            got.set(argument.name, std::vector<std::uint32_t>(words, words + argument.size));
             break;
         }
         case Kind::data_out:
             if (Json data = received_data(call, values, value.pointer<void>()); !data.is_null())
-                got[name] = std::move(data);
+                got.set(argument.name, std::move(data));
             break;
         case Kind::handle_out:
-            got[name] = opened(*value.pointer<MW_HANDLE*>());
+            got.set(argument.name, opened(*value.pointer<MW_HANDLE*>()));
             break;
         default:
             break;
@@ -165,8 +166,8 @@ void write(const Description& call, Values values, const Json& got,
     for (std::size_t i = 0; i < values.size() && got.is_object(); ++i) {
         const Argument& argument = call.arguments[i];
         const Value& to = values[i];
-        const auto found = got.find(argument.name);
-        if (!argument.is_written() || to.is_null() || found == got.end())
+        const Json* found = got.find(argument.name);
+        if (!argument.is_written() || to.is_null() || found == nullptr)
             continue;
         switch (argument.kind) {
         case Kind::number_out:

@@ -89,16 +89,6 @@ std::optional<Bytes> from_hex(std::string_view text)
     return bytes;
 }
 
-bool is_utf8(const std::string& text)
-{
-    try {
-        (void)Json(text).dump();
-        return true;
-    } catch (const Json::type_error&) {
-        return false;
-    }
-}
-
 } // namespace
 
 std::string hex(std::span<const std::uint8_t> bytes)
@@ -122,28 +112,29 @@ Json bytes_to_json(std::span<const std::uint8_t> bytes)
 
 std::optional<Bytes> bytes_from_json(const Json& value)
 {
-    if (!value.is_object() || value.size() != 1 || !value.begin()->is_string())
+    if (!value.is_object() || value.members()->size() != 1)
         return std::nullopt;
-    const auto& digits = value.begin()->get_ref<const std::string&>();
-    if (value.begin().key() == "hex")
-        return from_hex(digits);
-    if (value.begin().key() == "base64")
-        return from_base64(digits);
+    const auto& [form, digits] = *value.members()->begin();
+    if (digits.text() == nullptr)
+        return std::nullopt;
+    if (form == "hex")
+        return from_hex(*digits.text());
+    if (form == "base64")
+        return from_base64(*digits.text());
     return std::nullopt;
 }
 
 Json text_to_json(std::string_view text)
 {
-    std::string copy{text};
-    if (is_utf8(copy))
-        return copy;
+    if (is_utf8(text))
+        return text;
     return {{"hex", hex(std::span{reinterpret_cast<const std::uint8_t*>(text.data()), text.size()})}};
 }
 
 std::optional<std::string> text_from_json(const Json& value)
 {
-    if (value.is_string())
-        return value.get<std::string>();
+    if (value.text() != nullptr)
+        return *value.text();
     const auto bytes = bytes_from_json(value);
     if (!bytes)
         return std::nullopt;
@@ -152,9 +143,9 @@ std::optional<std::string> text_from_json(const Json& value)
 
 std::optional<std::uint32_t> number_from_json(const Json& value)
 {
-    if (!value.is_number_unsigned() || value.get<std::uint64_t>() > std::numeric_limits<std::uint32_t>::max())
+    if (value.number() == nullptr || *value.number() > std::numeric_limits<std::uint32_t>::max())
         return std::nullopt;
-    return value.get<std::uint32_t>();
+    return static_cast<std::uint32_t>(*value.number());
 }
 
 } // namespace mwtrace

@@ -6,7 +6,7 @@
 #ifndef MWTRACE_ENCODING_H
 #define MWTRACE_ENCODING_H
 
-#include <nlohmann/json.hpp>
+#include "json.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -19,7 +19,6 @@
 namespace mwtrace
 {
 
-using Json = nlohmann::json;
 using Bytes = std::vector<std::uint8_t>;
 
 /// "0D 05" for two bytes.

@@ -4,14 +4,9 @@
 
 #include "calls.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <atomic>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 
 namespace mwtrace
@@ -33,16 +28,18 @@ std::string date_and_time()
     return {text, length};
 }
 
-/// Has the recorder write what it gathered when the process ends, and leaves it usable.
+/// The recorder that writes what it gathered when the process ends.
+std::atomic<Recorder*> flushed_at_exit{nullptr};
+
+/// Leaves the recorder usable.
 class FlushAtExit
 {
 public:
     ~FlushAtExit()
     {
-        if (recorder != nullptr)
-            recorder->flush();
+        if (Recorder* recorder = flushed_at_exit; recorder != nullptr)
+            recorder->attempt([&] { recorder->flush(); });
     }
-    Recorder* recorder = nullptr;
 };
 
 } // namespace
@@ -55,25 +52,23 @@ std::uint64_t thread_identity()
 }
 
 Recorder::Recorder(std::string path, std::string_view provider)
-    : path_{std::move(path)}, file_{::open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)}
+    : path_{std::move(path)}, file_{RegularFile::to_write(path_.c_str())}
 {
-    if (file_ == -1) {
-        stop(std::strerror(errno)); // NOLINT(concurrency-mt-unsafe): glibc's is safe
+    if (!file_.is_open()) {
+        stop(file_.problem());
         return;
     }
-    write_line("{\"trace\":\"mwapi\",\"version\":1,\"provider\":" + text_to_json(provider).dump() +
-               ",\"started\":\"" + date_and_time() + "\"}");
+    attempt([&] {
+        write_line("{\"trace\":\"mwapi\",\"version\":1,\"provider\":" + text_to_json(provider).dump() +
+                   ",\"started\":\"" + date_and_time() + "\"}");
+    });
 }
 
 Recorder::~Recorder()
 {
-    try {
-        flush();
-    } catch (const std::exception& problem) {
-        give_up(problem.what());
-    }
-    if (file_ != -1)
-        (void)::close(file_);
+    Recorder* self = this;
+    flushed_at_exit.compare_exchange_strong(self, nullptr);
+    attempt([&] { flush(); });
 }
 
 Time Recorder::now() const
@@ -111,6 +106,8 @@ void Recorder::add(std::string_view function, const Span& span, const Json& in, 
                    const Json& got)
 {
     const std::lock_guard lock{mutex_};
+    if (has_ended_)
+        return;
     Thread& thread = this_thread();
     write_pieces(thread);
     write_record(thread, span, function, in, result, got);
@@ -119,6 +116,8 @@ void Recorder::add(std::string_view function, const Span& span, const Json& in, 
 void Recorder::add_data(const DataCall& call, const Span& span, std::uint32_t result)
 {
     const std::lock_guard lock{mutex_};
+    if (has_ended_)
+        return;
     Thread& thread = this_thread();
     Pieces& pieces = thread.pieces;
     const bool joins = result == 0 && call.data != nullptr;
@@ -129,7 +128,7 @@ void Recorder::add_data(const DataCall& call, const Span& span, std::uint32_t re
     if (!joins) {
         Json in = {{"handle", call.handle}, {"timeout", call.timeout}, {"sizes", {{1, call.length}}}};
         const auto* bytes = static_cast<const std::uint8_t*>(call.data);
-        in["data"] = bytes == nullptr ? Json{} : bytes_to_json({bytes, call.length});
+        in.set("data", bytes == nullptr ? Json{} : bytes_to_json({bytes, call.length}));
         return write_record(thread, span, DATA_FUNCTION, in, result, nullptr);
     }
     if (pieces.sizes.empty()) {
@@ -148,18 +147,16 @@ void Recorder::add_data(const DataCall& call, const Span& span, std::uint32_t re
 void Recorder::flush()
 {
     const std::lock_guard lock{mutex_};
+    if (has_ended_)
+        return;
     for (auto& [identity, thread] : threads_)
         write_pieces(thread);
 }
 
 void Recorder::give_up(const char* reason) noexcept
 {
-    try {
-        const std::lock_guard lock{mutex_};
-        stop(reason);
-    } catch (const std::exception&) {
-        (void)std::fputs("mwtrace: the recording ends: no memory\n", stderr);
-    }
+    const std::lock_guard lock{mutex_};
+    stop(reason);
 }
 
 Recorder::Thread& Recorder::this_thread()
@@ -204,33 +201,35 @@ void Recorder::write_record(const Thread& thread, const Span& span, std::string_
 void Recorder::write_line(std::string line)
 {
     line += '\n';
-    for (std::string_view rest = line; !rest.empty() && file_ != -1;) {
-        const ssize_t written = ::write(file_, rest.data(), rest.size());
-        if (written > 0)
-            rest.remove_prefix(static_cast<std::size_t>(written));
-        else if (written == 0 || errno != EINTR)
-            stop(written == 0 ? "nothing could be written" : std::strerror(errno)); // NOLINT: as above
-    }
+    if (!has_ended_ && !file_.write(line))
+        stop(file_.problem());
 }
 
-void Recorder::stop(const std::string& reason)
+// Needs no memory: the lack of it can be the reason.
+void Recorder::stop(const char* reason) noexcept
 {
-    if (file_ != -1)
-        (void)::close(file_);
-    file_ = -1;
+    if (std::exchange(has_ended_, true))
+        return;
+    (void)file_.close();
     (void)std::fprintf(stderr, "mwtrace: cannot write %s: %s; the run goes on unrecorded\n", path_.c_str(),
-                       reason.c_str());
+                       reason);
 }
 
 std::unique_ptr<Recorder> recorder_from_environment(const char* variable, std::string_view provider)
 {
-    static FlushAtExit at_exit;
+    static const FlushAtExit at_exit;
     const char* path = std::getenv(variable); // NOLINT(concurrency-mt-unsafe)
     if (path == nullptr || *path == '\0')
         return nullptr;
-    auto recorder = std::make_unique<Recorder>(path, provider);
-    at_exit.recorder = recorder.get();
-    return recorder;
+    try {
+        auto recorder = std::make_unique<Recorder>(path, provider);
+        flushed_at_exit = recorder.get();
+        return recorder;
+    } catch (const std::bad_alloc&) {
+        (void)std::fprintf(stderr,
+                           "mwtrace: cannot write %s: no memory is left; the run goes on unrecorded\n", path);
+        return nullptr;
+    }
 }
 
 } // namespace mwtrace

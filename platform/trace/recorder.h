@@ -5,12 +5,15 @@
 
 #include "encoding.h"
 #include "mwapi.h"
+#include "regular_file.h"
 
 #include <chrono>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -42,11 +45,12 @@ struct DataCall {
     std::uint32_t timeout;
 };
 
-/// May be used by several threads. What goes wrong is told once on standard error; then the recording ends
-/// and the calls go on.
+/// May be used by several threads. The first failure is reported on standard error; the recording then ends,
+/// and nothing more is recorded.
 class Recorder
 {
 public:
+    /// @param path a regular file, or a name for one; anything else is a failure
     /// @param provider the name of what is recorded, for the first line
     Recorder(std::string path, std::string_view provider);
     ~Recorder();
@@ -68,8 +72,18 @@ public:
 
     /// Writes what is still gathered.
     void flush();
-    /// Ends the recording for a reason.
-    void give_up(const char* reason) noexcept;
+    /// Performs an action for the recording, which ends if the action throws.
+    template <class Action>
+    void attempt(Action action) noexcept
+    {
+        try {
+            action();
+        } catch (const std::bad_alloc&) {
+            give_up("no memory is left");
+        } catch (const std::exception& error) {
+            give_up(error.what());
+        }
+    }
 
 private:
     /// The pieces of a thread's message that are not written yet.
@@ -90,12 +104,14 @@ private:
     void write_record(const Thread& thread, const Span& span, std::string_view function, const Json& in,
                       std::uint32_t result, const Json& got);
     void write_line(std::string line);
-    void stop(const std::string& reason);
+    void give_up(const char* reason) noexcept;
+    void stop(const char* reason) noexcept;
 
     std::string path_;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     std::mutex mutex_;
-    int file_ = -1;
+    RegularFile file_;
+    bool has_ended_ = false;
     std::map<std::uint64_t, Thread> threads_;
     std::map<const MW_HANDLE*, unsigned> handles_;
     unsigned last_handle_ = 0;
@@ -105,7 +121,7 @@ private:
 [[nodiscard]] std::uint64_t thread_identity();
 
 /// A recorder that writes to the file that an environment variable names, and what it gathered at the end of
-/// the process; null when the variable is not set or empty.
+/// the process; null when the variable is not set or empty, or when no memory is left, which is reported.
 std::unique_ptr<Recorder> recorder_from_environment(const char* variable, std::string_view provider);
 
 } // namespace mwtrace

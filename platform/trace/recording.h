@@ -23,8 +23,7 @@ public:
 };
 
 /// A record of a trace.
-// Destroying values of the JSON library needs memory: without it, the process ends.
-struct Record { // NOLINT(bugprone-exception-escape)
+struct Record {
     std::string function;
     unsigned thread = 1;
     Json in;

@@ -7,29 +7,25 @@
 namespace mwtrace
 {
 
-RecordedCall::RecordedCall(Recorder& recorder, mwapi::Function function, mwapi::Values values)
+RecordedCall::RecordedCall(Recorder& recorder, mwapi::Function function, mwapi::Values values) noexcept
     : recorder_{recorder},
       function_{function},
       values_{values},
       closing_{closed_handle(mwapi::describe(function), values)}
 {
-    try {
+    recorder_.attempt([&] {
         in_ = given(mwapi::describe(function), values,
                     [&](const MW_HANDLE* handle) { return recorder.number_of(handle); });
-    } catch (const std::exception& error) {
-        recorder.give_up(error.what());
-    }
+    });
     begin_ = recorder.now();
 }
 
-void RecordedCall::end(std::uint32_t result)
+void RecordedCall::end(std::uint32_t result) noexcept
 {
     const Time end = recorder_.now();
-    try {
+    recorder_.attempt([&] {
         recorder_.add(mwapi::describe(function_).name, {begin_, end}, in_, result, written_by(result));
-    } catch (const std::exception& error) {
-        recorder_.give_up(error.what());
-    }
+    });
 }
 
 Json RecordedCall::written_by(std::uint32_t result) const
@@ -53,12 +49,10 @@ std::uint32_t RecordingPlatform::send_data(MW_HANDLE* handle, const void* data, 
 {
     const Time begin = recorder_.now();
     const std::uint32_t result = recorded_.send_data(handle, data, length, timeout);
-    try {
+    recorder_.attempt([&] {
         recorder_.add_data({recorder_.number_of(handle), data, length, timeout}, {begin, recorder_.now()},
                            result);
-    } catch (const std::exception& error) {
-        recorder_.give_up(error.what());
-    }
+    });
     return result;
 }
 

@@ -9,15 +9,14 @@
 namespace mwtrace
 {
 
-/// A call that is being recorded.
-// The values of the JSON library need memory to be destroyed: it ends the process when there is none.
-class RecordedCall // NOLINT(bugprone-exception-escape)
+/// A call that is being recorded. No failure of the recording reaches the call.
+class RecordedCall
 {
 public:
     /// Notes the arguments and the time. To be made just before the call.
-    RecordedCall(Recorder& recorder, mwapi::Function function, mwapi::Values values);
+    RecordedCall(Recorder& recorder, mwapi::Function function, mwapi::Values values) noexcept;
     /// Writes the record. To be called just after the call.
-    void end(std::uint32_t result);
+    void end(std::uint32_t result) noexcept;
 
 private:
     [[nodiscard]] Json written_by(std::uint32_t result) const;

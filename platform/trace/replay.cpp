@@ -14,6 +14,7 @@ namespace
 
 constexpr std::size_t LONGEST_CALL_TEXT = 88; // two of them and the words around fit an error text
 constexpr std::size_t SHOWN_BYTES = 8;
+constexpr const char* NO_MEMORY_WORDS = "no memory is left for the replay";
 constexpr std::string_view DATA_FUNCTION = mwapi::CALL<mwapi::Function::MwKSBSendMessageDataEx>.name;
 
 std::string shortened(std::string text, std::size_t size)
@@ -25,11 +26,11 @@ std::string shortened(std::string text, std::size_t size)
 
 std::string value_text(const Json& value)
 {
-    if (const auto text = text_from_json(value); text && value.is_string())
-        return '"' + *text + '"';
+    if (value.text() != nullptr)
+        return '"' + *value.text() + '"';
     const auto bytes = bytes_from_json(value);
     if (!bytes)
-        return value.dump(-1, ' ', true, Json::error_handler_t::replace);
+        return value.dump();
     const std::string shown = hex(std::span{*bytes}.first(std::min(bytes->size(), SHOWN_BYTES)));
     return bytes->size() > SHOWN_BYTES ? shown + "... of " + std::to_string(bytes->size()) + " bytes" : shown;
 }
@@ -53,7 +54,9 @@ std::string call_text(std::string_view function, const Json& in)
 {
     std::string text{function};
     text += '(';
-    for (const auto& [name, value] : in.items()) {
+    if (!in.is_object())
+        return text + in.dump() + ')';
+    for (const auto& [name, value] : *in.members()) {
         if (text.back() != '(')
             text += ", ";
         text += name + ' ' + value_text(value);
@@ -61,7 +64,7 @@ std::string call_text(std::string_view function, const Json& in)
     return text + ')';
 }
 
-Replay::Replay(const std::string& path)
+Replay::Replay(const std::string& path) noexcept
 {
     try {
         recording_.emplace(path);
@@ -72,10 +75,27 @@ Replay::Replay(const std::string& path)
                 lanes_.emplace_back();
             lanes_[place->second].records.push_back(i);
         }
-    } catch (const TraceError& error) {
-        status_ = BAD_TRACE;
-        words_ = error.what();
+    } catch (const std::bad_alloc&) {
+        (void)give_up();
+    } catch (const std::exception& error) {
+        (void)attempt([&] {
+            words_ = error.what();
+            return status_ = BAD_TRACE;
+        });
     }
+}
+
+// What is in hand may be half done, so that later calls cannot be compared any more.
+std::uint32_t Replay::give_up() noexcept
+{
+    const std::lock_guard lock{mutex_};
+    return status_ = NO_MEMORY;
+}
+
+void Replay::write_words(char* text)
+{
+    const std::lock_guard lock{mutex_};
+    mwapi::write_error_text(status_ == NO_MEMORY ? std::string_view{NO_MEMORY_WORDS} : words_, text);
 }
 
 std::uint32_t Replay::status()
@@ -87,7 +107,7 @@ std::uint32_t Replay::status()
 std::string Replay::words()
 {
     const std::lock_guard lock{mutex_};
-    return words_;
+    return status_ == NO_MEMORY ? NO_MEMORY_WORDS : words_;
 }
 
 std::optional<Record> Replay::answer(std::string_view function, const Json& in)

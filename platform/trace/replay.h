@@ -7,9 +7,10 @@
 
 #include "mwapi.h"
 
-#include <deque>
+#include <list>
 #include <map>
 #include <mutex>
+#include <new>
 #include <optional>
 
 namespace mwtrace
@@ -24,13 +25,15 @@ struct ReplayedHandle {
 inline constexpr std::uint32_t BAD_TRACE = 0xE1000001;
 /// The run departs, or has departed, from the recording; the text names both calls.
 inline constexpr std::uint32_t DEPARTED = 0xE1000002;
+/// No memory is left to go on with the replay.
+inline constexpr std::uint32_t NO_MEMORY = 0xE1000003;
 
 /// Several threads are matched with those of the recording by their first calls.
 class Replay
 {
 public:
     /// A trace that cannot be used makes every call fail.
-    explicit Replay(const std::string& path);
+    explicit Replay(const std::string& path) noexcept;
 
     /// The recorded answer to a call, or nothing when the run departs from the recording: then status() says
     /// what the call is to return.
@@ -43,6 +46,20 @@ public:
     [[nodiscard]] std::uint32_t status();
     /// The words for status().
     [[nodiscard]] std::string words();
+    /// The same, cut to the buffer of an error text. Needs no memory.
+    void write_words(char* text);
+
+    /// Performs an action of a call. If it lacks memory, this and all further calls fail with NO_MEMORY.
+    /// @return what the action returns, a result of a call
+    template <class Action>
+    std::uint32_t attempt(Action action) noexcept
+    {
+        try {
+            return action();
+        } catch (const std::bad_alloc&) {
+            return give_up();
+        }
+    }
 
     /// The number of a handle, for comparison with the recorded one.
     unsigned number_of(const MW_HANDLE* handle);
@@ -71,6 +88,7 @@ private:
     static std::string expected_text(const Lane& lane);
     static void advance(Lane& lane);
     void depart(const Lane* lane, const std::string& made);
+    std::uint32_t give_up() noexcept;
 
     std::mutex mutex_;
     std::optional<Recording> recording_;
@@ -79,7 +97,7 @@ private:
     std::vector<Lane> lanes_;
     std::map<std::uint64_t, Lane*> threads_;
     std::size_t calls_ = 0;
-    std::deque<ReplayedHandle> handles_; ///< all ever given out, so that none is given twice
+    std::list<ReplayedHandle> handles_; ///< all ever given out, so that none is given twice
     std::map<const MW_HANDLE*, unsigned> numbers_;
     unsigned strangers_ = 0;
 };

@@ -19,9 +19,13 @@ public:
     {
         if (platform == nullptr)
             return;
-        const std::string rest = platform->rest();
-        if (!rest.empty())
-            (void)std::fprintf(stderr, "mwreplay: %s\n", rest.c_str());
+        try {
+            const std::string rest = platform->rest();
+            if (!rest.empty())
+                (void)std::fprintf(stderr, "mwreplay: %s\n", rest.c_str());
+        } catch (const std::bad_alloc&) {
+            (void)std::fputs("mwreplay: no memory is left to say what the run has left out\n", stderr);
+        }
     }
     ReplayingPlatform* platform = nullptr;
 };

@@ -24,11 +24,13 @@ std::uint32_t ReplayingPlatform::answer(mwapi::Function function, mwapi::Values 
 std::uint32_t ReplayingPlatform::error_text(std::uint32_t code, char* text)
 {
     if (replay_.status() == 0) {
-        const std::uint32_t result = answer(mwapi::Function::MwErr2Text, mwapi::values(code, text));
+        const auto values = mwapi::values(code, text);
+        const std::uint32_t result =
+            replay_.attempt([&] { return answer(mwapi::Function::MwErr2Text, values); });
         if (replay_.status() == 0)
             return result;
     }
-    mwapi::write_error_text(replay_.words(), text);
+    replay_.write_words(text);
     return 0;
 }
 

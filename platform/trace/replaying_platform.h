@@ -18,13 +18,14 @@ public:
     template <mwapi::Function function, class... Arguments>
     std::uint32_t call(Arguments... arguments)
     {
-        return answer(function, mwapi::values(arguments...));
+        const auto values = mwapi::values(arguments...);
+        return replay_.attempt([&] { return answer(function, values); });
     }
     std::uint32_t error_text(std::uint32_t code, char* text) override;
     std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
                             std::uint32_t timeout) override
     {
-        return replay_.answer_data(handle, data, length, timeout);
+        return replay_.attempt([&] { return replay_.answer_data(handle, data, length, timeout); });
     }
 
     /// What the recording still holds when the run is over; empty when nothing, or after a departure.

@@ -60,10 +60,17 @@ mwapi::Platform* make_platform(const std::string& wish)
     auto recorder =
         recorder_from_environment("MWTRACE_FILE", wish == "virtual" ? "libmwvirtual.so" : provider);
     if (recorder == nullptr) {
-        (void)std::fputs("mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n", stderr);
+        if (variable("MWTRACE_FILE").empty())
+            (void)std::fputs("mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n", stderr);
         return loaded.release();
     }
-    return new RecordingPlatform{*loaded.release(), *recorder.release()};
+    std::unique_ptr<RecordingPlatform> recording;
+    recorder->attempt([&] { recording = std::make_unique<RecordingPlatform>(*loaded, *recorder); });
+    if (recording == nullptr)
+        return loaded.release();
+    (void)loaded.release();
+    (void)recorder.release();
+    return recording.release();
 }
 
 mwapi::Platform* platform_of_environment()

@@ -24,7 +24,9 @@ std::shared_ptr<Rack> rack_of_environment()
     try {
         const char* path = std::getenv("MWVIRTUAL_RACK");
         const bool described = path != nullptr && *path != '\0';
-        rack = described ? read_rack_file(path) : read_rack(builtin_rack_text(), "built-in rack");
+        const std::string keep_folder = folder_of_environment();
+        rack = described ? read_rack_file(path, keep_folder)
+                         : read_rack(builtin_rack_text(), "built-in rack", keep_folder);
     } catch (const RackError& error) {
         (void)std::fprintf(stderr, "mwvirtual: %s\n", error.what());
         rack = Rack::broken(error.what());

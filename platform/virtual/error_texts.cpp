@@ -60,6 +60,8 @@ std::string own_text(std::uint32_t code)
         return "too many replies wait to be received";
     case MESSAGE_EMPTY:
         return "the message is empty";
+    case KEEP_FAILED:
+        return "the file of a load cannot be kept";
     default:
         return "error " + hexadecimal(code);
     }

@@ -3,8 +3,6 @@
 #include "module_model.h"
 
 #include <algorithm>
-#include <cstdio>
-#include <fstream>
 #include <utility>
 
 namespace mwvirtual
@@ -79,6 +77,18 @@ Verdict verdict_of(fpga::Outcome outcome)
 
 } // namespace
 
+bool is_plain_name(std::string_view name)
+{
+    return !name.empty() && name != "." && name != ".." &&
+           name.find_first_of(std::string_view{"/\0", 2}) == std::string_view::npos;
+}
+
+void require_plain_name(std::string_view name)
+{
+    if (!is_plain_name(name))
+        throw std::invalid_argument("kept files have plain names, without folders");
+}
+
 const char* verdict_name(Verdict verdict)
 {
     switch (verdict) {
@@ -131,6 +141,7 @@ Module& Module::tells_compression(Compression how)
 
 Module& Module::keep(std::string file)
 {
+    require_plain_name(file);
     keep_file = std::move(file);
     return *this;
 }
@@ -350,8 +361,6 @@ Message ModuleModel::finish_load()
     judge_load();
     contents_.finished = true;
     contents_.done = contents_.verdict == Verdict::success;
-    if (!settings_.keep_file.empty())
-        write_keep_file();
     return {byte(header_[0] + 1U), {static_cast<std::uint8_t>(contents_.verdict), 0}};
 }
 
@@ -380,16 +389,6 @@ void ModuleModel::settle(Verdict verdict, std::string reason)
 {
     contents_.verdict = verdict;
     contents_.reason = std::move(reason);
-}
-
-void ModuleModel::write_keep_file() const
-{
-    std::ofstream file{settings_.keep_file, std::ios::binary | std::ios::trunc};
-    file.write(reinterpret_cast<const char*>(contents_.configuration.data()),
-               static_cast<std::streamsize>(contents_.configuration.size()));
-    file.close();
-    if (!file)
-        (void)std::fprintf(stderr, "mwvirtual: cannot write %s\n", settings_.keep_file.c_str());
 }
 
 std::optional<Message> ModuleModel::spoil(Reply reply, std::optional<Message> message)

@@ -8,6 +8,7 @@
 
 #include <map>
 #include <span>
+#include <string_view>
 
 namespace mwvirtual
 {
@@ -17,6 +18,11 @@ struct Message {
     std::uint8_t type = 0;
     std::vector<std::uint8_t> data;
 };
+
+/// Whether a name can only be that of a file in the folder where it is created.
+[[nodiscard]] bool is_plain_name(std::string_view name);
+/// Throws std::invalid_argument for a name that is not plain.
+void require_plain_name(std::string_view name);
 
 class ModuleModel
 {
@@ -38,6 +44,8 @@ public:
     void drop_message();
 
     [[nodiscard]] const Contents& contents() const { return contents_; }
+    /// The name of the file for the last message's configuration bytes; empty if they are not to be kept.
+    [[nodiscard]] std::string kept_as() const { return is_load() ? settings_.keep_file : ""; }
 
 private:
     static constexpr std::size_t HEADER_SIZE = 2;
@@ -53,7 +61,6 @@ private:
     Message finish_load();
     void judge_load();
     void settle(Verdict verdict, std::string reason);
-    void write_keep_file() const;
     std::optional<Message> spoil(Reply reply, std::optional<Message> message);
     [[nodiscard]] bool answers_compression_query() const;
     [[nodiscard]] bool is_load() const;

@@ -4,8 +4,10 @@
 
 #include "error_texts.h"
 #include "journal.h"
+#include "regular_file.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <thread>
 
@@ -40,6 +42,7 @@ bool is_misuse(std::uint32_t code)
     case NO_SERIAL_BUS:
     case NOT_ON_BUS:
     case NO_REPLY:
+    case KEEP_FAILED:
         return false;
     default:
         return true;
@@ -47,6 +50,12 @@ bool is_misuse(std::uint32_t code)
 }
 
 } // namespace
+
+std::string folder_of_environment()
+{
+    const char* folder = std::getenv("MWVIRTUAL_KEEP"); // NOLINT(concurrency-mt-unsafe)
+    return folder == nullptr ? "" : folder;
+}
 
 std::shared_ptr<Rack> Rack::broken(std::string mistake)
 {
@@ -76,6 +85,12 @@ void Rack::put_module(std::size_t board, unsigned slot, const Module* module)
     }
     boards_.at(board)->slots.at(slot - 1) =
         module != nullptr ? std::make_unique<ModuleModel>(*module) : nullptr;
+}
+
+void Rack::keep_files_in(std::string folder)
+{
+    const std::lock_guard lock{mutex_};
+    keep_folder_ = std::move(folder);
 }
 
 void Rack::plan(PlannedFailure failure)
@@ -319,6 +334,35 @@ std::uint32_t Rack::find_free_module(const OpenDevice& device, std::optional<std
     return module->busy() ? MODULE_BUSY : SUCCESS;
 }
 
+std::uint32_t Rack::end_message(OpenDevice& device, const Place& place)
+{
+    ModuleModel& module = *module_at(place);
+    std::optional<Message> reply = module.end_message();
+    if (const std::uint32_t code = keep_file(module))
+        return code;
+    return queue_reply(device, place, std::move(reply));
+}
+
+/// Writes the configuration bytes of a load that has ended, if they are to be kept.
+// Choice: only the user names the folder, and a failure ends the call (docs/decisions/0040-kept-files.md).
+std::uint32_t Rack::keep_file(const ModuleModel& module)
+{
+    const std::string name = module.kept_as();
+    if (name.empty())
+        return SUCCESS;
+    if (keep_folder_.empty()) {
+        keep_failure_ = "cannot keep " + name + ": no folder for kept files; name one in MWVIRTUAL_KEEP";
+        return KEEP_FAILED;
+    }
+    const std::vector<std::uint8_t>& bytes = module.contents().configuration;
+    auto file = mwtrace::RegularFile::to_write_in(keep_folder_.c_str(), name.c_str());
+    if (file.is_open() && file.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()}) &&
+        file.close())
+        return SUCCESS;
+    keep_failure_ = "cannot keep " + name + " in " + keep_folder_ + ": " + file.problem();
+    return KEEP_FAILED;
+}
+
 std::uint32_t Rack::queue_reply(OpenDevice& device, const Place& place, std::optional<Message> reply)
 {
     if (!reply) {
@@ -388,6 +432,8 @@ std::uint32_t Rack::error_text(std::uint32_t code, char* text)
             mwapi::write_error_text(planned->second, text);
         else if (code == BAD_RACK && !mistake_.empty())
             mwapi::write_error_text(mistake_, text);
+        else if (code == KEEP_FAILED && !keep_failure_.empty())
+            mwapi::write_error_text(keep_failure_, text);
         else
             mwapi::write_error_text(own_text(code), text);
         return SUCCESS;
@@ -486,7 +532,7 @@ std::uint32_t Rack::send_whole(MW_HANDLE* handle, std::uint32_t type, std::optio
     module.take(header);
     module.take(bytes_of(data, length));
     spend(*device, 1, header.size() + length);
-    return queue_reply(*device, place, module.end_message());
+    return end_message(*device, place);
 }
 
 std::uint32_t Rack::receive(MW_HANDLE* handle, std::uint8_t* type, std::uint32_t slot, void* data,
@@ -615,7 +661,7 @@ std::uint32_t Rack::end_send(MW_HANDLE* handle, std::uint32_t timeout)
             module.drop_message();
             return MESSAGE_EMPTY;
         }
-        return queue_reply(*device, sent.place, module.end_message());
+        return end_message(*device, sent.place);
     });
 }
 

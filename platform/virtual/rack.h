@@ -68,6 +68,8 @@ public:
         change(boards_.at(index)->settings);
     }
     void put_module(std::size_t board, unsigned slot, const Module* module);
+    /// @param folder empty for none
+    void keep_files_in(std::string folder);
     void plan(PlannedFailure failure);
 
     [[nodiscard]] Contents contents(const BoardName& name, unsigned slot) const;
@@ -171,10 +173,14 @@ private:
     {
         return boards_[device.board]->settings.name.number;
     }
+    std::uint32_t end_message(OpenDevice& device, const Place& place);
+    std::uint32_t keep_file(const ModuleModel& module);
     static std::uint32_t queue_reply(OpenDevice& device, const Place& place, std::optional<Message> reply);
 
     mutable std::mutex mutex_;
     std::string mistake_;
+    std::string keep_folder_;
+    std::string keep_failure_; ///< the words for KEEP_FAILED
     std::vector<std::unique_ptr<BoardState>> boards_;
     std::deque<Handle>
         handles_; ///< all ever given out: none is used twice, so that stale ones are recognised
@@ -195,6 +201,9 @@ private:
 /// recent of those left, else the one that the environment names.
 void put_in_force(std::shared_ptr<Rack> rack);
 void take_out_of_force(const std::shared_ptr<Rack>& rack);
+
+/// The folder for kept files that MWVIRTUAL_KEEP names; empty if none.
+[[nodiscard]] std::string folder_of_environment();
 
 } // namespace mwvirtual
 

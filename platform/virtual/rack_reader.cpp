@@ -2,6 +2,7 @@
 // Reads rack descriptions; reports mistakes with file, line and what was expected.
 #include "rack_reader.h"
 
+#include "regular_file.h"
 #include "toml_check.h"
 
 // Hostile texts break assertions of the parser, and its answers to them are there. So its switch turns the
@@ -11,7 +12,6 @@
 #include <toml++/toml.h>
 
 #include <algorithm>
-#include <fstream>
 #include <initializer_list>
 #include <iterator>
 #include <limits>
@@ -253,6 +253,18 @@ std::string read_device(const TableReader& slot)
                      ")");
 }
 
+/// The name of the file to keep, if any; whether it can be kept is not asked.
+std::string read_keep(const TableReader& slot)
+{
+    constexpr std::size_t LONGEST_NAME = 255;
+    if (slot.find("keep") == nullptr)
+        return "";
+    std::string name = slot.text("keep", LONGEST_NAME);
+    if (!is_plain_name(name))
+        slot.mistake(*slot.find("keep"), "\"keep\" must be a plain file name, without folders");
+    return name;
+}
+
 Module read_loadable(const TableReader& slot, ModuleKind kind)
 {
     slot.allow({"number", "kind", "model", "version", "device", "compression", "keep", "info", "fault"});
@@ -264,7 +276,7 @@ Module read_loadable(const TableReader& slot, ModuleKind kind)
     if (slot.find("compression") != nullptr)
         module.compression =
             static_cast<Compression>(slot.choice("compression", {"none", "query", "record"}));
-    module.keep_file = slot.text_or("keep", "");
+    module.keep_file = read_keep(slot);
     return module;
 }
 
@@ -332,7 +344,11 @@ BoardName board_name(const TableReader& board, const toml::node& node)
 class RackReader
 {
 public:
-    explicit RackReader(const TableReader& top) : top_{top} {}
+    RackReader(const TableReader& top, const std::string& keep_folder)
+        : top_{top}, has_keep_folder_{!keep_folder.empty()}
+    {
+        rack_->keep_files_in(keep_folder);
+    }
 
     std::shared_ptr<Rack> read()
     {
@@ -388,6 +404,9 @@ private:
             if (std::exchange(described.at(number), true))
                 slot.mistake("slot " + std::to_string(number) + " is described twice");
             const Module module = read_module(slot);
+            if (!module.keep_file.empty() && !has_keep_folder_)
+                slot.mistake(*slot.find("keep"),
+                             "\"keep\" needs a folder for kept files; name one in MWVIRTUAL_KEEP");
             rack_->put_module(index, number, &module);
         }
     }
@@ -435,13 +454,15 @@ private:
     }
 
     const TableReader& top_;
+    bool has_keep_folder_;
     std::shared_ptr<Rack> rack_ = std::make_shared<Rack>();
     std::vector<BoardName> names_;
 };
 
 } // namespace
 
-std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file_name)
+std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file_name,
+                                const std::string& keep_folder)
 {
     if (const std::size_t line = line_beyond_ascii(text))
         throw RackError(
@@ -449,25 +470,33 @@ std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file
             ": characters beyond ASCII may stand only in quotes and comments, and not behind a backslash");
     try {
         const toml::table table = toml::parse(text);
-        return RackReader{TableReader{table, file_name, "a rack"}}.read();
+        return RackReader{TableReader{table, file_name, "a rack"}, keep_folder}.read();
     } catch (const toml::parse_error& error) {
         throw RackError(file_name + ":" + std::to_string(error.source().begin.line) + ": " +
                         std::string{error.description()});
     }
 }
 
-std::shared_ptr<Rack> read_rack_file(const std::string& path)
+std::shared_ptr<Rack> read_rack_file(const std::string& path, const std::string& keep_folder)
 {
     constexpr std::size_t LARGEST_DESCRIPTION = 1U << 20;
-    std::ifstream file{path, std::ios::binary};
+    auto file = mwtrace::RegularFile::to_read(path.c_str());
+    if (!file.is_open())
+        throw RackError(path + ": the rack description cannot be read: " + file.problem());
     std::string text(LARGEST_DESCRIPTION + 1, '\0');
-    file.read(text.data(), static_cast<std::streamsize>(text.size()));
-    if (!file.is_open() || (file.fail() && !file.eof()))
-        throw RackError(path + ": the rack description cannot be read");
-    if (!file.eof())
+    std::size_t size = 0;
+    while (size < text.size()) {
+        const auto count = file.read(text.data() + size, text.size() - size);
+        if (!count)
+            throw RackError(path + ": the rack description cannot be read: " + file.problem());
+        if (*count == 0)
+            break;
+        size += *count;
+    }
+    if (size > LARGEST_DESCRIPTION)
         throw RackError(path + ": the rack description is larger than a megabyte");
-    text.resize(static_cast<std::size_t>(file.gcount()));
-    return read_rack(text, path);
+    text.resize(size);
+    return read_rack(text, path, keep_folder);
 }
 
 } // namespace mwvirtual

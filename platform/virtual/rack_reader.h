@@ -12,8 +12,11 @@ namespace mwvirtual
 {
 
 /// Both throw RackError.
-[[nodiscard]] std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file_name);
-[[nodiscard]] std::shared_ptr<Rack> read_rack_file(const std::string& path);
+/// @param keep_folder the folder for kept files; without one, a description with "keep" is a mistake
+[[nodiscard]] std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file_name,
+                                              const std::string& keep_folder);
+/// @param path must lead to a regular file
+[[nodiscard]] std::shared_ptr<Rack> read_rack_file(const std::string& path, const std::string& keep_folder);
 
 [[nodiscard]] std::string builtin_rack_text();
 

@@ -25,6 +25,8 @@ void require_slot(unsigned slot)
 Board& Board::slot(unsigned number, const Module& module)
 {
     require_slot(number);
+    if (!module.keep_file.empty())
+        require_plain_name(module.keep_file);
     rack_->put_module(index_, number, &module);
     return *this;
 }
@@ -80,7 +82,10 @@ Board& Board::flips_byte(std::uint64_t after, std::uint8_t mask)
     return *this;
 }
 
-Carrier::Carrier() : Carrier{std::make_shared<Rack>()} {}
+Carrier::Carrier() : Carrier{std::make_shared<Rack>()}
+{
+    rack_->keep_files_in(folder_of_environment());
+}
 
 Carrier::Carrier(std::shared_ptr<Rack> rack) : rack_{std::move(rack)}
 {
@@ -89,12 +94,23 @@ Carrier::Carrier(std::shared_ptr<Rack> rack) : rack_{std::move(rack)}
 
 Carrier Carrier::from_toml(const std::string& text, const std::string& file_name)
 {
-    return Carrier{read_rack(text, file_name)};
+    return from_toml(text, file_name, folder_of_environment());
+}
+
+Carrier Carrier::from_toml(const std::string& text, const std::string& file_name,
+                           const std::string& keep_folder)
+{
+    return Carrier{read_rack(text, file_name, keep_folder)};
 }
 
 Carrier Carrier::from_file(const std::string& path)
 {
-    return Carrier{read_rack_file(path)};
+    return from_file(path, folder_of_environment());
+}
+
+Carrier Carrier::from_file(const std::string& path, const std::string& keep_folder)
+{
+    return Carrier{read_rack_file(path, keep_folder)};
 }
 
 Carrier::Carrier(Carrier&& other) noexcept = default;
@@ -120,6 +136,11 @@ void Carrier::fail_call(std::uint64_t n, std::uint32_t code, const std::string& 
 void Carrier::fail_call(Function function, std::uint64_t n, std::uint32_t code, const std::string& text)
 {
     rack_->plan({function, n, code, text});
+}
+
+void Carrier::keep_folder(const std::string& path)
+{
+    rack_->keep_files_in(path);
 }
 
 Contents Carrier::contents(const std::string& type, std::uint16_t number, unsigned slot) const

@@ -73,7 +73,8 @@ enum Code : std::uint32_t {
     REPLY_OPEN = 0xE0000010,       ///< a reply is still being received on this handle
     NO_OPEN_REPLY = 0xE0000011,    ///< data or an end without a started reply
     TOO_MANY_REPLIES = 0xE0000012, ///< too many replies wait to be received
-    MESSAGE_EMPTY = 0xE0000013     ///< a message of pieces ended without any byte
+    MESSAGE_EMPTY = 0xE0000013,    ///< a message of pieces ended without any byte
+    KEEP_FAILED = 0xE0000014       ///< a load ended, but its file could not be kept; the text says why
 };
 
 /// A module's verdict on a load: the first byte of its reply.
@@ -130,7 +131,12 @@ struct MWVIRTUAL_API Module {
     /// Accepts compressed loads, and reports so in the way of its model.
     Module& accepts_compressed();
     Module& tells_compression(Compression how);
-    /// Writes the plain configuration bytes that reached the FPGA to this file when a load ends.
+    /// Writes the plain configuration bytes that reached the FPGA to a file when a load ends. An existing
+    /// file of that name is overwritten. If the file cannot be written, the call that ends the load fails
+    /// with KEEP_FAILED and the module does not reply.
+    /// @param file a plain name in the folder for kept files (Carrier::keep_folder), without '/', neither "."
+    /// nor
+    ///             ".."; throws std::invalid_argument for others, as Board::slot does
     Module& keep(std::string file);
     Module& info(std::vector<std::uint32_t> words);
 
@@ -222,9 +228,15 @@ class MWVIRTUAL_API Carrier
 {
 public:
     Carrier();
-    /// A rack described in TOML; reports of mistakes name file_name. Throws RackError.
+    /// A rack described in TOML; reports of mistakes name file_name. Throws RackError, also for a slot with
+    /// "keep" when MWVIRTUAL_KEEP names no folder.
     static Carrier from_toml(const std::string& text, const std::string& file_name = "rack");
+    /// @param path must lead to a regular file
     static Carrier from_file(const std::string& path);
+    /// The same with a folder for kept files, in place of MWVIRTUAL_KEEP.
+    static Carrier from_toml(const std::string& text, const std::string& file_name,
+                             const std::string& keep_folder);
+    static Carrier from_file(const std::string& path, const std::string& keep_folder);
     ~Carrier();
     Carrier(Carrier&& other) noexcept;
     Carrier(const Carrier&) = delete;
@@ -238,6 +250,10 @@ public:
     void fail_call(std::uint64_t n, std::uint32_t code, const std::string& text = {});
     /// The n-th call of the function fails with a code.
     void fail_call(Function function, std::uint64_t n, std::uint32_t code, const std::string& text = {});
+
+    /// The existing folder in which modules keep files (Module::keep) from the next load on; by default the
+    /// one that MWVIRTUAL_KEEP named when the carrier was made. Without a folder no file can be kept.
+    void keep_folder(const std::string& path);
 
     [[nodiscard]] Contents contents(const std::string& type, std::uint16_t number, unsigned slot) const;
     /// Every call since the beginning, if the journal is kept, which is the default.

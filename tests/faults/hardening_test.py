@@ -1,7 +1,9 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Checks the protections of the built files, and how they bind.
+"""Checks the protections of the built files, how they bind, and where they search for libraries.
 
-    hardening_test.py CHECKED LIBRARY UTILITY [OTHER...]     CHECKED is 1 when the library calls checked C functions
+    hardening_test.py CHECKED CMAKE BUILD LIBRARY UTILITY [OTHER...]
+
+CHECKED is 1 when the library calls checked C functions. BUILD is the build folder, which CMAKE installs from.
 """
 import os
 import pathlib
@@ -69,12 +71,42 @@ def check_binding(library, utility):
         expect("Error 9201." in run.stderr, f"a load with LD_BIND_NOW=1: {run.stderr}")
 
 
+def is_elf(file):
+    with open(file, "rb") as content:
+        return content.read(4) == b"\x7fELF"
+
+
+def check_search_paths(folder):
+    """An empty or relative element makes the loader run libraries from the current folder."""
+    files = [file for file in sorted(pathlib.Path(folder).rglob("*"))
+             if file.is_file() and not file.is_symlink() and "CMakeFiles" not in file.parts and is_elf(file)]
+    expect(files, f"{folder}: no programs or libraries")
+    for file in files:
+        for line in read_elf("--dynamic", file).splitlines():
+            if "(RUNPATH)" in line or "(RPATH)" in line:
+                path = line[line.index("[") + 1:line.rindex("]")]
+                safe = all(element.startswith("/") or element.split("/")[0] == "$ORIGIN" for element in path.split(":"))
+                expect(safe, f"{file}: searches the current folder: {path!r}")
+
+
+def check_search_paths_installed(cmake, build):
+    with tempfile.TemporaryDirectory() as prefix:
+        subprocess.run([cmake, "--install", build, "--prefix", prefix], check=True, capture_output=True)
+        check_search_paths(prefix)
+        utility = next(pathlib.Path(prefix).rglob("bin/KVN_FPGA"))
+        run = subprocess.run([utility, "--version"], capture_output=True, text=True)
+        expect(run.returncode == 0, f"the installed utility does not find its library: {run.stderr}")
+
+
 def main():
-    checked, library, utility, *others = sys.argv[1:]
+    checked, cmake, build, library, utility, *others = sys.argv[1:]
     for file in (library, utility, *others):
         check_protections(file)
     check_library(library, checked == "1")
     check_binding(library, utility)
+    for folder in ("bin", "lib"):
+        check_search_paths(pathlib.Path(build) / folder)
+    check_search_paths_installed(cmake, build)
     print("\n".join(problems) or "hardened, and bound as it should be")
     return 1 if problems else 0
 

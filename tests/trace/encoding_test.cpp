@@ -10,6 +10,11 @@ using mwtrace::Json;
 
 namespace
 {
+Json parsed(std::string_view text)
+{
+    return Json::parse(text, {}).value();
+}
+
 Bytes pattern(std::size_t size)
 {
     Bytes bytes(size);
@@ -28,14 +33,14 @@ TEST(Encoding, FewBytesAreReadable)
 {
     EXPECT_EQ(mwtrace::bytes_to_json(Bytes{}).dump(), R"({"hex":""})");
     EXPECT_EQ(mwtrace::bytes_to_json(Bytes{0x0D, 0x05}).dump(), R"({"hex":"0D 05"})");
-    EXPECT_EQ(mwtrace::bytes_to_json(pattern(32)).begin().key(), "hex");
-    EXPECT_EQ(mwtrace::bytes_to_json(pattern(33)).begin().key(), "base64");
+    EXPECT_NE(mwtrace::bytes_to_json(pattern(32)).find("hex"), nullptr);
+    EXPECT_NE(mwtrace::bytes_to_json(pattern(33)).find("base64"), nullptr);
 }
 
 TEST(Encoding, Base64IsTheUsualOne)
 {
     const std::string text = "any carnal pleasure, any carnal pleas";
-    EXPECT_EQ(mwtrace::bytes_to_json(Bytes{text.begin(), text.end()})["base64"],
+    EXPECT_EQ(mwtrace::bytes_to_json(Bytes{text.begin(), text.end()}).at("base64"),
               "YW55IGNhcm5hbCBwbGVhc3VyZSwgYW55IGNhcm5hbCBwbGVhcw==");
 }
 
@@ -46,23 +51,22 @@ TEST(Encoding, WhatIsNoBytesIsRefused)
           R"({"base64":"AAA"})", R"({"base64":"A==="})", R"({"base64":"====AAAA"})", R"({"base64":"AA*A"})",
           R"({"base64":"AA==AAAA"})", R"({"base64":"AAA=AAAA"})", R"({"hex":1})",
           R"({"hex":"00","base64":""})", R"({})", R"([])", R"("00")", R"(null)", R"(1)"})
-        EXPECT_EQ(mwtrace::bytes_from_json(Json::parse(text)), std::nullopt) << text;
+        EXPECT_EQ(mwtrace::bytes_from_json(parsed(text)), std::nullopt) << text;
 }
 
 TEST(Encoding, TextsOfAnyBytesComeBack)
 {
     for (const std::string& text : {std::string{}, std::string{"mwc4a"}, std::string{"gr\xC3\xBC\xC3\x9F"},
                                     std::string{"\xFF\xFE broken"}, std::string{"\0\x01\n", 3}})
-        EXPECT_EQ(mwtrace::text_from_json(Json::parse(mwtrace::text_to_json(text).dump())), text);
+        EXPECT_EQ(mwtrace::text_from_json(parsed(mwtrace::text_to_json(text).dump())), text);
     EXPECT_EQ(mwtrace::text_to_json("\xFF").dump(), R"({"hex":"FF"})");
     EXPECT_EQ(mwtrace::text_from_json(Json(7)), std::nullopt);
 }
 
 TEST(Encoding, NumbersHave32Bits)
 {
-    EXPECT_EQ(mwtrace::number_from_json(Json::parse("4294967295")),
-              std::numeric_limits<std::uint32_t>::max());
+    EXPECT_EQ(mwtrace::number_from_json(parsed("4294967295")), std::numeric_limits<std::uint32_t>::max());
     for (const char* text : {"4294967296", "-1", "1.0", "\"1\"", "null", "1e3"})
-        EXPECT_EQ(mwtrace::number_from_json(Json::parse(text)), std::nullopt) << text;
+        EXPECT_EQ(mwtrace::number_from_json(parsed(text)), std::nullopt) << text;
 }
 } // namespace

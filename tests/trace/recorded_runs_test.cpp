@@ -5,6 +5,8 @@
 #include "trace_support.h"
 
 #include <gmock/gmock.h>
+#include <nlohmann/json.hpp>
+#include <sys/stat.h>
 
 #include <sstream>
 
@@ -109,7 +111,7 @@ protected:
         std::string line;
         std::getline(lines, line);
         while (std::getline(lines, line)) {
-            mwtrace::Json call = mwtrace::Json::parse(line);
+            nlohmann::json call = nlohmann::json::parse(line);
             call.erase("t");
             call.erase("took");
             all.push_back(call.dump());
@@ -281,12 +283,32 @@ TEST_F(RecordedRuns, ARecordingThatWasCutReplaysAsFarAsItGoes)
 
 TEST_F(RecordedRuns, TheDiskMayBeFull)
 {
-    const Outcome outcome = utility({"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"},
-                                    {{"KVN_MWAPI", "virtual"}, {"MWVIRTUAL_TRACE", "/dev/full"}});
+    // A limit on the size of files stands for the end of the disk.
+    const Outcome outcome =
+        run({"sh",
+             {"-c", "trap '' XFSZ; ulimit -f 1; exec \"$0\" -u -fnew.rbt -dmwc4a -b0 -s1", KVN_FPGA_PROGRAM},
+             folder,
+             {{"KVN_MWAPI", "virtual"},
+              {"MWVIRTUAL_TRACE", path("trace")},
+              {"MWVIRTUAL_RACK", path("rack.toml")}}});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.errors, SIMULATING +
-                                  "mwtrace: cannot write /dev/full: No space left on device; the run "
-                                  "goes on unrecorded\n");
+    EXPECT_EQ(outcome.errors, SIMULATING + "mwtrace: cannot write " + path("trace") +
+                                  ": File too large; the run goes on unrecorded\n");
+}
+
+TEST_F(RecordedRuns, ATraceThatIsNoRegularFileIsToldAndNotWaitedFor)
+{
+    const std::vector<std::string> arguments{"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"};
+    ASSERT_EQ(mkfifo(path("trace").c_str(), 0600), 0);
+    const Outcome recorded = utility(
+        arguments,
+        {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "virtual"}, {"MWTRACE_FILE", path("trace")}});
+    EXPECT_EQ(recorded.status, 0);
+    EXPECT_THAT(recorded.errors, testing::HasSubstr("mwtrace: cannot write " + path("trace") +
+                                                    ": it is no regular file; the run goes on unrecorded\n"));
+    EXPECT_THAT(replay(arguments).errors,
+                testing::HasSubstr("Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
+                                   path("trace") + ": it is no regular file).\n"));
 }
 
 TEST_F(RecordedRuns, TheForwardingProviderNeedsAProvider)

@@ -6,6 +6,10 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
 #include <thread>
 
 using mwtrace::Json;
@@ -33,11 +37,11 @@ TEST_F(RecorderTest, BeginsWithALineOfItsOwn)
     {
         const Recorder recorder{path("trace"), "libmwapi.so"};
     }
-    const Json first = Json::parse(content("trace"));
-    EXPECT_EQ(first["trace"], "mwapi");
-    EXPECT_EQ(first["version"], 1);
-    EXPECT_EQ(first["provider"], "libmwapi.so");
-    EXPECT_THAT(first["started"].get<std::string>(), testing::MatchesRegex("20..-..-..T..:..:..Z"));
+    const Json first = Json::parse(content("trace"), {}).value();
+    EXPECT_EQ(first.at("trace"), "mwapi");
+    EXPECT_EQ(first.at("version"), 1);
+    EXPECT_EQ(first.at("provider"), "libmwapi.so");
+    EXPECT_THAT(*first.at("started").text(), testing::MatchesRegex("20..-..-..T..:..:..Z"));
 }
 
 TEST_F(RecorderTest, WritesEachCallAtOnce)
@@ -147,14 +151,36 @@ TEST_F(RecorderTest, KeepsThePiecesOfThreadsApart)
 
 TEST_F(RecorderTest, TellsOnceThatTheDiskIsFullAndGoesOn)
 {
+    // A limit on the size of files stands for the end of the disk.
+    rlimit usual{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
+    const rlimit small{4096, usual.rlim_max};
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
     testing::internal::CaptureStderr();
     {
-        Recorder recorder{"/dev/full", "test"};
-        recorder.add("MwClose", {0, 0}, {{"handle", 1}}, 0, nullptr);
+        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+        Recorder recorder{path("trace"), "test"};
+        recorder.add("MwErr2Text", {0, 0}, {{"code", 1}}, 0, {{"text", std::string(5000, 'x')}});
         recorder.add("MwClose", {0, 0}, {{"handle", 1}}, 0, nullptr);
     }
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
+    (void)std::signal(SIGXFSZ, handler);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "mwtrace: cannot write /dev/full: No space left on device; the run goes on unrecorded\n");
+              "mwtrace: cannot write " + path("trace") + ": File too large; the run goes on unrecorded\n");
+}
+
+TEST_F(RecorderTest, RefusesWhatIsNoRegularFileAndDoesNotWaitForIt)
+{
+    ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+    for (const std::string& file : {path("fifo"), folder.string(), std::string{"/dev/null"}}) {
+        testing::internal::CaptureStderr();
+        {
+            Recorder recorder{file, "test"};
+            recorder.add("MwClose", {0, 0}, {{"handle", 1}}, 0, nullptr);
+        }
+        EXPECT_EQ(testing::internal::GetCapturedStderr(),
+                  "mwtrace: cannot write " + file + ": it is no regular file; the run goes on unrecorded\n");
+    }
 }
 
 TEST_F(RecorderTest, TellsThatAFileCannotBeMade)

@@ -5,6 +5,8 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/stat.h>
+
 #include <random>
 
 using mwtrace::Recording;
@@ -47,8 +49,8 @@ TEST_F(RecordingTest, ReadsEveryField)
     const Recording recording{path("trace")};
     ASSERT_EQ(recording.size(), 6U);
     EXPECT_EQ(recording.record(0).function, "MwOpenS");
-    EXPECT_EQ(recording.record(0).in["board_type"], "mwc4a");
-    EXPECT_EQ(recording.record(0).got["handle"], 1);
+    EXPECT_EQ(recording.record(0).in.at("board_type"), "mwc4a");
+    EXPECT_EQ(recording.record(0).got.at("handle"), 1);
     EXPECT_EQ(recording.record(3).data, (mwtrace::Bytes{0x0D, 0x05, 0x01, 0x02}));
     ASSERT_EQ(recording.record(3).sizes.size(), 2U);
     EXPECT_EQ(recording.record(3).sizes[1].count, 2U);
@@ -120,6 +122,19 @@ TEST_F(RecordingTest, RefusesWhatIsNoTrace)
               ":1: only version 1 of the format is known");
     EXPECT_THROW((void)Recording{path("nothing")}, TraceError);
     EXPECT_THROW((void)Recording{folder.string()}, TraceError);
+}
+
+TEST_F(RecordingTest, RefusesWhatIsNoRegularFileAndDoesNotWaitForIt)
+{
+    ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+    for (const std::string& file : {path("fifo"), folder.string(), std::string{"/dev/zero"}}) {
+        try {
+            (void)Recording{file};
+            FAIL() << "a trace was read";
+        } catch (const TraceError& error) {
+            EXPECT_EQ(error.what(), file + ": it is no regular file");
+        }
+    }
 }
 
 TEST_F(RecordingTest, DoesNotFollowHugeValues)

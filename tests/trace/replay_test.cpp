@@ -26,7 +26,7 @@ TEST_F(ReplayTest, GivesTheRecordedAnswersInOrder)
     Replay replay{path("trace")};
     const auto opened = replay.answer("MwOpenS", OPENING);
     ASSERT_TRUE(opened);
-    MW_HANDLE* handle = replay.open(opened->got["handle"]);
+    MW_HANDLE* handle = replay.open(static_cast<unsigned>(*opened->got.at("handle").number()));
     EXPECT_EQ(replay.answer_data(handle, "\x0D\x05", 2, 5000), 0U);
     EXPECT_EQ(replay.answer_data(handle, "\x01\x02\x03\x04", 4, 5000), 0U);
     EXPECT_EQ(replay.answer_data(handle, "\x05\x06\x07\x08", 4, 5000), 0U);

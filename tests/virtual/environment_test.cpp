@@ -3,6 +3,8 @@
 #include "support/folder_test.h"
 #include "support/process.h"
 
+#include <sys/stat.h>
+
 #include <string>
 #include <utility>
 #include <vector>
@@ -60,6 +62,39 @@ TEST_F(Environment, ALongMistakeIsCutToWhatItsTextHolds)
     const std::string text = output.substr(output.find("0xE0000001 ") + 11);
     EXPECT_EQ(text.size(), 256U) << "255 characters and a line feed";
     EXPECT_TRUE(text.starts_with(rack + ":2: unknown key \"xxx"));
+}
+
+TEST_F(Environment, ARackThatIsNoRegularFileIsToldAndNotWaitedFor)
+{
+    ASSERT_EQ(mkfifo(path("rack.toml").c_str(), 0600), 0);
+    const std::string mistake =
+        path("rack.toml") + ": the rack description cannot be read: it is no regular file";
+    EXPECT_EQ(probe(path("rack.toml"), {"mwc4a", "0"}),
+              "mwvirtual: " + mistake + "\nmwc4a 0: 0xE0000001 " + mistake + "\n");
+}
+
+TEST_F(Environment, FilesAreKeptInTheFolderThatTheUserNames)
+{
+    const std::string rack = describe("[[board]]\ntype = \"mwc4a\"\nnumber = 0\n[[board.slot]]\nnumber = 1\n"
+                                      "kind = \"fpga\"\ndevice = \"2v40cs144-4\"\nkeep = \"kept\"\n");
+    const std::string mistake =
+        rack + ":8: \"keep\" needs a folder for kept files; name one in MWVIRTUAL_KEEP";
+    EXPECT_EQ(probe(rack, {"mwc4a", "0"}),
+              "mwvirtual: " + mistake + "\nmwc4a 0: 0xE0000001 " + mistake + "\n");
+    Command command{RACK_PROBE, {"mwc4a", "0"}};
+    command.variables["MWVIRTUAL_RACK"] = rack;
+    command.variables["MWVIRTUAL_KEEP"] = folder.string();
+    EXPECT_EQ(run(command, "", Output::with_errors).output, "mwc4a 0: 0x00000000 no error\n");
+}
+
+TEST_F(Environment, ATraceThatIsNoRegularFileIsToldAndTheRunGoesOn)
+{
+    ASSERT_EQ(mkfifo(path("trace").c_str(), 0600), 0);
+    Command command{RACK_PROBE, {"mwc4a", "0"}};
+    command.variables["MWVIRTUAL_TRACE"] = path("trace");
+    EXPECT_EQ(run(command, "", Output::with_errors).output,
+              "mwtrace: cannot write " + path("trace") +
+                  ": it is no regular file; the run goes on unrecorded\nmwc4a 0: 0x00000000 no error\n");
 }
 
 } // namespace

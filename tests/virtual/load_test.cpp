@@ -6,6 +6,7 @@
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 namespace
 {
@@ -229,14 +230,78 @@ TEST_F(Load, IdentificationLeavesTheFpgaRunning)
     EXPECT_TRUE(contents(1).done);
 }
 
-TEST_F(Load, TheBytesAreKeptInAFile)
+class Keep : public Load
 {
+protected:
+    /// Loads the module after a file was asked for. @return the result of the call that ends the load
+    std::uint32_t load(const std::string& name)
+    {
+        carrier.board("mwc4a", 0)
+            .slot(1, fpga_module(4).device("2v40cs144-4").accepts_compressed().keep(name));
+        EXPECT_EQ(bus.start(0, 1), SUCCESS);
+        EXPECT_EQ(bus.data(PLAIN), SUCCESS);
+        EXPECT_EQ(bus.data(virtex2), SUCCESS);
+        return bus.end();
+    }
+    [[nodiscard]] std::string file(const std::string& name) const { return (folder.path() / name).string(); }
+
     const TemporaryFolder folder;
-    const std::filesystem::path file = folder.path() / "kept";
-    carrier.board("mwc4a", 0)
-        .slot(1, fpga_module(4).device("2v40cs144-4").accepts_compressed().keep(file.string()));
+    const std::string kept{virtex2.begin(), virtex2.end()};
+};
+
+TEST_F(Keep, TheBytesAreWrittenToAFileInTheFolder)
+{
+    carrier.keep_folder(folder.path().string());
+    write_whole_file(file("kept"), std::string(kept.size() + 1, 'x'));
+    ASSERT_EQ(load("kept"), SUCCESS);
+    EXPECT_EQ(status_of(bus.reply()), 5);
+    EXPECT_EQ(read_whole_file(file("kept")), kept);
     ASSERT_EQ(status_of(bus.load(0, 1, COMPRESSED, fpga::run_code(virtex2))), 5);
-    EXPECT_EQ(read_whole_file(file), std::string(virtex2.begin(), virtex2.end()));
+    EXPECT_EQ(read_whole_file(file("kept")), kept) << "the plain bytes, in place of the last ones";
+}
+
+TEST_F(Keep, WithoutAFolderTheLoadEndsInACode)
+{
+    EXPECT_EQ(load("kept"), KEEP_FAILED);
+    EXPECT_EQ(error_text(KEEP_FAILED),
+              "cannot keep kept: no folder for kept files; name one in MWVIRTUAL_KEEP");
+    EXPECT_EQ(bus.reply().result, NO_REQUEST) << "there is no reply";
+    EXPECT_EQ(carrier.misuse().size(), 1U) << "asking for that reply, nothing else";
+}
+
+TEST_F(Keep, AFileThatCannotBeWrittenEndsTheLoadInACode)
+{
+    EXPECT_EQ(error_text(KEEP_FAILED), "the file of a load cannot be kept");
+    carrier.keep_folder(file("none"));
+    EXPECT_EQ(load("kept"), KEEP_FAILED);
+    EXPECT_EQ(error_text(KEEP_FAILED), "cannot keep kept in " + file("none") + ": No such file or directory");
+}
+
+TEST_F(Keep, WhatIsNoRegularFileIsLeftAlone)
+{
+    carrier.keep_folder(folder.path().string());
+    write_whole_file(file("elsewhere"), "mine");
+    std::filesystem::create_symlink(file("elsewhere"), file("link"));
+    ASSERT_EQ(mkfifo(file("fifo").c_str(), 0600), 0);
+    std::filesystem::create_directory(file("folder"));
+    for (const char* name : {"link", "fifo", "folder"}) {
+        EXPECT_EQ(load(name), KEEP_FAILED);
+        EXPECT_EQ(error_text(KEEP_FAILED), std::string{"cannot keep "} + name + " in " +
+                                               folder.path().string() + ": it is no regular file");
+    }
+    EXPECT_EQ(read_whole_file(file("elsewhere")), "mine");
+}
+
+TEST_F(Keep, NamesWithFoldersAreRefused)
+{
+    for (const char* name : {"", ".", "..", "/kept", "a/b", "../kept"}) {
+        EXPECT_THROW((void)fpga_module(4).keep(name), std::invalid_argument) << name;
+        Module module = fpga_module(4).device("2v40cs144-4");
+        module.keep_file = name;
+        if (*name != '\0') {
+            EXPECT_THROW(carrier.board("mwc4a", 0).slot(1, module), std::invalid_argument) << name;
+        }
+    }
 }
 
 TEST_F(Load, RunsExpandNoFurtherThanTheModuleKeeps)

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rack descriptions: the racks they give, and the reports of mistakes in them.
 #include "bus_support.h"
+#include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <fstream>
 #include <iterator>
@@ -260,8 +262,52 @@ TEST(RackReader, AFileThatIsNotThereIsTold)
         (void)Carrier::from_file("/no/such/rack.toml");
         FAIL() << "a rack was read";
     } catch (const RackError& error) {
-        EXPECT_EQ(std::string{error.what()}, "/no/such/rack.toml: the rack description cannot be read");
+        EXPECT_EQ(std::string{error.what()},
+                  "/no/such/rack.toml: the rack description cannot be read: No such file or directory");
     }
+}
+
+TEST(RackReader, WhatIsNoRegularFileIsRefusedAndNotWaitedFor)
+{
+    const TemporaryFolder folder;
+    const std::string fifo = (folder.path() / "rack.toml").string();
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    for (const std::string& path : {fifo, std::string{"/dev/zero"}, folder.path().string()}) {
+        try {
+            (void)Carrier::from_file(path);
+            FAIL() << "a rack was read";
+        } catch (const RackError& error) {
+            EXPECT_EQ(error.what(), path + ": the rack description cannot be read: it is no regular file");
+        }
+    }
+}
+
+const std::string KEEPING =
+    "[[board]]\ntype = \"a\"\nnumber = 1\n[[board.slot]]\nnumber = 2\nkind = \"fpga\"\n"
+    "device = \"2v40cs144-4\"\nkeep = ";
+
+TEST(RackReader, KeptFilesNeedAFolderThatTheUserNames)
+{
+    EXPECT_EQ(mistake_in(KEEPING + "\"kept\""),
+              "rack.toml:8: \"keep\" needs a folder for kept files; name one in MWVIRTUAL_KEEP");
+    EXPECT_NO_THROW((void)Carrier::from_toml(KEEPING + "\"kept\"", "rack.toml", "folder"));
+    EXPECT_THROW((void)Carrier::from_toml(KEEPING + "\"kept\"", "rack.toml", ""), RackError);
+}
+
+TEST(RackReader, KeptFilesHavePlainNames)
+{
+    for (const char* name : {"/tmp/kept", "a/b", "../kept", ".", "..", "kept/"}) {
+        try {
+            (void)Carrier::from_toml(KEEPING + '"' + name + '"', "rack.toml", "folder");
+            ADD_FAILURE() << "taken: " << name;
+        } catch (const RackError& error) {
+            EXPECT_STREQ(error.what(), "rack.toml:8: \"keep\" must be a plain file name, without folders");
+        }
+    }
+    for (const std::string& name : {std::string{}, std::string(256, 'x')})
+        EXPECT_EQ(mistake_in(KEEPING + '"' + name + '"'),
+                  "rack.toml:8: \"keep\" must be a text of 1 to 255 characters");
+    EXPECT_NO_THROW((void)Carrier::from_toml(KEEPING + "\"..kept.bin\"", "rack.toml", "folder"));
 }
 
 std::string content_of(const std::string& path)
