@@ -176,6 +176,21 @@ TEST_F(RecordedRuns, AreTheSameByTheForwardingProvider)
     }
 }
 
+TEST_F(RecordedRuns, ComeFromLibrariesThatExportTheFunctionsAndTheirAnnouncementAlone)
+{
+    for (const char* library : {MWTRACE_LIBRARY, MWREPLAY_LIBRARY}) {
+        std::istringstream symbols{run({"nm", {"-D", "--defined-only", library}}).output};
+        unsigned functions = 0;
+        bool announces = false;
+        for (std::string text; std::getline(symbols, text); ++functions) {
+            EXPECT_NE(text.find(" T Mw"), std::string::npos) << text;
+            announces = announces || text.ends_with(" T MwProviderAnnouncement");
+        }
+        EXPECT_EQ(functions, 17U) << library;
+        EXPECT_TRUE(announces) << library;
+    }
+}
+
 TEST_F(RecordedRuns, HoldTheExchangeInFull)
 {
     const Outcome outcome = record({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"});

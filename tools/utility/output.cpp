@@ -65,7 +65,7 @@ void Output::gather(std::string_view part)
 {
     if (part.empty())
         return;
-    last_ = part.back();
+    last_ = static_cast<unsigned char>(part.back());
     if (part.size() > gathered_.size() - static_cast<std::size_t>(size_))
         flush();
     if (part.size() > gathered_.size()) {
