@@ -19,6 +19,7 @@
 #include "mwapi_forward.h"
 #include "operations.h"
 #include "provider/provider.h"
+#include "provider/watched_platform.h"
 #include "test_data.h"
 
 #include <algorithm>
@@ -261,7 +262,8 @@ void run_through(const std::string& provider, std::string_view name, const std::
     const Operation& operation = find_operation(name);
     if (operation.compressed)
         (void)setenv(COUNTING_COMPRESSED, "", 1); // NOLINT(concurrency-mt-unsafe): the only thread
-    mwapi::LoadedPlatform platform{provider};
+    mwapi::LoadWatch watch;
+    mwapi::WatchedPlatform platform{std::make_unique<mwapi::LoadedPlatform>(provider), watch};
     mwapi::install(platform);
     run(operation, BitstreamFiles{folder});
     mwapi::uninstall();

@@ -22,8 +22,7 @@ void find(void* library, const std::string& library_name, Function& function, co
 
 } // namespace
 
-LoadedPlatform::LoadedPlatform(const std::string& library, std::string_view announcement)
-    : announcement_{announcement}
+LoadedPlatform::LoadedPlatform(const std::string& library)
 {
     // Local: what is found must be the library's own, and must not stand in the way of this program's.
     void* loaded = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
@@ -32,6 +31,14 @@ LoadedPlatform::LoadedPlatform(const std::string& library, std::string_view anno
     std::apply(
         [&](const auto&... calls) { (find(loaded, library, functions_.*calls.function, calls.name), ...); },
         CALLS);
+    announce_ =
+        reinterpret_cast<decltype(&::MwProviderAnnouncement)>(dlsym(loaded, "MwProviderAnnouncement"));
+}
+
+std::string_view LoadedPlatform::announcement() const
+{
+    const char* text = announce_ == nullptr ? nullptr : announce_();
+    return text == nullptr ? "" : text;
 }
 
 std::unique_ptr<Platform> open_provider(const std::string& name, const void* beside)
@@ -39,13 +46,11 @@ std::unique_ptr<Platform> open_provider(const std::string& name, const void* bes
     if (name.empty())
         return std::make_unique<LoadedPlatform>(USUAL_PROVIDER);
     if (name == "virtual")
-        return std::make_unique<LoadedPlatform>(file_beside(beside, "libmwvirtual.so"),
-                                                "the boards are simulated, no hardware is reached.");
+        return std::make_unique<LoadedPlatform>(file_beside(beside, "libmwvirtual.so"));
     if (name.starts_with(REPLAY_PREFIX)) {
         (void)setenv("MWREPLAY_FILE", name.c_str() + REPLAY_PREFIX.size(),
                      1); // NOLINT(concurrency-mt-unsafe)
-        return std::make_unique<LoadedPlatform>(file_beside(beside, "libmwreplay.so"),
-                                                "a recording answers, no hardware is reached.");
+        return std::make_unique<LoadedPlatform>(file_beside(beside, "libmwreplay.so"));
     }
     return std::make_unique<LoadedPlatform>(name);
 }

@@ -3,6 +3,7 @@
 #ifndef MWAPI_PROVIDER_H
 #define MWAPI_PROVIDER_H
 
+#include "provider_announcement.h"
 #include "uniform_platform.h"
 
 #include <memory>
@@ -25,21 +26,21 @@ class LoadedPlatform final : public UniformPlatform<LoadedPlatform>
 public:
     /// Loads a library, which then stays loaded until the process ends.
     /// @param library path or soname
-    /// @param announcement what users must be told of it
     /// @throws ProviderError when it cannot be loaded or lacks a function
-    explicit LoadedPlatform(const std::string& library, std::string_view announcement = {});
+    explicit LoadedPlatform(const std::string& library);
 
     template <Function function, class... Arguments>
     std::uint32_t call(Arguments... arguments)
     {
         return (functions_.*CALL<function>.function)(arguments...);
     }
-    [[nodiscard]] std::string_view announcement() const override { return announcement_; }
+    /// What the library says of itself (provider_announcement.h).
+    [[nodiscard]] std::string_view announcement() const override;
     [[nodiscard]] const Functions* functions() const override { return &functions_; }
 
 private:
     Functions functions_;
-    std::string announcement_;
+    decltype(&::MwProviderAnnouncement) announce_; ///< null: the library has no such function
 };
 
 /// Stands where there is no provider: every operation fails, and the words for any code say why.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // libmwreplay: the recording that MWREPLAY_FILE names.
 #include "mwapi_forward.h"
+#include "provider_announcement.h"
 #include "replaying_platform.h"
 
 #include <cstdio>
@@ -41,6 +42,11 @@ ReplayingPlatform* platform_of_environment()
 
 } // namespace
 } // namespace mwtrace
+
+const char* MwProviderAnnouncement(void)
+{
+    return "a recording answers, no hardware is reached.";
+}
 
 mwapi::Platform& mwapi::program_platform()
 {

@@ -2,6 +2,7 @@
 // libmwtrace: what MWTRACE_PROVIDER names, recorded to the file that MWTRACE_FILE names.
 #include "mwapi_forward.h"
 #include "provider/provider.h"
+#include "provider_announcement.h"
 #include "recording_platform.h"
 
 #include <dlfcn.h>
@@ -86,6 +87,17 @@ mwapi::Platform* platform_of_environment()
 
 } // namespace
 } // namespace mwtrace
+
+/// What the provider behind this one says.
+const char* MwProviderAnnouncement(void)
+{
+    try {
+        static const std::string text{mwapi::program_platform().announcement()};
+        return text.c_str();
+    } catch (const std::exception&) {
+        return nullptr; // the first call meets the same problem and reports it
+    }
+}
 
 mwapi::Platform& mwapi::program_platform()
 {

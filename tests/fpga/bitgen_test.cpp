@@ -53,23 +53,42 @@ TEST_F(Bitgen, DefectsChangeTheFile)
 
 TEST_F(Bitgen, RefusalsSayWhy)
 {
-    const std::pair<std::vector<std::string>, const char*> refusals[] = {
+    const struct {
+        std::vector<std::string> arguments;
+        const char* words;
+        int status = 2;
+    } refusals[] = {
         {{"2v41", "-o", "a.rbt"}, "kvn_bitgen: unknown device 2v41 (kvn_bitgen --list names them)\n"},
         {{"2v40", "-o", "a.mcb"}, "kvn_bitgen: the name of the output must end in .rbt or .bit\n"},
         {{"2v40"}, "kvn_bitgen: a device and --output are needed (see --help)\n"},
-        {{"2v40", "-o", "no/a.rbt"}, "kvn_bitgen: cannot create no/a.rbt\n"},
+        {{"2v40", "-o", "no/a.rbt"}, "kvn_bitgen: cannot create no/a.rbt\n", 3},
         {{"s10xl", "-o", "a.rbt"},
          "kvn_bitgen: the data are not a multiple of 32 bits long, so lines of 32 characters cannot hold them\n"},
         {{"s10", "-o", "a.rbt", "--defect", "no-start"},
          "kvn_bitgen: streams of this family hold no start-up command\n"},
         {{"2v40", "-o", "a.bit", "--defect", "short-line"},
          "kvn_bitgen: a BIT file cannot have this defect\n"}};
-    for (const auto& [arguments, words] : refusals) {
+    for (const auto& [arguments, words, status] : refusals) {
         const Outcome result = run(arguments);
-        EXPECT_EQ(result.status, 1) << words;
+        EXPECT_EQ(result.status, status) << words;
         EXPECT_EQ(result.output, words);
     }
-    EXPECT_NE(run({"2v40", "-o", "a.rbt", "--defect", "luck"}).status, 0);
+    EXPECT_EQ(run({"2v40", "-o", "a.rbt", "--defect", "luck"}).status, 2);
+    EXPECT_EQ(run({"--unknown"}).status, 2);
+    EXPECT_EQ(run({"--help"}).status, 0);
+}
+
+TEST_F(Bitgen, ReportsOutputThatCannotBeWritten)
+{
+    for (const char* option : {"--list", "--help"}) {
+        const Outcome result = ::run({BITGEN, {option}, folder}, "", Output::full);
+        EXPECT_EQ(result.status, 3) << option;
+        EXPECT_EQ(result.errors, "kvn_bitgen: cannot write to standard output\n") << option;
+    }
+    std::filesystem::create_symlink("/dev/full", folder / "full.bit");
+    const Outcome full = run({"2v40", "-o", "full.bit"});
+    EXPECT_EQ(full.status, 3);
+    EXPECT_EQ(full.output, "kvn_bitgen: cannot write full.bit\n");
 }
 
 TEST_F(Bitgen, ListsTheDevices)

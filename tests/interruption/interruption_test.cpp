@@ -77,10 +77,24 @@ protected:
     [[nodiscard]] std::string error_of(std::vector<std::string> arguments) const
     {
         const Outcome outcome = run(kvn_fpga(std::move(arguments)));
-        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.status, 4);
         return outcome.errors;
     }
 };
+
+std::string name_of_signal(const testing::TestParamInfo<int>& signal)
+{
+    switch (signal.param) {
+    case SIGINT:
+        return "INT";
+    case SIGTERM:
+        return "TERM";
+    case SIGHUP:
+        return "HUP";
+    default:
+        return "KILL";
+    }
+}
 
 /// Bytes without runs, so that the files are large.
 Bytes noise(std::size_t size)
@@ -198,19 +212,180 @@ TEST_P(Interruption, OfALoadSendsNothingFurtherAndTouchesNoFile)
     EXPECT_TRUE(std::filesystem::is_empty(folder)) << "a load writes no file";
 }
 
+namespace
+{
+/// A platform that has reached its pipe, and waits until this goes.
+using Held = Feed;
+
+/// Runs that are held up in the platform or in a question, with a log of what they print.
+class StoppedRun : public Interruption
+{
+protected:
+    StoppedRun() { use_test_provider(); }
+
+    /// KVN_FPGA with its standard output in "log" and its errors in "errors", or both in "log".
+    [[nodiscard]] Command logged(std::vector<std::string> arguments, bool together = false) const
+    {
+        Command shell = kvn_fpga(std::move(arguments));
+        shell.arguments.insert(shell.arguments.begin(),
+                               {"-c",
+                                together ? R"(exec "$0" "$@" >log 2>&1)" : R"(exec "$0" "$@" >log 2>errors)",
+                                KVN_FPGA_PROGRAM});
+        shell.program = "/bin/sh";
+        return shell;
+    }
+
+    /// The platform stops at the pipe that a variable of it names.
+    std::string hold(const std::string& variable)
+    {
+        make_pipe("hold");
+        variables[variable] = path("hold");
+        return path("hold");
+    }
+
+    [[nodiscard]] static std::string stopped()
+    {
+        const char* name = GetParam() == SIGINT ? "SIGINT" : GetParam() == SIGTERM ? "SIGTERM" : "SIGHUP";
+        return std::string{"KVN_FPGA: stopped by "} + name + " ";
+    }
+};
+
+const std::string PART = "interrupted, it has part of the data and does not run";
+const std::string UNTOUCHED = "untouched, nothing of a load has reached a module\n";
+} // namespace
+
+TEST_P(StoppedRun, OfALoadTellsThatTheModuleIsInterruptedAndKeepsTheLog)
+{
+    for (const bool together : {false, true}) {
+        RbtFile rbt{noise(SIZE)};
+        const std::string text = rbt.device("2v40cs144").text();
+        make_pipe("design.rbt");
+        Running utility{logged({"-u", "-n", "-fdesign.rbt", "-dmwc4a", "-b3", "-s2"}, together)};
+        {
+            const Feed feed{path("design.rbt")};
+            feed.write(std::string_view{text}.substr(0, text.size() / 2));
+            EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
+        }
+        const std::string line = stopped() + "while loading the module in slot 0x32: " + PART + "\n";
+        const std::string log = content("log");
+        EXPECT_TRUE(log.starts_with("\n\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x32 (via "
+                                    "'mwc4a 3')\n"))
+            << log;
+        EXPECT_NE(log.find("\r% Done: 2"), std::string::npos) << log;
+        if (together) {
+            EXPECT_TRUE(log.ends_with("\n" + line)) << log;
+        } else {
+            EXPECT_EQ(content("errors"), line);
+        }
+        std::filesystem::remove(path("design.rbt"));
+    }
+}
+
+TEST_P(StoppedRun, OfABatchTellsHowManyModulesWereConfigured)
+{
+    const std::string pipe = hold("KVN_TEST_HOLD");
+    write_rbt("small.rbt");
+    write_rbt("large.rbt", 1000);
+    write("rack.con", "small mwc4a 1 0x12\nsmall mwc4a 2 0x22\nlarge mwc4a 3 0x32\n");
+    Running utility{logged({"-n", "rack"})};
+    const Held held{pipe};
+    EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
+    EXPECT_EQ(content("errors"), stopped() + "while loading the module in slot 0x32: " + PART +
+                                     "; 2 modules configured before\n");
+    EXPECT_TRUE(content("log").ends_with("Checking header section of the file <large.rbt>.\n\r% Done: 62"))
+        << content("log");
+}
+
+TEST_P(StoppedRun, WhileTheVerdictIsAwaitedTellsThatItIsUnknown)
+{
+    const std::string pipe = hold("KVN_TEST_HOLD_REPLY");
+    write_rbt("design.rbt");
+    Running utility{logged({"-u", "-fdesign", "-dmwc4a", "-b0", "-s2"})};
+    const Held held{pipe};
+    EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
+    EXPECT_EQ(content("errors"),
+              stopped() +
+                  "while waiting for the verdict of the module in slot 0x2: unknown, it has all data, "
+                  "and its verdict is not known\n");
+}
+
+TEST_P(StoppedRun, BehindALoadTellsThatTheModuleIsConfigured)
+{
+    write_rbt("design.rbt");
+    Terminal terminal{kvn_fpga({"-fdesign", "-dmwc4a", "-b0", "-s2"})};
+    terminal.expect("Press return to send configuration bitstream.\n");
+    terminal.type("\n");
+    terminal.expect("Press return to continue.\n");
+    terminal.signal(GetParam());
+    EXPECT_EQ(terminal.finish(), 128 + GetParam());
+    EXPECT_TRUE(
+        terminal.shown().ends_with("Press return to continue.\n" + stopped() +
+                                   "after loading the module in slot 0x2: configured, its FPGA runs\n"))
+        << terminal.shown();
+}
+
+TEST_P(StoppedRun, BeforeALoadTellsThatNothingWasTouched)
+{
+    write_rbt("design.rbt");
+    Terminal asking{kvn_fpga({})};
+    asking.expect("> ");
+    asking.signal(GetParam());
+    EXPECT_EQ(asking.finish(), 128 + GetParam());
+    EXPECT_EQ(asking.shown(), "Enter the name of the bitstream RBT, MCB, or BIT file:\n> \n" + stopped() +
+                                  "before the load of a module: " + UNTOUCHED);
+    Terminal open{kvn_fpga({"-fdesign", "-dmwc4a", "-b0", "-s2"})};
+    open.expect("Press return to send configuration bitstream.\n");
+    open.signal(GetParam());
+    EXPECT_EQ(open.finish(), 128 + GetParam());
+    EXPECT_TRUE(open.shown().ends_with(".\n" + stopped() + "before the load of a module: " + UNTOUCHED))
+        << open.shown();
+}
+
+TEST_P(StoppedRun, OfAConversionTellsThatItsOutputIsIncomplete)
+{
+    make_pipe("design.rbt");
+    Running utility{logged({"-c", "-fdesign.rbt"})};
+    const Feed feed{path("design.rbt")};
+    EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
+    EXPECT_EQ(content("errors"), stopped() + "during a conversion, whose output is incomplete: " + UNTOUCHED);
+}
+
+TEST_P(StoppedRun, ASignalThatIsIgnoredStaysIgnored)
+{
+    const std::string text = RbtFile{8}.text();
+    make_pipe("design.rbt");
+    Command shell =
+        kvn_fpga({"-c",
+                  R"(trap '' INT TERM HUP; "$0" -c -fdesign.rbt & exec 3>design.rbt; kill -)" +
+                      std::to_string(GetParam()) + R"( $!; printf %s "$1" >&3; exec 3>&-; wait $!)",
+                  KVN_FPGA_PROGRAM, text});
+    shell.program = "/bin/sh";
+    const Outcome outcome = run(shell);
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_EQ(outcome.errors, "");
+}
+
+using KilledRun = StoppedRun;
+INSTANTIATE_TEST_SUITE_P(Signals, StoppedRun, testing::Values(SIGINT, SIGTERM, SIGHUP), name_of_signal);
+
+TEST_P(KilledRun, LeavesAllCompleteLinesInTheLog)
+{
+    const std::string pipe = hold("KVN_TEST_HOLD");
+    write_rbt("small.rbt");
+    write_rbt("large.rbt", 1000);
+    write("rack.con", "small mwc4a 1 0x12\nlarge mwc4a 3 0x32\n");
+    Running utility{logged({"-n", "rack"})};
+    const Held held{pipe};
+    EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
+    const std::string log = content("log");
+    EXPECT_NE(log.find("Configuration was successful.\n\n\nChecking for KAVRIN-FPGA"), std::string::npos)
+        << log;
+    EXPECT_NE(log.find("Checking header section of the file <large.rbt>.\n"), std::string::npos) << log;
+}
+
 INSTANTIATE_TEST_SUITE_P(Signals, Interruption, testing::Values(SIGINT, SIGTERM, SIGHUP, SIGKILL),
-                         [](const auto& signal) -> std::string {
-                             switch (signal.param) {
-                             case SIGINT:
-                                 return "INT";
-                             case SIGTERM:
-                                 return "TERM";
-                             case SIGHUP:
-                                 return "HUP";
-                             default:
-                                 return "KILL";
-                             }
-                         });
+                         name_of_signal);
+INSTANTIATE_TEST_SUITE_P(Signals, KilledRun, testing::Values(SIGKILL), name_of_signal);
 
 namespace
 {
@@ -245,7 +420,7 @@ TEST_F(SizeLimit, OfAFileEndsTheProgramAndLeavesABeginning)
 TEST_F(SizeLimit, OfAFileIsAnErrorWhenTheSignalIsIgnored)
 {
     const Outcome outcome = convert("trap '' XFSZ; ");
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 3);
     EXPECT_TRUE(outcome.errors.starts_with("Error 925")) << outcome.errors;
     EXPECT_TRUE(outcome.errors.ends_with(". Cannot write MCB file data to MCB file design.mcb.\n"))
         << outcome.errors;

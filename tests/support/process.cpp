@@ -252,6 +252,11 @@ Terminal::~Terminal()
     close(master_);
 }
 
+void Terminal::signal(int number) const
+{
+    check(kill(child_, number) == 0, "kill");
+}
+
 bool Terminal::read_more()
 {
     pollfd waiting{master_, POLLIN, 0};

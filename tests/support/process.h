@@ -67,6 +67,8 @@ public:
     /// @throws std::runtime_error when the program ends, or stays silent, before
     void expect(std::string_view text);
     void type(std::string_view keys);
+    /// Sends the program a signal.
+    void signal(int number) const;
     /// Reads to the end of the program. @return its exit status, or 128 and the signal
     int finish();
     /// All that was shown.

@@ -4,7 +4,9 @@
 // KVN_TEST_JOURNAL  the file
 // KVN_TEST_FAIL     "function code": that function fails with the code; "*" is every function
 // KVN_TEST_HOLD     a named pipe that the 400th piece of data waits for, until somebody has opened it for
-// writing KVN_TEST_STATUS   the module's verdict on a load, if not 5
+//                   writing and closed it
+// KVN_TEST_HOLD_REPLY  the same for the reply to a load
+// KVN_TEST_STATUS   the module's verdict on a load, if not 5
 #include "mwapi.h"
 
 #include <algorithm>
@@ -27,6 +29,12 @@ std::string variable(const char* name)
 {
     const char* value = std::getenv(name);
     return value == nullptr ? "" : value;
+}
+
+/// Opening waits for the other side, reading until it has closed the pipe.
+void wait_for(const std::string& pipe)
+{
+    std::ifstream{pipe}.get();
 }
 
 std::uint32_t planned_result(const std::string& function)
@@ -176,7 +184,7 @@ std::uint32_t MwKSBSendMessageDataEx(MW_HANDLE* handle, const void* data, std::u
 {
     static int pieces = 0;
     if (const std::string pipe = variable("KVN_TEST_HOLD"); ++pieces == 400 && !pipe.empty())
-        std::ifstream{pipe}; // opening waits for the other side
+        wait_for(pipe);
     return called("MwKSBSendMessageDataEx", name_of(handle), bytes(data, length), timeout);
 }
 
@@ -187,6 +195,8 @@ std::uint32_t MwKSBEndOfSendMessageEx(MW_HANDLE* handle, std::uint32_t timeout)
 
 std::uint32_t MwKSBStartReceiveMessageEx(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout)
 {
+    if (const std::string pipe = variable("KVN_TEST_HOLD_REPLY"); !pipe.empty())
+        wait_for(pipe);
     return called("MwKSBStartReceiveMessageEx", name_of(handle), *type, timeout);
 }
 

@@ -55,7 +55,7 @@ TEST_F(UtilityHelp, OtherArgumentsThatLookAlikeGoToTheLibrary)
     };
     for (const auto& [argument, error] : arguments) {
         const Outcome outcome = run(kvn_fpga({argument}));
-        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.status, 2);
         EXPECT_EQ(outcome.errors, error);
         EXPECT_EQ(outcome.output, "");
     }
@@ -63,7 +63,11 @@ TEST_F(UtilityHelp, OtherArgumentsThatLookAlikeGoToTheLibrary)
 
 TEST_F(UtilityHelp, ReportsWhenItCouldNotBeWritten)
 {
-    EXPECT_EQ(run(kvn_fpga({"--version"}), "", Output::full).status, 1);
-    EXPECT_EQ(run(kvn_fpga({"--help"}), "", Output::without_reader).status, 1);
+    const Outcome full = run(kvn_fpga({"--version"}), "", Output::full);
+    EXPECT_EQ(full.status, 3);
+    EXPECT_EQ(full.errors, "KVN_FPGA: cannot write to standard output: No space left on device\n");
+    const Outcome unread = run(kvn_fpga({"--help"}), "", Output::without_reader);
+    EXPECT_EQ(unread.status, 3);
+    EXPECT_EQ(unread.errors, "KVN_FPGA: cannot write to standard output: Broken pipe\n");
 }
 } // namespace

@@ -28,7 +28,7 @@ TEST_F(UtilityProvider, WithoutAProviderTheErrorTellsWhatToSet)
     const std::string error =
         "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to the library with the Mw... functions, or to virtual: libmwapi.so: cannot open shared object file: No such file or directory).\n";
     EXPECT_EQ(load().errors, error);
-    EXPECT_EQ(load().status, 1);
+    EXPECT_EQ(load().status, 6);
     variables["KVN_MWAPI"] = "";
     EXPECT_EQ(load().errors, error) << "an empty variable counts as not set";
 }
@@ -58,10 +58,46 @@ TEST_F(UtilityProvider, ThatCannotBeLoadedIsReported)
 {
     variables["KVN_MWAPI"] = "./nothing.so";
     const Outcome outcome = load();
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 6);
     EXPECT_EQ(
         outcome.errors,
         "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to another library with the Mw... functions: ./nothing.so: cannot open shared object file: No such file or directory).\n");
+}
+
+TEST_F(UtilityProvider, ThatReachesNoHardwareIsAnnouncedUnderAnyName)
+{
+    const std::string simulated = ": the boards are simulated, no hardware is reached.\n";
+    RbtFile{8}.device("2v3000fg676").write(path("design.rbt"));
+    const auto announced = [&](const std::string& library) {
+        variables["KVN_MWAPI"] = library;
+        const std::string errors = run(kvn_fpga({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"})).errors;
+        return errors.substr(0, errors.find('\n') + 1);
+    };
+    EXPECT_EQ(announced(MWVIRTUAL_LIBRARY), "KVN_FPGA: KVN_MWAPI is " MWVIRTUAL_LIBRARY + simulated);
+
+    link_library(MWVIRTUAL_LIBRARY, "libmwapi.so");
+    variables["LD_LIBRARY_PATH"] = folder;
+    EXPECT_EQ(announced(""), "KVN_FPGA: libmwapi.so" + simulated);
+
+    variables["MWTRACE_PROVIDER"] = "virtual";
+    variables["MWTRACE_FILE"] = path("trace");
+    EXPECT_EQ(announced(MWTRACE_LIBRARY), "KVN_FPGA: KVN_MWAPI is " MWTRACE_LIBRARY + simulated);
+
+    variables["MWREPLAY_FILE"] = path("trace");
+    EXPECT_EQ(announced(MWREPLAY_LIBRARY),
+              "KVN_FPGA: KVN_MWAPI is " MWREPLAY_LIBRARY ": a recording answers, no hardware is reached.\n");
+    variables["MWTRACE_PROVIDER"] = MWREPLAY_LIBRARY;
+    variables["MWTRACE_FILE"] = path("again");
+    EXPECT_EQ(announced(MWTRACE_LIBRARY),
+              "KVN_FPGA: KVN_MWAPI is " MWTRACE_LIBRARY ": a recording answers, no hardware is reached.\n");
+}
+
+TEST_F(UtilityProvider, ThatReachesHardwareIsNotAnnouncedWhenRecorded)
+{
+    variables["KVN_MWAPI"] = MWTRACE_LIBRARY;
+    variables["MWTRACE_PROVIDER"] = TEST_PROVIDER;
+    variables["MWTRACE_FILE"] = path("trace");
+    EXPECT_EQ(load().errors, "");
 }
 
 TEST_F(UtilityProvider, ThatLacksAFunctionIsReportedWithTheFunction)
@@ -69,7 +105,7 @@ TEST_F(UtilityProvider, ThatLacksAFunctionIsReportedWithTheFunction)
     link_library(LACKING_PROVIDER, "lacking.so");
     variables["KVN_MWAPI"] = "./lacking.so";
     const Outcome outcome = load();
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 6);
     EXPECT_EQ(
         outcome.errors,
         "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to another library with the Mw... functions: ./lacking.so has no function MwKSBEndOfReceiveMessageEx).\n");

@@ -12,23 +12,36 @@ protected:
     UtilityRun() { use_test_provider(); }
 };
 
-TEST_F(UtilityRun, PrintsTheLastErrorAndExitsWith1)
+TEST_F(UtilityRun, PrintsTheLastErrorAndExitsByItsClass)
 {
     write_rbt("design.rbt");
-    const std::pair<std::vector<std::string>, std::string> failures[] = {
-        {{"-x"}, "Error 9002. Unknown option -x."},
-        {{"-s5"}, "Error 9000. Slot 5 is not a valid slot (must be 1,2,3 or 4)."},
-        {{"a.con", "b.con"}, "Error 9003. A con file was defined twice or more."},
-        {{"-u"}, "Error 9052. No RBT, MCB, or BIT file specified (-f option)."},
-        {{"-u", "-fnone"}, "Error 9041. Cannot find/open none.[rbt/mcb/bit] file."},
-        {{"-u", "-fdesign"}, "Error 9074. Please define MWAPIKSB and MWAPIJTAG, or select a board type."},
+    RbtFile{8}.device("2v80cs144").write(path("other.rbt"));
+    write("cut.rbt", content("design.rbt").substr(0, content("design.rbt").size() - 10));
+    const struct {
+        std::vector<std::string> arguments;
+        std::string error;
+        int status;
+    } failures[] = {
+        {{"-x"}, "Error 9002. Unknown option -x.", 2},
+        {{"-s5"}, "Error 9000. Slot 5 is not a valid slot (must be 1,2,3 or 4).", 2},
+        {{"a.con", "b.con"}, "Error 9003. A con file was defined twice or more.", 2},
+        {{"-u"}, "Error 9052. No RBT, MCB, or BIT file specified (-f option).", 2},
+        {{"-u", "-fnone"}, "Error 9041. Cannot find/open none.[rbt/mcb/bit] file.", 3},
+        {{"-u", "-fdesign"}, "Error 9074. Please define MWAPIKSB and MWAPIJTAG, or select a board type.", 2},
+        {{"-u", "-fcut", "-dmwc4a", "-b0", "-s2"},
+         "Error 9107. Incorrect line length (23), bit_count = 224, in RBT file cut.rbt.",
+         4},
+        {{"-u", "-fother", "-dmwc4a", "-b0", "-s2"},
+         "Error 9103. Bitstream other.rbt is not for a 2v40cs144-4 device.",
+         5},
         {{"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"},
-         "Error 9220. There is no module in slot 1 of board mwc4a 0."},
-        {{"none"}, "Error 9020. Failed to find/open file \"none.con\"."},
+         "Error 9220. There is no module in slot 1 of board mwc4a 0.",
+         6},
+        {{"none"}, "Error 9020. Failed to find/open file \"none.con\".", 3},
     };
-    for (const auto& [arguments, error] : failures) {
+    for (const auto& [arguments, error, status] : failures) {
         const Outcome outcome = run(kvn_fpga(arguments));
-        EXPECT_EQ(outcome.status, 1) << error;
+        EXPECT_EQ(outcome.status, status) << error;
         EXPECT_EQ(outcome.errors, error + "\n");
     }
 }
@@ -74,12 +87,12 @@ TEST_F(UtilityRun, ShowsThePlatformsWords)
               "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (code 0x80000001).\n");
 }
 
-TEST_F(UtilityRun, ExitsWith1WhenTheModuleRefuses)
+TEST_F(UtilityRun, ExitsWith8WhenTheModuleRefuses)
 {
     write_rbt("design.rbt");
     variables["KVN_TEST_STATUS"] = "7";
     const Outcome outcome = run(kvn_fpga({"-u", "-fdesign", "-dmwc4a", "-b3", "-s2"}));
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 8);
     EXPECT_EQ(outcome.errors, "Error 9118. Configuration was unsuccessful (7).\n");
 }
 
@@ -148,7 +161,7 @@ TEST_F(UtilityRun, EndsWhenEveryModuleIsDeclined)
     terminal.expect("Is this the module you want to load (y/n)? \n");
     terminal.type("n\n");
     terminal.expect("Error 9096. No KAVRIN-FPGA or KAVRIN-IO modules were configured.\n");
-    EXPECT_EQ(terminal.finish(), 1);
+    EXPECT_EQ(terminal.finish(), 6);
 }
 
 TEST_F(UtilityRun, ShowsProgressOnATerminalWhileItLoads)

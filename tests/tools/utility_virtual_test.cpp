@@ -84,7 +84,7 @@ TEST_F(UtilityVirtual, RefusesTheBitstreamOfAnotherDevice)
 {
     make_bitstream("v50pq240-5", "design.rbt");
     const Outcome outcome = run(kvn_fpga({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}));
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 5);
     EXPECT_EQ(outcome.errors,
               simulated + "Error 9103. Bitstream design.rbt is not for a 2v40cs144-4 device.\n");
 }
@@ -95,7 +95,7 @@ TEST_F(UtilityVirtual, ReportsADamagedBitstream)
         run({KVN_BITGEN_PROGRAM, {"2v40cs144-4", "-o", "design.rbt", "--defect", "crc"}, folder, {}}).status,
         0);
     const Outcome outcome = run(kvn_fpga({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}));
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 8);
     EXPECT_EQ(outcome.errors, simulated + "Error 9118. Configuration was unsuccessful (2).\n");
 }
 
@@ -134,7 +134,7 @@ TEST_F(UtilityVirtual, ReportsAMistakeInTheRackByTheOrdinaryConvention)
     make_bitstream("2v40cs144-4", "design.rbt");
     write_whole_file(path("rack.toml"), "[[board]]\ntype = 4\n");
     const Outcome outcome = run(kvn_fpga({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}));
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 6);
     EXPECT_THAT(outcome.errors,
                 testing::HasSubstr("Error 9201. Cannot open KSB device on board \"mwc4a 0\" ("));
     EXPECT_THAT(outcome.errors, testing::HasSubstr("rack.toml:2: "));

@@ -52,12 +52,12 @@ const std::vector<Scenario>& runs()
         {"McbCompressed", {"-u", "-v", "-fnew.mcb", "-dmwc4a", "-b0", "-s1"}},
         {"McbPlain", {"-u", "-v", "-fold.mcb", "-dmwc4a", "-b0", "-s2"}},
         {"SearchWithQuestions", {"-v", "-fold.rbt", "-dmwc4a", "-b0"}, "n\ny\n\n\n"},
-        {"SearchRefused", {"-v", "-fold.rbt", "-dmwc4a", "-b0"}, "n\nn\n", 1},
+        {"SearchRefused", {"-v", "-fold.rbt", "-dmwc4a", "-b0"}, "n\nn\n", 6},
         {"DescriptionFile", {"rack.con"}},
-        {"AnotherDevice", {"-u", "-fold.rbt", "-dmwc4a", "-b0", "-s1"}, "", 1},
-        {"DamagedBitstream", {"-u", "-fbad.rbt", "-dmwc4a", "-b0", "-s1"}, "", 1},
-        {"EmptySlot", {"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s4"}, "", 1},
-        {"NoSuchBoard", {"-u", "-fnew.rbt", "-dmwc4a", "-b7", "-s1"}, "", 1},
+        {"AnotherDevice", {"-u", "-fold.rbt", "-dmwc4a", "-b0", "-s1"}, "", 5},
+        {"DamagedBitstream", {"-u", "-fbad.rbt", "-dmwc4a", "-b0", "-s1"}, "", 8},
+        {"EmptySlot", {"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s4"}, "", 6},
+        {"NoSuchBoard", {"-u", "-fnew.rbt", "-dmwc4a", "-b7", "-s1"}, "", 6},
     };
     return all;
 }
@@ -129,6 +129,11 @@ const std::string REPLAYING = "KVN_FPGA: KVN_MWAPI is replay: a recording answer
 const std::string SIMULATING =
     "KVN_FPGA: KVN_MWAPI is virtual: the boards are simulated, no hardware is reached.\n";
 
+std::string announcing(const std::string& library, const std::string& what)
+{
+    return "KVN_FPGA: KVN_MWAPI is " + library + ": " + what + ", no hardware is reached.\n";
+}
+
 TEST_F(RecordedRuns, GiveTheSameConsoleResultAndCallsWhenReplayed)
 {
     for (const Scenario& each : runs()) {
@@ -167,8 +172,24 @@ TEST_F(RecordedRuns, AreTheSameByTheForwardingProvider)
                                           each.answers);
         EXPECT_EQ(forwarded.status, own.status);
         EXPECT_EQ(forwarded.output, own.output);
-        EXPECT_EQ(forwarded.errors, without_first_line(own.errors));
+        EXPECT_EQ(forwarded.errors,
+                  announcing(MWTRACE_LIBRARY, "the boards are simulated") + without_first_line(own.errors));
         EXPECT_EQ(calls("forwarded"), calls("trace"));
+    }
+}
+
+TEST_F(RecordedRuns, ComeFromLibrariesThatExportTheFunctionsAndTheirAnnouncementAlone)
+{
+    for (const char* library : {MWTRACE_LIBRARY, MWREPLAY_LIBRARY}) {
+        std::istringstream symbols{run({"nm", {"-D", "--defined-only", library}}).output};
+        unsigned functions = 0;
+        bool announces = false;
+        for (std::string text; std::getline(symbols, text); ++functions) {
+            EXPECT_NE(text.find(" T Mw"), std::string::npos) << text;
+            announces = announces || text.ends_with(" T MwProviderAnnouncement");
+        }
+        EXPECT_EQ(functions, 17U) << library;
+        EXPECT_TRUE(announces) << library;
     }
 }
 
@@ -214,14 +235,14 @@ TEST_F(RecordedRuns, FailAtTheFirstCallThatDeparts)
     ASSERT_EQ(record({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"}).status, 0);
 
     const Outcome other_mode = replay({"-u", "-fnew.bit", "-dmwc4a", "-b0", "-s1"});
-    EXPECT_EQ(other_mode.status, 1);
+    EXPECT_EQ(other_mode.status, 7);
     EXPECT_EQ(
         other_mode.errors,
         REPLAYING +
             "Error 9351. Cannot send KSB message data, slot 0x1 (via 'mwc4a 0') (call 10 departs from the recording: expected line 11, MwKSBSendMessageDataEx(data 03 05, handle 1, length 2, timeout 5000); made MwKSBSendMessageDataEx(data 0D 05, handle 1, length 2, timeout 5000)).\n");
 
     const Outcome other_board = replay({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b1", "-s1"});
-    EXPECT_EQ(other_board.status, 1);
+    EXPECT_EQ(other_board.status, 6);
     EXPECT_EQ(
         other_board.errors,
         REPLAYING +
@@ -265,8 +286,9 @@ TEST_F(RecordedRuns, TracesThatCannotBeUsedAreTold)
                                             path("trace") + ": No such file or directory).\n");
     EXPECT_EQ(
         utility(arguments, {{"KVN_MWAPI", MWREPLAY_LIBRARY}}).errors,
-        "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (MWREPLAY_FILE (not set): No such file "
-        "or directory).\n");
+        announcing(MWREPLAY_LIBRARY, "a recording answers") +
+            "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (MWREPLAY_FILE (not set): No such file "
+            "or directory).\n");
 }
 
 TEST_F(RecordedRuns, ARecordingThatWasCutReplaysAsFarAsItGoes)
@@ -276,7 +298,7 @@ TEST_F(RecordedRuns, ARecordingThatWasCutReplaysAsFarAsItGoes)
     const std::string whole = content("trace");
     write("trace", whole.substr(0, whole.find("MwKSBEndOfSendMessageEx")));
     const Outcome outcome = replay(arguments);
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.errors, testing::HasSubstr("expected nothing more (the recording is cut off); made "
                                                    "MwKSBEndOfSendMessageEx(handle 1, timeout 5000)"));
 }
@@ -332,6 +354,7 @@ TEST_F(RecordedRuns, WithoutAFileTheCallsAreForwardedUnrecorded)
     const Outcome outcome = utility({"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"},
                                     {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "virtual"}});
     EXPECT_EQ(outcome.status, 0);
-    EXPECT_EQ(outcome.errors, "mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n");
+    EXPECT_EQ(outcome.errors, "mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n" +
+                                  announcing(MWTRACE_LIBRARY, "the boards are simulated"));
 }
 } // namespace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writes example bitstream files for a named device, well-formed or with a chosen defect.
 #include "bitstream_files.h"
+#include "catalogue.h"
 #include "devices.h"
 #include "stream.h"
 
@@ -10,10 +11,13 @@
 #include <exception>
 #include <iostream>
 #include <map>
+#include <stdexcept>
 #include <string>
+#include <string_view>
 
 namespace
 {
+using kvn::ExitStatus;
 
 struct Request {
     std::string device;
@@ -91,6 +95,10 @@ void list_devices()
                   << '\n';
 }
 
+/// A command line that has been refused and explained.
+struct WrongUsage {
+};
+
 /// Assigns --defect to the data or to the file around it.
 void choose_defect(Request& request, const std::string& name)
 {
@@ -111,7 +119,7 @@ std::vector<std::string> defect_names()
     return names;
 }
 
-int run(int argc, char** argv)
+void run(int argc, char** argv)
 {
     Request request;
     std::string defect;
@@ -132,18 +140,29 @@ int run(int argc, char** argv)
     app.add_flag("--frame-lines", request.frame_lines,
                  "RBT of Spartan and Spartan-XL: a line for each frame, as the maker's tools write them");
     app.add_flag("--list", list, "Print every device with its family and stream size in bits");
-    CLI11_PARSE(app, argc, argv);
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        if (app.exit(error) != 0)
+            throw WrongUsage{};
+        return;
+    }
 
     if (list) {
         list_devices();
-        return 0;
+        return;
     }
     if (request.device.empty() || request.output.empty())
         throw std::invalid_argument("a device and --output are needed (see --help)");
     if (!defect.empty())
         choose_defect(request, defect);
     write(request);
-    return 0;
+}
+
+int report(ExitStatus status, std::string_view problem)
+{
+    std::cerr << "kvn_bitgen: " << problem << '\n';
+    return static_cast<int>(status);
 }
 
 } // namespace
@@ -151,9 +170,17 @@ int run(int argc, char** argv)
 int main(int argc, char** argv)
 {
     try {
-        return run(argc, argv);
+        run(argc, argv);
+        if (!std::cout.flush())
+            return report(ExitStatus::file, "cannot write to standard output");
+        return static_cast<int>(ExitStatus::done);
+    } catch (const WrongUsage&) {
+        return static_cast<int>(ExitStatus::usage);
+    } catch (const std::invalid_argument& error) {
+        return report(ExitStatus::usage, error.what());
+    } catch (const std::runtime_error& error) {
+        return report(ExitStatus::file, error.what());
     } catch (const std::exception& error) {
-        std::cerr << "kvn_bitgen: " << error.what() << '\n';
-        return 1;
+        return report(ExitStatus::internal, error.what());
     }
 }

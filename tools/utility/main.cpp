@@ -1,25 +1,34 @@
 // SPDX-License-Identifier: Apache-2.0
 // The utility KVN_FPGA: the command line through to the library, its last error out.
+#include "catalogue.h"
+#include "console.h"
+#include "interruption.h"
 #include "kvn_fpga.h"
 
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
-#include <cstdio>
+#include <cstring>
 #include <exception>
+#include <span>
+#include <string>
 #include <string_view>
 
 namespace
 {
+using kvn::ExitStatus;
+
+using Arguments = std::span<char*>;
+
 enum class Request { run, help, version };
 
 /// What the utility answers itself. The library refuses these arguments wherever they stand, so taking them
 /// anywhere changes no command line that it would accept.
-Request find_request(int argc, char** argv)
+Request find_request(Arguments arguments)
 {
-    for (int i = 1; i < argc; ++i) {
-        const std::string_view argument{argv[i]};
+    for (const std::string_view argument : arguments) {
         if (argument == "-h" || argument == "--help" || argument == "-?")
             return Request::help;
         if (argument == "--version")
@@ -28,17 +37,37 @@ Request find_request(int argc, char** argv)
     return Request::run;
 }
 
+/// Whether the library will convert a file; a description file always loads.
+bool asks_for_conversion(Arguments arguments)
+{
+    bool converts = false;
+    for (const std::string_view argument : arguments) {
+        if (!argument.starts_with('-'))
+            return false;
+        converts = converts || argument == "-c" || argument == "-C" || argument == "-r" || argument == "-R";
+    }
+    return converts;
+}
+
 /// Gives the standard streams their places. Without it a program started with a closed standard output would
 /// find its next open file there, and print into it.
 void open_missing_streams()
 {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
         if (fcntl(descriptor, F_GETFD) == -1 && open("/dev/null", O_RDWR) != descriptor)
-            _exit(1);
+            _exit(static_cast<int>(ExitStatus::internal));
 }
 
-int show(kvn_fpga& fpga, Request request)
+ExitStatus output_failure(int problem)
 {
+    utility::console().tell(std::string{"KVN_FPGA: cannot write to standard output: "} +
+                            std::strerror(problem)); // NOLINT(concurrency-mt-unsafe): the only thread
+    return ExitStatus::file;
+}
+
+ExitStatus show(kvn_fpga& fpga, Request request)
+{
+    utility::Output& output = utility::console().output();
     if (request == Request::help) {
         fpga.kvn_fpga_help();
     } else {
@@ -46,19 +75,40 @@ int show(kvn_fpga& fpga, Request request)
         int minor = 0;
         char* text = nullptr;
         fpga.kvn_fpga_version(&major, &minor, &text);
-        std::printf("KVN_FPGA %s\n", text);
+        output.print(std::string{"KVN_FPGA "} + text + "\n");
     }
-    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;
+    output.flush();
+    return output.problem() == 0 ? ExitStatus::done : output_failure(output.problem());
 }
 
-int run(kvn_fpga& fpga, int argc, char** argv)
+ExitStatus run(kvn_fpga& fpga, int argc, char** argv)
 {
     const int error = fpga.kvn_fpga_main(argc, argv);
-    (void)std::fflush(stdout); // what was printed before the error is also seen before it
-    if (error == 0)
-        return 0;
-    (void)std::fprintf(stderr, "%s\n", fpga.kvn_fpga_getlasterr());
-    return 1;
+    if (error != 0) {
+        utility::console().tell(fpga.kvn_fpga_getlasterr());
+        return kvn::exit_status_of(error);
+    }
+    utility::Output& output = utility::console().output();
+    output.flush();
+    // Choice: a reader that has gone has read enough (docs/decisions/0043-exit-statuses.md).
+    const int problem = output.problem();
+    return problem == 0 || problem == EPIPE ? ExitStatus::done : output_failure(problem);
+}
+
+ExitStatus obey(int argc, char** argv)
+{
+    try {
+        const Arguments arguments{argv + (argc > 0 ? 1 : 0), argv + argc};
+        kvn_fpga fpga;
+        fpga.kvn_fpga_set_userprint([](char* text) { utility::console().output().print(text); });
+        if (const Request request = find_request(arguments); request != Request::run)
+            return show(fpga, request);
+        utility::tell_interruptions(asks_for_conversion(arguments));
+        return run(fpga, argc, argv);
+    } catch (const std::exception& error) {
+        utility::console().tell(std::string{"KVN_FPGA: "} + error.what());
+        return ExitStatus::internal;
+    }
 }
 } // namespace
 
@@ -67,12 +117,5 @@ int main(int argc, char** argv)
     open_missing_streams();
     // A reader of our output that goes away must not cut off a module in the middle of its load.
     (void)std::signal(SIGPIPE, SIG_IGN);
-    try {
-        kvn_fpga fpga;
-        const Request request = find_request(argc, argv);
-        return request == Request::run ? run(fpga, argc, argv) : show(fpga, request);
-    } catch (const std::exception& error) {
-        (void)std::fprintf(stderr, "KVN_FPGA: %s\n", error.what());
-        return 1;
-    }
+    return static_cast<int>(obey(argc, argv));
 }

@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // The utility's platform: the provider that the environment variable KVN_MWAPI names, loaded when the first
 // function is called. A conversion calls none and needs none.
+#include "console.h"
+#include "interruption.h"
 #include "kvn_fpga.h"
 #include "mwapi_forward.h"
 #include "provider/provider.h"
+#include "provider/watched_platform.h"
 
-#include <cstdio>
 #include <cstdlib>
 
 namespace
@@ -34,6 +36,15 @@ const void* in_library()
     return text;
 }
 
+/// How a user knows the provider: by the value of KVN_MWAPI, without a recording's name.
+std::string short_name(const std::string& name)
+{
+    if (name.empty())
+        return mwapi::USUAL_PROVIDER;
+    const bool replays = name.starts_with(mwapi::REPLAY_PREFIX);
+    return "KVN_MWAPI is " + (replays ? name.substr(0, mwapi::REPLAY_PREFIX.size() - 1) : name);
+}
+
 std::unique_ptr<mwapi::Platform> choose_platform()
 {
     // Choice: a variable that is empty counts as not set.
@@ -42,10 +53,8 @@ std::unique_ptr<mwapi::Platform> choose_platform()
     try {
         auto platform = mwapi::open_provider(name, in_library());
         if (const std::string_view words = platform->announcement(); !words.empty())
-            (void)std::fprintf(stderr, "KVN_FPGA: KVN_MWAPI is %s: %.*s\n",
-                               name.substr(0, name.find(':')).c_str(), static_cast<int>(words.size()),
-                               words.data());
-        return platform;
+            utility::console().tell("KVN_FPGA: " + short_name(name) + ": " + std::string{words});
+        return std::make_unique<mwapi::WatchedPlatform>(std::move(platform), utility::load_watch());
     } catch (const mwapi::ProviderError& error) {
         return std::make_unique<mwapi::MissingPlatform>(NO_PROVIDER, advice(name) + ": " + error.what());
     }

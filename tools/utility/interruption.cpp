@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the utility says when a signal stops it.
+#include "interruption.h"
+
+#include "catalogue.h"
+#include "console.h"
+
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+
+namespace utility
+{
+namespace
+{
+
+constexpr std::array SIGNALS{SIGINT, SIGTERM, SIGHUP};
+
+// Found by the handler without a call that might allocate.
+mwapi::LoadWatch watch;
+Console* told_on = nullptr;
+bool is_conversion = false;
+
+std::string_view name_of_signal(int signal)
+{
+    return signal == SIGINT ? "SIGINT" : signal == SIGTERM ? "SIGTERM" : "SIGHUP";
+}
+
+/// A line of limited length that needs no memory: a handler may build it.
+class Line
+{
+public:
+    Line& operator<<(std::string_view text)
+    {
+        size_ += text.copy(text_.data() + size_, text_.size() - size_);
+        return *this;
+    }
+    Line& decimal(unsigned number)
+    {
+        if (number >= 10)
+            decimal(number / 10);
+        return digit(number % 10);
+    }
+    /// As the library shows slot addresses.
+    Line& hexadecimal(unsigned number)
+    {
+        if (number >= 16)
+            hexadecimal(number / 16);
+        return digit(number % 16);
+    }
+    [[nodiscard]] std::string_view text() const { return {text_.data(), size_}; }
+
+private:
+    Line& digit(unsigned value) { return *this << std::string_view{"0123456789abcdef"}.substr(value, 1); }
+
+    std::array<char, 256> text_;
+    std::size_t size_ = 0;
+};
+
+struct Situation {
+    std::string_view activity;
+    bool names_module;
+    kvn::ModuleState state;
+    std::string_view meaning;
+};
+
+Situation situation_of(mwapi::LoadPhase phase)
+{
+    using enum mwapi::LoadPhase;
+    switch (phase) {
+    case sending:
+        return {"while loading", true, kvn::ModuleState::interrupted,
+                "it has part of the data and does not run"};
+    case sent:
+        return {"while waiting for the verdict of", true, kvn::ModuleState::unknown,
+                "it has all data, and its verdict is not known"};
+    case accepted:
+        return {"after loading", true, kvn::ModuleState::configured, "its FPGA runs"};
+    case refused:
+        return {"after loading", true, kvn::ModuleState::refused, "it has all data and does not run"};
+    default:
+        return {is_conversion ? "during a conversion, whose output is incomplete"
+                              : "before the load of a module",
+                false, kvn::ModuleState::untouched, "nothing of a load has reached a module"};
+    }
+}
+
+void describe(Line& line, int signal)
+{
+    const mwapi::LoadPhase phase = watch.phase;
+    const Situation now = situation_of(phase);
+    line << "KVN_FPGA: stopped by " << name_of_signal(signal) << " " << now.activity;
+    if (now.names_module)
+        (line << " the module in slot 0x").hexadecimal(watch.slot_address);
+    line << ": " << kvn::name_of(now.state) << ", " << now.meaning;
+    const unsigned before = watch.accepted - (phase == mwapi::LoadPhase::accepted ? 1 : 0);
+    if (before > 0)
+        (line << "; ").decimal(before) << (before == 1 ? " module" : " modules") << " configured before";
+    line << "\n";
+}
+
+/// Only async-signal-safe calls. A second signal kills at once, should a write wait for a reader.
+void stop(int signal)
+{
+    for (const int each : SIGNALS)
+        (void)std::signal(each, SIG_DFL);
+    told_on->output().rescue();
+    Line line;
+    line << told_on->line_break_at(signal);
+    describe(line, signal);
+    if (is_writable(STDERR_FILENO))
+        (void)!write(STDERR_FILENO, line.text().data(), line.text().size());
+    (void)raise(signal);
+}
+
+} // namespace
+
+mwapi::LoadWatch& load_watch()
+{
+    return watch;
+}
+
+void tell_interruptions(bool converts)
+{
+    told_on = &console();
+    is_conversion = converts;
+    for (const int signal : SIGNALS) {
+        struct sigaction action {
+        };
+        if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
+            continue;
+        action.sa_handler = &stop;
+        action.sa_flags = SA_RESTART | SA_NODEFER;
+        sigemptyset(&action.sa_mask);
+        (void)sigaction(signal, &action, nullptr);
+    }
+}
+
+} // namespace utility
