@@ -3,7 +3,7 @@
 //
 // Choice: our own values, read by the events of a JSON library's parser; that library's own values allocate
 // in their destructors, which ends the process when memory has run out
-// (docs/decisions/0041-values-of-traces.md).
+// (docs/decisions/0025-values-of-traces.md).
 #ifndef MWTRACE_JSON_H
 #define MWTRACE_JSON_H
 

@@ -344,7 +344,7 @@ std::uint32_t Rack::end_message(OpenDevice& device, const Place& place)
 }
 
 /// Writes the configuration bytes of a load that has ended, if they are to be kept.
-// Choice: only the user names the folder, and a failure ends the call (docs/decisions/0040-kept-files.md).
+// Choice: only the user names the folder, and a failure ends the call (docs/decisions/0024-kept-files.md).
 std::uint32_t Rack::keep_file(const ModuleModel& module)
 {
     const std::string name = module.kept_as();

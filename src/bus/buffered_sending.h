@@ -18,7 +18,7 @@ struct SendResult {
 };
 
 /// Sends whole pieces; the buffer must be empty.
-/// Choice: from where they are (docs/decisions/0031-pieces-from-where-they-are.md).
+/// Choice: from where they are (docs/decisions/0022-pieces-from-where-they-are.md).
 inline SendResult send_pieces(MW_HANDLE* handle, const std::uint8_t* data, std::size_t length)
 {
     // Keep loop overhead low: a load makes one call for each 8 bytes.

@@ -19,7 +19,7 @@ bool name_one_file(const char* a, const char* b) noexcept
 }
 } // namespace
 
-// Choice: a conversion does not write into its input (docs/decisions/0030-output-that-is-the-input.md).
+// Choice: a conversion does not write into its input (docs/decisions/0021-output-that-is-the-input.md).
 File open_output(const OutputName& name, const char* input, const char* mode)
 {
     return File{name_one_file(name.text, input) ? nullptr : std::fopen(name.text, mode)};

@@ -43,7 +43,7 @@ public:
 
     // Each step returns 0 or the number of its error. After a failure the message stays open and nothing
     // further is sent.
-    // Choice: the loader closes its file after a failed step (docs/decisions/0032-files-of-failed-loads.md).
+    // Choice: the loader closes its file after a failed step (docs/decisions/0023-files-of-failed-loads.md).
 
     /// Waits for the user if questions are allowed, starts the message and sends the load header.
     int start();

@@ -90,7 +90,7 @@ ExitStatus run(kvn_fpga& fpga, int argc, char** argv)
     }
     utility::Output& output = utility::console().output();
     output.flush();
-    // Choice: a reader that has gone has read enough (docs/decisions/0043-exit-statuses.md).
+    // Choice: a reader that has gone has read enough (docs/decisions/0030-exit-statuses.md).
     const int problem = output.problem();
     return problem == 0 || problem == EPIPE ? ExitStatus::done : output_failure(problem);
 }

@@ -26,7 +26,7 @@ void Output::print(std::string_view text)
     asked_ = false;
     if (is_terminal_) {
         // Choice: only a leading carriage return is the library's
-        // (docs/decisions/0042-control-characters.md).
+        // (docs/decisions/0029-control-characters.md).
         if (text.front() == '\r') {
             gather("\r");
             text.remove_prefix(1);
@@ -36,7 +36,7 @@ void Output::print(std::string_view text)
         return;
     }
     gather(text);
-    // Choice: docs/decisions/0041-what-is-written-when.md
+    // Choice: docs/decisions/0028-what-is-written-when.md
     if (text.find('\n') != std::string_view::npos || now_() - written_at_ >= PROGRESS_INTERVAL)
         flush();
 }
