@@ -120,7 +120,7 @@ TEST_F(BitHeaderReader, Error9323LooksAtTheFirstEightMagicBytes)
         BitFile file;
         file.magic[place] ^= 1;
         EXPECT_EQ(read(file.content()),
-                  Fails(9323, "Error 9323. Header of file design.bit indicates it is not a BIT file."));
+                  Fails("Error 9323. Header of file design.bit indicates it is not a BIT file."));
     }
 }
 
@@ -138,7 +138,7 @@ TEST_F(BitHeaderReader, Error9336WhenTheDeviceDiffers)
     for (const std::string name : {"2v1000fg676-4", "2V3000fg676-4", "2v3000fg6767-4", "2v3000fg676x"}) {
         std::strcpy(session.device_name, name.c_str());
         EXPECT_EQ(read(BitFile{}.content()),
-                  Fails(9336, "Error 9336. Bitstream design.bit is not for a " + name + " device."));
+                  Fails("Error 9336. Bitstream design.bit is not for a " + name + " device."));
         expect_nothing_kept();
     }
 }
@@ -150,8 +150,7 @@ TEST_F(BitHeaderReader, Error9336BecauseAnEmptyDeviceSuitsOnlyAModuleWithoutANam
     EXPECT_EQ(read(file.content()), Succeeds());
     kvn_fpga_imp::free_header(&header);
     std::strcpy(session.device_name, "2v3000");
-    EXPECT_EQ(read(file.content()),
-              Fails(9336, "Error 9336. Bitstream design.bit is not for a 2v3000 device."));
+    EXPECT_EQ(read(file.content()), Fails("Error 9336. Bitstream design.bit is not for a 2v3000 device."));
 }
 
 TEST_F(BitHeaderReader, NamesTheDeviceOfTheFileWhenVerbose)

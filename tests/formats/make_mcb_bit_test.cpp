@@ -114,21 +114,20 @@ TEST_F(MakeMcbBit, PassesOnTheHeadersError9338)
     BitFile file;
     file.c_key = 'x';
     EXPECT_EQ(convert(file),
-              Fails(9338, "Error 9338. Expected to find 'c' in header of BIT file design.bit, but found x."));
+              Fails("Error 9338. Expected to find 'c' in header of BIT file design.bit, but found x."));
     EXPECT_FALSE(file_exists("design.mcb"));
 }
 
 TEST_F(MakeMcbBit, Error9336WhenTheDeviceIsNotTheSessions)
 {
     std::strcpy(session.device_name, "2v1000-4");
-    EXPECT_EQ(convert(BitFile{}),
-              Fails(9336, "Error 9336. Bitstream design.bit is not for a 2v1000-4 device."));
+    EXPECT_EQ(convert(BitFile{}), Fails("Error 9336. Bitstream design.bit is not for a 2v1000-4 device."));
 }
 
 TEST_F(MakeMcbBit, Error9410WhenTheOutputCannotBeCreated)
 {
     std::filesystem::create_directory("design.mcb");
-    EXPECT_EQ(convert(BitFile{}), Fails(9410, "Error 9410. Cannot open/create MCB file design.mcb."));
+    EXPECT_EQ(convert(BitFile{}), Fails("Error 9410. Cannot open/create MCB file design.mcb."));
 }
 
 TEST_F(MakeMcbBit, Error9410WhenTheOutputIsTheInputUnderAnotherName)
@@ -137,7 +136,7 @@ TEST_F(MakeMcbBit, Error9410WhenTheOutputIsTheInputUnderAnotherName)
     for (const auto link : linked_as) {
         file.write();
         link("design.bit", "design.mcb");
-        EXPECT_EQ(convert(), Fails(9410, "Error 9410. Cannot open/create MCB file design.mcb."));
+        EXPECT_EQ(convert(), Fails("Error 9410. Cannot open/create MCB file design.mcb."));
         EXPECT_EQ(read_file("design.bit"), file.content()) << "the input is as it was";
         std::filesystem::remove("design.mcb");
     }
@@ -147,7 +146,7 @@ TEST_F(MakeMcbBit, Error9422OfANegativeNumberOfStatedBitsComesAfterOneWord)
 {
     BitFile file{bytes("01 02 03 04")};
     file.byte_count = 0x1FFFFFFF; // -8 bits
-    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
     EXPECT_EQ(prints().back(), R"(\r% Done: -400, stored 5 bytes representing -8 bits\n)");
 }
 
@@ -155,13 +154,12 @@ TEST_F(MakeMcbBit, ALengthThatIsNoMultipleOfFourIsError9416OrError9422)
 {
     for (const std::size_t size : {29U, 30U, 31U}) {
         const std::string bits = std::to_string(size * 8);
-        EXPECT_EQ(
-            convert(BitFile{size}),
-            Fails(9416, "Error 9416. Failed to read BIT file design.bit (after 224 bits read, expected " +
-                            bits + ")."));
+        EXPECT_EQ(convert(BitFile{size}),
+                  Fails("Error 9416. Failed to read BIT file design.bit (after 224 bits read, expected " +
+                        bits + ")."));
         BitFile file{size};
         file.tail = std::string(1024 + 3, 'x');
-        EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+        EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
     }
 }
 
@@ -171,8 +169,8 @@ TEST_F(MakeMcbBit, Error9416OfAFileThatIsCutShortLeavesTheFinishedRuns)
     const std::string content = file.content();
     const std::size_t data = file.header().size();
     for (std::size_t kept = 0; kept < 8; ++kept) {
-        const auto expected = Fails(9416, "Error 9416. Failed to read BIT file design.bit (after " +
-                                              std::to_string(kept / 4 * 32) + " bits read, expected 64).");
+        const auto expected = Fails("Error 9416. Failed to read BIT file design.bit (after " +
+                                    std::to_string(kept / 4 * 32) + " bits read, expected 64).");
         write_file("design.bit", content.substr(0, data + kept));
         EXPECT_EQ(convert(), expected) << kept;
         EXPECT_EQ(data_section(), kept < 4 ? Bytes{} : bytes("01 01 01 02 01 03"));
@@ -187,8 +185,8 @@ TEST_F(MakeMcbBit, Error9417WhenAWordIsShortWithoutAReason)
     const HiddenEnd hidden_end;
     for (std::size_t rest = 0; rest < 4; ++rest) {
         write_file("design.bit", file.content().substr(0, file.header().size() + 4 + rest));
-        EXPECT_EQ(convert(), Fails(9417, "Error 9417. Incorrect word length (" + std::to_string(rest) +
-                                             "), bit_count = 32, in BIT file design.bit."));
+        EXPECT_EQ(convert(), Fails("Error 9417. Incorrect word length (" + std::to_string(rest) +
+                                   "), bit_count = 32, in BIT file design.bit."));
     }
 }
 
@@ -203,7 +201,7 @@ TEST_F(MakeMcbBit, OnlyAWholeBlockBehindTheDataIsError9422)
     for (const std::size_t more : {1024U, 5000U}) {
         clear_log();
         file.tail = std::string(more, 'x');
-        EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+        EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
         EXPECT_EQ(prints().at(2).substr(0, 14), R"(\r% Done: 300,)") << "512 bits and 1024";
         EXPECT_EQ(data_section(), run_coded(sample_data(64))) << "the file is complete";
     }
@@ -217,10 +215,10 @@ TEST_F(MakeMcbBit, OfNoStatedBitsOneWordIsReadToError9416OrError9422WithoutProgr
 {
     BitFile file{Bytes(4, 0)};
     file.byte_count = 0;
-    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
     EXPECT_EQ(prints().back(), R"(\r% Done: 100, stored 2 bytes representing 0 bits\n)");
     EXPECT_EQ(convert(BitFile{0}),
-              Fails(9416, "Error 9416. Failed to read BIT file design.bit (after 0 bits read, expected 0)."));
+              Fails("Error 9416. Failed to read BIT file design.bit (after 0 bits read, expected 0)."));
 }
 
 TEST_F(MakeMcbBit, ACountBeyond32BitsEndsInError9422OfTheSizeCheck)
@@ -230,7 +228,7 @@ TEST_F(MakeMcbBit, ACountBeyond32BitsEndsInError9422OfTheSizeCheck)
     EXPECT_EQ(convert(file), Succeeds());
     EXPECT_EQ(mcb().substr(518, 4), "\x04\x00\x00\x20"s) << "the header's count as it is";
     file.byte_count = 0x10000000;
-    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
 }
 
 namespace
@@ -290,7 +288,7 @@ TEST_F(MakeMcbBit, Error9421WhenTheDiskIsFullAtTheEnd)
     BitFile{Bytes(4, 0)}.write();
     SmallOutputFile output{523};
     output.gathers = true;
-    EXPECT_EQ(convert(), Fails(9421, "Error 9421. Cannot write MCB file data to MCB file design.mcb."));
+    EXPECT_EQ(convert(), Fails("Error 9421. Cannot write MCB file data to MCB file design.mcb."));
     EXPECT_EQ(prints().back(), R"(\r% Done: 100, stored 2 bytes representing 32 bits\n)")
         << "found behind the last line";
 }
@@ -299,7 +297,7 @@ TEST_F(MakeMcbBit, Error9421WhenClosingFails)
 {
     BitFile{Bytes(4, 0)}.write();
     fail_close_at(1); // the output's
-    EXPECT_EQ(convert(), Fails(9421, "Error 9421. Cannot write MCB file data to MCB file design.mcb."));
+    EXPECT_EQ(convert(), Fails("Error 9421. Cannot write MCB file data to MCB file design.mcb."));
 }
 
 TEST_F(MakeMcbBit, Error9422KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
@@ -309,7 +307,7 @@ TEST_F(MakeMcbBit, Error9422KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
     file.write();
     SmallOutputFile output{523};
     output.gathers = true;
-    EXPECT_EQ(convert(), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(convert(), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
 }
 
 TEST_F(MakeMcbBit, AFullDeviceIsError9418OrError9421AndNeverSuccess)

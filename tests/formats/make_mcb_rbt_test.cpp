@@ -124,7 +124,7 @@ TEST_F(MakeMcbRbt, Error9256WhenTheStatedBitsDifferButTheFileIsComplete)
 {
     for (const long stated : {64L, 31L, 33L, 2147483647L}) {
         EXPECT_EQ(convert(one_line_of_zeros().stated_bits(stated)),
-                  Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+                  Fails("Error 9256. Incorrect number of bits in RBT file design.rbt."));
         EXPECT_EQ(data_section(), bytes("04 00"));
         EXPECT_EQ(mcb().size(), 524U);
     }
@@ -202,7 +202,7 @@ TEST_F(MakeMcbRbt, Error9256OfASingleStatedBitComesBehindProgress)
 TEST_F(MakeMcbRbt, Error9256OfNoStatedBitsComesWithoutProgress)
 {
     EXPECT_EQ(convert(RbtFile{Bytes(2500, 0)}.stated_bits(0)),
-              Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+              Fails("Error 9256. Incorrect number of bits in RBT file design.rbt."));
     EXPECT_EQ(prints(), (Lines{R"(\nGenerating an MCB file from design.rbt.\n)",
                                R"(Checking header section of file <design.rbt>.\n)",
                                R"(\r% Done: 100, stored 11 bytes representing 0 bits\n)"}));
@@ -211,7 +211,7 @@ TEST_F(MakeMcbRbt, Error9256OfNoStatedBitsComesWithoutProgress)
 TEST_F(MakeMcbRbt, Error9256OfANegativeNumberOfStatedBitsComesBehindNegativePercentages)
 {
     EXPECT_EQ(convert(RbtFile{Bytes(2500, 0)}.stated_bits(-60000)),
-              Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+              Fails("Error 9256. Incorrect number of bits in RBT file design.rbt."));
     EXPECT_EQ(prints(), (Lines{R"(\nGenerating an MCB file from design.rbt.\n)",
                                R"(Checking header section of file <design.rbt>.\n)", R"(\r% Done: -33)",
                                R"(\r% Done: -33, stored 11 bytes representing -60000 bits\n)"}));
@@ -252,8 +252,7 @@ TEST_F(MakeMcbRbt, AFileNameWithPercentSignsIsPrintedAsItIs)
 TEST_F(MakeMcbRbt, Error9242WhenTheOutputCannotBeCreated)
 {
     std::filesystem::create_directory("design.mcb");
-    EXPECT_EQ(convert(one_line_of_zeros()),
-              Fails(9242, "Error 9242. Cannot open/create MCB file design.mcb."));
+    EXPECT_EQ(convert(one_line_of_zeros()), Fails("Error 9242. Cannot open/create MCB file design.mcb."));
 }
 
 TEST_F(MakeMcbRbt, Error9242WhenTheOutputIsTheInputUnderAnotherName)
@@ -262,7 +261,7 @@ TEST_F(MakeMcbRbt, Error9242WhenTheOutputIsTheInputUnderAnotherName)
     for (const auto link : linked_as) {
         file.write();
         link("design.rbt", "design.mcb");
-        EXPECT_EQ(convert(), Fails(9242, "Error 9242. Cannot open/create MCB file design.mcb."));
+        EXPECT_EQ(convert(), Fails("Error 9242. Cannot open/create MCB file design.mcb."));
         EXPECT_EQ(read_file("design.rbt"), file.text()) << "the input is as it was";
         std::filesystem::remove("design.mcb");
     }
@@ -380,7 +379,7 @@ TEST_F(MakeMcbRbt, AReadErrorInTheDataEndsInError9256)
     const std::string text = RbtFile{bytes("01 02 03 04 05 06 07 08")}.text();
     session.Make_mcb_file_rbt(stream_failing_at(text, text.size() - 10));
     EXPECT_EQ(result(session.last_error),
-              Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+              Fails("Error 9256. Incorrect number of bits in RBT file design.rbt."));
     EXPECT_EQ(data_section(), bytes("01 01 01 02 01 03 01 04"));
 }
 
@@ -453,7 +452,7 @@ TEST_F(MakeMcbRbt, Error9255WhenTheDiskIsFullAtTheEnd)
     one_line_of_zeros().write();
     SmallOutputFile output{523};
     output.gathers = true;
-    EXPECT_EQ(convert(), Fails(9255, "Error 9255. Cannot write MCB file data to MCB file design.mcb."));
+    EXPECT_EQ(convert(), Fails("Error 9255. Cannot write MCB file data to MCB file design.mcb."));
     EXPECT_EQ(prints().back(), R"(\r% Done: 100, stored 2 bytes representing 32 bits\n)")
         << "found behind the last line";
 }
@@ -462,7 +461,7 @@ TEST_F(MakeMcbRbt, Error9255WhenClosingFails)
 {
     one_line_of_zeros().write();
     fail_close_at(1);
-    EXPECT_EQ(convert(), Fails(9255, "Error 9255. Cannot write MCB file data to MCB file design.mcb."));
+    EXPECT_EQ(convert(), Fails("Error 9255. Cannot write MCB file data to MCB file design.mcb."));
 }
 
 TEST_F(MakeMcbRbt, Error9256KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
@@ -470,7 +469,7 @@ TEST_F(MakeMcbRbt, Error9256KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
     one_line_of_zeros().stated_bits(64).write();
     SmallOutputFile output{523};
     output.gathers = true;
-    EXPECT_EQ(convert(), Fails(9256, "Error 9256. Incorrect number of bits in RBT file design.rbt."));
+    EXPECT_EQ(convert(), Fails("Error 9256. Incorrect number of bits in RBT file design.rbt."));
 }
 
 TEST_F(MakeMcbRbt, AFullDeviceIsError9252OrError9255AndNeverSuccess)

@@ -151,7 +151,7 @@ TEST_F(MakeRbt, ALastLineThatIsNotFullRepeatsTheLineBefore)
 TEST_F(MakeRbt, Error9284WhenTheRunsPassTheByteCount)
 {
     EXPECT_EQ(convert(runs("03 01 05 02 04 03", 7)),
-              Fails(9284, "Error 9284. Incorrect number of bytes in MCB file design.mcb."));
+              Fails("Error 9284. Incorrect number of bytes in MCB file design.mcb."));
     EXPECT_EQ(data_lines(), lines("01 01 01 02  02 02 02 02")) << "the last run is written whole";
     EXPECT_EQ(prints().back(), R"(\r% Done: 114\n)");
 }
@@ -175,9 +175,9 @@ TEST_F(MakeRbt, Error9284OfNoBytesLeavesNoDataLine)
     for (const std::int32_t count : {0, -4}) {
         clear_log();
         const Result outcome = convert(runs("04 01", count));
-        EXPECT_EQ(outcome,
-                  count == 0 ? Succeeds()
-                             : Fails(9284, "Error 9284. Incorrect number of bytes in MCB file design.mcb."));
+        EXPECT_EQ(outcome, count == 0
+                               ? Succeeds()
+                               : Fails("Error 9284. Incorrect number of bytes in MCB file design.mcb."));
         EXPECT_EQ(rbt(), HEADER + "bits:   "s + std::to_string(count * 8) + '\n');
         EXPECT_EQ(prints().at(2), count == 0 ? R"(\r% Done: 100\n)" : R"(\r% Done: 0\n)");
     }
@@ -193,7 +193,7 @@ TEST_F(MakeRbt, AnExistingFileIsReplaced)
 TEST_F(MakeRbt, Error9273WhenTheOutputCannotBeCreated)
 {
     std::filesystem::create_directory("design.rbt");
-    EXPECT_EQ(convert(runs("04 00", 4)), Fails(9273, "Error 9273. Cannot open/create RTB file design.rbt."));
+    EXPECT_EQ(convert(runs("04 00", 4)), Fails("Error 9273. Cannot open/create RTB file design.rbt."));
 }
 
 TEST_F(MakeRbt, Error9273WhenTheOutputIsTheInputUnderAnotherName)
@@ -202,7 +202,7 @@ TEST_F(MakeRbt, Error9273WhenTheOutputIsTheInputUnderAnotherName)
     for (const auto link : linked_as) {
         file.write();
         link("design.mcb", "design.rbt");
-        EXPECT_EQ(convert(), Fails(9273, "Error 9273. Cannot open/create RTB file design.rbt."));
+        EXPECT_EQ(convert(), Fails("Error 9273. Cannot open/create RTB file design.rbt."));
         EXPECT_EQ(read_file("design.mcb"), file.content()) << "the input is as it was";
         std::filesystem::remove("design.rbt");
     }
@@ -375,7 +375,7 @@ TEST_F(MakeRbt, Error9297WhenTheDiskIsFullAtTheEnd)
     runs("04 00", 4).write();
     SmallOutputFile output{100};
     output.gathers = true;
-    EXPECT_EQ(convert(), Fails(9297, "Error 9297. Failed to write to RBT file design.rbt."));
+    EXPECT_EQ(convert(), Fails("Error 9297. Failed to write to RBT file design.rbt."));
     EXPECT_EQ(prints().back(), R"(\r% Done: 100\n)") << "found behind the last line";
 }
 
@@ -383,7 +383,7 @@ TEST_F(MakeRbt, Error9297WhenClosingFails)
 {
     runs("04 00", 4).write();
     fail_close_at(2); // the output's, behind the input's
-    EXPECT_EQ(convert(), Fails(9297, "Error 9297. Failed to write to RBT file design.rbt."));
+    EXPECT_EQ(convert(), Fails("Error 9297. Failed to write to RBT file design.rbt."));
 }
 
 TEST_F(MakeRbt, Error9297WhenTheBitCountCannotBeWritten)
@@ -391,7 +391,7 @@ TEST_F(MakeRbt, Error9297WhenTheBitCountCannotBeWritten)
     McbFile{0}.write(); // no data in which it would show
     const SmallOutputFile output{std::strlen(HEADER) + 3};
     fail_allocation_at(1);
-    EXPECT_EQ(convert(), Fails(9297, "Error 9297. Failed to write to RBT file design.rbt."));
+    EXPECT_EQ(convert(), Fails("Error 9297. Failed to write to RBT file design.rbt."));
 }
 
 TEST_F(MakeRbt, Error9284KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
@@ -399,7 +399,7 @@ TEST_F(MakeRbt, Error9284KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
     runs("05 00", 4).write();
     SmallOutputFile output{100};
     output.gathers = true;
-    EXPECT_EQ(convert(), Fails(9284, "Error 9284. Incorrect number of bytes in MCB file design.mcb."));
+    EXPECT_EQ(convert(), Fails("Error 9284. Incorrect number of bytes in MCB file design.mcb."));
 }
 
 TEST_F(MakeRbt, AFullDeviceIsError9295OrError9297AndNeverSuccess)
