@@ -1,51 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // BIT to MCB: the output byte for byte, the console, the probe behind the data, and every error.
-#include "links.h"
-#include "support/bitstreams.h"
-#include "support/faults.h"
-#include "support/run_fixture.h"
-
-#include <cstring>
+#include "conversion.h"
 
 using namespace std::string_literals;
 
 namespace
 {
-using Lines = std::vector<std::string>;
-
-class MakeMcbBit : public RunFixture
+class MakeMcbBit : public ConversionToMcb
 {
 protected:
-    MakeMcbBit() { std::strcpy(session.bitstream_file, "design.bit"); }
-
-    /// Converts what stands in design.bit.
-    Result convert() { return convert(std::fopen("design.bit", "rb")); }
-    Result convert(const BitFile& file)
-    {
-        file.write();
-        return convert();
-    }
-    Result convert(FILE* stream)
-    {
-        session.last_error = 0;
-        session.last_error_text[0] = '\0';
-        return result(session.Make_mcb_file_bit(stream));
-    }
-
-    static std::string field(std::string text)
-    {
-        text.resize(255, '\0');
-        return text;
-    }
-
-    static std::string mcb() { return read_file("design.mcb"); }
-    static Bytes data_section()
-    {
-        const std::string runs = mcb().substr(522);
-        return {runs.begin(), runs.end()};
-    }
-
-    FaultScope faults;
+    MakeMcbBit() : ConversionToMcb{&kvn_fpga_imp::Make_mcb_file_bit, "design.bit"} {}
 };
 
 /// What allocation fails when the output's stream is to have no buffer: behind the four texts of the header.
@@ -94,8 +58,8 @@ TEST_F(MakeMcbBit, TextsThatAreTooLongAreCut)
     file.device = std::string(400, 'v');
     file.date = std::string(250, 'd');
     EXPECT_EQ(convert(file), Succeeds());
-    EXPECT_EQ(mcb().substr(8, 255), std::string(254, 'v') + '\0');
-    EXPECT_EQ(mcb().substr(263, 255), std::string(250, 'd') + " 12:" + '\0');
+    EXPECT_EQ(device_field(), std::string(254, 'v') + '\0');
+    EXPECT_EQ(timestamp_field(), std::string(250, 'd') + " 12:" + '\0');
 }
 
 TEST_F(MakeMcbBit, EmptyTextsLeaveABlankBetweenDateAndTime)
@@ -105,8 +69,8 @@ TEST_F(MakeMcbBit, EmptyTextsLeaveABlankBetweenDateAndTime)
     file.date.clear();
     file.time.clear();
     EXPECT_EQ(convert(file), Succeeds());
-    EXPECT_EQ(mcb().substr(8, 255), field(""));
-    EXPECT_EQ(mcb().substr(263, 255), field(" "));
+    EXPECT_EQ(device_field(), field(""));
+    EXPECT_EQ(timestamp_field(), field(" "));
 }
 
 TEST_F(MakeMcbBit, PassesOnTheHeadersError9338)
@@ -233,27 +197,7 @@ TEST_F(MakeMcbBit, ACountBeyond32BitsEndsInError9422OfTheSizeCheck)
 
 namespace
 {
-/// The error of a byte that found no room in an MCB file of the runs 01 01 .. 01 08.
-Result full_at(std::size_t room)
-{
-    const auto failure = [](int number, const char* what) {
-        return Fails(number, "Error " + std::to_string(number) + ". Cannot write " + what +
-                                 " to MCB file design.mcb.");
-    };
-    if (room < 4)
-        return failure(9411, "header");
-    if (room < 8)
-        return failure(9412, "header");
-    if (room < 263)
-        return failure(9413, "header");
-    if (room < 518)
-        return failure(9414, "header");
-    if (room < 522)
-        return failure(9415, "header");
-    if (room < 522 + 14)
-        return failure(room % 2 == 0 ? 9418 : 9419, "MCB file data");
-    return failure(room % 2 == 0 ? 9420 : 9421, "MCB file data");
-}
+constexpr McbNumbers write_errors{9411, 9412, 9413, 9414, 9415, 9418, 9419, 9420, 9421};
 
 /// A disk that is full within the fields of an error number.
 class MakeMcbBitOnAFullDisk : public MakeMcbBit, public testing::WithParamInterface<int>
@@ -263,24 +207,10 @@ class MakeMcbBitOnAFullDisk : public MakeMcbBit, public testing::WithParamInterf
 
 TEST_P(MakeMcbBitOnAFullDisk, EndsWithTheErrorOfTheFieldThatDoesNotFit)
 {
-    ASSERT_EQ(convert(BitFile{bytes("01 02 03 04 05 06 07 08")}), Succeeds());
-    const std::string whole = mcb();
-    ASSERT_EQ(whole.size(), 522U + 16);
-    std::size_t places = 0;
-    for (std::size_t room = 0; room < whole.size(); ++room) {
-        if (full_at(room).number != GetParam())
-            continue;
-        ++places;
-        const SmallOutputFile output{room};
-        fail_allocation_at(OUTPUT_BUFFER); // so that nothing is gathered on the way
-        EXPECT_EQ(convert(), full_at(room)) << room;
-        EXPECT_EQ(output.taken, whole.substr(0, room));
-    }
-    EXPECT_GT(places, 0U);
+    expect_full_disks<BitFile>(GetParam(), write_errors, OUTPUT_BUFFER);
 }
 
-INSTANTIATE_TEST_SUITE_P(Fields, MakeMcbBitOnAFullDisk,
-                         testing::Values(9411, 9412, 9413, 9414, 9415, 9418, 9419, 9420, 9421),
+INSTANTIATE_TEST_SUITE_P(Fields, MakeMcbBitOnAFullDisk, testing::ValuesIn(write_errors),
                          [](const auto& row) { return "Error" + std::to_string(row.param); });
 
 TEST_F(MakeMcbBit, Error9421WhenTheDiskIsFullAtTheEnd)
