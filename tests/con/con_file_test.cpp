@@ -298,28 +298,25 @@ TEST_F(ConFile, EachLineAsksItsModuleForCompression)
 namespace
 {
 struct LineFault {
-    int number;
     const char* name;
     const char* line;
     const char* text;
 };
 
 const LineFault line_faults[] = {
-    {9021, "NeitherFile", "nothing mwc4a 0 1\n",
-     "Error 9021. Cannot find/open nothing.rbt or nothing.mcb file."},
-    {9021, "ShortName", "rbt mwc4a 0 1\n", "Error 9021. Cannot find/open rbt.rbt or rbt.mcb file."},
-    {9022, "NoRbtFile", "nothing.rbt mwc4a 0 1\n", "Error 9022. Cannot find/open nothing.rbt file."},
-    {9023, "NoMcbFile", "nothing.mcb mwc4a 0 1\n", "Error 9023. Cannot find/open nothing.mcb file."},
-    {9024, "BitFile", "design.bit mwc4a 0 1\n",
+    {"NeitherFile", "nothing mwc4a 0 1\n", "Error 9021. Cannot find/open nothing.rbt or nothing.mcb file."},
+    {"ShortName", "rbt mwc4a 0 1\n", "Error 9021. Cannot find/open rbt.rbt or rbt.mcb file."},
+    {"NoRbtFile", "nothing.rbt mwc4a 0 1\n", "Error 9022. Cannot find/open nothing.rbt file."},
+    {"NoMcbFile", "nothing.mcb mwc4a 0 1\n", "Error 9023. Cannot find/open nothing.mcb file."},
+    {"BitFile", "design.bit mwc4a 0 1\n",
      "Error 9024. Incorrect file extension in design.bit (should be .rbt or .mcb or none)."},
-    {9024, "UpperCase", "design.RBT mwc4a 0 1\n",
+    {"UpperCase", "design.RBT mwc4a 0 1\n",
      "Error 9024. Incorrect file extension in design.RBT (should be .rbt or .mcb or none)."},
-    {9025, "Board", "design mwc4a 16 1\n", "Error 9025. Invalid board number 16 (should be 0..15)."},
-    {9026, "Slot", "design mwc4a 0 5\n", "Error 9026. Invalid slot number 5 (should be 1,2,3 or 4)."},
+    {"Board", "design mwc4a 16 1\n", "Error 9025. Invalid board number 16 (should be 0..15)."},
+    {"Slot", "design mwc4a 0 5\n", "Error 9026. Invalid slot number 5 (should be 1,2,3 or 4)."},
     // The file is opened before the board is looked at, and the board before the slot.
-    {9022, "FileComesFirst", "nothing.rbt mwc4a 16 5\n", "Error 9022. Cannot find/open nothing.rbt file."},
-    {9025, "BoardComesBeforeSlot", "design mwc4a 16 5\n",
-     "Error 9025. Invalid board number 16 (should be 0..15)."},
+    {"FileComesFirst", "nothing.rbt mwc4a 16 5\n", "Error 9022. Cannot find/open nothing.rbt file."},
+    {"BoardComesBeforeSlot", "design mwc4a 16 5\n", "Error 9025. Invalid board number 16 (should be 0..15)."},
 };
 
 class ConFileLine : public ConFileFixture, public testing::WithParamInterface<LineFault>
@@ -335,52 +332,16 @@ void PrintTo(const LineFault& fault, std::ostream* out)
 TEST_P(ConFileLine, EndsTheRunBeforeTheBusIsOpened)
 {
     BitFile{}.write();
-    EXPECT_EQ(process(GetParam().line + "design mwc4a 0 1\n"s), Fails(GetParam().number, GetParam().text));
+    EXPECT_EQ(process(GetParam().line + "design mwc4a 0 1\n"s), Fails(GetParam().text));
     EXPECT_TRUE(log().empty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Faults, ConFileLine, testing::ValuesIn(line_faults), [](const auto& row) {
-    return "Error" + std::to_string(row.param.number) + row.param.name;
-});
+INSTANTIATE_TEST_SUITE_P(Faults, ConFileLine, testing::ValuesIn(line_faults), ErrorName{});
 
 TEST_F(ConFile, Error9020WhenTheFileCannotBeOpened)
 {
     EXPECT_EQ(process(), Fails("Error 9020. Failed to find/open file \"batch.con\"."));
     EXPECT_EQ(session.prompt_user, 1U) << "nothing has begun";
-}
-
-namespace
-{
-/// The error of each platform call of a line.
-const int call_errors[] = {9201, 9202, 9203, 9190, 9060, 9061, 9105, 9106, 9140, 9114, 9115, 9116, 9117};
-
-/// Which platform call fails, from 1.
-class ConFileCall : public ConFile, public testing::WithParamInterface<std::size_t>
-{
-};
-} // namespace
-
-TEST_P(ConFileCall, ThatFailsEndsTheRunWithTheBusClosed)
-{
-    const int number = call_errors[GetParam() - 1];
-    write_file("batch.con", "design mwc4a 0 1\ndesign mwc4a 0 1\n");
-    platform.fail_call(static_cast<int>(GetParam()));
-    EXPECT_EQ(process().number, number);
-    const Lines calls = bus();
-    EXPECT_EQ(calls.back(), number == 9201 ? "Err2Text 0x77" : "Close");
-    EXPECT_EQ(platform.open_handles(), 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Calls, ConFileCall, testing::Range<std::size_t>(1, std::size(call_errors) + 1),
-                         [](const auto& row) {
-                             return "Error" + std::to_string(call_errors[row.param - 1]) + "Call" +
-                                    std::to_string(row.param);
-                         });
-
-TEST_F(ConFile, EachLineMakesTheCallsThatHaveAnError)
-{
-    EXPECT_EQ(process("design mwc4a 0 1\ndesign mwc4a 0 1\n"), Succeeds());
-    EXPECT_EQ(static_cast<std::size_t>(platform.calls()), 2 * std::size(call_errors));
 }
 
 TEST_F(ConFile, ACallersHandleIsUsedAndNeverClosed)

@@ -223,13 +223,6 @@ TEST_F(MakeMcbBit, Error9421WhenTheDiskIsFullAtTheEnd)
         << "found behind the last line";
 }
 
-TEST_F(MakeMcbBit, Error9421WhenClosingFails)
-{
-    BitFile{Bytes(4, 0)}.write();
-    fail_close_at(1); // the output's
-    EXPECT_EQ(convert(), Fails("Error 9421. Cannot write MCB file data to MCB file design.mcb."));
-}
-
 TEST_F(MakeMcbBit, Error9422KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
 {
     BitFile file{Bytes(4, 0)};
@@ -250,18 +243,6 @@ TEST_F(MakeMcbBit, AFullDeviceIsError9418OrError9421AndNeverSuccess)
         const Result failed = convert(BitFile{data});
         EXPECT_GE(failed.number, 9418) << size;
         EXPECT_LE(failed.number, 9421) << size;
-    }
-}
-
-TEST_F(MakeMcbBit, AShortageOfMemoryForBuffersChangesNothing)
-{
-    const BitFile file{sample_data(40000)};
-    ASSERT_EQ(convert(file), Succeeds());
-    const std::string whole = mcb();
-    for (int allocation = OUTPUT_BUFFER; allocation <= OUTPUT_BUFFER + 2; ++allocation) {
-        fail_allocation_at(allocation);
-        EXPECT_EQ(convert(), Succeeds());
-        EXPECT_EQ(mcb(), whole) << allocation;
     }
 }
 

@@ -356,13 +356,6 @@ TEST_F(MakeMcbRbt, Error9255WhenTheDiskIsFullAtTheEnd)
         << "found behind the last line";
 }
 
-TEST_F(MakeMcbRbt, Error9255WhenClosingFails)
-{
-    one_line_of_zeros().write();
-    fail_close_at(1);
-    EXPECT_EQ(convert(), Fails("Error 9255. Cannot write MCB file data to MCB file design.mcb."));
-}
-
 TEST_F(MakeMcbRbt, Error9256KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
 {
     one_line_of_zeros().stated_bits(64).write();
@@ -383,17 +376,5 @@ TEST_F(MakeMcbRbt, AFullDeviceIsError9252OrError9255AndNeverSuccess)
         EXPECT_LE(failed.number, 9255) << words;
         EXPECT_EQ(failed, Fails("Error " + std::to_string(failed.number) +
                                 ". Cannot write MCB file data to MCB file design.mcb."));
-    }
-}
-
-TEST_F(MakeMcbRbt, AShortageOfMemoryChangesNothing)
-{
-    const RbtFile file{sample_data(40000)};
-    ASSERT_EQ(convert(file), Succeeds());
-    const std::string whole = mcb();
-    for (int allocation = 1; allocation <= 3; ++allocation) {
-        fail_allocation_at(allocation);
-        EXPECT_EQ(convert(), Succeeds());
-        EXPECT_EQ(mcb(), whole) << allocation;
     }
 }

@@ -334,13 +334,6 @@ TEST_F(MakeRbt, Error9297WhenTheDiskIsFullAtTheEnd)
     EXPECT_EQ(prints().back(), R"(\r% Done: 100\n)") << "found behind the last line";
 }
 
-TEST_F(MakeRbt, Error9297WhenClosingFails)
-{
-    runs("04 00", 4).write();
-    fail_close_at(2); // the output's, behind the input's
-    EXPECT_EQ(convert(), Fails("Error 9297. Failed to write to RBT file design.rbt."));
-}
-
 TEST_F(MakeRbt, Error9297WhenTheBitCountCannotBeWritten)
 {
     McbFile{0}.write(); // no data in which it would show
@@ -364,17 +357,5 @@ TEST_F(MakeRbt, AFullDeviceIsError9295OrError9297AndNeverSuccess)
         const Result failed = convert(McbFile{sample_data(size)});
         EXPECT_GE(failed.number, 9295) << size;
         EXPECT_LE(failed.number, 9297) << size;
-    }
-}
-
-TEST_F(MakeRbt, AShortageOfMemoryChangesNothing)
-{
-    const McbFile file{sample_data(40000)};
-    ASSERT_EQ(convert(file), Succeeds());
-    const std::string whole = rbt();
-    for (int allocation = 1; allocation <= 3; ++allocation) {
-        fail_allocation_at(allocation);
-        EXPECT_EQ(convert(), Succeeds());
-        EXPECT_EQ(rbt(), whole) << allocation;
     }
 }

@@ -204,15 +204,6 @@ TEST_P(LoadExchangeTest, TheBoardOfTheHeaderKeepsItsLowBits)
     close_bus();
 }
 
-TEST_P(LoadExchangeTest, Error9140Or9164Or9390LeavesTheMessageOpen)
-{
-    platform.fail_call(3); // the first piece of the data
-    EXPECT_NE(load_file(), Succeeds());
-    EXPECT_EQ(Lines(events.end() - 2, events.end()).front(),
-              "* SendMessageDataEx " + pieces().back() + " timeout 5000");
-    EXPECT_EQ(events.back(), "* Err2Text 0x77");
-}
-
 TEST_P(LoadExchangeTest, WhatAnEarlierLoadLeftInTheBufferGoesOutFirst)
 {
     left_over = bytes("11 22 33");

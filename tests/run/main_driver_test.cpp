@@ -402,40 +402,6 @@ TEST_F(MainDriver, ReturnsTheLoadersError9118AndClosesTheBus)
     EXPECT_EQ(bus().back(), "Close");
 }
 
-/// The error of each platform call of a run.
-constexpr int call_errors[] = {9201, 9202, 9203,             // opening
-                               9190, 9060, 9061, 9223, 9224, // identification
-                               9105, 9106, 9122, 9114, 9115, 9116, 9117};
-
-/// A run of which a platform call fails; which one, from 1.
-class MainDriverCall : public MainDriver, public testing::WithParamInterface<std::size_t>
-{
-};
-
-TEST_P(MainDriverCall, ThatFailsLeavesTheBusClosed)
-{
-    const int number = call_errors[GetParam() - 1];
-    platform.board("mwc4a", 0).slot(1, fpga_module(4).accepts_compressed());
-    platform.fail_call(static_cast<int>(GetParam()));
-    EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}).number, number);
-    const auto calls = bus();
-    EXPECT_EQ(calls.back(), number == 9201 ? "Err2Text 0x77" : "Close");
-    EXPECT_EQ(platform.open_handles(), 0);
-}
-
-INSTANTIATE_TEST_SUITE_P(Calls, MainDriverCall, testing::Range<std::size_t>(1, std::size(call_errors) + 1),
-                         [](const auto& row) {
-                             return "Error" + std::to_string(call_errors[row.param - 1]) + "Call" +
-                                    std::to_string(row.param);
-                         });
-
-TEST_F(MainDriver, MakesNoCallBesideThoseThatHaveAnErrorAndClose)
-{
-    platform.board("mwc4a", 0).slot(1, fpga_module(4).accepts_compressed());
-    platform.fail_call(static_cast<int>(std::size(call_errors)) + 1);
-    EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}), Succeeds());
-}
-
 TEST_F(MainDriver, Error9201ClosesAHandleThatTheFailedOpeningLeft)
 {
     platform.board("mwc4a", 0);

@@ -24,12 +24,6 @@ class Session : public RunFixture
 {
 };
 
-TEST_F(Session, GivesAnEmptyMessageWhenFresh)
-{
-    kvn_fpga fresh;
-    EXPECT_STREQ(fresh.kvn_fpga_getlasterr(), "");
-}
-
 TEST_F(Session, Error9215ForFunctionTypesOtherThan0To2LeavesAllCallbacks)
 {
     const auto print = session.user_print;
