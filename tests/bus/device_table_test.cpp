@@ -3,7 +3,6 @@
 #include "support/run_fixture.h"
 
 #include <cstring>
-#include <ostream>
 
 namespace
 {
@@ -37,11 +36,6 @@ TEST_F(DeviceTable, ReadsASpartan2)
 )");
 }
 
-TEST_F(DeviceTable, ReadsAVirtex2Pro)
-{
-    EXPECT_EQ(family("2vp7ff672-6"), "1 Virtex-2 Pro marked");
-}
-
 TEST_F(DeviceTable, LeavesAnUnknownFamilyAlone)
 {
     EXPECT_EQ(family("2s200efg456-6"), "0 none");
@@ -68,74 +62,54 @@ TEST_F(DeviceTable, CountsNoughtAndNineAsLettersOfThePrefixButAsDigitsOfTheKey)
 )");
 }
 
-struct Name {
-    const char* name;
-    const char* family;
-
-    friend void PrintTo(const Name& row, std::ostream* out) { *out << row.name; }
-};
-
-class Families : public DeviceTable, public testing::WithParamInterface<Name>
+TEST_F(DeviceTable, TellsTheFamilyByTheKeyOfTheName)
 {
-};
-
-TEST_P(Families, AreToldByTheKeyOfTheName)
-{
-    EXPECT_EQ(family(GetParam().name), GetParam().family);
+    const struct {
+        const char* family;
+        const char* names;
+    } rows[] = {
+        {"1 Virtex-2 marked", "2v3000fg676-4 2v"},
+        {"1 Virtex-2 Pro marked", "2vp30ff896-6 2vp7ff672-6 2vp"},
+        {"1 Virtex-E", "v1000efg680-6 ve"},
+        {"1 Spartan-XL", "s40xlpq208-4 sxl"},
+        {"1 Spartan-2", "2s200fg456-5"},
+        {"1 Spartan", "s40pq208-4 s s40px"},
+        {"1 Virtex", "v300bg352-4"},
+        {"0 none", "2s200efg456-6 2 - sxv sx vp30 2V3000 xc2v3000 3s400 4v 22v 2vx1 2vpe 2s15xl v50xl"},
+    };
+    for (const auto& row : rows)
+        for (const std::string& name : split(row.names, ' '))
+            EXPECT_EQ(family(name.c_str()), row.family) << name;
+    EXPECT_EQ(family(""), "0 none");
 }
 
-INSTANTIATE_TEST_SUITE_P(Names, Families,
-                         testing::Values(Name{"2v3000fg676-4", "1 Virtex-2 marked"},
-                                         Name{"2vp30ff896-6", "1 Virtex-2 Pro marked"},
-                                         Name{"v1000efg680-6", "1 Virtex-E"},
-                                         Name{"s40xlpq208-4", "1 Spartan-XL"},
-                                         Name{"2s200fg456-5", "1 Spartan-2"}, Name{"2s200efg456-6", "0 none"},
-                                         Name{"s40pq208-4", "1 Spartan"}, Name{"v300bg352-4", "1 Virtex"}));
-
-INSTANTIATE_TEST_SUITE_P(
-    OddNames, Families,
-    testing::Values(Name{"", "0 none"}, Name{"2", "0 none"}, Name{"-", "0 none"}, Name{"s", "1 Spartan"},
-                    Name{"2v", "1 Virtex-2 marked"}, Name{"2vp", "1 Virtex-2 Pro marked"},
-                    Name{"ve", "1 Virtex-E"}, Name{"sxl", "1 Spartan-XL"}, Name{"sxv", "0 none"},
-                    Name{"sx", "0 none"}, Name{"vp30", "0 none"}, Name{"2V3000", "0 none"},
-                    Name{"xc2v3000", "0 none"}, Name{"3s400", "0 none"}, Name{"4v", "0 none"},
-                    Name{"22v", "0 none"}, Name{"2vx1", "0 none"}, Name{"2vpe", "0 none"},
-                    Name{"s40px", "1 Spartan"}, Name{"2s15xl", "0 none"}, Name{"v50xl", "0 none"}));
-
-struct Split {
-    const char* name;
-    const char* device;
-    const char* package;
-    const char* speed;
-
-    friend void PrintTo(const Split& row, std::ostream* out) { *out << row.name; }
-};
-
-class Statistics : public DeviceTable, public testing::WithParamInterface<Split>
+// Of names that no module sends the scans end with the name, and the remaining parts are empty.
+TEST_F(DeviceTable, SplitsTheNameIntoDevicePackageAndSpeed)
 {
-};
-
-TEST_P(Statistics, AreSplitFromTheName)
-{
-    const Split& row = GetParam();
-    EXPECT_EQ(statistics(row.name), std::string{"\n| The FPGA on this module is a "} + row.device +
-                                        " device, in an " + row.package +
-                                        " package.\\n\n| The FPGA speed grade is -" + row.speed + ".\\n\n");
+    const struct {
+        const char* name;
+        const char* device;
+        const char* package;
+        const char* speed;
+    } rows[] = {{"2v3000fg676-4", "2v3000", "fg676", "4"},
+                {"2vp30ff896-6", "2vp30", "ff896", "6"},
+                {"s40xlpq208-4", "s40", "xlpq208", "4"},
+                {"v1000efg680-6", "v1000", "efg680", "6"},
+                {"v50-4-I", "v50", "", "4-I"},
+                {"25x-1", "25", "x", "1"},
+                {"1v5a-6C", "1v5", "a", "6C"},
+                {"", "", "", ""},
+                {"2", "2", "", ""},
+                {"abc", "abc", "", ""},
+                {"v50pq", "v50", "pq", ""},
+                {"v50", "v50", "", ""},
+                {"v50pq-", "v50", "pq", ""},
+                {"abc-def", "abc-def", "", ""},
+                {"%n%s5pq-6", "%n%s5", "pq", "6"}};
+    for (const auto& row : rows)
+        EXPECT_EQ(statistics(row.name),
+                  std::string{"\n| The FPGA on this module is a "} + row.device + " device, in an " +
+                      row.package + " package.\\n\n| The FPGA speed grade is -" + row.speed + ".\\n\n")
+            << row.name;
 }
-
-INSTANTIATE_TEST_SUITE_P(Names, Statistics,
-                         testing::Values(Split{"2v3000fg676-4", "2v3000", "fg676", "4"},
-                                         Split{"2vp30ff896-6", "2vp30", "ff896", "6"},
-                                         Split{"s40xlpq208-4", "s40", "xlpq208", "4"},
-                                         Split{"v1000efg680-6", "v1000", "efg680", "6"},
-                                         Split{"v50-4-I", "v50", "", "4-I"}, Split{"25x-1", "25", "x", "1"},
-                                         Split{"1v5a-6C", "1v5", "a", "6C"}));
-
-// Names that no module sends: the scans end with the name, and the remaining parts are empty.
-INSTANTIATE_TEST_SUITE_P(NamesWithoutStops, Statistics,
-                         testing::Values(Split{"", "", "", ""}, Split{"2", "2", "", ""},
-                                         Split{"abc", "abc", "", ""}, Split{"v50pq", "v50", "pq", ""},
-                                         Split{"v50", "v50", "", ""}, Split{"v50pq-", "v50", "pq", ""},
-                                         Split{"abc-def", "abc-def", "", ""},
-                                         Split{"%n%s5pq-6", "%n%s5", "pq", "6"}));
 } // namespace

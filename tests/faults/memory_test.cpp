@@ -155,8 +155,7 @@ TEST_F(Memory, Error9242WhenThereIsNoneToCompareTheOutputWithTheInput)
     next_new_fails = true;
     const int number = session.Make_mcb_file_rbt(stream);
     EXPECT_FALSE(std::exchange(next_new_fails, false));
-    EXPECT_EQ(result(number),
-              Fails(9242, "Error 9242. Cannot open/create MCB file a_name_that_needs_memory.mcb."));
+    EXPECT_EQ(result(number), Fails("Error 9242. Cannot open/create MCB file a_name_that_needs_memory.mcb."));
     EXPECT_FALSE(file_exists("a_name_that_needs_memory.mcb"));
 }
 

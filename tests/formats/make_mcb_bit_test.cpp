@@ -1,51 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // BIT to MCB: the output byte for byte, the console, the probe behind the data, and every error.
-#include "links.h"
-#include "support/bitstreams.h"
-#include "support/faults.h"
-#include "support/run_fixture.h"
-
-#include <cstring>
+#include "conversion.h"
 
 using namespace std::string_literals;
 
 namespace
 {
-using Lines = std::vector<std::string>;
-
-class MakeMcbBit : public RunFixture
+class MakeMcbBit : public ConversionToMcb
 {
 protected:
-    MakeMcbBit() { std::strcpy(session.bitstream_file, "design.bit"); }
-
-    /// Converts what stands in design.bit.
-    Result convert() { return convert(std::fopen("design.bit", "rb")); }
-    Result convert(const BitFile& file)
-    {
-        file.write();
-        return convert();
-    }
-    Result convert(FILE* stream)
-    {
-        session.last_error = 0;
-        session.last_error_text[0] = '\0';
-        return result(session.Make_mcb_file_bit(stream));
-    }
-
-    static std::string field(std::string text)
-    {
-        text.resize(255, '\0');
-        return text;
-    }
-
-    static std::string mcb() { return read_file("design.mcb"); }
-    static Bytes data_section()
-    {
-        const std::string runs = mcb().substr(522);
-        return {runs.begin(), runs.end()};
-    }
-
-    FaultScope faults;
+    MakeMcbBit() : ConversionToMcb{&kvn_fpga_imp::Make_mcb_file_bit, "design.bit"} {}
 };
 
 /// What allocation fails when the output's stream is to have no buffer: behind the four texts of the header.
@@ -94,8 +58,8 @@ TEST_F(MakeMcbBit, TextsThatAreTooLongAreCut)
     file.device = std::string(400, 'v');
     file.date = std::string(250, 'd');
     EXPECT_EQ(convert(file), Succeeds());
-    EXPECT_EQ(mcb().substr(8, 255), std::string(254, 'v') + '\0');
-    EXPECT_EQ(mcb().substr(263, 255), std::string(250, 'd') + " 12:" + '\0');
+    EXPECT_EQ(device_field(), std::string(254, 'v') + '\0');
+    EXPECT_EQ(timestamp_field(), std::string(250, 'd') + " 12:" + '\0');
 }
 
 TEST_F(MakeMcbBit, EmptyTextsLeaveABlankBetweenDateAndTime)
@@ -105,8 +69,8 @@ TEST_F(MakeMcbBit, EmptyTextsLeaveABlankBetweenDateAndTime)
     file.date.clear();
     file.time.clear();
     EXPECT_EQ(convert(file), Succeeds());
-    EXPECT_EQ(mcb().substr(8, 255), field(""));
-    EXPECT_EQ(mcb().substr(263, 255), field(" "));
+    EXPECT_EQ(device_field(), field(""));
+    EXPECT_EQ(timestamp_field(), field(" "));
 }
 
 TEST_F(MakeMcbBit, PassesOnTheHeadersError9338)
@@ -114,21 +78,20 @@ TEST_F(MakeMcbBit, PassesOnTheHeadersError9338)
     BitFile file;
     file.c_key = 'x';
     EXPECT_EQ(convert(file),
-              Fails(9338, "Error 9338. Expected to find 'c' in header of BIT file design.bit, but found x."));
+              Fails("Error 9338. Expected to find 'c' in header of BIT file design.bit, but found x."));
     EXPECT_FALSE(file_exists("design.mcb"));
 }
 
 TEST_F(MakeMcbBit, Error9336WhenTheDeviceIsNotTheSessions)
 {
     std::strcpy(session.device_name, "2v1000-4");
-    EXPECT_EQ(convert(BitFile{}),
-              Fails(9336, "Error 9336. Bitstream design.bit is not for a 2v1000-4 device."));
+    EXPECT_EQ(convert(BitFile{}), Fails("Error 9336. Bitstream design.bit is not for a 2v1000-4 device."));
 }
 
 TEST_F(MakeMcbBit, Error9410WhenTheOutputCannotBeCreated)
 {
     std::filesystem::create_directory("design.mcb");
-    EXPECT_EQ(convert(BitFile{}), Fails(9410, "Error 9410. Cannot open/create MCB file design.mcb."));
+    EXPECT_EQ(convert(BitFile{}), Fails("Error 9410. Cannot open/create MCB file design.mcb."));
 }
 
 TEST_F(MakeMcbBit, Error9410WhenTheOutputIsTheInputUnderAnotherName)
@@ -137,7 +100,7 @@ TEST_F(MakeMcbBit, Error9410WhenTheOutputIsTheInputUnderAnotherName)
     for (const auto link : linked_as) {
         file.write();
         link("design.bit", "design.mcb");
-        EXPECT_EQ(convert(), Fails(9410, "Error 9410. Cannot open/create MCB file design.mcb."));
+        EXPECT_EQ(convert(), Fails("Error 9410. Cannot open/create MCB file design.mcb."));
         EXPECT_EQ(read_file("design.bit"), file.content()) << "the input is as it was";
         std::filesystem::remove("design.mcb");
     }
@@ -147,7 +110,7 @@ TEST_F(MakeMcbBit, Error9422OfANegativeNumberOfStatedBitsComesAfterOneWord)
 {
     BitFile file{bytes("01 02 03 04")};
     file.byte_count = 0x1FFFFFFF; // -8 bits
-    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
     EXPECT_EQ(prints().back(), R"(\r% Done: -400, stored 5 bytes representing -8 bits\n)");
 }
 
@@ -155,13 +118,12 @@ TEST_F(MakeMcbBit, ALengthThatIsNoMultipleOfFourIsError9416OrError9422)
 {
     for (const std::size_t size : {29U, 30U, 31U}) {
         const std::string bits = std::to_string(size * 8);
-        EXPECT_EQ(
-            convert(BitFile{size}),
-            Fails(9416, "Error 9416. Failed to read BIT file design.bit (after 224 bits read, expected " +
-                            bits + ")."));
+        EXPECT_EQ(convert(BitFile{size}),
+                  Fails("Error 9416. Failed to read BIT file design.bit (after 224 bits read, expected " +
+                        bits + ")."));
         BitFile file{size};
         file.tail = std::string(1024 + 3, 'x');
-        EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+        EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
     }
 }
 
@@ -171,8 +133,8 @@ TEST_F(MakeMcbBit, Error9416OfAFileThatIsCutShortLeavesTheFinishedRuns)
     const std::string content = file.content();
     const std::size_t data = file.header().size();
     for (std::size_t kept = 0; kept < 8; ++kept) {
-        const auto expected = Fails(9416, "Error 9416. Failed to read BIT file design.bit (after " +
-                                              std::to_string(kept / 4 * 32) + " bits read, expected 64).");
+        const auto expected = Fails("Error 9416. Failed to read BIT file design.bit (after " +
+                                    std::to_string(kept / 4 * 32) + " bits read, expected 64).");
         write_file("design.bit", content.substr(0, data + kept));
         EXPECT_EQ(convert(), expected) << kept;
         EXPECT_EQ(data_section(), kept < 4 ? Bytes{} : bytes("01 01 01 02 01 03"));
@@ -187,8 +149,8 @@ TEST_F(MakeMcbBit, Error9417WhenAWordIsShortWithoutAReason)
     const HiddenEnd hidden_end;
     for (std::size_t rest = 0; rest < 4; ++rest) {
         write_file("design.bit", file.content().substr(0, file.header().size() + 4 + rest));
-        EXPECT_EQ(convert(), Fails(9417, "Error 9417. Incorrect word length (" + std::to_string(rest) +
-                                             "), bit_count = 32, in BIT file design.bit."));
+        EXPECT_EQ(convert(), Fails("Error 9417. Incorrect word length (" + std::to_string(rest) +
+                                   "), bit_count = 32, in BIT file design.bit."));
     }
 }
 
@@ -203,7 +165,7 @@ TEST_F(MakeMcbBit, OnlyAWholeBlockBehindTheDataIsError9422)
     for (const std::size_t more : {1024U, 5000U}) {
         clear_log();
         file.tail = std::string(more, 'x');
-        EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+        EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
         EXPECT_EQ(prints().at(2).substr(0, 14), R"(\r% Done: 300,)") << "512 bits and 1024";
         EXPECT_EQ(data_section(), run_coded(sample_data(64))) << "the file is complete";
     }
@@ -217,10 +179,10 @@ TEST_F(MakeMcbBit, OfNoStatedBitsOneWordIsReadToError9416OrError9422WithoutProgr
 {
     BitFile file{Bytes(4, 0)};
     file.byte_count = 0;
-    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
     EXPECT_EQ(prints().back(), R"(\r% Done: 100, stored 2 bytes representing 0 bits\n)");
     EXPECT_EQ(convert(BitFile{0}),
-              Fails(9416, "Error 9416. Failed to read BIT file design.bit (after 0 bits read, expected 0)."));
+              Fails("Error 9416. Failed to read BIT file design.bit (after 0 bits read, expected 0)."));
 }
 
 TEST_F(MakeMcbBit, ACountBeyond32BitsEndsInError9422OfTheSizeCheck)
@@ -230,32 +192,12 @@ TEST_F(MakeMcbBit, ACountBeyond32BitsEndsInError9422OfTheSizeCheck)
     EXPECT_EQ(convert(file), Succeeds());
     EXPECT_EQ(mcb().substr(518, 4), "\x04\x00\x00\x20"s) << "the header's count as it is";
     file.byte_count = 0x10000000;
-    EXPECT_EQ(convert(file), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(convert(file), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
 }
 
 namespace
 {
-/// The error of a byte that found no room in an MCB file of the runs 01 01 .. 01 08.
-Result full_at(std::size_t room)
-{
-    const auto failure = [](int number, const char* what) {
-        return Fails(number, "Error " + std::to_string(number) + ". Cannot write " + what +
-                                 " to MCB file design.mcb.");
-    };
-    if (room < 4)
-        return failure(9411, "header");
-    if (room < 8)
-        return failure(9412, "header");
-    if (room < 263)
-        return failure(9413, "header");
-    if (room < 518)
-        return failure(9414, "header");
-    if (room < 522)
-        return failure(9415, "header");
-    if (room < 522 + 14)
-        return failure(room % 2 == 0 ? 9418 : 9419, "MCB file data");
-    return failure(room % 2 == 0 ? 9420 : 9421, "MCB file data");
-}
+constexpr McbNumbers write_errors{9411, 9412, 9413, 9414, 9415, 9418, 9419, 9420, 9421};
 
 /// A disk that is full within the fields of an error number.
 class MakeMcbBitOnAFullDisk : public MakeMcbBit, public testing::WithParamInterface<int>
@@ -265,24 +207,10 @@ class MakeMcbBitOnAFullDisk : public MakeMcbBit, public testing::WithParamInterf
 
 TEST_P(MakeMcbBitOnAFullDisk, EndsWithTheErrorOfTheFieldThatDoesNotFit)
 {
-    ASSERT_EQ(convert(BitFile{bytes("01 02 03 04 05 06 07 08")}), Succeeds());
-    const std::string whole = mcb();
-    ASSERT_EQ(whole.size(), 522U + 16);
-    std::size_t places = 0;
-    for (std::size_t room = 0; room < whole.size(); ++room) {
-        if (full_at(room).number != GetParam())
-            continue;
-        ++places;
-        const SmallOutputFile output{room};
-        fail_allocation_at(OUTPUT_BUFFER); // so that nothing is gathered on the way
-        EXPECT_EQ(convert(), full_at(room)) << room;
-        EXPECT_EQ(output.taken, whole.substr(0, room));
-    }
-    EXPECT_GT(places, 0U);
+    expect_full_disks<BitFile>(GetParam(), write_errors, OUTPUT_BUFFER);
 }
 
-INSTANTIATE_TEST_SUITE_P(Fields, MakeMcbBitOnAFullDisk,
-                         testing::Values(9411, 9412, 9413, 9414, 9415, 9418, 9419, 9420, 9421),
+INSTANTIATE_TEST_SUITE_P(Fields, MakeMcbBitOnAFullDisk, testing::ValuesIn(write_errors),
                          [](const auto& row) { return "Error" + std::to_string(row.param); });
 
 TEST_F(MakeMcbBit, Error9421WhenTheDiskIsFullAtTheEnd)
@@ -290,16 +218,9 @@ TEST_F(MakeMcbBit, Error9421WhenTheDiskIsFullAtTheEnd)
     BitFile{Bytes(4, 0)}.write();
     SmallOutputFile output{523};
     output.gathers = true;
-    EXPECT_EQ(convert(), Fails(9421, "Error 9421. Cannot write MCB file data to MCB file design.mcb."));
+    EXPECT_EQ(convert(), Fails("Error 9421. Cannot write MCB file data to MCB file design.mcb."));
     EXPECT_EQ(prints().back(), R"(\r% Done: 100, stored 2 bytes representing 32 bits\n)")
         << "found behind the last line";
-}
-
-TEST_F(MakeMcbBit, Error9421WhenClosingFails)
-{
-    BitFile{Bytes(4, 0)}.write();
-    fail_close_at(1); // the output's
-    EXPECT_EQ(convert(), Fails(9421, "Error 9421. Cannot write MCB file data to MCB file design.mcb."));
 }
 
 TEST_F(MakeMcbBit, Error9422KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
@@ -309,7 +230,7 @@ TEST_F(MakeMcbBit, Error9422KeepsItsNumberWhenTheDiskIsFullAtTheEnd)
     file.write();
     SmallOutputFile output{523};
     output.gathers = true;
-    EXPECT_EQ(convert(), Fails(9422, "Error 9422. Incorrect number of bits in BIT file design.bit."));
+    EXPECT_EQ(convert(), Fails("Error 9422. Incorrect number of bits in BIT file design.bit."));
 }
 
 TEST_F(MakeMcbBit, AFullDeviceIsError9418OrError9421AndNeverSuccess)
@@ -322,18 +243,6 @@ TEST_F(MakeMcbBit, AFullDeviceIsError9418OrError9421AndNeverSuccess)
         const Result failed = convert(BitFile{data});
         EXPECT_GE(failed.number, 9418) << size;
         EXPECT_LE(failed.number, 9421) << size;
-    }
-}
-
-TEST_F(MakeMcbBit, AShortageOfMemoryForBuffersChangesNothing)
-{
-    const BitFile file{sample_data(40000)};
-    ASSERT_EQ(convert(file), Succeeds());
-    const std::string whole = mcb();
-    for (int allocation = OUTPUT_BUFFER; allocation <= OUTPUT_BUFFER + 2; ++allocation) {
-        fail_allocation_at(allocation);
-        EXPECT_EQ(convert(), Succeeds());
-        EXPECT_EQ(mcb(), whole) << allocation;
     }
 }
 

@@ -35,8 +35,8 @@ TEST_F(MakeMcb, Error9400ForAnyOtherKindLeavesTheStreamOpen)
     for (const int kind : {2, -1}) {
         FILE* stream = std::fopen("design.rbt", "r");
         EXPECT_EQ(result(session.Make_mcb_file(stream, kind)),
-                  Fails(9400, "Error 9400. Internal error. No RBT (0) or BIT (1) file selected (but " +
-                                  std::to_string(kind) + ")."));
+                  Fails("Error 9400. Internal error. No RBT (0) or BIT (1) file selected (but " +
+                        std::to_string(kind) + ")."));
         EXPECT_EQ(std::fgetc(stream), 'X');
         std::fclose(stream);
     }

@@ -52,7 +52,7 @@ TEST_F(BitstreamWords, Error9140WhenAByteCannotBeSent)
     session.send_count = 6;
     platform.fail("SendMessageDataEx");
     EXPECT_EQ(result(session.Transmit_Bitstream_Word(CHARS)),
-              Fails(9140, "Error 9140. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
+              Fails("Error 9140. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
     EXPECT_EQ(buffered(), Bytes{}) << "the rest of the word is dropped";
 }
 
@@ -63,6 +63,6 @@ TEST_F(BitstreamWords, Error9390WhenAWordCannotBeSent)
     platform.fail("SendMessageDataEx");
     const unsigned char word[] = {0x01, 0x02, 0x04, 0x80};
     EXPECT_EQ(result(session.Transmit_Bitstream_Bytes(word)),
-              Fails(9390, "Error 9390. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
+              Fails("Error 9390. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
     EXPECT_EQ(buffered(), Bytes{});
 }

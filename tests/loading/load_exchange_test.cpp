@@ -27,11 +27,13 @@ const Format formats[] = {
 class LoadExchangeTest : public LoadFixture, public testing::WithParamInterface<Format>
 {
 protected:
-    LoadExchangeTest()
+    LoadExchangeTest() { write_files(sample_data(40)); }
+
+    static void write_files(const Bytes& data)
     {
-        RbtFile{sample_data(40)}.write();
-        BitFile{sample_data(40)}.write();
-        McbFile{sample_data(40)}.write();
+        RbtFile{data}.write();
+        BitFile{data}.write();
+        McbFile{data}.write();
     }
 
     Result load_file()
@@ -202,15 +204,6 @@ TEST_P(LoadExchangeTest, TheBoardOfTheHeaderKeepsItsLowBits)
     close_bus();
 }
 
-TEST_P(LoadExchangeTest, Error9140Or9164Or9390LeavesTheMessageOpen)
-{
-    platform.fail_call(3); // the first piece of the data
-    EXPECT_NE(load_file(), Succeeds());
-    EXPECT_EQ(Lines(events.end() - 2, events.end()).front(),
-              "* SendMessageDataEx " + pieces().back() + " timeout 5000");
-    EXPECT_EQ(events.back(), "* Err2Text 0x77");
-}
-
 TEST_P(LoadExchangeTest, WhatAnEarlierLoadLeftInTheBufferGoesOutFirst)
 {
     left_over = bytes("11 22 33");
@@ -228,6 +221,18 @@ TEST_P(LoadExchangeTest, Error9105Or9156Or9350MayHoldPercentSignsOfThePlatform)
     EXPECT_EQ(load_file(), Fails(GetParam().start,
                                  "Error " + std::to_string(GetParam().start) +
                                      ". Cannot start KSB message, slot 0x2 (via 'mwc4a 0') (100% %s %n)."));
+}
+
+TEST_P(LoadExchangeTest, BothModesSendTheSameConfiguration)
+{
+    const Bytes data = sample_data(200000);
+    write_files(data);
+    platform.logs_data = false;
+    EXPECT_EQ(load_file(), Succeeds());
+    EXPECT_EQ(module.received(), data);
+    compress();
+    EXPECT_EQ(load_file(), Succeeds());
+    EXPECT_EQ(module.received(), run_coded(data));
 }
 
 TEST_P(LoadExchangeTest, TheFileIsClosedBeforeTheMessageIsEnded)
@@ -258,7 +263,4 @@ TEST_F(AllLoaders, PutTheSameBytesOnTheBusForTheSameDesign)
             EXPECT_EQ(load_bit(BitFile{data}), Succeeds());
             EXPECT_EQ(pieces(), from_rbt);
         }
-    // An MCB file of it too, where there is no tail to drop.
-    EXPECT_EQ(load_mcb(McbFile{data}), Succeeds());
-    EXPECT_EQ(module.received(), run_coded(data));
 }

@@ -5,7 +5,6 @@
 
 #include "support/bitstreams.h"
 #include "support/faults.h"
-#include "support/row_names.h"
 #include "support/run_fixture.h"
 
 #include <cstring>
@@ -16,19 +15,12 @@
 
 using Lines = std::vector<std::string>;
 
-/// An error with its whole text.
-struct Failure {
-    int number;
-    const char* text;
-};
-
-/// A platform call of a load that fails, and the error that the load then ends with.
+/// A platform call of a load that fails, and the text of the error that the load then ends with.
 struct FailedCall {
     std::string load; ///< which load, by a name of the test's own
     int call;         ///< which call, from 1
     int calls;        ///< of the whole load
-    int number;
-    const char* text;
+    std::string text;
 
     friend void PrintTo(const FailedCall& row, std::ostream* out)
     {
@@ -38,15 +30,50 @@ struct FailedCall {
 
 /// The calls of each load, every one of which has an error.
 inline std::vector<FailedCall>
-failed_calls(const std::vector<std::pair<std::string, std::vector<Failure>>>& loads)
+failed_calls(const std::vector<std::pair<std::string, std::vector<std::string>>>& loads)
 {
     std::vector<FailedCall> rows;
-    for (const auto& [load, failures] : loads) {
+    for (const auto& [load, texts] : loads) {
         int call = 0;
-        for (const Failure& failure : failures)
-            rows.push_back({load, ++call, static_cast<int>(failures.size()), failure.number, failure.text});
+        for (const std::string& text : texts)
+            rows.push_back({load, ++call, static_cast<int>(texts.size()), text});
     }
     return rows;
+}
+
+/// The text of a call that has failed.
+inline std::string cannot(int number, const std::string& what)
+{
+    return "Error " + std::to_string(number) + ". Cannot " + what + " (via 'mwc4a 0') (api 0x77).";
+}
+
+inline std::string cannot_send(int number)
+{
+    return cannot(number, "send KSB message data, slot 0x2");
+}
+
+/// The numbers of the calls around a load's data.
+struct CallNumbers {
+    int start;
+    int header;
+    int end;
+    int start_reply;
+    int read_reply;
+    int end_reply;
+};
+
+/// The texts of all calls of a load, of which those for its data are given.
+inline std::vector<std::string> whole_load(const CallNumbers& numbers, const std::vector<std::string>& data,
+                                           const std::string& end_reply = "end KSB message")
+{
+    std::vector<std::string> all{cannot(numbers.start, "start KSB message, slot 0x2"),
+                                 cannot_send(numbers.header)};
+    all.insert(all.end(), data.begin(), data.end());
+    all.insert(all.end(), {cannot(numbers.end, "end KSB message, slot 0x2"),
+                           cannot(numbers.start_reply, "start receive KSB message"),
+                           cannot(numbers.read_reply, "receive KSB message data"),
+                           cannot(numbers.end_reply, end_reply)});
+    return all;
 }
 
 class LoadFixture : public RunFixture
@@ -129,13 +156,16 @@ protected:
     void expect_failed_call(const FailedCall& row, Load load_file)
     {
         platform.fail_call(row.call);
-        EXPECT_EQ(load_file(), Fails(row.number, row.text));
+        EXPECT_EQ(load_file(), Fails(row.text));
         EXPECT_EQ(events.back(), "* Err2Text 0x77");
         platform.fail_nothing();
         const int before = platform.calls();
         EXPECT_EQ(load_file(), Succeeds());
         EXPECT_EQ(platform.calls() - before, row.calls) << "calls of the whole load";
     }
+
+    /// The percentages that were shown.
+    [[nodiscard]] Lines progress() const { return progress_among(printed_texts); }
 
     /// The bytes of each piece that went out.
     [[nodiscard]] Lines pieces() const

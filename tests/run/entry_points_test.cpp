@@ -63,15 +63,14 @@ TEST_F(EntryPoints, BoardConfiguresAModuleOfAnotherBoardSilentlyAndWithoutQuesti
 TEST_F(EntryPoints, BoardAsksNothingBeforeError9044)
 {
     write_file("design.mcb");
-    EXPECT_EQ(board("mwc4a", 0, 0x12, "design.rbt"),
-              Fails(9044, "Error 9044. Cannot find/open design.rbt file."));
+    EXPECT_EQ(board("mwc4a", 0, 0x12, "design.rbt"), Fails("Error 9044. Cannot find/open design.rbt file."));
     EXPECT_EQ(transcript(), "\n");
 }
 
 TEST_F(EntryPoints, Error9312AfterBoardAndFileAreStored)
 {
     EXPECT_EQ(board("mwc4a", 3, 0x12, "design", 3, 7),
-              Fails(9312, "Error 9312: kvn_fpga_board: Unknown action 3."));
+              Fails("Error 9312: kvn_fpga_board: Unknown action 3."));
     EXPECT_STREQ(session.board_type, "mwc4a");
     EXPECT_EQ(session.board_number, 3);
     EXPECT_EQ(session.slot_address, 0x12);
@@ -82,8 +81,7 @@ TEST_F(EntryPoints, Error9312AfterBoardAndFileAreStored)
     EXPECT_EQ(session.slot_given, 1U);
     EXPECT_EQ(session.file_is_rbt, 1U);
     EXPECT_EQ(session.verbose, 0U) << "the flags come after the action";
-    EXPECT_EQ(board("mwc4a", 3, 0x12, "design", -1),
-              Fails(9312, "Error 9312: kvn_fpga_board: Unknown action -1."));
+    EXPECT_EQ(board("mwc4a", 3, 0x12, "design", -1), Fails("Error 9312: kvn_fpga_board: Unknown action -1."));
 }
 
 TEST_F(EntryPoints, HandleOfAnotherDeviceGivesTypeAndNumberButNotItself)
@@ -200,21 +198,20 @@ struct Action {
     int action;
     std::uint32_t make_mcb;
     std::uint32_t make_rbt;
-    int number; ///< for a missing file
-    const char* text;
+    const char* text; ///< for a missing file
 };
 
 TEST_F(EntryPoints, DecodeTheActionAsFarAsError9040Or9041Or9042)
 {
-    const Action rows[] = {{0, 0, 0, 9041, "Error 9041. Cannot find/open missing.[rbt/mcb/bit] file."},
-                           {1, 1, 0, 9040, "Error 9040. Cannot find/open missing.rbt file."},
-                           {2, 0, 1, 9042, "Error 9042. Cannot find/open missing.mcb file."}};
+    const Action rows[] = {{0, 0, 0, "Error 9041. Cannot find/open missing.[rbt/mcb/bit] file."},
+                           {1, 1, 0, "Error 9040. Cannot find/open missing.rbt file."},
+                           {2, 0, 1, "Error 9042. Cannot find/open missing.mcb file."}};
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
     for (const Action& row : rows) {
-        EXPECT_EQ(board("mwc4a", 0, 1, "missing", row.action), Fails(row.number, row.text));
+        EXPECT_EQ(board("mwc4a", 0, 1, "missing", row.action), Fails(row.text));
         EXPECT_EQ(session.make_mcb, row.make_mcb);
         EXPECT_EQ(session.make_rbt, row.make_rbt);
-        EXPECT_EQ(handle(given, 1, "missing", row.action), Fails(row.number, row.text));
+        EXPECT_EQ(handle(given, 1, "missing", row.action), Fails(row.text));
         EXPECT_EQ(session.make_mcb, row.make_mcb);
         EXPECT_EQ(session.make_rbt, row.make_rbt);
     }
@@ -223,7 +220,7 @@ TEST_F(EntryPoints, DecodeTheActionAsFarAsError9040Or9041Or9042)
 TEST_F(EntryPoints, Error9310WhenTheBoardTypeIsNullEvenWithoutAFileName)
 {
     EXPECT_EQ(board(nullptr, 3, 0x12, nullptr, 9),
-              Fails(9310, "Error 9310: kvn_fpga_board: The 'devstr' parameter is NULL."));
+              Fails("Error 9310: kvn_fpga_board: The 'devstr' parameter is NULL."));
     EXPECT_EQ(session.board_type_given, 1U);
     EXPECT_EQ(session.board_number_given, 0U);
     EXPECT_EQ(session.slot_given, 0U);
@@ -233,7 +230,7 @@ TEST_F(EntryPoints, Error9310WhenTheBoardTypeIsNullEvenWithoutAFileName)
 TEST_F(EntryPoints, Error9311WhenTheFileNameIsNull)
 {
     EXPECT_EQ(board("mwc4a", 3, 0x12, nullptr, 9),
-              Fails(9311, "Error 9311: kvn_fpga_board: The 'rbtfile' parameter is NULL."));
+              Fails("Error 9311: kvn_fpga_board: The 'rbtfile' parameter is NULL."));
     EXPECT_STREQ(session.board_type, "mwc4a");
     EXPECT_EQ(session.board_number, 3);
     EXPECT_EQ(session.slot_address, 0x12);
@@ -264,17 +261,17 @@ TEST_F(EntryPoints, DirectOnesNeverSearchBeforeError9077)
     platform.board("mwc4a", 0).slot(1, fpga_module(3));
     RbtFile{}.write();
     EXPECT_EQ(board("mwc4a", 0, 0x05, "design"),
-              Fails(9077, "Error 9077. Invalid slot number 5 (should be 1,2,3 or 4)."));
+              Fails("Error 9077. Invalid slot number 5 (should be 1,2,3 or 4)."));
     EXPECT_EQ(board("mwc4a", 0, 0, "design"),
-              Fails(9077, "Error 9077. Invalid slot number 0 (should be 1,2,3 or 4)."));
+              Fails("Error 9077. Invalid slot number 0 (should be 1,2,3 or 4)."));
     EXPECT_EQ(handle(platform.caller_handle("mwc4a", 0), 0, "design"),
-              Fails(9077, "Error 9077. Invalid slot number 0 (should be 1,2,3 or 4)."));
+              Fails("Error 9077. Invalid slot number 0 (should be 1,2,3 or 4)."));
 }
 
 TEST_F(EntryPoints, Error9300WhenTheHandleIsNull)
 {
     EXPECT_EQ(handle(nullptr, 1, nullptr, 9),
-              Fails(9300, "Error 9300: kvn_fpga_handle: The device handle is NULL."));
+              Fails("Error 9300: kvn_fpga_handle: The device handle is NULL."));
 }
 
 TEST_F(EntryPoints, Error9301WhenThePlatformKnowsNothingOfTheHandle)
@@ -282,8 +279,8 @@ TEST_F(EntryPoints, Error9301WhenThePlatformKnowsNothingOfTheHandle)
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
     platform.fail("GetDeviceInfo", 1, 0x80000001);
     EXPECT_EQ(handle(given, 1, nullptr, 9),
-              Fails(9301, "Error 9301: kvn_fpga_handle: Cannot retrieve information from device handle (API "
-                          "error 0x80000001)."));
+              Fails("Error 9301: kvn_fpga_handle: Cannot retrieve information from device handle (API "
+                    "error 0x80000001)."));
     // No words are asked for: the message shows the code.
     EXPECT_EQ(transcript(), "\n* GetDeviceInfo on caller handle\n");
 }
@@ -292,7 +289,7 @@ TEST_F(EntryPoints, Error9302WhenTheFileNameIsNull)
 {
     MW_HANDLE* given = platform.caller_handle("mwc4a", 3);
     EXPECT_EQ(handle(given, 0x12, nullptr, 9),
-              Fails(9302, "Error 9302: kvn_fpga_handle: The 'rbtfile' parameter is NULL."));
+              Fails("Error 9302: kvn_fpga_handle: The 'rbtfile' parameter is NULL."));
     EXPECT_STREQ(session.board_type, "mwc4a");
     EXPECT_EQ(session.board_number, 3);
     EXPECT_EQ(session.board_type_given, 1U);
@@ -307,9 +304,9 @@ TEST_F(EntryPoints, Error9302WhenTheFileNameIsNull)
 TEST_F(EntryPoints, Error9303WhenTheActionIsUnknown)
 {
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
-    EXPECT_EQ(handle(given, 1, "design", 3), Fails(9303, "Error 9303: kvn_fpga_handle: Unknown action 3."));
+    EXPECT_EQ(handle(given, 1, "design", 3), Fails("Error 9303: kvn_fpga_handle: Unknown action 3."));
     EXPECT_STREQ(session.bitstream_file, "design");
-    EXPECT_EQ(handle(given, 1, "design", -2), Fails(9303, "Error 9303: kvn_fpga_handle: Unknown action -2."));
+    EXPECT_EQ(handle(given, 1, "design", -2), Fails("Error 9303: kvn_fpga_handle: Unknown action -2."));
 }
 
 TEST_F(EntryPoints, HandleIsUsedAsItIsAndNeverClosed)
@@ -342,7 +339,7 @@ TEST_F(EntryPoints, HandleIsNotClosedBehindError9221)
     platform.board("mwc4a", 0).slot(2, processor_module());
     RbtFile{}.write();
     EXPECT_EQ(handle(platform.caller_handle("mwc4a", 0), 2, "design"),
-              Fails(9221, "Error 9221. The module in slot 2 of board mwc4a 0 is a processor module."));
+              Fails("Error 9221. The module in slot 2 of board mwc4a 0 is a processor module."));
     EXPECT_EQ(bus_transcript(), R"(
 GetDeviceInfo on caller handle
 GetBoardInfo "mwc4a" 0
@@ -354,21 +351,21 @@ TEST_F(EntryPoints, Error9307WhenThePlatformKnowsNothingOfTheCommandLinesHandle)
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
     platform.fail("GetDeviceInfo", 1, 0xFFFFFFFE);
     EXPECT_EQ(run({"-fdesign"}, given),
-              Fails(9307, "Error 9307: kvn_fpga: Cannot retrieve information from device handle (API error "
-                          "0xfffffffe)."));
+              Fails("Error 9307: kvn_fpga: Cannot retrieve information from device handle (API error "
+                    "0xfffffffe)."));
     EXPECT_EQ(session.api_status, -2);
     EXPECT_EQ(transcript(), "\n* GetDeviceInfo on caller handle\n");
 }
 
 TEST_F(EntryPoints, Error9002OfTheCommandLineComesBeforeTheHandleIsLookedAt)
 {
-    EXPECT_EQ(run({"-x"}, platform.caller_handle("mwc4a", 0)), Fails(9002, "Error 9002. Unknown option -x."));
+    EXPECT_EQ(run({"-x"}, platform.caller_handle("mwc4a", 0)), Fails("Error 9002. Unknown option -x."));
     EXPECT_EQ(transcript(), "\n");
 }
 
 struct Handover {
     const char* what;
-    std::vector<std::string> options;
+    std::string options;
     std::uint32_t kind;
     KindWidth width;
     bool is_used;
@@ -378,27 +375,24 @@ struct Handover {
 TEST_F(EntryPoints, CommandLineTakesAHandleThatSuitsItBeforeError9041)
 {
     const Handover rows[] = {
-        {"nothing said", {}, 3, KindWidth::bits32, true},
-        {"16 bits wide", {}, 3, KindWidth::bits16, true},
-        {"same type", {"-dmwc4a"}, 3, KindWidth::bits32, true},
-        {"same type in capitals", {"-dMWC4A"}, 3, KindWidth::bits32, true},
-        {"beginning of the type", {"-dmw"}, 3, KindWidth::bits32, true},
-        {"more than the type", {"-dmwc4ax"}, 3, KindWidth::bits32, false},
-        {"other type", {"-dmwc3a"}, 3, KindWidth::bits32, false},
-        {"same number", {"-b3"}, 3, KindWidth::bits32, true},
-        {"other number", {"-b0"}, 3, KindWidth::bits32, false},
-        {"both the same", {"-dmwc4a", "-b3"}, 3, KindWidth::bits32, true},
-        {"same type, other number", {"-dmwc4a", "-b4"}, 3, KindWidth::bits32, false},
-        {"another device", {}, 2, KindWidth::bits32, false},
-        {"another device, 16 bits wide", {}, 2, KindWidth::bits16, false},
+        {"nothing said", "", 3, KindWidth::bits32, true},
+        {"16 bits wide", "", 3, KindWidth::bits16, true},
+        {"same type", "-dmwc4a", 3, KindWidth::bits32, true},
+        {"same type in capitals", "-dMWC4A", 3, KindWidth::bits32, true},
+        {"beginning of the type", "-dmw", 3, KindWidth::bits32, true},
+        {"more than the type", "-dmwc4ax", 3, KindWidth::bits32, false},
+        {"other type", "-dmwc3a", 3, KindWidth::bits32, false},
+        {"same number", "-b3", 3, KindWidth::bits32, true},
+        {"other number", "-b0", 3, KindWidth::bits32, false},
+        {"both the same", "-dmwc4a -b3", 3, KindWidth::bits32, true},
+        {"same type, other number", "-dmwc4a -b4", 3, KindWidth::bits32, false},
+        {"another device", "", 2, KindWidth::bits32, false},
+        {"another device, 16 bits wide", "", 2, KindWidth::bits16, false},
     };
     for (const Handover& row : rows) {
         MW_HANDLE* given = platform.caller_handle("mwc4a", 3, row.kind, row.width);
-        std::vector<std::string> arguments{"KVN_FPGA", "-u", "-fmissing"};
-        arguments.insert(arguments.end(), row.options.begin(), row.options.end());
-        Arguments line{arguments};
         // The run ends at the missing file, behind the decision and before any use of the handle.
-        EXPECT_EQ(session.kvn_fpga(given, line.argc(), line.argv()), 9041) << row.what;
+        EXPECT_EQ(run(split("-u -fmissing " + row.options, ' '), given).number, 9041) << row.what;
         EXPECT_EQ(session.handle_is_external, row.is_used ? 1U : 0U) << row.what;
         EXPECT_EQ(session.handle, row.is_used ? given : nullptr) << row.what;
         EXPECT_EQ(session.api_status, 0) << row.what;
@@ -409,7 +403,7 @@ TEST_F(EntryPoints, Error9074BecauseTypeAndNumberAreNeverTakenFromTheHandle)
 {
     RbtFile{}.write();
     EXPECT_EQ(run({"-u", "-fdesign"}, platform.caller_handle("mwc4a", 3)),
-              Fails(9074, "Error 9074. Please define MWAPIKSB and MWAPIJTAG, or select a board type."));
+              Fails("Error 9074. Please define MWAPIKSB and MWAPIJTAG, or select a board type."));
     EXPECT_STREQ(session.board_type, "");
     EXPECT_EQ(session.board_number, 0);
 }
@@ -450,10 +444,9 @@ TEST_F(EntryPoints, CommandLineMayAskBeforeError9041UntilItSaysOtherwise)
 
 TEST_F(EntryPoints, CommandLineWithAConFileRunsThatInPlaceOfTheDriverToError9020)
 {
-    EXPECT_EQ(run({"-fdesign", "boards"}),
-              Fails(9020, "Error 9020. Failed to find/open file \"boards.con\"."));
+    EXPECT_EQ(run({"-fdesign", "boards"}), Fails("Error 9020. Failed to find/open file \"boards.con\"."));
     EXPECT_EQ(run_without_handle({"-fdesign", "boards"}),
-              Fails(9020, "Error 9020. Failed to find/open file \"boards.con\"."));
+              Fails("Error 9020. Failed to find/open file \"boards.con\"."));
 }
 
 TEST_F(EntryPoints, ForgetTheRunOfError9052InThatOfError9040)

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Which file a run uses: by its name, by what exists, and by what the user says.
-#include "support/row_names.h"
 #include "support/run_fixture.h"
 
 #include <ostream>
@@ -64,19 +63,18 @@ struct Choice {
     const char* name;
     Doing action;
     bool may_ask;
-    const char* files; ///< extensions that exist, such as ".rbt .bit"
-    const char* answers;
-    int number;
-    const char* text;
-    const char* kinds;
-    const char* selected; ///< bitstream_file afterwards
-    std::vector<const char*> questions = {};
+    const char* files;    ///< extensions that exist, such as ".rbt .bit"
+    const char* question; ///< the one that is asked, or ""
+    const char* reply;    ///< to it
+    std::string text;
+    std::string kinds;
+    std::string selected; ///< bitstream_file afterwards
 
     friend void PrintTo(const Choice& row, std::ostream* out)
     {
         const char* const actions[] = {"configure", "compress", "expand"};
         *out << actions[static_cast<int>(row.action)] << ' ' << row.name << (row.may_ask ? ", asking" : "")
-             << ", of \"" << row.files << "\", answering \"" << row.answers << '"';
+             << ", of \"" << row.files << "\", answering \"" << row.reply << '"';
     }
 };
 
@@ -90,25 +88,23 @@ TEST_P(DecisionTable, Holds)
     for (const std::string extension : {".rbt", ".mcb", ".bit"})
         if (std::string{row.files}.find(extension) != std::string::npos)
             write_file("design" + extension, "design" + extension);
-    for (const char* c = row.answers; *c != '\0'; ++c)
-        answer(std::string(1, *c));
+    if (*row.question != '\0')
+        answer(row.reply);
     session.make_mcb = row.action == Doing::compress ? 1 : 0;
     session.make_rbt = row.action == Doing::expand ? 1 : 0;
     session.prompt_user = row.may_ask ? 1 : 0;
     session.file_is_mcb = 1; // left by nobody knows whom
     session.file_is_bit = 1;
 
-    EXPECT_EQ(select(row.name), (Result{row.number, row.text, row.number}));
+    EXPECT_EQ(select(row.name), Fails(row.text));
     EXPECT_EQ(kinds(), row.kinds);
-    EXPECT_STREQ(session.bitstream_file, row.selected);
-    if (row.number == 0) {
+    EXPECT_EQ(session.bitstream_file, row.selected);
+    if (row.text.empty()) {
         EXPECT_EQ(opened(), row.selected);
     }
     std::vector<std::string> questions;
-    for (std::size_t i = 0; i < row.questions.size(); ++i) {
-        questions.push_back(asked_yn(row.questions[i]));
-        questions.push_back(answered(std::string(1, row.answers[i])));
-    }
+    if (*row.question != '\0')
+        questions = {asked_yn(row.question), answered(row.reply)};
     EXPECT_EQ(log(), questions);
 }
 
@@ -116,220 +112,107 @@ constexpr auto configure = Doing::configure;
 constexpr auto compress = Doing::compress;
 constexpr auto expand = Doing::expand;
 
-INSTANTIATE_TEST_SUITE_P(
-    NoExtensionExpand, DecisionTable,
-    testing::Values(Choice{"design", expand, true, ".rbt .mcb .bit", "", 0, "", "mcb bin_fp", "design.mcb"},
-                    Choice{"design", expand, false, ".mcb", "", 0, "", "mcb bin_fp", "design.mcb"},
-                    Choice{"design", expand, true, ".rbt .bit", "", 9042,
-                           "Error 9042. Cannot find/open design.mcb file.", "", "design"},
-                    Choice{"design", expand, false, "", "", 9042,
-                           "Error 9042. Cannot find/open design.mcb file.", "", "design"}),
-    RowName{});
+constexpr bool asking = true;
+constexpr bool silent = false;
 
-INSTANTIATE_TEST_SUITE_P(
-    NoExtensionCompress, DecisionTable,
-    testing::Values(Choice{"design", compress, true, ".rbt .mcb .bit", "", 0, "", "rbt rbt_fp", "design.rbt"},
-                    Choice{"design", compress, true, ".mcb .bit", "", 9040,
-                           "Error 9040. Cannot find/open design.rbt file.", "", "design"},
-                    Choice{"design", compress, false, ".bit", "", 9040,
-                           "Error 9040. Cannot find/open design.rbt file.", "", "design"}),
-    RowName{});
-
-INSTANTIATE_TEST_SUITE_P(
-    NoExtensionConfigure, DecisionTable,
-    testing::Values(Choice{"design", configure, true, ".rbt .mcb .bit", "", 0, "", "rbt rbt_fp",
-                           "design.rbt"},
-                    Choice{"design", configure, false, ".rbt .bit", "", 0, "", "rbt rbt_fp", "design.rbt"},
-                    Choice{"design", configure, true, ".mcb .bit", "", 0, "", "mcb bin_fp", "design.mcb"},
-                    Choice{"design", configure, false, ".bit", "", 0, "", "bit bin_fp", "design.bit"},
-                    Choice{"design", configure, true, "", "", 9041,
-                           "Error 9041. Cannot find/open design.[rbt/mcb/bit] file.", "", "design"},
-                    Choice{"design", configure, false, "", "", 9041,
-                           "Error 9041. Cannot find/open design.[rbt/mcb/bit] file.", "", "design"}),
-    RowName{});
-
-INSTANTIATE_TEST_SUITE_P(
-    Rbt, DecisionTable,
-    testing::Values(
-        Choice{"design.rbt", expand, true, ".rbt .mcb", "", 9043,
-               "Error 9043. Sorry, you cannot expand a .rbt file.", "", "design.rbt"},
-        Choice{"design.rbt", expand, false, "", "", 9043, "Error 9043. Sorry, you cannot expand a .rbt file.",
-               "", "design.rbt"},
-        Choice{"design.rbt", configure, true, ".rbt .mcb .bit", "", 0, "", "rbt rbt_fp", "design.rbt"},
-        Choice{"design.rbt", configure, false, ".rbt", "", 0, "", "rbt rbt_fp", "design.rbt"},
-        Choice{"design.rbt", compress, true, ".rbt", "", 0, "", "rbt rbt_fp", "design.rbt"},
-        Choice{
-            "design.rbt", configure, true, ".mcb .bit", "y", 0, "", "mcb bin_fp", "design.mcb", {FOUND_MCB}},
-        Choice{"design.rbt", configure, true, ".mcb", "Y", 0, "", "mcb bin_fp", "design.mcb", {FOUND_MCB}},
-        Choice{"design.rbt",
-               configure,
-               true,
-               ".mcb .bit",
-               "n",
-               9046,
-               "Error 9046. Cannot find/open design.rbt file.",
-               "bin_fp",
-               "design.rbt",
-               {FOUND_MCB}},
-        Choice{"design.rbt",
-               configure,
-               true,
-               ".mcb",
-               "j",
-               9046,
-               "Error 9046. Cannot find/open design.rbt file.",
-               "bin_fp",
-               "design.rbt",
-               {FOUND_MCB}},
-        Choice{"design.rbt", configure, true, ".bit", "y", 0, "", "bit bin_fp", "design.bit", {FOUND_BIT}},
-        Choice{"design.rbt",
-               configure,
-               true,
-               ".bit",
-               "N",
-               9046,
-               "Error 9046. Cannot find/open design.rbt file.",
-               "bin_fp",
-               "design.rbt",
-               {FOUND_BIT}},
-        Choice{"design.rbt", configure, true, "", "", 9045, "Error 9045. Cannot find/open design.rbt file.",
-               "", "design.rbt"},
-        Choice{"design.rbt", configure, false, ".mcb .bit", "", 9044,
-               "Error 9044. Cannot find/open design.rbt file.", "", "design.rbt"},
-        Choice{"design.rbt", compress, true, ".mcb .bit", "", 9044,
-               "Error 9044. Cannot find/open design.rbt file.", "", "design.rbt"},
-        Choice{"design.rbt", compress, false, "", "", 9044, "Error 9044. Cannot find/open design.rbt file.",
-               "", "design.rbt"}),
-    RowName{});
-
-INSTANTIATE_TEST_SUITE_P(
-    Mcb, DecisionTable,
-    testing::Values(
-        Choice{"design.mcb", compress, true, ".rbt .mcb", "", 9047,
-               "Error 9047. Sorry, cannot compress a .mcb file.", "", "design.mcb"},
-        Choice{"design.mcb", compress, false, "", "", 9047, "Error 9047. Sorry, cannot compress a .mcb file.",
-               "", "design.mcb"},
-        Choice{"design.mcb", configure, true, ".rbt .mcb .bit", "", 0, "", "mcb bin_fp", "design.mcb"},
-        Choice{"design.mcb", expand, false, ".mcb", "", 0, "", "mcb bin_fp", "design.mcb"},
-        Choice{
-            "design.mcb", configure, true, ".rbt .bit", "y", 0, "", "rbt rbt_fp", "design.rbt", {FOUND_RBT}},
-        Choice{"design.mcb",
-               configure,
-               true,
-               ".rbt .bit",
-               "n",
-               9050,
-               "Error 9050. Cannot find/open design.mcb file.",
-               "rbt_fp",
-               "design.mcb",
-               {FOUND_RBT}},
-        Choice{"design.mcb", configure, true, ".bit", "Y", 0, "", "bit bin_fp", "design.bit", {FOUND_BIT}},
-        Choice{"design.mcb",
-               configure,
-               true,
-               ".bit",
-               "n",
-               9049,
-               "Error 9049. Cannot find/open design.mcb file.",
-               "bin_fp",
-               "design.mcb",
-               {FOUND_BIT}},
-        Choice{"design.mcb", configure, true, "", "", 9049, "Error 9049. Cannot find/open design.mcb file.",
-               "", "design.mcb"},
-        Choice{"design.mcb", configure, false, ".rbt .bit", "", 9048,
-               "Error 9048. Cannot find/open design.mcb file.", "", "design.mcb"},
-        Choice{"design.mcb", expand, true, ".rbt .bit", "", 9048,
-               "Error 9048. Cannot find/open design.mcb file.", "", "design.mcb"},
-        Choice{"design.mcb", expand, false, "", "", 9048, "Error 9048. Cannot find/open design.mcb file.", "",
-               "design.mcb"}),
-    RowName{});
-
-INSTANTIATE_TEST_SUITE_P(
-    Bit, DecisionTable,
-    testing::Values(
-        Choice{"design.bit", expand, true, ".mcb .bit", "", 9054,
-               "Error 9054. Sorry, expanding a .bit file is not supported.", "", "design.bit"},
-        Choice{"design.bit", expand, false, "", "", 9054,
-               "Error 9054. Sorry, expanding a .bit file is not supported.", "", "design.bit"},
-        Choice{"design.bit", configure, true, ".rbt .mcb .bit", "", 0, "", "bit bin_fp", "design.bit"},
-        Choice{"design.bit", compress, false, ".bit", "", 0, "", "bit bin_fp", "design.bit"},
-        Choice{
-            "design.bit", configure, true, ".rbt .mcb", "y", 0, "", "rbt rbt_fp", "design.rbt", {FOUND_RBT}},
-        Choice{"design.bit",
-               configure,
-               true,
-               ".rbt .mcb",
-               "n",
-               9055,
-               "Error 9055. Cannot find/open design.bit file.",
-               "rbt_fp",
-               "design.bit",
-               {FOUND_RBT}},
-        Choice{"design.bit", configure, true, ".mcb", "y", 0, "", "mcb bin_fp", "design.mcb", {FOUND_MCB}},
-        Choice{"design.bit",
-               configure,
-               true,
-               ".mcb",
-               "n",
-               9055,
-               "Error 9055. Cannot find/open design.bit file.",
-               "bin_fp",
-               "design.bit",
-               {FOUND_MCB}},
-        Choice{"design.bit", configure, true, "", "", 9055, "Error 9055. Cannot find/open design.bit file.",
-               "", "design.bit"},
-        Choice{"design.bit", configure, false, ".rbt .mcb", "", 9055,
-               "Error 9055. Cannot find/open design.bit file.", "", "design.bit"},
-        // Compressing asks as well, and may even be given an MCB file, which the conversion then refuses.
-        Choice{"design.bit", compress, true, ".rbt", "y", 0, "", "rbt rbt_fp", "design.rbt", {FOUND_RBT}},
-        Choice{"design.bit", compress, true, ".mcb", "y", 0, "", "mcb bin_fp", "design.mcb", {FOUND_MCB}},
-        Choice{"design.bit", compress, false, ".rbt", "", 9055,
-               "Error 9055. Cannot find/open design.bit file.", "", "design.bit"}),
-    RowName{});
-
-INSTANTIATE_TEST_SUITE_P(
-    OtherExtensions, DecisionTable,
-    testing::Values(
-        Choice{"design.txt", configure, true, ".rbt", "", 9051,
-               "Error 9051. Incorrect file extension in design.txt (should be *.rbt, *.mcb, *.bit, or none).",
-               "", "design.txt"},
-        Choice{"design.txt", compress, false, "", "", 9051,
-               "Error 9051. Incorrect file extension in design.txt (should be *.rbt, *.mcb, *.bit, or none).",
-               "", "design.txt"},
-        Choice{"design.RBT", configure, true, ".rbt", "", 9051,
-               "Error 9051. Incorrect file extension in design.RBT (should be *.rbt, *.mcb, *.bit, or none).",
-               "", "design.RBT"},
-        Choice{"design.Mcb", expand, true, ".mcb", "", 9051,
-               "Error 9051. Incorrect file extension in design.Mcb (should be *.rbt, *.mcb, *.bit, or none).",
-               "", "design.Mcb"},
-        Choice{"design.BIT", configure, true, ".bit", "", 9051,
-               "Error 9051. Incorrect file extension in design.BIT (should be *.rbt, *.mcb, *.bit, or none).",
-               "", "design.BIT"}),
-    RowName{});
-
-TEST_F(FileSelection, TakesTheRbtFileOfANameWithoutExtension)
+/// A row that ends with the file of a kind, after a question or without any.
+Choice uses(const char* name, Doing action, bool may_ask, const char* files, const std::string& kind,
+            const char* question = "", const char* reply = "")
 {
-    write_file("design.rbt", "rbt");
-    write_file("design.bit", "bit");
-    EXPECT_EQ(select("design"), Succeeds());
-    EXPECT_STREQ(session.bitstream_file, "design.rbt");
-    EXPECT_EQ(kinds(), "rbt rbt_fp");
+    const std::string kinds = kind + (kind == "rbt" ? " rbt_fp" : " bin_fp");
+    return {name, action, may_ask, files, question, reply, "", kinds, "design." + kind};
 }
 
-TEST_F(FileSelection, Error9055WhenTheRbtFileIsRefusedInPlaceOfABitFile)
+/// A row that ends with an error.
+Choice fails(const char* name, Doing action, bool may_ask, const char* files, const char* text,
+             const char* question = "", const char* reply = "", const char* left_open = "")
 {
-    write_file("design.rbt");
-    session.prompt_user = 1;
-    answer("n");
-    EXPECT_EQ(select("design.bit"), Fails(9055, "Error 9055. Cannot find/open design.bit file."));
+    return {name, action, may_ask, files, question, reply, text, left_open, name};
 }
 
-TEST_F(FileSelection, Error9051WhenTheExtensionIsInCapitals)
-{
-    write_file("design.RBT");
-    EXPECT_EQ(select("design.RBT"), Fails(9051, "Error 9051. Incorrect file extension in design.RBT (should "
-                                                "be *.rbt, *.mcb, *.bit, or none)."));
-}
+const Choice choices[] = {
+    // Names without extension: expand,
+    uses("design", expand, asking, ".rbt .mcb .bit", "mcb"),
+    uses("design", expand, silent, ".mcb", "mcb"),
+    fails("design", expand, asking, ".rbt .bit", "Error 9042. Cannot find/open design.mcb file."),
+    fails("design", expand, silent, "", "Error 9042. Cannot find/open design.mcb file."),
+    // compress,
+    uses("design", compress, asking, ".rbt .mcb .bit", "rbt"),
+    fails("design", compress, asking, ".mcb .bit", "Error 9040. Cannot find/open design.rbt file."),
+    fails("design", compress, silent, ".bit", "Error 9040. Cannot find/open design.rbt file."),
+    // configure.
+    uses("design", configure, asking, ".rbt .mcb .bit", "rbt"),
+    uses("design", configure, silent, ".rbt .bit", "rbt"),
+    uses("design", configure, asking, ".mcb .bit", "mcb"),
+    uses("design", configure, silent, ".bit", "bit"),
+    fails("design", configure, asking, "", "Error 9041. Cannot find/open design.[rbt/mcb/bit] file."),
+    fails("design", configure, silent, "", "Error 9041. Cannot find/open design.[rbt/mcb/bit] file."),
+    // Names of RBT files.
+    fails("design.rbt", expand, asking, ".rbt .mcb", "Error 9043. Sorry, you cannot expand a .rbt file."),
+    fails("design.rbt", expand, silent, "", "Error 9043. Sorry, you cannot expand a .rbt file."),
+    uses("design.rbt", configure, asking, ".rbt .mcb .bit", "rbt"),
+    uses("design.rbt", configure, silent, ".rbt", "rbt"),
+    uses("design.rbt", compress, asking, ".rbt", "rbt"),
+    uses("design.rbt", configure, asking, ".mcb .bit", "mcb", FOUND_MCB, "y"),
+    uses("design.rbt", configure, asking, ".mcb", "mcb", FOUND_MCB, "Y"),
+    fails("design.rbt", configure, asking, ".mcb .bit", "Error 9046. Cannot find/open design.rbt file.",
+          FOUND_MCB, "n", "bin_fp"),
+    fails("design.rbt", configure, asking, ".mcb", "Error 9046. Cannot find/open design.rbt file.", FOUND_MCB,
+          "j", "bin_fp"),
+    uses("design.rbt", configure, asking, ".bit", "bit", FOUND_BIT, "y"),
+    fails("design.rbt", configure, asking, ".bit", "Error 9046. Cannot find/open design.rbt file.", FOUND_BIT,
+          "N", "bin_fp"),
+    fails("design.rbt", configure, asking, "", "Error 9045. Cannot find/open design.rbt file."),
+    fails("design.rbt", configure, silent, ".mcb .bit", "Error 9044. Cannot find/open design.rbt file."),
+    fails("design.rbt", compress, asking, ".mcb .bit", "Error 9044. Cannot find/open design.rbt file."),
+    fails("design.rbt", compress, silent, "", "Error 9044. Cannot find/open design.rbt file."),
+    // Names of MCB files.
+    fails("design.mcb", compress, asking, ".rbt .mcb", "Error 9047. Sorry, cannot compress a .mcb file."),
+    fails("design.mcb", compress, silent, "", "Error 9047. Sorry, cannot compress a .mcb file."),
+    uses("design.mcb", configure, asking, ".rbt .mcb .bit", "mcb"),
+    uses("design.mcb", expand, silent, ".mcb", "mcb"),
+    uses("design.mcb", configure, asking, ".rbt .bit", "rbt", FOUND_RBT, "y"),
+    fails("design.mcb", configure, asking, ".rbt .bit", "Error 9050. Cannot find/open design.mcb file.",
+          FOUND_RBT, "n", "rbt_fp"),
+    uses("design.mcb", configure, asking, ".bit", "bit", FOUND_BIT, "Y"),
+    fails("design.mcb", configure, asking, ".bit", "Error 9049. Cannot find/open design.mcb file.", FOUND_BIT,
+          "n", "bin_fp"),
+    fails("design.mcb", configure, asking, "", "Error 9049. Cannot find/open design.mcb file."),
+    fails("design.mcb", configure, silent, ".rbt .bit", "Error 9048. Cannot find/open design.mcb file."),
+    fails("design.mcb", expand, asking, ".rbt .bit", "Error 9048. Cannot find/open design.mcb file."),
+    fails("design.mcb", expand, silent, "", "Error 9048. Cannot find/open design.mcb file."),
+    // Names of BIT files.
+    fails("design.bit", expand, asking, ".mcb .bit",
+          "Error 9054. Sorry, expanding a .bit file is not supported."),
+    fails("design.bit", expand, silent, "", "Error 9054. Sorry, expanding a .bit file is not supported."),
+    uses("design.bit", configure, asking, ".rbt .mcb .bit", "bit"),
+    uses("design.bit", compress, silent, ".bit", "bit"),
+    uses("design.bit", configure, asking, ".rbt .mcb", "rbt", FOUND_RBT, "y"),
+    fails("design.bit", configure, asking, ".rbt .mcb", "Error 9055. Cannot find/open design.bit file.",
+          FOUND_RBT, "n", "rbt_fp"),
+    uses("design.bit", configure, asking, ".mcb", "mcb", FOUND_MCB, "y"),
+    fails("design.bit", configure, asking, ".mcb", "Error 9055. Cannot find/open design.bit file.", FOUND_MCB,
+          "n", "bin_fp"),
+    fails("design.bit", configure, asking, "", "Error 9055. Cannot find/open design.bit file."),
+    fails("design.bit", configure, silent, ".rbt .mcb", "Error 9055. Cannot find/open design.bit file."),
+    // Compressing asks as well, and may even be given an MCB file, which the conversion then refuses.
+    uses("design.bit", compress, asking, ".rbt", "rbt", FOUND_RBT, "y"),
+    uses("design.bit", compress, asking, ".mcb", "mcb", FOUND_MCB, "y"),
+    fails("design.bit", compress, silent, ".rbt", "Error 9055. Cannot find/open design.bit file."),
+    // Other extensions.
+    fails("design.txt", configure, asking, ".rbt",
+          "Error 9051. Incorrect file extension in design.txt (should be *.rbt, *.mcb, *.bit, or none)."),
+    fails("design.txt", compress, silent, "",
+          "Error 9051. Incorrect file extension in design.txt (should be *.rbt, *.mcb, *.bit, or none)."),
+    fails("design.RBT", configure, asking, ".rbt",
+          "Error 9051. Incorrect file extension in design.RBT (should be *.rbt, *.mcb, *.bit, or none)."),
+    fails("design.Mcb", expand, asking, ".mcb",
+          "Error 9051. Incorrect file extension in design.Mcb (should be *.rbt, *.mcb, *.bit, or none)."),
+    fails("design.BIT", configure, asking, ".bit",
+          "Error 9051. Incorrect file extension in design.BIT (should be *.rbt, *.mcb, *.bit, or none)."),
+};
+
+INSTANTIATE_TEST_SUITE_P(Choices, DecisionTable, testing::ValuesIn(choices), RowName{});
 
 TEST_F(FileSelection, AsksUntilAUsableNameIsGiven)
 {
@@ -371,8 +254,7 @@ TEST_F(FileSelection, TakesAPointThatIsNotFourPlacesFromTheEndForNoExtension)
 
 TEST_F(FileSelection, Error9052WithoutANameAndWithoutQuestions)
 {
-    EXPECT_EQ(select_without_name(),
-              Fails(9052, "Error 9052. No RBT, MCB, or BIT file specified (-f option)."));
+    EXPECT_EQ(select_without_name(), Fails("Error 9052. No RBT, MCB, or BIT file specified (-f option)."));
     EXPECT_EQ(transcript(), "\n");
 }
 
@@ -388,7 +270,7 @@ TEST_F(FileSelection, Error9052WhenStandardInputEndsWhileANameIsAskedFor)
     const Result outcome = select_without_name();
     std::fclose(std::exchange(stdin, input_before));
     std::fclose(std::exchange(stdout, output_before));
-    EXPECT_EQ(outcome, Fails(9052, "Error 9052. No RBT, MCB, or BIT file specified (-f option)."));
+    EXPECT_EQ(outcome, Fails("Error 9052. No RBT, MCB, or BIT file specified (-f option)."));
     const std::string question = "Enter the name of the bitstream RBT, MCB, or BIT file:\n> ";
     EXPECT_EQ(read_file("output"), question + question + question);
 }
@@ -424,8 +306,7 @@ TEST_F(FileSelection, Error9041WhenANameLeavesNoRoomForItsExtension)
     const std::string name(252, 'f');
     write_file(name);
     write_file(name + ".rb");
-    EXPECT_EQ(select(name.c_str()),
-              Fails(9041, "Error 9041. Cannot find/open " + name + ".[rbt/mcb/bit] file."));
+    EXPECT_EQ(select(name.c_str()), Fails("Error 9041. Cannot find/open " + name + ".[rbt/mcb/bit] file."));
     EXPECT_EQ(session.bitstream_file, name);
     EXPECT_EQ(kinds(), "");
 }
@@ -442,7 +323,7 @@ TEST_F(FileSelection, LeavesNothingOpenBehindError9046)
 {
     write_file("design.mcb");
     answer("n");
-    EXPECT_EQ(run({"-fdesign.rbt"}), Fails(9046, "Error 9046. Cannot find/open design.rbt file."));
+    EXPECT_EQ(run({"-fdesign.rbt"}), Fails("Error 9046. Cannot find/open design.rbt file."));
     EXPECT_EQ(session.bin_fp, nullptr);
 }
 
@@ -455,34 +336,23 @@ TEST_F(FileSelection, ReadsAFileOfAnyKindAsItIs)
     EXPECT_EQ(std::fgetc(session.rbt_fp), '\r');
 }
 
-struct Extension {
-    const char* name;
-    const char* extension;
-    int result;
-};
-
-class CheckExtension : public testing::TestWithParam<Extension>
+TEST(CheckExtension, ClassifiesTheName)
 {
-};
-
-TEST_P(CheckExtension, ClassifiesTheName)
-{
-    EXPECT_EQ(kvn_fpga_imp::Check_Extension(GetParam().name, GetParam().extension), GetParam().result)
-        << GetParam().name << ' ' << GetParam().extension;
+    const struct {
+        const char* name;
+        const char* extension;
+        int result;
+    } rows[] = {{"design.rbt", ".rbt", 0},  {"design.rbt", ".mcb", -1},
+                {"design.RBT", ".rbt", -1}, {"design", ".rbt", 1},
+                {"design.ab", ".rbt", 1},   {"design.abcd", ".rbt", 1},
+                {".rbt", ".rbt", 0},        {".con", ".rbt", -1},
+                {"....", ".rbt", -1},       {"a.b.rbt", ".rbt", 0},
+                {"design.rbt.", ".rbt", 1}, {"boards.con", ".con", 0},
+                {"..abc", ".rbt", -1},      {"", ".rbt", 1},
+                {".", ".rbt", 1},           {"a", ".rbt", 1},
+                {".rb", ".rbt", 1},         {"rbt", ".rbt", 1}};
+    for (const auto& row : rows)
+        EXPECT_EQ(kvn_fpga_imp::Check_Extension(row.name, row.extension), row.result)
+            << row.name << ' ' << row.extension;
 }
-
-INSTANTIATE_TEST_SUITE_P(Names, CheckExtension,
-                         testing::Values(Extension{"design.rbt", ".rbt", 0},
-                                         Extension{"design.rbt", ".mcb", -1},
-                                         Extension{"design.RBT", ".rbt", -1}, Extension{"design", ".rbt", 1},
-                                         Extension{"design.ab", ".rbt", 1},
-                                         Extension{"design.abcd", ".rbt", 1}, Extension{".rbt", ".rbt", 0},
-                                         Extension{".con", ".rbt", -1}, Extension{"....", ".rbt", -1},
-                                         Extension{"a.b.rbt", ".rbt", 0}, Extension{"design.rbt.", ".rbt", 1},
-                                         Extension{"boards.con", ".con", 0}, Extension{"..abc", ".rbt", -1}));
-
-INSTANTIATE_TEST_SUITE_P(NamesOfFewerThanFourCharacters, CheckExtension,
-                         testing::Values(Extension{"", ".rbt", 1}, Extension{".", ".rbt", 1},
-                                         Extension{"a", ".rbt", 1}, Extension{".rb", ".rbt", 1},
-                                         Extension{"rbt", ".rbt", 1}));
 } // namespace

@@ -115,6 +115,13 @@ RbtFile& RbtFile::without_date()
     return *this;
 }
 
+RbtFile& RbtFile::cut_after(std::size_t header_lines)
+{
+    header.resize(header_lines);
+    data.clear();
+    return *this;
+}
+
 RbtFile& RbtFile::stated_bits(long bits)
 {
     header.back() = "Bits:        \t" + std::to_string(bits) + '\n';

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -43,6 +44,8 @@ struct RbtFile {
 
     RbtFile& device(std::string_view name);
     RbtFile& without_date();
+    /// Leaves only the first lines of the header, and no data.
+    RbtFile& cut_after(std::size_t header_lines);
     /// States a number of bits (the right one otherwise) in the last line of the header.
     RbtFile& stated_bits(long bits);
 
@@ -104,6 +107,16 @@ struct McbFile {
     void write(const std::string& name = "design.mcb") const { write_whole_file(name, content()); }
     /// What the runs expand to.
     [[nodiscard]] Bytes transmission_bytes() const;
+};
+
+/// A file that is damaged in one place, and the text of the error.
+template <class File>
+struct FileFault {
+    const char* name;
+    void (*damage)(File& file);
+    const char* text;
+
+    friend void PrintTo(const FileFault& fault, std::ostream* out) { *out << fault.text; }
 };
 
 #endif

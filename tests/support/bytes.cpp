@@ -2,7 +2,7 @@
 // Bytes and texts as tests write them.
 #include "support/bytes.h"
 
-#include <cstdio>
+#include <sstream>
 #include <stdexcept>
 
 namespace
@@ -65,6 +65,15 @@ std::string escaped(std::string_view text)
             line += c;
     }
     return line;
+}
+
+std::vector<std::string> split(const std::string& text, char end)
+{
+    std::vector<std::string> parts;
+    std::istringstream stream{text};
+    for (std::string part; std::getline(stream, part, end);)
+        parts.push_back(part);
+    return parts;
 }
 
 Arguments::Arguments(std::initializer_list<std::string_view> arguments)

@@ -21,6 +21,9 @@ std::string hex(const Bytes& data);
 /// A text on one line: control characters and the backslash as in C.
 std::string escaped(std::string_view text);
 
+/// The parts of a text that a character ends; the last one needs none.
+std::vector<std::string> split(const std::string& text, char end);
+
 /// A mutable copy of a text, for functions that take char*.
 class Chars
 {

@@ -2,6 +2,7 @@
 // A fixture for runs of the session: a temporary folder, a platform, callbacks, one log for all that happens.
 #include "support/run_fixture.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -15,6 +16,12 @@ thread_local RunFixture* RunFixture::current_ = nullptr;
 void PrintTo(const Result& result, std::ostream* out)
 {
     *out << result.number << " \"" << escaped(result.text) << "\" (last_error " << result.last_error << ')';
+}
+
+Result Fails(std::string text)
+{
+    const int number = stated_number(text);
+    return Fails(number, std::move(text));
 }
 
 Result Fails(int number, std::string text)
@@ -117,25 +124,17 @@ bool RunFixture::file_exists(const std::string& name)
     return std::filesystem::exists(name);
 }
 
-namespace
+Result RunFixture::run(std::vector<std::string> arguments, MW_HANDLE* handle)
 {
-std::vector<std::string> with_program_name(std::initializer_list<std::string_view> arguments)
-{
-    std::vector<std::string> all{"KVN_FPGA"};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    return all;
-}
-} // namespace
-
-Result RunFixture::run(std::initializer_list<std::string_view> arguments, MW_HANDLE* handle)
-{
-    Arguments line{with_program_name(arguments)};
+    arguments.insert(arguments.begin(), "KVN_FPGA");
+    Arguments line{arguments};
     return result(session.kvn_fpga(handle, line.argc(), line.argv()));
 }
 
-Result RunFixture::run_without_handle(std::initializer_list<std::string_view> arguments)
+Result RunFixture::run_without_handle(std::vector<std::string> arguments)
 {
-    Arguments line{with_program_name(arguments)};
+    arguments.insert(arguments.begin(), "KVN_FPGA");
+    Arguments line{arguments};
     return result(session.kvn_fpga(line.argc(), line.argv()));
 }
 
@@ -182,6 +181,14 @@ std::vector<std::string> RunFixture::prints() const
         if (line.starts_with("| "))
             texts.push_back(line.substr(2));
     return texts;
+}
+
+std::vector<std::string> RunFixture::progress_among(const std::vector<std::string>& lines)
+{
+    std::vector<std::string> shown;
+    std::ranges::copy_if(lines, std::back_inserter(shown),
+                         [](const std::string& line) { return line.starts_with("\\r"); });
+    return shown;
 }
 
 std::string RunFixture::next_answer(std::string_view question)

@@ -17,6 +17,7 @@
 #include "support/bytes.h"
 #include "support/fake_platform.h"
 #include "support/files.h"
+#include "support/row_names.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -40,7 +41,9 @@ struct Result {
     friend void PrintTo(const Result& result, std::ostream* out);
 };
 
-/// EXPECT_EQ(load(), Fails(9103, "Error 9103. Bitstream ..."));
+/// EXPECT_EQ(load(), Fails("Error 9103. Bitstream ..."));
+Result Fails(std::string text);
+/// The same for a text that does not state its number.
 Result Fails(int number, std::string text);
 /// EXPECT_EQ(load(), Succeeds());
 Result Succeeds();
@@ -94,9 +97,9 @@ protected:
     Result result(int number) const { return {number, session.last_error_text, session.last_error}; }
 
     /// Runs a command line, without its argv[0], through `session`.
-    Result run(std::initializer_list<std::string_view> arguments, MW_HANDLE* handle = nullptr);
+    Result run(std::vector<std::string> arguments, MW_HANDLE* handle = nullptr);
     /// The same by the entry point that takes no handle.
-    Result run_without_handle(std::initializer_list<std::string_view> arguments);
+    Result run_without_handle(std::vector<std::string> arguments);
 
     /// Opens the bus of a board in `session` without a trace in the log, for tests of single steps.
     void open_bus(const std::string& type, std::uint16_t number);
@@ -137,6 +140,9 @@ protected:
     [[nodiscard]] std::vector<std::string> bus() const { return platform.journal(); }
     /// The printed lines alone, without their "| ".
     [[nodiscard]] std::vector<std::string> prints() const;
+
+    /// Those of some printed lines that show a percentage.
+    [[nodiscard]] static std::vector<std::string> progress_among(const std::vector<std::string>& lines);
 
     EnvironmentVariable mwapiksb{"MWAPIKSB"};
     EnvironmentVariable mwapijtag{"MWAPIJTAG"};
