@@ -655,10 +655,9 @@ std::uint32_t Rack::end_send(MW_HANDLE* handle, std::uint32_t timeout)
         if (!device->sending)
             return NO_OPEN_MESSAGE;
         const Sending sent = *std::exchange(device->sending, std::nullopt);
-        ModuleModel& module = *module_at(sent.place);
         spend(*device, 1, 0);
         if (sent.bytes == 0) {
-            module.drop_message();
+            module_at(sent.place)->drop_message();
             return MESSAGE_EMPTY;
         }
         return end_message(*device, sent.place);
