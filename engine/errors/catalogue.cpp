@@ -829,13 +829,15 @@ std::string plain_text(std::string_view markdown)
     std::string plain;
     for (std::size_t at = 0; at < markdown.size(); ++at) {
         const std::string_view rest = markdown.substr(at);
-        const bool ends_link = rest.starts_with("](");
-        if (ends_link)
-            at += std::min(rest.find(')'), rest.size() - 1);
-        else if (rest.starts_with("**"))
+        if (rest.starts_with("](")) {
+            const std::string_view target = rest.substr(2, rest.find(')') - 2);
+            plain.append(" (docs/").append(target).append(")");
+            at += target.size() + 2;
+        } else if (rest.starts_with("**")) {
             ++at;
-        else if (rest.front() != '`' && rest.front() != '[')
+        } else if (rest.front() != '`' && rest.front() != '[') {
             plain += rest.front();
+        }
     }
     return plain;
 }

@@ -85,7 +85,8 @@ struct ErrorSection {
 /// The state in words: "it has part of the data and does not run".
 [[nodiscard]] std::string_view meaning_of(ModuleState state);
 
-/// A text of the catalogue without its Markdown, for a terminal: the words of links stay, their targets go.
+/// A text of the catalogue without its Markdown, for a terminal; links to pages become "words
+/// (docs/page.md)".
 [[nodiscard]] std::string plain_text(std::string_view markdown);
 
 } // namespace kvn

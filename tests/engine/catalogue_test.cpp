@@ -76,11 +76,11 @@ TEST(Catalogue, StatesAndClassesHaveWords)
     EXPECT_EQ(kvn::meaning_of(ExitStatus::timed_out), "timed out");
 }
 
-TEST(Catalogue, PlainTextsKeepTheWordsOfLinks)
+TEST(Catalogue, PlainTextsNameThePagesOfLinks)
 {
     EXPECT_EQ(kvn::plain_text("See the [command line](command-line.md). `-fdesign` **stays**."),
-              "See the command line. -fdesign stays.");
-    EXPECT_EQ(kvn::plain_text("[open](never"), "open");
+              "See the command line (docs/command-line.md). -fdesign stays.");
+    EXPECT_EQ(kvn::plain_text("[open](never"), "open (docs/never)");
     EXPECT_EQ(kvn::plain_text("2 * 3"), "2 * 3");
     EXPECT_EQ(kvn::plain_text(""), "");
 }
