@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <stdexcept>
 #include <utility>
 
 namespace mwvirtual
@@ -29,12 +30,14 @@ constexpr std::pair<std::string_view, std::string Call::*> TEXTS[] = {
     {"device", &Call::device},
 };
 
-/// The field that holds an argument, or null.
-template <class Fields>
-auto field(const Fields& fields, std::string_view name)
+/// The field of a record that holds an argument. The table of calls and these tables name the same arguments.
+template <class Record, class Fields>
+auto& field(Record& call, const Fields& fields, std::string_view name)
 {
     const auto found = std::ranges::find(fields, name, [](const auto& named) { return named.first; });
-    return found == std::end(fields) ? nullptr : found->second;
+    if (found == std::end(fields))
+        throw std::logic_error{"the journal has no field for " + std::string{name}};
+    return call.*found->second;
 }
 
 std::string bytes(const Value& data, std::uint32_t length)
@@ -47,9 +50,9 @@ void note_given(Call& call, const Description& description, Values values, Exten
     for (std::size_t i = 0; i < values.size(); ++i) {
         const auto& [name, kind, size] = description.arguments[i];
         if (kind == Kind::number)
-            call.*field(NUMBERS, name) = values[i].number();
+            field(call, NUMBERS, name) = values[i].number();
         else if (kind == Kind::text && !values[i].is_null())
-            call.*field(TEXTS, name) = values[i].pointer<char>();
+            field(call, TEXTS, name) = values[i].pointer<char>();
         else if (kind == Kind::data && extent == Extent::arguments_and_data)
             call.data = bytes(values[i], value_of(description, values, "length").number());
     }
@@ -82,7 +85,7 @@ std::string hex_bytes(const std::string& data)
 
 std::string number_text(const Call& call, std::string_view name, bool is_message)
 {
-    const std::uint32_t number = call.*field(NUMBERS, name);
+    const std::uint32_t number = field(call, NUMBERS, name);
     if (name == "code")
         return hexadecimal(number);
     const std::string text = std::to_string(number);
@@ -101,7 +104,7 @@ std::optional<std::string> argument_text(const Call& call, const Description& de
             return std::nullopt;
         return number_text(call, argument.name, is_message);
     case Kind::text:
-        return '"' + call.*field(TEXTS, argument.name) + '"';
+        return '"' + field(call, TEXTS, argument.name) + '"';
     case Kind::data:
         if (call.data.empty() && !is_piece)
             return std::nullopt;
