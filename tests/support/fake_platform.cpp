@@ -32,21 +32,6 @@ struct FakeHandle {
 
 namespace
 {
-thread_local FakePlatform* current = nullptr;
-
-/// Hands each call to the FakePlatform of its thread.
-class PlatformOfThread final : public mwapi::UniformPlatform<PlatformOfThread>
-{
-public:
-    template <mwapi::Function function, class... Arguments>
-    std::uint32_t call(Arguments... arguments)
-    {
-        if (current == nullptr)
-            throw std::logic_error{"a platform call in a thread without a FakePlatform"};
-        return (current->*mwapi::CALL<function>.operation)(arguments...);
-    }
-};
-
 constexpr std::uint32_t HANDLE_NOT_OPEN = 0x1003;
 constexpr std::uint32_t TIMEOUT = 5000;
 constexpr std::uint32_t TYPE_QUERY = 1;
@@ -165,15 +150,8 @@ Module* FakeBoard::module_in(std::uint32_t number)
     return found == slots_.end() ? nullptr : &found->second;
 }
 
-FakePlatform::FakePlatform() : previous_{current}
-{
-    current = this;
-}
-
-FakePlatform::~FakePlatform()
-{
-    current = previous_;
-}
+FakePlatform::FakePlatform() = default;
+FakePlatform::~FakePlatform() = default;
 
 FakeBoard& FakePlatform::board(const std::string& type, std::uint16_t number)
 {
@@ -541,10 +519,4 @@ std::uint32_t FakePlatform::receive_ex(MW_HANDLE* handle, std::uint8_t* type, st
 {
     return receive_whole("ReceiveMessageEx", " board " + number(board) + " slot " + number(slot), handle,
                          type, board, slot, data, size, received, timeout);
-}
-
-mwapi::Platform& mwapi::program_platform()
-{
-    static PlatformOfThread of_thread;
-    return of_thread;
 }

@@ -16,6 +16,7 @@
 #define KVN_FPGA_TESTS_SUPPORT_FAKE_PLATFORM_H
 
 #include "platform.h"
+#include "provider/thread_platform.h"
 #include "support/bytes.h"
 
 #include <array>
@@ -89,10 +90,10 @@ enum class KindWidth { bits16, bits32 };
 /// What a handle leads to.
 struct FakeHandle;
 
+/// The platform of its thread as long as it lives.
 class FakePlatform final : public mwapi::Platform
 {
 public:
-    /// From now on the platform of this thread.
     FakePlatform();
     ~FakePlatform() override;
 
@@ -181,7 +182,7 @@ private:
                                 std::uint32_t timeout);
     FakeHandle& new_handle(const std::string& type, std::uint16_t number, std::uint32_t kind);
 
-    FakePlatform* previous_;
+    mwapi::UsePlatform in_use_{*this};
     std::map<std::pair<std::string, std::uint16_t>, FakeBoard> boards_;
     std::list<std::unique_ptr<FakeHandle>> handles_;
     int calls_ = 0;
