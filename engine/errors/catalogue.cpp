@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every error number of the library: its class, its meaning, what it leaves behind and what to do.
-#include "catalogue.h"
+#include "errors/catalogue.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Inspects a BIT file.
-#include "inspectors.h"
+#include "file/inspectors.h"
 
 #include "formats/bit_data.h"
 #include "formats/bit_header.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Finds out what configuration data are of when nothing else tells.
-#include "data_probe.h"
+#include "file/data_probe.h"
 
 #include "bits.h"
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Finds out what configuration data are of when nothing else tells.
-#ifndef KVN_DATA_PROBE_H
-#define KVN_DATA_PROBE_H
+#ifndef KVN_ENGINE_FILE_DATA_PROBE_H
+#define KVN_ENGINE_FILE_DATA_PROBE_H
 
 #include "devices.h"
-#include "packet_summary.h"
+#include "file/packet_summary.h"
 
 #include <cstdint>
 #include <span>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Families of FPGAs that no module carries.
-#include "families.h"
+#include "file/families.h"
 
 #include <algorithm>
 #include <cctype>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Families of FPGAs that no module carries, so that a file for one of them can be named for what it is.
-#ifndef KVN_FAMILIES_H
-#define KVN_FAMILIES_H
+#ifndef KVN_ENGINE_FILE_FAMILIES_H
+#define KVN_ENGINE_FILE_FAMILIES_H
 
 #include <string_view>
 

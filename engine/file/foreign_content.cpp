@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Recognises files that are no bitstreams by how they begin.
-#include "foreign_content.h"
+#include "file/foreign_content.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Recognises files that are no bitstreams by how they begin.
-#ifndef KVN_FOREIGN_CONTENT_H
-#define KVN_FOREIGN_CONTENT_H
+#ifndef KVN_ENGINE_FILE_FOREIGN_CONTENT_H
+#define KVN_ENGINE_FILE_FOREIGN_CONTENT_H
 
 #include <string_view>
 

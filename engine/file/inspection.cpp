@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // What there is to know about a bitstream file without hardware.
-#include "inspection.h"
+#include "file/inspection.h"
 
-#include "foreign_content.h"
+#include "file/foreign_content.h"
+#include "file/inspectors.h"
 #include "formats/mcb_format.h"
-#include "inspectors.h"
 #include "kvnfpgai.h"
 
 #include <fcntl.h>

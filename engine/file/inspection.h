@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // What there is to know about a bitstream file without hardware.
-#ifndef KVN_INSPECTION_H
-#define KVN_INSPECTION_H
+#ifndef KVN_ENGINE_FILE_INSPECTION_H
+#define KVN_ENGINE_FILE_INSPECTION_H
 
 #include "configuration_port.h"
-#include "families.h"
-#include "packet_summary.h"
+#include "file/families.h"
+#include "file/packet_summary.h"
 
 #include <cstdint>
 #include <optional>

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the inspection of one format needs of the whole.
-#ifndef KVN_INSPECTORS_H
-#define KVN_INSPECTORS_H
+#ifndef KVN_ENGINE_FILE_INSPECTORS_H
+#define KVN_ENGINE_FILE_INSPECTORS_H
 
+#include "file/inspection.h"
 #include "formats/run_coding.h"
-#include "inspection.h"
 #include "support/owned.h"
 
 #include <memory>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Whether a module would start with a bitstream file.
-#include "judgement.h"
+#include "file/judgement.h"
 
 #include "formats/device_match.h"
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Whether a module would start with a bitstream file.
-#ifndef KVN_JUDGEMENT_H
-#define KVN_JUDGEMENT_H
+#ifndef KVN_ENGINE_FILE_JUDGEMENT_H
+#define KVN_ENGINE_FILE_JUDGEMENT_H
 
-#include "inspection.h"
-#include "trial.h"
+#include "file/inspection.h"
+#include "file/trial.h"
 
 #include <string>
 #include <vector>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Inspects an MCB file.
-#include "inspectors.h"
+#include "file/inspectors.h"
 
 #include "formats/mcb_format.h"
 #include "formats/mcb_runs.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Counts the packets of a configuration stream.
-#include "packet_summary.h"
+#include "file/packet_summary.h"
 
 #include "packets.h"
 

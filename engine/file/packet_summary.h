@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Counts the packets of a configuration stream: registers written and commands given.
-#ifndef KVN_PACKET_SUMMARY_H
-#define KVN_PACKET_SUMMARY_H
+#ifndef KVN_ENGINE_FILE_PACKET_SUMMARY_H
+#define KVN_ENGINE_FILE_PACKET_SUMMARY_H
 
 #include "packet_reader.h"
 

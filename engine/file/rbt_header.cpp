@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The header of an RBT file, whoever wrote it.
-#include "rbt_header.h"
+#include "file/rbt_header.h"
 
-#include "inspectors.h"
+#include "file/inspectors.h"
 #include "kvnfpgai.h"
 
 #include <algorithm>

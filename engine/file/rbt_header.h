@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // The header of an RBT file, whoever wrote it.
-#ifndef KVN_RBT_HEADER_H
-#define KVN_RBT_HEADER_H
+#ifndef KVN_ENGINE_FILE_RBT_HEADER_H
+#define KVN_ENGINE_FILE_RBT_HEADER_H
 
+#include "file/inspection.h"
 #include "formats/rbt_format.h"
-#include "inspection.h"
 
 #include <cstdio>
 #include <optional>

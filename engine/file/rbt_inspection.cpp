@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Inspects an RBT file.
-#include "inspectors.h"
+#include "file/inspectors.h"
 
 #include "bits.h"
-#include "data_probe.h"
+#include "file/data_probe.h"
+#include "file/rbt_header.h"
+#include "file/rbt_lines.h"
 #include "formats/progress.h"
-#include "rbt_header.h"
-#include "rbt_lines.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The data lines of an RBT file, however long they are.
-#include "rbt_lines.h"
+#include "file/rbt_lines.h"
 
 #include "formats/rbt_format.h"
 

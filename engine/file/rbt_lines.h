@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // The data lines of an RBT file, however long they are.
-#ifndef KVN_RBT_LINES_H
-#define KVN_RBT_LINES_H
+#ifndef KVN_ENGINE_FILE_RBT_LINES_H
+#define KVN_ENGINE_FILE_RBT_LINES_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Loads a file into a virtual module by the library itself, so that its rules need no telling twice.
-#ifndef KVN_TRIAL_H
-#define KVN_TRIAL_H
+#ifndef KVN_ENGINE_FILE_TRIAL_H
+#define KVN_ENGINE_FILE_TRIAL_H
 
 #include <cstdint>
 #include <string>

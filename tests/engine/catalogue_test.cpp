@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The catalogue of errors, as programs use it.
-#include "catalogue.h"
+#include "errors/catalogue.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Part names of all families, as files hold them.
-#include "../../tools/kvn/families.h"
+#include "file/families.h"
 #include "devices.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writes example bitstream files for a named device, well-formed or with a chosen defect.
 #include "bitstream_files.h"
-#include "catalogue.h"
+#include "errors/catalogue.h"
 #include "devices.h"
 #include "stream.h"
 

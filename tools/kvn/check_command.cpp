@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn check: whether a module would start with a bitstream file.
 #include "commands.h"
-#include "judgement.h"
+#include "file/judgement.h"
 #include "report.h"
 
 #include <iostream>

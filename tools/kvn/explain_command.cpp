@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn explain: what an error number means, what it leaves behind and what to do.
-#include "catalogue.h"
 #include "commands.h"
+#include "errors/catalogue.h"
 #include "report.h"
 
 #include <cstdlib>

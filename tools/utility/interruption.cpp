@@ -2,7 +2,7 @@
 // What the utility says when a signal stops it.
 #include "interruption.h"
 
-#include "catalogue.h"
+#include "errors/catalogue.h"
 #include "console.h"
 
 #include <unistd.h>

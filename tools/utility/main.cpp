@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The utility KVN_FPGA: the command line through to the library, its last error out.
-#include "catalogue.h"
+#include "errors/catalogue.h"
 #include "console.h"
 #include "interruption.h"
 #include "kvn_fpga.h"

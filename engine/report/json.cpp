@@ -1,0 +1,211 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the engine finds, as JSON.
+#include "report/json.h"
+
+#include "file/inspectors.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <ostream>
+#include <sstream>
+
+namespace kvn
+{
+namespace
+{
+
+constexpr std::uint64_t LOAD_HEADER_SIZE = 2;
+
+Json packets_json(const Inspection& inspection)
+{
+    if (!inspection.packets || !inspection.packets->sync_bit())
+        return nullptr;
+    const PacketSummary& summary = *inspection.packets;
+    Json registers = Json::array();
+    for (const auto& written : summary.registers())
+        registers.push_back({{"name", written.name}, {"packets", written.packets}, {"words", written.words}});
+    Json commands = Json::array();
+    for (const auto& command : summary.commands())
+        commands.push_back({{"name", command.name}, {"count", command.count}});
+    Json packets = {{"sync_bit", *summary.sync_bit()}};
+    packets["idcode"] = summary.idcode() ? Json(in_hex(*summary.idcode())) : Json{};
+    packets["registers"] = std::move(registers);
+    packets["commands"] = std::move(commands);
+    return packets;
+}
+
+Json text_json(const std::optional<std::string>& text)
+{
+    return text ? Json(*text) : Json{};
+}
+
+Json header_json(const Header& header)
+{
+    return {{"tool", text_json(header.tool)},
+            {"design", text_json(header.design)},
+            {"architecture", text_json(header.architecture)},
+            {"date", text_json(header.date)},
+            {"time", text_json(header.time)},
+            {"other", header.other}};
+}
+
+Json configuration_json(const Inspection& inspection)
+{
+    if (!inspection.port)
+        return nullptr;
+    const fpga::PortReport& port = *inspection.port;
+    return {{"starts", port.outcome == fpga::Outcome::done},
+            {"outcome", fpga::outcome_name(port.outcome)},
+            {"reason", port.reason},
+            {"frames", {{"written", port.frames_written}, {"expected", port.frames_expected}}},
+            {"crc", {{"verdict", crc_verdict(port)}, {"checks_passed", port.crc_checks_passed}}},
+            {"length_count", port.length_count ? Json(*port.length_count) : Json{}}};
+}
+
+Json json_document()
+{
+    return {{"kvn", "inspection"}, {"version", JSON_VERSION}};
+}
+
+Json device_json(const fpga::Device* device)
+{
+    if (device == nullptr)
+        return nullptr;
+    return {{"name", device->name},
+            {"family", fpga::family_name(device->family)},
+            {"frames", device->frames()},
+            {"standard_bits", device->stream_bits()}};
+}
+
+Json load_json(const Judgement& judgement, LoadKind kind)
+{
+    const auto load = std::ranges::find(judgement.loads, kind, &TriedLoad::kind);
+    if (load == judgement.loads.end())
+        return nullptr;
+    return {{"starts", load->trial.starts},
+            {"error", load->trial.error},
+            {"module", load->trial.module_says},
+            {"bus_bytes", load->trial.bytes}};
+}
+
+Json judgement_json(const Judgement& judgement)
+{
+    constexpr const char* answers[] = {"yes", "no", "unknown"};
+    return {{"device", judgement.device},
+            {kind_name(LoadKind::plain), load_json(judgement, LoadKind::plain)},
+            {kind_name(LoadKind::compressed), load_json(judgement, LoadKind::compressed)},
+            {"result", answers[static_cast<int>(judgement.answer)]},
+            {"words", judgement.words}};
+}
+
+} // namespace
+
+std::string in_hex(std::uint32_t number)
+{
+    std::ostringstream text;
+    text << std::uppercase << std::hex << std::setw(8) << std::setfill('0') << number;
+    return text.str();
+}
+
+double run_coded_ratio(const Inspection& inspection)
+{
+    return static_cast<double>(inspection.run_coded_bytes) * 8 / static_cast<double>(inspection.found_bits);
+}
+
+const char* crc_verdict(const fpga::PortReport& port)
+{
+    if (port.outcome == fpga::Outcome::crc_error)
+        return "wrong";
+    return port.outcome == fpga::Outcome::done ? "right" : "not reached";
+}
+
+std::string unread_packets(const Inspection& inspection)
+{
+    if (!has_unread_packets(inspection))
+        return "";
+    return "not read; those of " +
+           (inspection.other_family != nullptr ? "the family " + std::string{inspection.other_family->name}
+                                               : "this part") +
+           " are not known here";
+}
+
+BusTime bus_time(const Inspection& inspection, double bytes_per_second)
+{
+    const std::uint64_t data = inspection.found_bits / 8;
+    const bool holds_back = holds_back_tail(inspection.part);
+    const std::uint64_t tail = !holds_back ? 0 : inspection.format() == Format::mcb ? MCB_TAIL : PLAIN_TAIL;
+    const std::uint64_t plain = LOAD_HEADER_SIZE + data - std::min(data, tail);
+    const std::uint64_t compressed = LOAD_HEADER_SIZE + inspection.run_coded_bytes;
+    return {bytes_per_second, static_cast<double>(plain) / bytes_per_second,
+            static_cast<double>(compressed) / bytes_per_second};
+}
+
+Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
+{
+    Json problems = Json::array();
+    for (const Problem& problem : inspection.problems)
+        problems.push_back(
+            {{"what", problem.what}, {"remedy", problem.remedy}, {"fatal", problem.is_fatal()}});
+
+    Json candidates = Json::array();
+    for (const fpga::Device* candidate : inspection.candidates)
+        candidates.push_back(candidate->name);
+
+    Json json = json_document();
+    json["error"] = nullptr;
+    json["file"] = inspection.path;
+    json["size"] = inspection.file_size;
+    json["format"] = format_name(inspection.format());
+    json["named"] = format_name(inspection.named);
+    json["header"] = header_json(inspection.header);
+    json["part"] = inspection.part;
+    json["device"] = device_json(inspection.device);
+    json["devices_by_data"] = std::move(candidates);
+    json["other_family"] = inspection.other_family != nullptr ? Json(inspection.other_family->name) : Json{};
+    json["stated_bits"] = inspection.stated_bits ? Json(*inspection.stated_bits) : Json{};
+    json["found_bits"] = inspection.found_bits;
+    json["packets"] = packets_json(inspection);
+    json["packets_unread"] = has_unread_packets(inspection) ? Json(unread_packets(inspection)) : Json{};
+    json["configuration"] = configuration_json(inspection);
+    json["run_coded"] = nullptr;
+    if (inspection.found_bits != 0)
+        json["run_coded"] = {{"bytes", inspection.run_coded_bytes}, {"ratio", run_coded_ratio(inspection)}};
+    json["bus_time"] = nullptr;
+    if (time && inspection.found_bits != 0)
+        json["bus_time"] = {{"bytes_per_second", time->bytes_per_second},
+                            {"plain_seconds", time->plain},
+                            {"compressed_seconds", time->compressed}};
+    json["problems"] = std::move(problems);
+    return json;
+}
+
+Json to_json(const Inspection& inspection, const Judgement& judgement)
+{
+    Json json = to_json(inspection, std::nullopt);
+    json["check"] = judgement_json(judgement);
+    return json;
+}
+
+Json to_json(const Failure& failure)
+{
+    Json json = json_document();
+    json["error"] = {{"kind", failure.kind}, {"what", failure.what}};
+    return json;
+}
+
+Json help_json(const std::string& text)
+{
+    Json json = json_document();
+    json["error"] = nullptr;
+    json["help"] = text;
+    return json;
+}
+
+void print_json(std::ostream& out, const Json& json)
+{
+    constexpr int indent = 2;
+    // Header texts may be anything; what is no UTF-8 is replaced.
+    out << json.dump(indent, ' ', false, Json::error_handler_t::replace) << '\n';
+}
+
+} // namespace kvn

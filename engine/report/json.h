@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the engine finds, as JSON.
+#ifndef KVN_ENGINE_REPORT_JSON_H
+#define KVN_ENGINE_REPORT_JSON_H
+
+#include "file/inspection.h"
+#include "file/judgement.h"
+
+#include <nlohmann/json.hpp>
+
+#include <iosfwd>
+#include <optional>
+#include <string>
+
+namespace kvn
+{
+
+using Json = nlohmann::ordered_json;
+
+/// How long the two kinds of load keep a bus busy.
+struct BusTime {
+    double bytes_per_second;
+    double plain;
+    double compressed;
+};
+[[nodiscard]] BusTime bus_time(const Inspection& inspection, double bytes_per_second);
+
+/// "0040C093"
+[[nodiscard]] std::string in_hex(std::uint32_t number);
+/// Run-coded bytes for each byte of the data.
+[[nodiscard]] double run_coded_ratio(const Inspection& inspection);
+/// "right", "wrong" or "not reached".
+[[nodiscard]] const char* crc_verdict(const fpga::PortReport& port);
+/// Why the packets of a file are not told; empty if they are.
+[[nodiscard]] std::string unread_packets(const Inspection& inspection);
+
+/// Of every JSON document: what is added raises the second number, what changes the first.
+inline constexpr const char* JSON_VERSION = "1.0";
+
+/// Why there is no inspection.
+struct Failure {
+    const char* kind; ///< "usage" for a wrong command line, "file" for a file that cannot be read, "internal"
+    std::string what;
+};
+
+[[nodiscard]] Json to_json(const Inspection& inspection, const std::optional<BusTime>& time);
+[[nodiscard]] Json to_json(const Inspection& inspection, const Judgement& judgement);
+[[nodiscard]] Json to_json(const Failure& failure);
+[[nodiscard]] Json help_json(const std::string& text);
+void print_json(std::ostream& out, const Json& json);
+
+} // namespace kvn
+
+#endif
