@@ -31,7 +31,7 @@ int end_parsing(const CLI::App& program, const CLI::ParseError& error, bool as_j
     if (as_json && is_help)
         kvn::print_json(std::cout, kvn::help_json(words.str()));
     else if (as_json)
-        kvn::print_json(std::cout, kvn::to_json(kvn::Failure{"usage", error.what()}));
+        kvn::print_json(std::cout, kvn::failure_json("usage", error.what()));
     if (!is_help)
         std::cerr << words.str();
     else if (!as_json)
@@ -58,11 +58,11 @@ int run(int argc, char** argv)
     return kvn::UNKNOWN;
 }
 
-int report_failure(const kvn::Failure& failure, bool as_json)
+int report_failure(const char* kind, const std::string& what, bool as_json)
 {
-    std::cerr << "kvn: " << kvn::printable(failure.what) << '\n';
+    std::cerr << "kvn: " << kvn::printable(what) << '\n';
     if (as_json)
-        kvn::print_json(std::cout, kvn::to_json(failure));
+        kvn::print_json(std::cout, kvn::failure_json(kind, what));
     return kvn::UNKNOWN;
 }
 
@@ -72,11 +72,11 @@ int run_and_report(int argc, char** argv)
     try {
         return run(argc, argv);
     } catch (const kvn::UsageError& error) {
-        return report_failure({"usage", error.what()}, as_json);
+        return report_failure("usage", error.what(), as_json);
     } catch (const kvn::UnreadableFile& error) {
-        return report_failure({"file", error.what()}, as_json);
+        return report_failure("file", error.what(), as_json);
     } catch (const std::exception& error) {
-        return report_failure({"internal", error.what()}, as_json);
+        return report_failure("internal", error.what(), as_json);
     }
 }
 
