@@ -186,10 +186,10 @@ Json to_json(const Inspection& inspection, const Judgement& judgement)
     return json;
 }
 
-Json to_json(const Failure& failure)
+Json failure_json(const char* kind, const std::string& what)
 {
     Json json = json_document();
-    json["error"] = {{"kind", failure.kind}, {"what", failure.what}};
+    json["error"] = {{"kind", kind}, {"what", what}};
     return json;
 }
 

@@ -37,15 +37,11 @@ struct BusTime {
 /// Of every JSON document: what is added raises the second number, what changes the first.
 inline constexpr const char* JSON_VERSION = "1.0";
 
-/// Why there is no inspection.
-struct Failure {
-    const char* kind; ///< "usage" for a wrong command line, "file" for a file that cannot be read, "internal"
-    std::string what;
-};
-
 [[nodiscard]] Json to_json(const Inspection& inspection, const std::optional<BusTime>& time);
 [[nodiscard]] Json to_json(const Inspection& inspection, const Judgement& judgement);
-[[nodiscard]] Json to_json(const Failure& failure);
+/// Why there is no inspection.
+/// @param kind "usage" for a wrong command line, "file" for a file that cannot be read, "internal"
+[[nodiscard]] Json failure_json(const char* kind, const std::string& what);
 [[nodiscard]] Json help_json(const std::string& text);
 void print_json(std::ostream& out, const Json& json);
 

@@ -50,6 +50,7 @@ public:
     std::uint32_t send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
                             std::uint32_t timeout) override;
     [[nodiscard]] std::string_view announcement() const override { return recorded_.announcement(); }
+    [[nodiscard]] std::string_view version() const override { return recorded_.version(); }
 
 private:
     mwapi::Platform& recorded_;

@@ -48,6 +48,11 @@ const char* MwProviderAnnouncement(void)
     return "a recording answers, no hardware is reached.";
 }
 
+const char* MwProviderVersion(void)
+{
+    return KVN_VERSION;
+}
+
 mwapi::Platform& mwapi::program_platform()
 {
     static mwtrace::ReplayingPlatform* const made = mwtrace::platform_of_environment();

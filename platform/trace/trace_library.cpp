@@ -88,14 +88,25 @@ mwapi::Platform* platform_of_environment()
 } // namespace
 } // namespace mwtrace
 
-/// What the provider behind this one says.
+// What the provider behind this one says. An exception is left to the first call, which meets the same
+// problem and reports it.
 const char* MwProviderAnnouncement(void)
 {
     try {
         static const std::string text{mwapi::program_platform().announcement()};
         return text.c_str();
     } catch (const std::exception&) {
-        return nullptr; // the first call meets the same problem and reports it
+        return nullptr;
+    }
+}
+
+const char* MwProviderVersion(void)
+{
+    try {
+        static const std::string text{mwapi::program_platform().version()};
+        return text.c_str();
+    } catch (const std::exception&) {
+        return nullptr;
     }
 }
 

@@ -48,11 +48,11 @@ ExitStatus run(int argc, char** argv)
     return ExitStatus::internal;
 }
 
-ExitStatus report_failure(const kvn::Failure& failure, bool as_json, ExitStatus status)
+ExitStatus report_failure(const char* kind, const std::string& what, bool as_json, ExitStatus status)
 {
-    std::cerr << "kvn: " << kvn::printable(failure.what) << '\n';
+    std::cerr << "kvn: " << kvn::printable(what) << '\n';
     if (as_json)
-        kvn::print_json(std::cout, kvn::to_json(failure));
+        kvn::print_json(std::cout, kvn::failure_json(kind, what));
     return status;
 }
 
@@ -62,11 +62,11 @@ ExitStatus run_and_report(int argc, char** argv)
     try {
         return run(argc, argv);
     } catch (const kvn::UsageError& error) {
-        return report_failure({"usage", error.what()}, as_json, ExitStatus::usage);
+        return report_failure("usage", error.what(), as_json, ExitStatus::usage);
     } catch (const kvn::UnreadableFile& error) {
-        return report_failure({"file", error.what()}, as_json, ExitStatus::file);
+        return report_failure("file", error.what(), as_json, ExitStatus::file);
     } catch (const std::exception& error) {
-        return report_failure({"internal", error.what()}, as_json, ExitStatus::internal);
+        return report_failure("internal", error.what(), as_json, ExitStatus::internal);
     }
 }
 
