@@ -5,10 +5,12 @@
 
 #include "configuration_port.h"
 #include "file/families.h"
+#include "file/input.h"
 #include "file/packet_summary.h"
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -52,8 +54,9 @@ struct Problem {
 };
 
 struct Inspection {
-    std::string path;
-    std::uint64_t file_size = 0;
+    std::string path;                 ///< the input's name as it was given
+    std::uint64_t file_size = 0;      ///< after unpacking
+    Input::Stored stored;             ///< the file as it was given
     Format content = Format::unknown; ///< by what stands in the file
     Format named = Format::unknown;   ///< by the extension, which is what the library goes by
     bool is_foreign = false;          ///< the content is something else altogether, and is not looked into
@@ -66,9 +69,10 @@ struct Inspection {
     std::optional<std::int64_t> counted_bits;    ///< what the library takes for stated, in its 32 bits
     std::uint64_t found_bits = 0;                ///< that could be read
     std::uint64_t run_coded_bytes = 0;           ///< as a compressed load carries them
-    std::optional<PacketSummary> packets;        ///< null when they are none, or not read
-    std::optional<fpga::PortReport> port;        ///< what the device makes of the data, whole
-    bool data_are_damaged = false;               ///< a problem explains why the device does not start
+    std::string digest; ///< of the data that could be read, see digest.h; empty when there are none
+    std::optional<PacketSummary> packets; ///< null when they are none, or not read
+    std::optional<fpga::PortReport> port; ///< what the device makes of the data, whole
+    bool data_are_damaged = false;        ///< a problem explains why the device does not start
     std::vector<Problem> problems;
 
     [[nodiscard]] bool has_fatal_problem() const;
@@ -92,7 +96,23 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// Throws UnreadableFile, and std::bad_alloc.
+/// Takes the plain configuration data of a file as the library's reader of its format delivers them.
+class DataTaker
+{
+public:
+    virtual ~DataTaker() = default;
+    /// The data begin. It may be called again: then what was taken before does not count.
+    virtual void begin() = 0;
+    /// The next bytes, the first configuration bit in bit 0; valid during the call.
+    virtual void take(std::span<const std::uint8_t> bytes) = 0;
+};
+
+/// Reads the input by the library's readers, and says what it is and what is wrong with it.
+/// @param taker gets the data as well; may be null. What it throws passes.
+/// Throws as Input::open, and std::bad_alloc. May be called in several threads at the same time.
+[[nodiscard]] Inspection inspect(const Input& input, DataTaker* taker = nullptr);
+
+/// The same for a file. Throws as Input::from_path too.
 [[nodiscard]] Inspection inspect(const std::string& path);
 
 } // namespace kvn

@@ -32,9 +32,20 @@ struct Judgement {
 /// How a load ended, in words.
 [[nodiscard]] std::string what_happens(const Inspection& inspection, const Trial& trial);
 
+/// Which loader gets the file.
+enum class Selection {
+    by_name,   ///< that of the name's extension, as KVN_FPGA does; by content where the name states no format
+    by_content ///< that of the content, whatever the name, as kvn load does
+};
+
 /// Tries the loads on a virtual module. The inspection's problems and the answer agree afterwards: the answer
 /// is no exactly when one of them is fatal; what stops none of these loads becomes a note.
+/// @param inspection of the input
 /// @param device of the module, such as "2v3000fg676-4"; empty: the part that the file names
+/// Throws as Input::open, and std::bad_alloc.
+[[nodiscard]] Judgement judge(const Input& input, Inspection& inspection, const std::string& device,
+                              const std::vector<LoadKind>& loads, Selection selection = Selection::by_name);
+
 [[nodiscard]] Judgement judge(Inspection& inspection, const std::string& device,
                               const std::vector<LoadKind>& loads);
 
