@@ -29,7 +29,8 @@ struct ConversionRequest {
     std::string part;
 };
 
-/// A field of the source's header: "tool", "design", "architecture", "date" or "time".
+/// A field of the source's header: "tool", "design", "architecture", "date", "time" or "other", a further
+/// line of an RBT file.
 struct HeaderField {
     std::string name;
     std::string text; ///< as the source has it
@@ -59,10 +60,10 @@ struct Change {
 
 /// What was written. Texts of headers are bytes as the files hold them, not necessarily UTF-8.
 struct Conversion {
-    std::string source;   ///< the input's name
-    Format source_format; ///< by its content
-    std::string target;   ///< as requested; "-" for standard output
-    Format format;
+    std::string source;                     ///< the input's name
+    Format source_format = Format::unknown; ///< by its content
+    std::string target;                     ///< as requested; "-" for standard output
+    Format format = Format::unknown;
     std::uint64_t bytes = 0;       ///< of the file that was written
     std::uint64_t bits = 0;        ///< of the configuration in it
     std::string digest;            ///< of the configuration in it, in hexadecimal digits
