@@ -33,6 +33,7 @@ ENTRY = re.compile(r"\{(\d{4}),\s*(\w+),\s*State::(\w+),\s*Topic::(\w+),\s*(%s),
                    % (LITERAL, LITERAL, LITERAL))
 SECTION = re.compile(r"\{(%s),\s*(\w+_errors)\}" % LITERAL)
 TOPIC = re.compile(r"\{Topic::(\w+),\s*(%s),\s*(%s),\s*(%s)\}" % (LITERAL, LITERAL, LITERAL))
+VERDICT = re.compile(r"\{(\d+),\s*(%s),\s*(%s)\}" % (LITERAL, LITERAL))
 ESCAPES = {r"\"": '"', r"\'": "'", r"\\": "\\", r"\n": "\n", r"\t": "\t"}
 
 ERRORS_HEAD = """# Error numbers
@@ -92,6 +93,10 @@ class Catalogue:
             entries = [Entry(m, lines + body.count("\n", 0, m.start())) for m in ENTRY.finditer(body)]
             self.sections.append((unescape(title), entries))
         self.topics = [(m[1], *(unescape(m[field]) for field in (2, 3, 4))) for m in TOPIC.finditer(source)]
+        verdicts = re.search(r"verdict_entries\[\] = \{\n(.*?)\n\};", source, re.DOTALL)[1]
+        self.verdicts = [(m[1], unescape(m[2]), unescape(m[3])) for m in VERDICT.finditer(verdicts)]
+        about = re.search(r"about_statuses\(\)\n\{\n(.*?)\n\}", source, re.DOTALL)[1]
+        self.about_statuses = "".join(unescape(literal) for literal in re.findall(LITERAL, about))
         self.rows = sum(len(re.findall(r"^    \{\d{4},", body, re.MULTILINE)) for body in arrays.values())
         header = HEADER.read_text(encoding="utf-8")
         self.statuses = {name: int(value) for name, value in re.findall(r"^    (\w+) = (\d+),", header, re.MULTILINE)}
@@ -179,6 +184,8 @@ def errors_page(catalogue):
         for entry in entries:
             parts.append(f"| {entry.number} | `{entry.text}` | {entry.meaning} | {remedy_of(entry, catalogue)} | "
                          f"{catalogue.statuses[entry.status]} | {entry.state} |\n")
+    parts.append(f"\n## Statuses of a load\n\n{catalogue.about_statuses}\n\n| Status | Meaning | Remedy |\n|--:|---|---|\n")
+    parts += [f"| {status} | {meaning} | {remedy} |\n" for status, meaning, remedy in catalogue.verdicts]
     return "".join(parts)
 
 

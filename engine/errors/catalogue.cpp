@@ -760,6 +760,29 @@ constexpr std::array<std::string_view, 13> status_meanings = {
     "timed out",
 };
 
+constexpr VerdictEntry verdict_entries[] = {
+    {1, "No synchronisation word was found (Spartan, Spartan-XL: no preamble).",
+     "Check that the file is a bitstream, and that its bytes are in the order of its format: `kvn info`."},
+    {2, "A CRC word, or check bits, differ from the data.",
+     "Copy the file again in binary mode, or make it again: `kvn check` says where it is damaged. If the file is good, data were changed on the bus."},
+    {3,
+     "The device ID, the frame length, the number of frames or the length count are those of another device.",
+     "Load the bitstream that was made for the module's device."},
+    {4, "No error so far, but the data ended before the start-up.",
+     "Compare the file's size with the original. For Spartan and Spartan-XL see [their page](formats/spartan.md)."},
+    {5, "The FPGA has started: DONE is high.", "Nothing is to be done."},
+    {6, "A compressed load ended inside a pair of count and byte; the FPGA is stopped.",
+     "Load again; if it happens again, data were lost on the bus. `KVN_FPGA -n` and `kvn load --plain` send none that are compressed."},
+    {7, "The board byte of the load's header is wrong or missing.",
+     "Load with this library: it writes the header. Programs that send messages of their own must send 5 plus 8 times the number of the opened board."},
+    {8, "A compressed load was sent to a module that accepts only plain ones.",
+     "Load without compression: `KVN_FPGA -n`, `kvn load --plain`."},
+    {9, "Words or packets came that the configuration port does not know.",
+     "Make the bitstream again with the ordinary options of the tools. Encrypted bitstreams, and multiple frame writes, are beyond the virtual chips."},
+    {10, "The module has no FPGA that can be loaded.",
+     "Name the module that you mean: `kvn list` shows all."},
+};
+
 struct StateWords {
     std::string_view name;
     std::string_view meaning;
@@ -774,6 +797,25 @@ constexpr StateWords state_words[] = {
 };
 
 } // namespace
+
+std::string_view about_statuses()
+{
+    return "These are the statuses of virtual modules. Of a real module it is known that 5 means success and any other "
+           "status that the FPGA has not started; why is in the module's own documentation, and the same number may "
+           "mean something else there. A status never tells whether the file or the bus is at fault: load another "
+           "file that is known to be good to find out.";
+}
+
+std::span<const VerdictEntry> verdicts()
+{
+    return verdict_entries;
+}
+
+const VerdictEntry* find_verdict(int status)
+{
+    const auto* found = std::ranges::find(verdict_entries, status, &VerdictEntry::status);
+    return found == std::end(verdict_entries) ? nullptr : found;
+}
 
 std::span<const ErrorSection> error_sections()
 {

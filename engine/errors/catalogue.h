@@ -65,6 +65,22 @@ struct ErrorSection {
     std::span<const ErrorEntry> entries;
 };
 
+/// What the status of a load means that a virtual module's chip gives: 1 to 10. Of a real module's statuses
+/// only 5 is settled.
+struct VerdictEntry {
+    int status;
+    std::string_view meaning;
+    std::string_view remedy;
+};
+
+/// The status of a module that has started; the only one whose meaning holds for every module.
+inline constexpr int CONFIGURED_STATUS = 5;
+/// What a status other than 5 tells of a real module, and what it cannot tell.
+[[nodiscard]] std::string_view about_statuses();
+[[nodiscard]] std::span<const VerdictEntry> verdicts();
+/// Null for a status that virtual modules do not give.
+[[nodiscard]] const VerdictEntry* find_verdict(int status);
+
 /// All errors, in the order of docs/errors.md. A number with two texts has two entries.
 [[nodiscard]] std::span<const ErrorSection> error_sections();
 [[nodiscard]] std::span<const TopicEntry> error_topics();

@@ -263,7 +263,8 @@ void note_part(Inspection& inspection, std::string part)
         inspection.problems.push_back({"the file is for a " + inspection.part + " of the family " +
                                            std::string{inspection.other_family->name} +
                                            ", which no module carries",
-                                       "use the bitstream that was made for the module's device"});
+                                       "use the bitstream that was made for the module's device",
+                                       Stops::loads, ExitStatus::wrong_device});
 }
 
 namespace

@@ -4,6 +4,7 @@
 #define KVN_ENGINE_FILE_INSPECTION_H
 
 #include "configuration_port.h"
+#include "errors/catalogue.h"
 #include "file/families.h"
 #include "file/input.h"
 #include "file/packet_summary.h"
@@ -49,6 +50,7 @@ struct Problem {
     std::string what;
     std::string remedy;
     Stops stops = Stops::loads;
+    ExitStatus status = ExitStatus::damaged; ///< of a program that the problem stops
 
     [[nodiscard]] bool is_fatal() const { return stops != Stops::nothing; }
 };

@@ -31,7 +31,8 @@ void compare_devices(Inspection& inspection, const std::string& device)
             : "";
     inspection.problems.push_back({"the file is for a " + text(inspection.part, inspection.device) +
                                        "; the module has a " + text(device, known) + difference,
-                                   "use the bitstream that was made for the module's device"});
+                                   "use the bitstream that was made for the module's device", Stops::loads,
+                                   ExitStatus::wrong_device});
 }
 
 bool fails(const std::vector<TriedLoad>& loads, LoadKind kind)
@@ -119,7 +120,8 @@ Judgement judge(Inspection& inspection, const std::string& device_name, const st
     if (const OtherFamily* family = other_family(judgement.device)) {
         const std::string problem = "no module carries a " + judgement.device;
         if (!inspection.has_fatal_problem())
-            inspection.problems.push_back({problem, "give the device of the module by --device"});
+            inspection.problems.push_back({problem, "give the device of the module by --device", Stops::loads,
+                                           ExitStatus::wrong_device});
         judgement.answer = Answer::no;
         judgement.words = problem;
         judgement.words.append(" (").append(family->name).append(")");

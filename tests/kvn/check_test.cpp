@@ -56,7 +56,7 @@ TEST_F(KvnCheck, NamesBothDevicesWhenTheyDiffer)
 {
     make("v50pq240-5", "a.rbt");
     const Outcome outcome = kvn({"check", "a.rbt", "--device", "2v40cs144-4"});
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 5);
     EXPECT_EQ(outcome.output,
               R"(File:           a.rbt
 Problem:        the file is for a v50pq240, a v50 (Virtex); the module has a 2v40cs144-4, a 2v40 (Virtex-2)
@@ -72,25 +72,25 @@ TEST_F(KvnCheck, ComparesAsTheLibraryDoes)
     make("2v40cs144-4", "a.bit");
     EXPECT_EQ(kvn({"check", "a.bit", "--device", "2v40-6"}).status, 0) << "a prefix suits";
     const Outcome package = kvn({"check", "a.bit", "--device", "2v40fg256-4"});
-    EXPECT_EQ(package.status, 1);
+    EXPECT_EQ(package.status, 5);
     EXPECT_THAT(package.output,
                 testing::HasSubstr("the chip is the same, but the library compares the whole name "
                                    "before the dash\n"));
-    EXPECT_EQ(kvn({"check", "a.bit", "--device", "2V40CS144-4"}).status, 1) << "letter case counts";
+    EXPECT_EQ(kvn({"check", "a.bit", "--device", "2V40CS144-4"}).status, 5) << "letter case counts";
 }
 
 TEST_F(KvnCheck, ASpartanStartsByACompressedBitLoadAlone)
 {
     make("s10pc84-4", "a.bit");
     const Outcome both = kvn({"check", "a.bit"});
-    EXPECT_EQ(both.status, 1);
+    EXPECT_EQ(both.status, 4);
     EXPECT_THAT(
         both.output,
         testing::HasSubstr("Plain:          Error 9366. Configuration was unsuccessful (4). The module: the "
                            "stream ends after 11860 bytes, with 571 of 572 frames loaded and no start-up\n"
                            "Compressed:     starts, after "));
     EXPECT_EQ(kvn({"check", "a.bit", "--load", "compressed"}).status, 0);
-    EXPECT_EQ(kvn({"check", "a.bit", "--load", "plain"}).status, 1);
+    EXPECT_EQ(kvn({"check", "a.bit", "--load", "plain"}).status, 4);
     EXPECT_THAT(kvn({"check", "a.bit", "--load", "compressed"}).output,
                 testing::Not(testing::HasSubstr("Plain:")));
 }
@@ -99,7 +99,7 @@ TEST_F(KvnCheck, ASpartanXlIsNoMultipleOfFourBytes)
 {
     make("s10xlpc84-4", "a.bit");
     const Outcome outcome = kvn({"check", "a.bit"});
-    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.status, 4);
     EXPECT_THAT(
         outcome.output,
         testing::HasSubstr("Problem:        the configuration is 11969 bytes, no multiple of 4; the library "
@@ -127,7 +127,7 @@ TEST_F(KvnCheck, FamiliesThatNoModuleCarriesAreNamed)
         const Outcome outcome = kvn({"check", "a.bit"});
         const std::string part = each.part;
         const std::string family = each.family;
-        EXPECT_EQ(outcome.status, 1);
+        EXPECT_EQ(outcome.status, 5);
         EXPECT_EQ(outcome.output,
                   "File:           a.bit\n"
                   "Problem:        the file is for a " +
@@ -154,7 +154,7 @@ TEST_F(KvnCheck, WhatIsNotKnownCannotBeJudged)
         kvn({"check", "a.bit"}).output,
         testing::HasSubstr("Result:         cannot be judged, the file names no device; name the module's by "
                            "--device\n"));
-    EXPECT_EQ(kvn({"check", "nothing.bit"}).status, 2);
+    EXPECT_EQ(kvn({"check", "nothing.bit"}).status, 3);
 }
 
 TEST_F(KvnCheck, PrintsItsJudgementAsJson)

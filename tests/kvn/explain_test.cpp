@@ -82,6 +82,31 @@ TEST_F(KvnExplain, PrintsJson)
     EXPECT_EQ(json({"explain"})["errors"].size(), 219U);
 }
 
+TEST_F(KvnExplain, ExplainsTheStatusOfALoadAndWhatItCannotTell)
+{
+    const Outcome explained = kvn({"explain", "8"});
+    EXPECT_EQ(explained.status, 0);
+    EXPECT_THAT(
+        explained.output,
+        testing::StartsWith("Load status:    8\n"
+                            "Meaning:        A compressed load was sent to a module that accepts only "
+                            "plain ones.\n"
+                            "Try:            Load without compression: KVN_FPGA -n, kvn load --plain.\n"
+                            "Real modules:   These are the statuses of virtual modules."));
+    EXPECT_THAT(explained.output,
+                testing::EndsWith("\nModule:         refused: it has all data and does not run\n"));
+    EXPECT_THAT(kvn({"explain", "5"}).output, testing::HasSubstr("\nModule:         configured: "));
+    EXPECT_THAT(kvn({"explain", "200"}).output,
+                testing::HasSubstr("Virtual modules do not give this status."));
+    const nlohmann::json document = json({"explain", "9103", "4", "200"});
+    EXPECT_EQ(document["errors"].size(), 1U);
+    ASSERT_EQ(document["statuses"].size(), 2U);
+    EXPECT_EQ(document["statuses"][0]["virtual"], true);
+    EXPECT_EQ(document["statuses"][1]["virtual"], false);
+    EXPECT_TRUE(document["statuses"][1]["remedy"].is_null());
+    EXPECT_EQ(json({"explain"})["statuses"].size(), 10U);
+}
+
 TEST_F(KvnExplain, NoTextShowsMarkdown)
 {
     const std::string output = kvn({"explain"}).output;

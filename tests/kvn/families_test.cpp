@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Part names of all families, as files hold them.
-#include "file/families.h"
 #include "devices.h"
+#include "file/families.h"
 
 #include <gtest/gtest.h>
 

@@ -194,7 +194,7 @@ TEST_F(KvnInfo, ShowsControlCharactersAsEscapes)
 
 TEST_F(KvnInfo, WhatCannotBeReadIsAnError)
 {
-    EXPECT_EQ(kvn({"info", "nothing.bit"}).status, 2);
+    EXPECT_EQ(kvn({"info", "nothing.bit"}).status, 3);
     EXPECT_EQ(kvn({"info", "nothing.bit"}).errors, "kvn: nothing.bit: No such file or directory\n");
     EXPECT_EQ(kvn({"info", "/"}).errors, "kvn: /: not a regular file\n");
 }
@@ -204,7 +204,7 @@ TEST_F(KvnInfo, AFifoIsRefusedAndNotWaitedFor)
     ASSERT_EQ(mkfifo((folder / "a.bit").c_str(), 0600), 0);
     for (const char* command : {"info", "check"}) {
         const Outcome outcome = kvn({command, "a.bit"});
-        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.status, 3);
         EXPECT_EQ(outcome.errors, "kvn: a.bit: not a regular file\n");
     }
 }
@@ -214,22 +214,28 @@ TEST_F(KvnInfo, EveryPathPrintsJsonWhenAskedTo)
     ASSERT_EQ(mkfifo((folder / "fifo.bit").c_str(), 0600), 0);
     struct Failing {
         std::vector<std::string> arguments;
+        int status;
         const char* kind;
         const char* what;
     };
     const Failing failings[] = {
-        {{"info", "fifo.bit"}, "file", "fifo.bit: not a regular file"},
-        {{"check", "nothing.bit"}, "file", "nothing.bit: No such file or directory"},
-        {{"info", "/"}, "file", "/: not a regular file"},
-        {{"info"}, "usage", "file is required"},
-        {{"check", "a.bit", "--speed"}, "usage", "The following argument was not expected: --speed"},
-        {{}, "usage", "A subcommand is required"},
+        {{"info", "fifo.bit"}, 3, "file", "fifo.bit: not a regular file"},
+        {{"check", "nothing.bit"}, 3, "file", "nothing.bit: No such file or directory"},
+        {{"info", "/"}, 3, "file", "/: not a regular file"},
+        {{"info"}, 2, "usage", "file is required; kvn info --help tells more"},
+        {{"check", "a.bit", "--speed"}, 2, "usage", "there is no option --speed. kvn check --help lists all"},
+        {{"check", "a.bit", "--devise=x"},
+         2,
+         "usage",
+         "there is no option --devise; did you mean --device? kvn check --help lists all"},
+        {{"inof", "a.bit"}, 2, "usage", "there is no command inof; did you mean info? kvn --help lists all"},
+        {{}, 2, "usage", "no command is given; kvn --help lists all"},
     };
     for (const Failing& each : failings) {
         std::vector<std::string> arguments = each.arguments;
         arguments.emplace_back("--json");
         const Outcome outcome = kvn(arguments);
-        EXPECT_EQ(outcome.status, 2);
+        EXPECT_EQ(outcome.status, each.status);
         EXPECT_EQ(nlohmann::json::parse(outcome.output),
                   (nlohmann::json{{"kvn", "inspection"},
                                   {"version", "1.0"},
@@ -321,6 +327,6 @@ TEST_F(KvnInfo, UsageErrorsExitWith2AndHelpWith0)
 TEST_F(KvnInfo, OutputThatCannotBeWrittenIsAnError)
 {
     make("2v40cs144-4", "a.bit");
-    EXPECT_EQ(run({KVN_PROGRAM, {"check", "a.bit"}, folder, {}}, "", Output::full).status, 2);
+    EXPECT_EQ(run({KVN_PROGRAM, {"check", "a.bit"}, folder, {}}, "", Output::full).status, 3);
 }
 } // namespace

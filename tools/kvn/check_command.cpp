@@ -4,6 +4,7 @@
 #include "file/judgement.h"
 #include "report.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -19,19 +20,18 @@ struct Request {
     bool json = false;
 };
 
-Status exit_status(Answer answer)
+/// The class of what stops a load; the first such problem decides.
+ExitStatus exit_status(const Inspection& inspection, Answer answer)
 {
-    switch (answer) {
-    case Answer::yes:
-        return YES;
-    case Answer::no:
-        return NO;
-    default:
-        return UNKNOWN;
-    }
+    if (answer == Answer::yes)
+        return ExitStatus::done;
+    if (answer == Answer::unknown)
+        return ExitStatus::usage;
+    const auto fatal = std::ranges::find_if(inspection.problems, &Problem::is_fatal);
+    return fatal == inspection.problems.end() ? ExitStatus::damaged : fatal->status;
 }
 
-int check(const Request& request)
+ExitStatus check(const Request& request)
 {
     Inspection inspection = inspect(request.file);
     const Judgement judgement = judge(inspection, request.device, request.loads);
@@ -39,7 +39,7 @@ int check(const Request& request)
         print_json(std::cout, to_json(inspection, judgement));
     else
         print_judgement(std::cout, inspection, judgement);
-    return exit_status(judgement.answer);
+    return exit_status(inspection, judgement.answer);
 }
 
 } // namespace
@@ -48,8 +48,7 @@ Action add_check(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
     auto load = std::make_shared<std::string>("both");
-    CLI::App* command = program.add_subcommand(
-        "check", "Tells whether a module would start: exit status 0 yes, 1 no, 2 cannot be judged");
+    CLI::App* command = program.add_subcommand("check", "Tells whether a module would start");
     command->add_option("file", request->file, "The RBT, BIT or MCB file")->required();
     command->add_option("--device", request->device,
                         "The module's device, such as 2v3000fg676-4; default: the one that the file names");
@@ -57,6 +56,8 @@ Action add_check(CLI::App& program)
         ->check(CLI::IsMember({"plain", "compressed", "both"}))
         ->capture_default_str();
     command->add_flag("--json", request->json, "Print JSON");
+    add_examples(*command,
+                 {"kvn check design.rbt --device 2v3000fg676-4", "kvn check design.bit --load compressed"});
     return [request, load] {
         if (*load != "both")
             request->loads = {*load == "plain" ? LoadKind::plain : LoadKind::compressed};

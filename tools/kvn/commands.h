@@ -1,18 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 // The subcommands of kvn.
-#ifndef KVN_COMMANDS_H
-#define KVN_COMMANDS_H
+#ifndef KVN_TOOLS_KVN_COMMANDS_H
+#define KVN_TOOLS_KVN_COMMANDS_H
+
+#include "errors/catalogue.h"
 
 #include <CLI/CLI.hpp>
 
 #include <functional>
+#include <initializer_list>
 #include <stdexcept>
 
 namespace kvn
 {
 
-/// The statuses of kvn itself: the answer of check, and whether a command could do its work.
-enum Status { YES = 0, NO = 1, UNKNOWN = 2 };
+/// Of kvn, its documents and its C interface.
+inline constexpr const char* TOOL_VERSION = "1.0.0";
 
 /// A command line that can be parsed, and asks for what there is not.
 class UsageError : public std::runtime_error
@@ -22,7 +25,10 @@ public:
 };
 
 /// What a subcommand does once the command line was read; its result is the exit status.
-using Action = std::function<int()>;
+using Action = std::function<ExitStatus()>;
+
+/// Ends the help of a command with examples.
+void add_examples(CLI::App& command, std::initializer_list<const char*> examples);
 
 /// Each adds its subcommand and options to the program.
 Action add_info(CLI::App& program);

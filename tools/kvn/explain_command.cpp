@@ -18,6 +18,12 @@ struct Request {
     bool json = false;
 };
 
+/// Statuses of loads are bytes; errors are numbered from 9000.
+bool is_load_status(int number)
+{
+    return number >= 0 && number <= 0xFF;
+}
+
 /// The texts that a number has: one, or two.
 std::vector<const ErrorEntry*> entries_of(int number)
 {
@@ -59,6 +65,37 @@ void print_entry(const ErrorEntry& entry)
               << '\n';
 }
 
+/// What is known of a status that no virtual module gives.
+std::string_view meaning_of_status(int status)
+{
+    const VerdictEntry* verdict = find_verdict(status);
+    return verdict == nullptr ? "Virtual modules do not give this status." : verdict->meaning;
+}
+
+void print_status(int status)
+{
+    const VerdictEntry* verdict = find_verdict(status);
+    const ModuleState state = status == CONFIGURED_STATUS ? ModuleState::configured : ModuleState::refused;
+    std::cout << "Load status:    " << status << '\n';
+    print_line("Meaning:        ", meaning_of_status(status));
+    print_line("Try:            ", verdict == nullptr ? "" : verdict->remedy);
+    print_line("Real modules:   ", about_statuses());
+    std::cout << "Module:         " << name_of(state) << ": " << meaning_of(state) << '\n';
+}
+
+Json status_json(int status)
+{
+    const VerdictEntry* verdict = find_verdict(status);
+    Json json;
+    json["status"] = status;
+    json["meaning"] = plain_text(meaning_of_status(status));
+    json["remedy"] = verdict == nullptr ? Json{} : Json(plain_text(verdict->remedy));
+    json["virtual"] = verdict != nullptr;
+    json["real_modules"] = about_statuses();
+    json["success"] = status == CONFIGURED_STATUS;
+    return json;
+}
+
 Json to_json(const ErrorEntry& entry)
 {
     const TopicEntry* topic = find_topic(entry.topic);
@@ -96,31 +133,57 @@ std::vector<const ErrorEntry*> all_entries()
     return all;
 }
 
-int explain(const Request& request)
+[[noreturn]] void refuse(int number)
 {
-    std::vector<const ErrorEntry*> entries;
-    for (const int number : request.numbers) {
-        const auto found = entries_of(number);
-        if (found.empty())
-            throw UsageError{"no error has the number " + std::to_string(number) + "; the nearest is " +
-                             std::to_string(nearest_number(number)) + ". kvn explain lists all"};
-        entries.insert(entries.end(), found.begin(), found.end());
+    throw UsageError{"no error has the number " + std::to_string(number) + "; the nearest is " +
+                     std::to_string(nearest_number(number)) + ". kvn explain lists all"};
+}
+
+void print_all(const std::vector<int>& numbers)
+{
+    for (std::size_t i = 0; i < numbers.size(); ++i) {
+        if (is_load_status(numbers[i])) {
+            std::cout << (i == 0 ? "" : "\n");
+            print_status(numbers[i]);
+        }
+        for (const ErrorEntry* entry : entries_of(numbers[i])) {
+            std::cout << (i == 0 && entry == find_error(numbers[i]) ? "" : "\n");
+            print_entry(*entry);
+        }
     }
-    if (request.json) {
-        Json json = {{"kvn", "errors"}, {"version", JSON_VERSION}, {"errors", Json::array()}};
-        for (const ErrorEntry* entry : request.numbers.empty() ? all_entries() : entries)
+}
+
+Json explanations(const std::vector<int>& numbers)
+{
+    Json json = {
+        {"kvn", "errors"}, {"version", JSON_VERSION}, {"errors", Json::array()}, {"statuses", Json::array()}};
+    for (const int number : numbers) {
+        if (is_load_status(number))
+            json["statuses"].push_back(status_json(number));
+        for (const ErrorEntry* entry : entries_of(number))
             json["errors"].push_back(to_json(*entry));
-        print_json(std::cout, json);
-        return YES;
     }
-    if (request.numbers.empty())
+    if (!numbers.empty())
+        return json;
+    for (const ErrorEntry* entry : all_entries())
+        json["errors"].push_back(to_json(*entry));
+    for (const VerdictEntry& verdict : verdicts())
+        json["statuses"].push_back(status_json(verdict.status));
+    return json;
+}
+
+ExitStatus explain(const Request& request)
+{
+    for (const int number : request.numbers)
+        if (!is_load_status(number) && find_error(number) == nullptr)
+            refuse(number);
+    if (request.json)
+        print_json(std::cout, explanations(request.numbers));
+    else if (request.numbers.empty())
         print_list();
-    for (const ErrorEntry* entry : entries) {
-        if (entry != entries.front())
-            std::cout << '\n';
-        print_entry(*entry);
-    }
-    return YES;
+    else
+        print_all(request.numbers);
+    return ExitStatus::done;
 }
 
 } // namespace
@@ -128,8 +191,10 @@ int explain(const Request& request)
 Action add_explain(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("explain", "Explains error numbers; lists all without one");
-    command->add_option("number", request->numbers, "Error numbers, such as 9103");
+    CLI::App* command = program.add_subcommand("explain", "Explains error numbers and the statuses of loads");
+    command->add_option("number", request->numbers,
+                        "Error numbers (9103), or statuses of a load (4); default: a list of all errors");
+    add_examples(*command, {"kvn explain 9103", "kvn explain 4 --json"});
     command->add_flag("--json", request->json, "Print JSON");
     return [request] { return explain(*request); };
 }

@@ -17,7 +17,7 @@ struct Request {
     bool json = false;
 };
 
-int show(const Request& request)
+ExitStatus show(const Request& request)
 {
     const Inspection inspection = inspect(request.file);
     std::optional<BusTime> time;
@@ -27,7 +27,7 @@ int show(const Request& request)
         print_json(std::cout, to_json(inspection, time));
     else
         print_report(std::cout, inspection, time);
-    return YES;
+    return ExitStatus::done;
 }
 
 } // namespace
@@ -42,6 +42,7 @@ Action add_info(CLI::App& program)
                      "Speed of the bus, for the time that a load would take")
         ->check(CLI::PositiveNumber);
     command->add_flag("--json", request->json, "Print JSON");
+    add_examples(*command, {"kvn info design.bit", "kvn info design.rbt --bytes-per-second 250000 --json"});
     return [request] { return show(*request); };
 }
 

@@ -1,82 +1,72 @@
 // SPDX-License-Identifier: Apache-2.0
-// The program kvn: tells what bitstream files are and whether they would start a module's FPGA.
+// The program kvn: reads the command line, asks the engine, shows.
+#include "command_line.h"
 #include "commands.h"
 #include "report.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
-#include <string_view>
 #include <vector>
 
 namespace
 {
+using kvn::ExitStatus;
 
-using Adder = kvn::Action (*)(CLI::App&);
-constexpr Adder subcommands[] = {kvn::add_info, kvn::add_check, kvn::add_explain};
-
-/// Whether JSON is wanted, as far as a command line tells that may be wrong.
-bool asks_for_json(int argc, char** argv)
-{
-    return std::any_of(argv, argv + argc,
-                       [](const char* argument) { return std::string_view{argument} == "--json"; });
-}
-
-/// Shows help, or what is wrong with the command line. Standard output holds JSON alone when that is wanted.
-int end_parsing(const CLI::App& program, const CLI::ParseError& error, bool as_json)
+/// Shows help or the version, or says what is wrong with the command line. Standard output holds JSON alone
+/// when that is wanted.
+ExitStatus end_parsing(const CLI::App& program, const CLI::ParseError& error, bool as_json)
 {
     std::ostringstream words;
-    const bool is_help = program.exit(error, words, words) == 0;
-    if (as_json && is_help)
+    if (program.exit(error, words, words) != 0)
+        throw kvn::UsageError{kvn::usage_problem(program, error)};
+    if (as_json)
         kvn::print_json(std::cout, kvn::help_json(words.str()));
-    else if (as_json)
-        kvn::print_json(std::cout, kvn::to_json(kvn::Failure{"usage", error.what()}));
-    if (!is_help)
-        std::cerr << words.str();
-    else if (!as_json)
+    else
         std::cout << words.str();
-    return is_help ? kvn::YES : kvn::UNKNOWN;
+    return ExitStatus::done;
 }
 
-int run(int argc, char** argv)
+ExitStatus run(int argc, char** argv)
 {
-    CLI::App program{"Inspects configuration bitstreams without hardware, and explains errors.", "kvn"};
+    CLI::App program{"Inspects, checks and loads configuration bitstreams, and explains errors.", "kvn"};
+    program.set_version_flag("--version", std::string{"kvn "} + kvn::TOOL_VERSION);
     program.require_subcommand(1);
     std::vector<kvn::Action> actions;
-    for (const Adder add : subcommands)
+    for (const kvn::Adder add : kvn::subcommands())
         actions.push_back(add(program));
     try {
+        kvn::require_known_command(program, argc, argv);
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        return end_parsing(program, error, asks_for_json(argc, argv));
+        return end_parsing(program, error, kvn::asks_for_json(argc, argv));
     }
     const auto all = program.get_subcommands([](const CLI::App*) { return true; });
     for (std::size_t i = 0; i < actions.size(); ++i)
         if (all[i]->parsed())
             return actions[i]();
-    return kvn::UNKNOWN;
+    return ExitStatus::internal;
 }
 
-int report_failure(const kvn::Failure& failure, bool as_json)
+ExitStatus report_failure(const kvn::Failure& failure, bool as_json, ExitStatus status)
 {
     std::cerr << "kvn: " << kvn::printable(failure.what) << '\n';
     if (as_json)
         kvn::print_json(std::cout, kvn::to_json(failure));
-    return kvn::UNKNOWN;
+    return status;
 }
 
-int run_and_report(int argc, char** argv)
+ExitStatus run_and_report(int argc, char** argv)
 {
-    const bool as_json = asks_for_json(argc, argv);
+    const bool as_json = kvn::asks_for_json(argc, argv);
     try {
         return run(argc, argv);
     } catch (const kvn::UsageError& error) {
-        return report_failure({"usage", error.what()}, as_json);
+        return report_failure({"usage", error.what()}, as_json, ExitStatus::usage);
     } catch (const kvn::UnreadableFile& error) {
-        return report_failure({"file", error.what()}, as_json);
+        return report_failure({"file", error.what()}, as_json, ExitStatus::file);
     } catch (const std::exception& error) {
-        return report_failure({"internal", error.what()}, as_json);
+        return report_failure({"internal", error.what()}, as_json, ExitStatus::internal);
     }
 }
 
@@ -84,9 +74,7 @@ int run_and_report(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    // Files are tried on virtual modules; that is no run of the user's, so it is not recorded.
-    (void)unsetenv("MWVIRTUAL_TRACE"); // NOLINT(concurrency-mt-unsafe): the only thread
-    const int status = run_and_report(argc, argv);
+    const ExitStatus status = run_and_report(argc, argv);
     std::cout.flush();
-    return std::cout.good() ? status : static_cast<int>(kvn::UNKNOWN);
+    return static_cast<int>(std::cout.good() ? status : ExitStatus::file);
 }

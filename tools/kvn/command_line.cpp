@@ -1,0 +1,123 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the commands of kvn share in reading the command line.
+#include "command_line.h"
+
+#include <algorithm>
+#include <numeric>
+
+namespace kvn
+{
+namespace
+{
+
+constexpr Adder all_subcommands[] = {add_info, add_check, add_explain};
+
+/// The fewest insertions, deletions and replacements that make one word of the other.
+std::size_t distance(std::string_view from, std::string_view to)
+{
+    std::vector<std::size_t> row(to.size() + 1);
+    std::iota(row.begin(), row.end(), 0U);
+    for (std::size_t i = 0; i < from.size(); ++i) {
+        std::size_t diagonal = row[0];
+        row[0] = i + 1;
+        for (std::size_t j = 0; j < to.size(); ++j) {
+            const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
+            diagonal = row[j + 1];
+            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+        }
+    }
+    return row.back();
+}
+
+std::string did_you_mean(const std::string& nearest)
+{
+    return nearest.empty() ? "." : "; did you mean " + nearest + "?";
+}
+
+std::vector<std::string> command_names(const CLI::App& program)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* command : program.get_subcommands([](const CLI::App*) { return true; }))
+        names.push_back(command->get_name());
+    return names;
+}
+
+/// The first word on the command line that looks like an option and is none of the command's.
+std::string unknown_option(const CLI::App& program)
+{
+    const std::vector<std::string> rest = program.remaining(true);
+    const auto found = std::ranges::find_if(
+        rest, [](const std::string& word) { return word.starts_with('-') && word != "--json"; });
+    return found == rest.end() ? "" : found->substr(0, found->find('='));
+}
+
+std::vector<std::string> option_names(const CLI::App& program)
+{
+    std::vector<std::string> names;
+    for (const CLI::App* command : program.get_subcommands())
+        for (const CLI::Option* option : command->get_options())
+            for (const std::string& name : option->get_lnames())
+                names.push_back("--" + name);
+    return names;
+}
+
+} // namespace
+
+std::span<const Adder> subcommands()
+{
+    return all_subcommands;
+}
+
+bool asks_for_json(int argc, char** argv)
+{
+    return std::any_of(argv, argv + argc,
+                       [](const char* argument) { return std::string_view{argument} == "--json"; });
+}
+
+void require_known_command(const CLI::App& program, int argc, char** argv)
+{
+    if (argc < 2 || *argv[1] == '-')
+        return;
+    const std::vector<std::string> names = command_names(program);
+    if (std::ranges::find(names, argv[1]) == names.end())
+        throw UsageError{"there is no command " + std::string{argv[1]} +
+                         did_you_mean(nearest_word(argv[1], names)) + " kvn --help lists all"};
+}
+
+std::string usage_problem(const CLI::App& program, const CLI::ParseError& error)
+{
+    const auto given = program.get_subcommands();
+    const std::string help = given.empty() ? "kvn --help" : "kvn " + given.front()->get_name() + " --help";
+    const std::string option = unknown_option(program);
+    if (!option.empty())
+        return "there is no option " + option + did_you_mean(nearest_word(option, option_names(program))) +
+               " " + help + " lists all";
+    if (given.empty())
+        return "no command is given; " + help + " lists all";
+    return std::string{error.what()} + "; " + help + " tells more";
+}
+
+std::string nearest_word(std::string_view word, const std::vector<std::string>& candidates)
+{
+    std::string nearest;
+    // Half of the word may differ; beyond that nothing is gained by guessing.
+    std::size_t least = std::max<std::size_t>(word.size() / 2, 1) + 1;
+    for (const std::string& candidate : candidates) {
+        const std::size_t changes = distance(word, candidate);
+        if (changes < least) {
+            least = changes;
+            nearest = candidate;
+        }
+    }
+    return nearest;
+}
+
+void add_examples(CLI::App& command, std::initializer_list<const char*> examples)
+{
+    std::string footer = "Examples:";
+    for (const char* example : examples)
+        footer.append("\n  ").append(example);
+    command.footer(footer);
+}
+
+} // namespace kvn
