@@ -43,7 +43,6 @@ inline constexpr const char* JSON_VERSION = "1.0";
 [[nodiscard]] Json to_json(const Inspection& inspection, const std::optional<BusTime>& time);
 [[nodiscard]] Json to_json(const Inspection& inspection, const Judgement& judgement);
 /// Why there is no inspection.
-/// @param kind "usage" for a wrong command line, "file" for a file that cannot be read, "internal"
 [[nodiscard]] Json failure_json(const Failure& failure);
 [[nodiscard]] Json help_json(const std::string& text);
 void print_json(std::ostream& out, const Json& json);
