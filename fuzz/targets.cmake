@@ -13,7 +13,8 @@ add_library(kvn_fuzz_common STATIC ${KVN_FUZZ_DIR}/workplace.cpp)
 target_include_directories(kvn_fuzz_common PUBLIC ${KVN_FUZZ_DIR})
 target_link_libraries(kvn_fuzz_common PUBLIC kvn_test_basics kvn_fpga_static PRIVATE kvn_warnings)
 
-add_library(kvn_fuzz_platform OBJECT ${KVN_FUZZ_DIR}/sessions.cpp ${KVN_FUZZ_DIR}/watched_platform.cpp)
+add_library(kvn_fuzz_platform OBJECT ${KVN_FUZZ_DIR}/sessions.cpp ${KVN_FUZZ_DIR}/watched_platform.cpp
+                                     ${PROJECT_SOURCE_DIR}/tests/support/fake_platform.cpp)
 target_link_libraries(kvn_fuzz_platform PUBLIC kvn_fuzz_common PRIVATE kvn_warnings)
 
 # Writes the seed corpora, so that no generated file is kept with the sources.

@@ -67,7 +67,7 @@ TEST_F(ModuleIdentification, TakesTheRecordsWordFromAnFpgaModuleOfModel3)
 TEST_F(ModuleIdentification, AsksAnFpgaModuleOfModel4)
 {
     // Its record says yes, and does not count.
-    module(fpga_module(4).version(7).set(29, 1)).compression_reply = 0;
+    module(fpga_module(4).version(7).set(29, 1)).compression_reply = {0};
     EXPECT_EQ(check(), Succeeds());
     EXPECT_EQ(session.supports_compressed_loading, 0U);
     EXPECT_EQ(transcript(), R"(
@@ -86,7 +86,7 @@ TEST_F(ModuleIdentification, AsksAnFpgaModuleOfModel4)
 
 TEST_F(ModuleIdentification, TakesTheRecordsWordFromAnIoModuleOfModel4)
 {
-    module(io_module(4).set(29, 1)).compression_reply = 0;
+    module(io_module(4).set(29, 1)).compression_reply = {0};
     EXPECT_EQ(check(), Succeeds());
     EXPECT_EQ(session.supports_compressed_loading, 1U);
     EXPECT_EQ(transcript(), R"(
@@ -103,7 +103,7 @@ TEST_F(ModuleIdentification, TakesTheRecordsWordFromAnIoModuleOfModel4)
 
 TEST_F(ModuleIdentification, AsksAnIoModuleOfModel5)
 {
-    module(io_module(5)).compression_reply = 1;
+    module(io_module(5)).compression_reply = {1};
     session.verbose = 1;
     EXPECT_EQ(check(), Succeeds());
     EXPECT_EQ(session.supports_compressed_loading, 1U);
@@ -283,9 +283,9 @@ TEST_F(ModuleIdentification, FindsTheKindOfTheSlot)
         for (std::uint32_t slot = 1; slot <= 4; ++slot) {
             FakePlatform other;
             Module what;
-            what.present = row.present;
-            what.is_processor = row.is_processor;
-            what.has_bus = row.has_bus;
+            what.info[0] = row.present;
+            what.info[1] = row.is_processor;
+            what.info[2] = row.has_bus;
             other.board("mwc4a", 5).slot(slot, what);
             int kind = 99;
             EXPECT_EQ(session.Test_If_Proc_Module("mwc4a", 5, static_cast<int>(0x50 | slot), &kind), 0);
@@ -344,9 +344,9 @@ TEST_F(ModuleIdentification, KnowsCompressionOnlyByTheByte1)
         std::uint32_t supports;
     };
     Module asked = fpga_module(255);
-    asked.compression_reply = 2;
+    asked.compression_reply = {2};
     Module asked_yes = fpga_module(255);
-    asked_yes.compression_reply = 1;
+    asked_yes.compression_reply = {1};
     const Row rows[] = {{fpga_module(0).set(29, 1), 1},
                         {fpga_module(3).set(29, 2), 0},
                         {fpga_module(3).set(29, 255), 0},

@@ -177,8 +177,8 @@ ReceiveMessage slot 2 size 30 timeout 5000
 TEST_F(ModuleSearch, AsksAnFpgaModuleAboutCompressionFromModel4OnAndEndsWithError9096WhenDeclined)
 {
     // Records and answers contradict each other: only the one that counts is taken.
-    module(1, fpga_module(3).set(29, 1)).compression_reply = 0;
-    module(2, fpga_module(4).set(29, 1)).compression_reply = 0;
+    module(1, fpga_module(3).set(29, 1)).compression_reply = {0};
+    module(2, fpga_module(4).set(29, 1)).compression_reply = {0};
     answer("n");
     answer("n");
     EXPECT_EQ(search().number, 9096);

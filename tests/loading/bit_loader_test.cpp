@@ -252,7 +252,7 @@ TEST_F(BitLoader, CountAndVerdictDecideOnError9360And9365Or9366Or9367)
     };
     compress();
     for (const auto& outcome : outcomes) {
-        module.status = outcome.status;
+        module.verdict[0] = outcome.status;
         BitFile file{8};
         if (!outcome.matches)
             file.tail = std::string(1024, 'x');

@@ -114,7 +114,7 @@ TEST_P(LoadExchangeTest, NeverCompressSendsPlainBytes)
 TEST_P(LoadExchangeTest, OnlyTheFirstByteOfTheReplyDecides)
 {
     for (const int second : {0, 5, 255}) {
-        module.second_status_byte = static_cast<std::uint8_t>(second);
+        module.verdict[1] = static_cast<std::uint8_t>(second);
         EXPECT_EQ(load_file(), Succeeds());
     }
     module.load_reply_type = 0xFFFFFFFF;
@@ -136,7 +136,7 @@ TEST_P(LoadExchangeTest, AsksBeforeSendingAndBehindSuccess)
 TEST_P(LoadExchangeTest, DoesNotAskBehindError9118Or9172Or9366)
 {
     session.prompt_user = 1;
-    module.status = 4;
+    module.verdict[0] = 4;
     EXPECT_NE(load_file(), Succeeds());
     EXPECT_EQ(events.back(), "* EndOfReceiveMessageEx timeout 5000");
 }

@@ -383,7 +383,7 @@ TEST_F(McbLoader, ATotalBelowZeroSendsNothing)
 TEST_F(McbLoader, Error9172HasNoParentheses)
 {
     for (const int status : {0, 4, 6, 255}) {
-        module.status = static_cast<std::uint8_t>(status);
+        module.verdict[0] = static_cast<std::uint8_t>(status);
         EXPECT_EQ(load_mcb(McbFile{}),
                   Fails("Error 9172. Configuration was unsuccessful " + std::to_string(status) + "."));
         EXPECT_EQ(printed_texts.back(), "The bitstream has been downloaded.\\n");

@@ -311,7 +311,7 @@ TEST_F(RbtLoader, CountAndVerdictDecideOnError9113Or9118Or9119)
     for (const bool compressed : {false, true})
         for (const Outcome& outcome : outcomes) {
             compress(compressed);
-            module.status = outcome.status;
+            module.verdict[0] = outcome.status;
             session.prompt_user = 0;
             EXPECT_EQ(load_rbt(two_lines().stated_bits(outcome.matches ? 64 : 32)), Fails(outcome.text));
             EXPECT_EQ(printed_texts.back(),
