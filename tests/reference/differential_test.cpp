@@ -89,7 +89,7 @@ private:
         platform.board("mwc4a", static_cast<std::uint16_t>(scenario.board));
         Module module = fpga_module(scenario.board % 2 == 0 ? 3 : 4);
         module.device(scenario.device).accepts_compressed(scenario.accepts_compressed);
-        module.status = scenario.verdict;
+        module.verdict[0] = scenario.verdict;
         if (!scenario.failing_function.empty())
             platform.fail(scenario.failing_function, scenario.failing_call);
         platform.logs_data = scenario.content.size() < 1'000'000;
