@@ -332,7 +332,7 @@ TEST_F(Load, IntoAModuleThatTakesNoCompressedOne)
     EXPECT_TRUE(contents().done);
 }
 
-TEST_F(Load, ThatTheModuleRefusesIsRefused)
+TEST_F(Load, Error9366WhenTheModuleRefuses)
 {
     put(module_with(DEVICE).answers_status(2));
     const Record record = load(good);
@@ -440,16 +440,19 @@ TEST_F(Load, CancelledAfterItsEndIsNot)
     EXPECT_EQ(contents().loads, 1U);
 }
 
-TEST_F(Load, WithACallbackThatThrowsFailsLikeACall)
+TEST_F(Load, Error9355WhenACallbackThrows)
 {
     put(module_with(DEVICE));
+    control.progress_step = 0;
     control.on_progress = [](const Progress& progress) {
-        if (progress.bytes > 5000)
+        if (progress.bytes > 100)
             throw std::runtime_error{"the display is gone"};
     };
     const Record record = load(good);
     EXPECT_EQ(record.verdict, Verdict::failed);
     EXPECT_EQ(record.state, ModuleState::interrupted);
+    ASSERT_TRUE(record.failure);
+    EXPECT_EQ(record.failure->number, 9355);
     EXPECT_THAT(record.failure->what, HasSubstr("(the display is gone)"));
 }
 } // namespace
