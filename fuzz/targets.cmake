@@ -5,7 +5,7 @@ set(KVN_FUZZ_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(KVN_FUZZ_TARGETS rbt bit mcb con command_line environment console_answers callback_answers module_replies
                      runs)
 if(KVN_BUILD_TOOLS)
-  list(APPEND KVN_FUZZ_TARGETS configuration_port rack trace)
+  list(APPEND KVN_FUZZ_TARGETS configuration_port input rack trace)
 endif()
 
 include(${PROJECT_SOURCE_DIR}/tests/support/basics.cmake)
@@ -30,8 +30,13 @@ endif()
 
 function(kvn_fuzz_target program name)
   add_executable(${program} ${KVN_FUZZ_DIR}/targets/${name}.cpp ${ARGN})
-  target_link_libraries(${program} PRIVATE mwapi_forward)
   add_dependencies(${program} fuzz_seeds)
+  if(name STREQUAL "input") # the engine brings the functions of the API with it
+    target_link_libraries(${program} PRIVATE kvn_engine kvn_fuzz_common kvn_warnings)
+    target_link_options(${program} PRIVATE LINKER:--undefined=MwOpenS) # the library that needs them comes last
+    return()
+  endif()
+  target_link_libraries(${program} PRIVATE mwapi_forward)
   if(name STREQUAL "rack")
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwvirtual_objects kvn_fpga_devices mwtrace_core
                                              kvn_warnings)
