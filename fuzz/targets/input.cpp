@@ -50,7 +50,7 @@ void check_digest(const kvn::Input& input, const kvn::Inspection& inspection)
         const kvn::Difference difference = kvn::compare(input, input);
         require(difference.words == "same configuration", "a file equals itself");
         check_json(kvn::to_json(input, input, difference));
-        static const kvn::Input good = kvn::Input::from_path(workplace() + "good.bit");
+        const kvn::Input good = kvn::Input::from_path(workplace() + "good.bit");
         require(!kvn::compare(input, good).words.empty(), "a difference is told in words");
     } catch (const kvn::FailureError& error) {
         require(error.failure().status == kvn::ExitStatus::damaged, "what has no digest is damaged");
