@@ -2,6 +2,7 @@
 // Writes bitstream files: RBT (text) and BIT (binary), well-formed or with a chosen defect.
 #include "bitstream_files.h"
 
+#include <cctype>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
@@ -52,10 +53,10 @@ private:
     std::string text_;
 };
 
-void write_header(RbtText& text, const FileLabels& labels, std::size_t stated_bits, FileDefect defect)
+void write_header(RbtText& text, const FileLabels& labels, std::uint64_t stated_bits, FileDefect defect)
 {
     text.line(defect == FileDefect::title ? "ASCII Bitstream" : "Xilinx ASCII Bitstream");
-    text.line("Created by kvn_bitgen");
+    text.line(labels.tool);
     text.line("Design name: \t" + labels.design);
     text.line("Architecture:\t" + labels.architecture);
     text.line("Part:        \t" + labels.part);
@@ -89,14 +90,56 @@ void append_number(std::string& content, std::size_t number, unsigned bytes)
         content += static_cast<char>(number >> 8 * bytes & 0xFF);
 }
 
-void append_field(std::string& content, char key, const std::string& text)
+void append_field(std::string& content, char key, std::string_view text)
 {
+    constexpr std::size_t LONGEST = 0xFFFF - 1;
+    text = text.substr(0, LONGEST);
     content += key;
     append_number(content, text.size() + 1, 2);
     content.append(text).push_back('\0');
 }
 
+std::string bit_header(const FileLabels& labels, std::uint32_t stated_bytes, FileDefect defect)
+{
+    std::string content;
+    append_number(content, 9, 2);
+    content.append(defect == FileDefect::title ? "\x0E" : "\x0F");
+    content.append("\xF0\x0F\xF0\x0F\xF0\x0F\xF0").push_back('\0');
+    append_number(content, 1, 2);
+    append_field(content, 'a', labels.design);
+    append_field(content, 'b', labels.part);
+    append_field(content, defect == FileDefect::missing_key ? 'x' : 'c', labels.bit_date);
+    append_field(content, 'd', labels.bit_time);
+    content += 'e';
+    append_number(content, stated_bytes, 4);
+    return content;
+}
+
 } // namespace
+
+std::string architecture_name(Family family)
+{
+    std::string name;
+    for (const char letter : family_name(family)) {
+        if (letter == ' ')
+            break;
+        if (letter != '-')
+            name += static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
+    }
+    return family == Family::virtex2_pro ? name + "p" : name;
+}
+
+std::string rbt_header(const FileLabels& labels, std::uint64_t stated_bits)
+{
+    RbtText text{FileDefect::none};
+    write_header(text, labels, stated_bits, FileDefect::none);
+    return text.text();
+}
+
+std::string bit_header(const FileLabels& labels, std::uint32_t stated_bytes)
+{
+    return bit_header(labels, stated_bytes, FileDefect::none);
+}
 
 void write_rbt(const std::string& path, std::span<const std::uint8_t> data, const FileLabels& labels,
                FileDefect defect, unsigned frame_bits)
@@ -124,17 +167,8 @@ void write_bit(const std::string& path, std::span<const std::uint8_t> data, cons
     if (defect == FileDefect::carriage_returns || defect == FileDefect::short_line)
         throw std::invalid_argument("a BIT file cannot have this defect");
 
-    std::string content;
-    append_number(content, 9, 2);
-    content.append(defect == FileDefect::title ? "\x0E" : "\x0F");
-    content.append("\xF0\x0F\xF0\x0F\xF0\x0F\xF0").push_back('\0');
-    append_number(content, 1, 2);
-    append_field(content, 'a', labels.design);
-    append_field(content, 'b', labels.part);
-    append_field(content, defect == FileDefect::missing_key ? 'x' : 'c', labels.bit_date);
-    append_field(content, 'd', labels.bit_time);
-    content += 'e';
-    append_number(content, data.size() + (defect == FileDefect::stated_size ? 4 : 0), 4);
+    const std::size_t stated = data.size() + (defect == FileDefect::stated_size ? 4 : 0);
+    std::string content = bit_header(labels, static_cast<std::uint32_t>(stated), defect);
     content.append(data.begin(), data.end());
     if (defect == FileDefect::trailing_bytes)
         content.append(4, '\xFF');

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Writes example bitstream files for a named device, well-formed or with a chosen defect.
 #include "bitstream_files.h"
-#include "errors/catalogue.h"
 #include "devices.h"
+#include "errors/catalogue.h"
 #include "stream.h"
 
 #include <CLI/CLI.hpp>
@@ -54,18 +54,6 @@ std::string part_name(const std::string& device)
     return part.starts_with("xc") ? part.substr(2) : part;
 }
 
-std::string architecture_name(fpga::Family family)
-{
-    std::string name;
-    for (const char letter : fpga::family_name(family)) {
-        if (letter == ' ')
-            break;
-        if (letter != '-')
-            name += static_cast<char>(std::tolower(static_cast<unsigned char>(letter)));
-    }
-    return family == fpga::Family::virtex2_pro ? name + "p" : name;
-}
-
 bool has_extension(const std::string& path, const std::string& extension)
 {
     return path.size() > extension.size() && path.ends_with(extension);
@@ -76,7 +64,7 @@ void write(const Request& request)
     const fpga::Device* device = fpga::find_device(request.device);
     if (device == nullptr)
         throw std::invalid_argument("unknown device " + request.device + " (kvn_bitgen --list names them)");
-    const fpga::FileLabels labels{part_name(request.device), architecture_name(device->family)};
+    const fpga::FileLabels labels{part_name(request.device), fpga::architecture_name(device->family)};
     const std::vector<std::uint8_t> stream = fpga::make_stream(*device, request.stream);
 
     if (has_extension(request.output, ".rbt"))
