@@ -134,6 +134,16 @@ std::size_t TableReader::choice(std::string_view key, const Words& words) const
     return static_cast<std::size_t>(found - words.begin());
 }
 
+std::optional<TableReader> TableReader::table(std::string_view key, const std::string& what) const
+{
+    const toml::node* node = find(key);
+    if (node == nullptr)
+        return std::nullopt;
+    if (!node->is_table())
+        mistake(*node, quoted(key) + " must be a table");
+    return TableReader{*node->as_table(), file_, what};
+}
+
 std::vector<TableReader> TableReader::tables(std::string_view key, const std::string& what) const
 {
     std::vector<TableReader> readers;

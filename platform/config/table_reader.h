@@ -13,6 +13,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -63,6 +64,8 @@ public:
     /// The index of the text among the words.
     [[nodiscard]] std::size_t choice(std::string_view key, const Words& words) const;
 
+    /// The table of that key; none when there is no such key.
+    [[nodiscard]] std::optional<TableReader> table(std::string_view key, const std::string& what) const;
     /// The tables of a list; none when there is no such key.
     [[nodiscard]] std::vector<TableReader> tables(std::string_view key, const std::string& what) const;
 
