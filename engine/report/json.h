@@ -3,6 +3,7 @@
 #ifndef KVN_ENGINE_REPORT_JSON_H
 #define KVN_ENGINE_REPORT_JSON_H
 
+#include "errors/failure.h"
 #include "file/inspection.h"
 #include "file/judgement.h"
 
@@ -25,6 +26,8 @@ struct BusTime {
 };
 [[nodiscard]] BusTime bus_time(const Inspection& inspection, double bytes_per_second);
 
+/// The class of a failure in one or two words: "usage", "file".
+[[nodiscard]] const char* failure_kind(ExitStatus status);
 /// "0040C093"
 [[nodiscard]] std::string in_hex(std::uint32_t number);
 /// Run-coded bytes for each byte of the data.
@@ -40,8 +43,7 @@ inline constexpr const char* JSON_VERSION = "1.0";
 [[nodiscard]] Json to_json(const Inspection& inspection, const std::optional<BusTime>& time);
 [[nodiscard]] Json to_json(const Inspection& inspection, const Judgement& judgement);
 /// Why there is no inspection.
-/// @param kind "usage" for a wrong command line, "file" for a file that cannot be read, "internal"
-[[nodiscard]] Json failure_json(const char* kind, const std::string& what);
+[[nodiscard]] Json failure_json(const Failure& failure);
 [[nodiscard]] Json help_json(const std::string& text);
 void print_json(std::ostream& out, const Json& json);
 
