@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// The kinds of runs for the fault matrix, and the documented result of each fault.
+// The kinds of runs for the fault matrix.
 #ifndef KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
 #define KVN_FPGA_TESTS_FAULTS_RUN_KINDS_H
 
 #include "support/bytes.h"
-#include "support/faults.h"
 
 #include <cstdint>
 #include <iosfwd>
 #include <string>
-#include <string_view>
 #include <vector>
 
 enum class Action { load_rbt, load_bit, load_mcb, rbt_to_mcb, bit_to_mcb, mcb_to_rbt, con };
@@ -39,7 +37,6 @@ struct RunKind {
     std::size_t long_device = 0;
 
     [[nodiscard]] bool loads() const;
-    [[nodiscard]] bool is_virtex2() const { return std::string_view{device}.starts_with("2v"); }
     /// The files that the run reads and writes; "" for none.
     [[nodiscard]] std::string input() const;
     [[nodiscard]] std::string output() const;
@@ -53,14 +50,5 @@ Bytes configuration(std::size_t size, bool with_runs = true);
 
 /// The configuration bytes of a kind's small file.
 Bytes small_configuration(const RunKind& kind);
-
-/// The error numbers of a run whose platform calls fail, one for each call of a good run's journal whose
-/// result is used.
-std::vector<int> documented_platform_errors(const RunKind& kind, const std::vector<std::string>& journal);
-
-/// The error number of a run if this is the first operation to fail; 0 if it still succeeds.
-/// @param good the operation in the good run
-int documented_file_error(const RunKind& kind, const fault_points::Point& failed,
-                          const fault_points::Point& good);
 
 #endif
