@@ -3,7 +3,6 @@
 #include "support/run_fixture.h"
 
 #include <cstring>
-#include <functional>
 #include <ostream>
 
 namespace

@@ -104,6 +104,7 @@ TEST_F(ModuleSearch, StopsAtTheModuleThatIsAccepted)
     module(3, fpga_module(4).accepts_compressed());
     module(4, fpga_module(4));
     answer("Y");
+    session.prompt_user = 0; // of no account
     EXPECT_EQ(search(), Succeeds());
     EXPECT_EQ(found, 0x23);
     EXPECT_EQ(session.supports_compressed_loading, 1U);

@@ -141,3 +141,16 @@ TEST_P(MakeMcbRbtFault, EndsTheConversion)
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, MakeMcbRbtFault, testing::ValuesIn(file_faults), ErrorName{});
+
+// What a read error cuts off is as if the file ended there.
+TEST_F(MakeMcbRbt, AReadErrorIsError9240Or9245Or9247Or9249OfItsLineAndError9256InTheData)
+{
+    const std::string text = RbtFile{bytes("01 02 03 04 05 06 07 08")}.text();
+    const int numbers[] = {9240, 9245, 9245, 9245, 9245, 9247, 9249, 9256, 9256};
+    std::size_t place = 0;
+    for (const int number : numbers) {
+        EXPECT_EQ(convert(stream_failing_at(text, place + 1)).number, number) << place;
+        place = text.find('\n', place) + 1;
+    }
+    EXPECT_EQ(data_section(), bytes("01 01 01 02 01 03 01 04"));
+}

@@ -144,6 +144,7 @@ TEST_F(MakeRbt, EveryFieldThatTheFileCutsShortHasItsOwnError9270Or9272Or9277Or92
         for (const std::size_t size : {field.begin, field.begin + 1, field.begin + 3}) {
             write_file("design.mcb", content.substr(0, size));
             EXPECT_EQ(convert(), Fails(field.text)) << size;
+            EXPECT_EQ(convert(stream_failing_at(content, size)), Fails(field.text)) << size;
             EXPECT_EQ(file_exists("design.rbt") ? rbt() : "", field.written);
         }
 }

@@ -66,6 +66,7 @@ TEST_F(McbLoader, EveryFieldThatTheFileCutsShortHasItsOwnError9150Or9152Or9154Or
         for (; size < field.end; ++size) {
             write_file("design.mcb", content.substr(0, size));
             EXPECT_EQ(load_mcb(), Fails(field.text)) << size;
+            EXPECT_EQ(load_mcb(stream_failing_at(content, size)), Fails(field.text)) << size;
         }
 }
 
@@ -86,6 +87,13 @@ TEST_F(McbLoader, Error9158Or9159Or9160Or9161TellsTheByteThatIsMissingInTheRuns)
                 << kept;
             EXPECT_EQ(session.send_count, compressed ? kept / 2 * 2 : kept < 2 ? 0U : kept < 4 ? 3U : 5U);
         }
+}
+
+TEST_F(McbLoader, ReadingStopsAtTheRunThatReachesTheTotal)
+{
+    EXPECT_EQ(load_mcb(runs("05 AA 06 BB 07 CC", 8)), Succeeds());
+    EXPECT_EQ(module.received(), bytes("AA AA AA AA AA BB BB BB BB BB BB"));
+    EXPECT_EQ(printed_texts.at(1), "\\r% Done: 137 \\n");
 }
 
 TEST_F(McbLoader, ReadingStopsAtATotalRightBehindAReport)

@@ -80,6 +80,18 @@ INSTANTIATE_TEST_SUITE_P(Faults, RbtLoaderHeader, testing::ValuesIn(header_fault
     return "Error" + std::to_string(row.param.number) + row.param.name;
 });
 
+TEST_F(RbtLoader, AReadErrorIsError9100Or9102Or9104Or9120OfItsLineAndError9113InTheData)
+{
+    const std::string text = two_lines().text();
+    const int numbers[] = {9100, 9102, 9102, 9102, 9102, 9104, 9120, 9113, 9113};
+    std::size_t place = 0;
+    for (const int number : numbers) {
+        EXPECT_EQ(load_rbt(stream_failing_at(text, place + 1)).number, number) << place;
+        place = text.find('\n', place) + 1;
+    }
+    EXPECT_EQ(module.received(), bytes("01 02 03 04"));
+}
+
 TEST_F(RbtLoader, TheDeviceIsTheOneItIsGiven)
 {
     std::strcpy(session.device_name, "s40xlpq208-4");

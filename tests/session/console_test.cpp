@@ -16,44 +16,11 @@
 
 namespace
 {
-/// Other streams as standard input and output, for the duration of a scope.
-class StandardStreams
-{
-public:
-    StandardStreams(FILE* input, FILE* output) : input_before_{stdin}, output_before_{stdout}
-    {
-        stdin = input;
-        stdout = output;
-    }
-    ~StandardStreams()
-    {
-        std::fclose(std::exchange(stdin, input_before_));
-        std::fclose(std::exchange(stdout, output_before_));
-    }
-    StandardStreams(const StandardStreams&) = delete;
-    StandardStreams& operator=(const StandardStreams&) = delete;
-
-private:
-    FILE* input_before_;
-    FILE* output_before_;
-};
-
 /// The session without callbacks, on files: what the user types, and what he sees.
 class Console : public RunFixture
 {
 protected:
     Console() { remove_callbacks(session); }
-
-    /// What is written to standard output while the user types `input`.
-    std::string output_of(std::string_view input, const std::function<void()>& action)
-    {
-        write_file("input", input);
-        {
-            const StandardStreams streams{std::fopen("input", "r"), std::fopen("output", "w")};
-            action();
-        }
-        return read_file("output");
-    }
 };
 
 TEST_F(Console, PauseWaitsForOneCharacterAfterTwoEmptyLines)
