@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The library and the reference model load and convert alike: the same prints, platform calls, errors and
 // bytes.
-#include "random_scenarios.h"
 #include "reference_model.h"
 
 #include "kvn_fpga.h"
@@ -24,7 +23,6 @@ namespace
 {
 
 using reference::Format;
-using reference::Model;
 using reference::Outcome;
 using reference::Scenario;
 using Log = std::vector<std::string>;
@@ -132,7 +130,7 @@ private:
         FakePlatform platform;
         const Module& module = prepare(platform, scenario);
         MW_HANDLE* const bus = platform.opened_bus("mwc4a", static_cast<std::uint16_t>(scenario.board));
-        const Outcome outcome = Model{scenario, bus, platform.log}.play();
+        const Outcome outcome = reference::play(scenario, bus, platform.log);
         return {outcome, platform.log, module.loads};
     }
 
