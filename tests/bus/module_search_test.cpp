@@ -202,9 +202,7 @@ struct Failure {
     friend void PrintTo(const Failure& row, std::ostream* out) { *out << row.what; }
 };
 
-class FailedSearch : public ModuleSearch, public testing::WithParamInterface<Failure>
-{
-};
+using FailedSearch = With<ModuleSearch, Failure>;
 
 // The module sits in slot 3 of board 10, which tells the slot from the whole address.
 TEST_P(FailedSearch, HasItsOwnError)

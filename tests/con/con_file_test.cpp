@@ -58,8 +58,6 @@ protected:
 
 using ConFile = ConFileFixture;
 
-} // namespace
-
 TEST_F(ConFile, ConfiguresAModuleWithoutQuestions)
 {
     EXPECT_EQ(process("\"File  Board  Number  Slot\"\n"
@@ -273,8 +271,6 @@ TEST_F(ConFile, EachLineAsksItsModuleForCompression)
     EXPECT_EQ(plain.received_header(), bytes("03 05"));
 }
 
-namespace
-{
 struct LineFault {
     const char* name;
     const char* line;
@@ -297,10 +293,7 @@ const LineFault line_faults[] = {
     {"BoardComesBeforeSlot", "design mwc4a 16 5\n", "Error 9025. Invalid board number 16 (should be 0..15)."},
 };
 
-class ConFileLine : public ConFileFixture, public testing::WithParamInterface<LineFault>
-{
-};
-} // namespace
+using ConFileLine = With<ConFileFixture, LineFault>;
 
 TEST_P(ConFileLine, EndsTheRunBeforeTheBusIsOpened)
 {
@@ -371,3 +364,4 @@ TEST(ConFileNumber, IsDecimalOrHexadecimalBehind0x)
     for (const auto& [text, number] : rows)
         EXPECT_EQ(kvn_fpga_imp::parse_number(text), number) << text;
 }
+} // namespace

@@ -19,7 +19,6 @@ RbtFile one_line_of_zeros()
 {
     return RbtFile{Bytes(4, 0)};
 }
-} // namespace
 
 TEST_F(MakeMcbRbt, WritesTheFileByteForByte)
 {
@@ -85,8 +84,6 @@ TEST_F(MakeMcbRbt, TheOutputStandsBesideTheInputWithThreeCharactersReplaced)
     }
 }
 
-namespace
-{
 /// A file that is spoilt in one place, and what then stands in the MCB file.
 struct Fault : FileFault<RbtFile> {
     std::size_t written; ///< the size of the MCB file, 0 when there is none
@@ -123,11 +120,7 @@ const Fault file_faults[] = {
     {{"LineWithoutALineFeed", [](auto& file) { file.data[1].pop_back(); }, wrong_line(32)}, 522 + 2 * 3},
 };
 
-class MakeMcbRbtFault : public MakeMcbRbt, public testing::WithParamInterface<Fault>
-{
-};
-
-} // namespace
+using MakeMcbRbtFault = With<MakeMcbRbt, Fault>;
 
 TEST_P(MakeMcbRbtFault, EndsTheConversion)
 {
@@ -154,3 +147,4 @@ TEST_F(MakeMcbRbt, AReadErrorIsError9240Or9245Or9247Or9249OfItsLineAndError9256I
     }
     EXPECT_EQ(data_section(), bytes("01 01 01 02 01 03 01 04"));
 }
+} // namespace

@@ -25,7 +25,6 @@ Bytes pairs_of_one(const Bytes& values)
         pairs.insert(pairs.end(), {1, value});
     return pairs;
 }
-} // namespace
 
 // One more element in every buffer must stay unchanged.
 TEST(PortableForms, WriteRunsOfOneAsTheFastestDo)
@@ -81,8 +80,6 @@ TEST(PortableForms, FindEachChangeAsTheFastestDo)
         }
 }
 
-namespace
-{
 constexpr std::size_t LINES = 16;
 
 struct LineForm {
@@ -102,7 +99,6 @@ std::vector<LineForm> line_forms()
 #endif
     return forms;
 }
-} // namespace
 
 TEST(PortableForms, ReadSeveralLinesAsTheOthersDo)
 {
@@ -143,3 +139,4 @@ TEST(PortableForms, ReverseLongBlocksAsTheOthersDo)
             ASSERT_EQ(out[i], i < whole ? portable::reverse_bits(in[i]) : 0x55U) << size << ", " << i;
     }
 }
+} // namespace

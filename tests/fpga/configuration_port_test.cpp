@@ -78,9 +78,7 @@ INSTANTIATE_TEST_SUITE_P(Table, EachDevice, testing::ValuesIn(fpga::devices().be
                          [](const auto& tested) { return "xc" + std::string{tested.param.name}; });
 
 // One device of each architecture and layout, small enough to try many bits.
-class EachSmallDevice : public testing::TestWithParam<const char*>
-{
-};
+using EachSmallDevice = testing::TestWithParam<const char*>;
 
 TEST_P(EachSmallDevice, CatchesSingleFlippedBitsInFrameData)
 {

@@ -177,9 +177,7 @@ TEST_P(EachRealBitstream, ASingleFlippedBitInFrameDataIsACrcError)
 INSTANTIATE_TEST_SUITE_P(Files, EachRealBitstream, testing::ValuesIn(files(true)),
                          [](const auto& tested) { return test_name(tested.param.filename().string()); });
 
-class EachForeignBitstream : public testing::TestWithParam<fs::path>
-{
-};
+using EachForeignBitstream = testing::TestWithParam<fs::path>;
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(EachForeignBitstream);
 
 TEST_P(EachForeignBitstream, StartsNoDeviceThatModulesCarryButItsTwin)

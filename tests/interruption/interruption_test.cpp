@@ -118,7 +118,6 @@ Bytes noise(std::size_t size)
 constexpr std::size_t SIZE = 200'000;
 // A pipe holds 65536 bytes, and a stream gathers as many before it writes.
 constexpr std::size_t HELD = 3 * 65536;
-} // namespace
 
 TEST_P(Interruption, OfAConversionToMcbLeavesABeginningThatEveryReaderRefuses)
 {
@@ -197,8 +196,6 @@ TEST_P(Interruption, OfALoadSendsNothingFurtherAndTouchesNoFile)
     EXPECT_TRUE(std::filesystem::is_empty(folder)) << "a load writes no file";
 }
 
-namespace
-{
 /// A platform that has reached its pipe, and waits until this goes.
 using Held = Feed;
 
@@ -237,7 +234,6 @@ protected:
 
 const std::string PART = "interrupted, it has part of the data and does not run";
 const std::string UNTOUCHED = "untouched, nothing of a load has reached a module\n";
-} // namespace
 
 TEST_P(StoppedRun, OfALoadTellsThatTheModuleIsInterruptedAndKeepsTheLog)
 {
@@ -367,8 +363,6 @@ INSTANTIATE_TEST_SUITE_P(Signals, Interruption, testing::Values(SIGINT, SIGTERM,
                          name_of_signal);
 INSTANTIATE_TEST_SUITE_P(Signals, KilledRun, testing::Values(SIGKILL), name_of_signal);
 
-namespace
-{
 class SizeLimit : public UtilityTest
 {
 protected:
@@ -389,7 +383,6 @@ protected:
                   "Error 9281. End of MCB file design.mcb reached unexpectedly.\n");
     }
 };
-} // namespace
 
 TEST_F(SizeLimit, OfAFileEndsTheProgramAndLeavesABeginning)
 {
@@ -406,3 +399,4 @@ TEST_F(SizeLimit, OfAFileIsAnErrorWhenTheSignalIsIgnored)
         << outcome.errors;
     expect_refused_beginning();
 }
+} // namespace

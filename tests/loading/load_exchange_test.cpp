@@ -61,7 +61,6 @@ void PrintTo(const Format& format, std::ostream* out)
 {
     *out << format.name;
 }
-} // namespace
 
 TEST_P(LoadExchangeTest, SendsAFileInEachMode)
 {
@@ -174,12 +173,7 @@ TEST_P(LoadExchangeTest, TheFileIsClosedBeforeTheMessageIsEnded)
 INSTANTIATE_TEST_SUITE_P(Formats, LoadExchangeTest, testing::ValuesIn(formats),
                          [](const auto& row) { return row.param.name; });
 
-namespace
-{
-class AllLoaders : public LoadFixture
-{
-};
-} // namespace
+using AllLoaders = LoadFixture;
 
 TEST_F(AllLoaders, PutTheSameBytesOnTheBusForTheSameDesign)
 {
@@ -194,3 +188,4 @@ TEST_F(AllLoaders, PutTheSameBytesOnTheBusForTheSameDesign)
             EXPECT_EQ(pieces(), from_rbt);
         }
 }
+} // namespace

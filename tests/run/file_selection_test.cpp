@@ -78,9 +78,7 @@ struct Choice {
     }
 };
 
-class DecisionTable : public FileSelection, public testing::WithParamInterface<Choice>
-{
-};
+using DecisionTable = With<FileSelection, Choice>;
 
 TEST_P(DecisionTable, Holds)
 {

@@ -33,9 +33,7 @@ struct Source {
     friend void PrintTo(const Source& row, std::ostream* out) { *out << row.what; }
 };
 
-class BoardSource : public MainDriver, public testing::WithParamInterface<Source>
-{
-};
+using BoardSource = With<MainDriver, Source>;
 
 TEST_P(BoardSource, SettlesTheBoard)
 {

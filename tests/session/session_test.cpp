@@ -22,9 +22,7 @@ static_assert(sizeof(kvn_fpga_imp::board_type) == 32 && sizeof(kvn_fpga_imp::dev
 static_assert(sizeof(kvn_fpga_imp::bitstream_file) == 256 && sizeof(kvn_fpga_imp::con_file) == 256);
 static_assert(sizeof(kvn_fpga_imp::send_buffer) == 8192 && sizeof(kvn_fpga_imp::last_error_text) == 1024);
 
-class Session : public RunFixture
-{
-};
+using Session = RunFixture;
 
 /// The functions of an application, as a session holds them.
 auto functions_of(const kvn_fpga_imp& session)

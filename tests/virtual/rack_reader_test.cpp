@@ -150,9 +150,7 @@ struct Mistake {
     std::string told; ///< behind the file's name
 };
 
-class RackMistake : public testing::TestWithParam<Mistake>
-{
-};
+using RackMistake = testing::TestWithParam<Mistake>;
 
 TEST_P(RackMistake, IsToldWithFileLineAndWhatWasExpected)
 {
