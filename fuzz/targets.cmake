@@ -26,7 +26,8 @@ add_custom_command(OUTPUT ${KVN_FUZZ_SEEDS}/complete COMMAND make_fuzz_seeds ${K
                    DEPENDS make_fuzz_seeds)
 add_custom_target(fuzz_seeds ALL DEPENDS ${KVN_FUZZ_SEEDS}/complete)
 if(KVN_BUILD_TOOLS)
-  target_link_libraries(make_fuzz_seeds PRIVATE kvn_fpga_devices)
+  target_link_libraries(make_fuzz_seeds PRIVATE kvn_fpga_devices mwtrace_core)
+  target_compile_definitions(make_fuzz_seeds PRIVATE DOCS="${PROJECT_SOURCE_DIR}/docs")
 endif()
 
 function(kvn_fuzz_target program name)
