@@ -89,7 +89,7 @@ TEST_F(List, ShowsTheBoardsInformation)
     EXPECT_EQ(rows[0].slots[0].info_words, (std::array<std::uint32_t, 5>{}));
 }
 
-TEST_F(List, OfAllBoardsHasARowForEachNumber)
+TEST_F(List, OfAllBoardsHasARowForEachNumberAndError9201WhereThereIsNone)
 {
     rack.add_board({"mwc4a", 15});
     const std::vector<BoardRow> rows = kvn::list(provider, {.board_type = "mwc4a"});
@@ -107,7 +107,7 @@ TEST_F(List, OfAllBoardsHasARowForEachNumber)
     EXPECT_EQ(rack.open_handles(), 0U);
 }
 
-TEST_F(List, GoesOnBehindAModuleThatDoesNotAnswer)
+TEST_F(List, Error9061And9224OfModulesLeaveTheOthersAlone)
 {
     put(1, mwvirtual::fpga_module(4).does_not_answer(mwvirtual::Reply::identification));
     put(2, mwvirtual::fpga_module(4).device("2v40cs144-4").does_not_answer(mwvirtual::Reply::compression));

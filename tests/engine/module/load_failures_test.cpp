@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-// Loads that break at every platform call, at every read of the file, and at every allocation.
+// Loads that break at every platform call and at every allocation, and without descriptors.
 #include "load_support.h"
 #include "rack.h"
 #include "support/fake_platform.h"
-#include "support/faults.h"
 #include "support/run_fixture.h"
+#include "uniform_platform.h"
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <cstdlib>
 #include <new>
+#include <optional>
 
 namespace
 {
@@ -173,46 +176,78 @@ INSTANTIATE_TEST_SUITE_P(AllFormats, FailedLoad,
                          testing::Combine(testing::Values("a.rbt", "a.bit", "a.mcb"),
                                           testing::Values(ModeWish::plain, ModeWish::compressed)));
 
-class UnreadableLoad : public testing::TestWithParam<const char*>
+/// For the duration of a scope no further descriptor can be opened.
+class NoDescriptors
 {
+public:
+    NoDescriptors()
+    {
+        (void)getrlimit(RLIMIT_NOFILE, &before_);
+        rlimit none = before_;
+        none.rlim_cur = 0;
+        (void)setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoDescriptors() { (void)setrlimit(RLIMIT_NOFILE, &before_); }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+private:
+    rlimit before_{};
 };
 
-// A file in memory can always be read; that it cannot is the last thing to be taken for granted.
-TEST_P(UnreadableLoad, TellsTheTruthWhicheverReadFails)
+/// In front of a platform; runs out of descriptors when a module has been asked.
+class Exhausting final : public mwapi::UniformPlatform<Exhausting>
 {
-    mwvirtual::Rack rack;
-    rack.keep_journal(false);
-    const std::string device = "2v40cs144-4";
-    const mwvirtual::Module module = mwvirtual::fpga_module(4).device(device).accepts_compressed();
-    rack.put_module(rack.add_board({"mwc4a", 0}), 2, &module);
-    kvn::Provider provider{rack, "rack"};
-    const kvn::Input file = bitstream(GetParam(), part_of(device), configuration(device));
-    const LoadRequest request{.module = {.board = {"mwc4a", 0}, .slot = 2}, .file = &file};
-    const std::size_t descriptors = count_descriptors();
-    const FaultScope faults;
-    int failed = 0;
-    // The plan lies behind the last read when several in a row make no difference.
-    int without_effect = 0;
-    for (int n = 1; without_effect < 5; ++n) {
-        const std::size_t loads = rack.contents({"mwc4a", 0}, 2).loads;
-        kvn::LoadControl control;
-        fail_read_at(n);
-        const Record record = kvn::load(provider, request, control);
-        no_faults();
-        const mwvirtual::Contents contents = rack.contents({"mwc4a", 0}, 2);
-        ASSERT_EQ(contents.loads - loads, record.attempts) << n;
-        const bool sent_all = record.attempts != 0 && contents.finished;
-        EXPECT_EQ(record.verdict == Verdict::configured, sent_all && contents.done) << n;
-        EXPECT_EQ(record.state == ModuleState::interrupted, record.attempts != 0 && !contents.finished) << n;
-        EXPECT_EQ(rack.open_handles(), 0U) << n;
-        EXPECT_EQ(count_descriptors(), descriptors) << n;
-        const bool configured = record.verdict == Verdict::configured;
-        EXPECT_EQ(record.failure.has_value(), !configured) << n;
-        without_effect = configured ? without_effect + 1 : 0;
-        failed += configured ? 0 : 1;
+public:
+    explicit Exhausting(mwapi::Platform& behind) : behind_{behind} {}
+    template <mwapi::Function function, class... Arguments>
+    std::uint32_t call(Arguments... arguments)
+    {
+        if constexpr (function == mwapi::Function::MwKSBReceiveMessageEx)
+            none_.emplace();
+        return (behind_.*mwapi::CALL<function>.operation)(arguments...);
     }
-    EXPECT_GT(failed, 2);
+
+private:
+    mwapi::Platform& behind_;
+    std::optional<NoDescriptors> none_;
+};
+
+class LoadWithoutDescriptors : public testing::Test
+{
+protected:
+    LoadWithoutDescriptors()
+    {
+        const mwvirtual::Module module = mwvirtual::fpga_module(4).device("2v40cs144-4");
+        rack.put_module(rack.add_board({"mwc4a", 0}), 2, &module);
+    }
+    void expect_failure(mwapi::Platform& platform)
+    {
+        const kvn::Provider provider{platform, "rack"};
+        kvn::LoadControl control;
+        const Record record = kvn::load(provider, request, control);
+        EXPECT_EQ(record.verdict, Verdict::not_tried);
+        EXPECT_EQ(record.failure->status, kvn::ExitStatus::file);
+        EXPECT_EQ(record.failure->what, "a.bit: Too many open files");
+        EXPECT_EQ(rack.open_handles(), 0U);
+    }
+
+    mwvirtual::Rack rack;
+    const kvn::Input file = bitstream("a.bit", "2v40cs144", configuration("2v40cs144-4"));
+    const LoadRequest request{.module = {.board = {"mwc4a", 0}, .slot = 2}, .file = &file};
+};
+
+TEST_F(LoadWithoutDescriptors, FailsBeforeTheBusIsOpened)
+{
+    const NoDescriptors none;
+    expect_failure(rack);
+    EXPECT_EQ(rack.calls(), 0U);
 }
 
-INSTANTIATE_TEST_SUITE_P(AllFormats, UnreadableLoad, testing::Values("a.rbt", "a.bit", "a.mcb"));
+TEST_F(LoadWithoutDescriptors, FailsWhenTheModuleHasBeenAsked)
+{
+    Exhausting exhausting{rack};
+    expect_failure(exhausting);
+    EXPECT_EQ(rack.contents({"mwc4a", 0}, 2).loads, 0U);
+}
 } // namespace

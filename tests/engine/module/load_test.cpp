@@ -81,7 +81,10 @@ struct Case {
     ModeWish wish;
     bool compressed; ///< as it is sent
 
-    friend void PrintTo(const Case& row, std::ostream* out) { *out << row.name << ' ' << row.device; }
+    friend void PrintTo(const Case& row, std::ostream* out)
+    {
+        *out << row.name << " for " << row.device << ", wish " << static_cast<int>(row.wish);
+    }
 };
 
 class WholeLoad : public Load, public testing::WithParamInterface<Case>
@@ -200,6 +203,15 @@ TEST_F(Load, HasOneDigestForAllFormats)
     const Record first = load(good);
     EXPECT_EQ(load(bitstream("a.rbt", part_of(DEVICE), data)).digest, first.digest);
     EXPECT_EQ(load(bitstream("a.mcb", part_of(DEVICE), data)).digest, first.digest);
+}
+
+TEST_F(Load, CountsAnewWithTheSameControl)
+{
+    put(module_with(DEVICE));
+    const Record first = load(good);
+    const Record second = load(good);
+    EXPECT_EQ(second.wire_bytes, first.wire_bytes);
+    EXPECT_EQ(control.progress().bytes, control.progress().total);
 }
 
 TEST_F(Load, IsOfTheContentWhateverTheName)
@@ -322,6 +334,25 @@ TEST_F(Load, IntoAnUnknownDeviceNeedsForce)
     EXPECT_GT(contents().loads, 0U);
 }
 
+TEST_F(Load, IntoAModuleThatDoesNotNameItsDeviceNeedsForceOrTheUsersWord)
+{
+    put(mwvirtual::other_module(9));
+    expect_refused(load(good), ExitStatus::rehearsal,
+                   "whether the module in mwc4a:3/2 would start with design.bit cannot be judged: the module "
+                   "does not name its device");
+    request.device = "2v80cs144-4";
+    const Record record = load(good);
+    expect_refused(record, ExitStatus::wrong_device,
+                   "design.bit is for a 2v40cs144 (by its header); the module in mwc4a:3/2 has a 2v80cs144-4 "
+                   "(as was given)");
+    EXPECT_EQ(record.device, (Fact<std::string>{"2v80cs144-4", Source::given}));
+    request.device = DEVICE;
+    EXPECT_EQ(load(good).attempts, 1U);
+    request.device.clear();
+    request.force = true;
+    EXPECT_EQ(load(good).attempts, 1U);
+}
+
 TEST_F(Load, IntoAModuleThatTakesNoCompressedOne)
 {
     put(module_with(DEVICE, false));
@@ -332,7 +363,7 @@ TEST_F(Load, IntoAModuleThatTakesNoCompressedOne)
     EXPECT_TRUE(contents().done);
 }
 
-TEST_F(Load, ThatTheModuleRefusesIsRefused)
+TEST_F(Load, Error9366WhenTheModuleRefuses)
 {
     put(module_with(DEVICE).answers_status(2));
     const Record record = load(good);
@@ -440,16 +471,19 @@ TEST_F(Load, CancelledAfterItsEndIsNot)
     EXPECT_EQ(contents().loads, 1U);
 }
 
-TEST_F(Load, WithACallbackThatThrowsFailsLikeACall)
+TEST_F(Load, Error9355WhenACallbackThrows)
 {
     put(module_with(DEVICE));
+    control.progress_step = 0;
     control.on_progress = [](const Progress& progress) {
-        if (progress.bytes > 5000)
+        if (progress.bytes > 100)
             throw std::runtime_error{"the display is gone"};
     };
     const Record record = load(good);
     EXPECT_EQ(record.verdict, Verdict::failed);
     EXPECT_EQ(record.state, ModuleState::interrupted);
+    ASSERT_TRUE(record.failure);
+    EXPECT_EQ(record.failure->number, 9355);
     EXPECT_THAT(record.failure->what, HasSubstr("(the display is gone)"));
 }
 } // namespace

@@ -66,8 +66,9 @@ TEST_F(EngineThreads, LoadAtOnceWithoutTouchingEachOther)
         const mwvirtual::Contents contents = rack.contents({"mwc4a", number}, 1);
         EXPECT_EQ(contents.loads, 1U);
         EXPECT_EQ(record.wire_bytes->value, contents.received.size());
-        if (number % 2 == 0)
+        if (number % 2 == 0) {
             EXPECT_EQ(record.verdict, kvn::Verdict::configured);
+        }
         EXPECT_EQ(record.verdict == kvn::Verdict::configured, contents.done);
         EXPECT_TRUE(record.verdict == kvn::Verdict::configured || record.verdict == kvn::Verdict::cancelled);
     }
