@@ -100,6 +100,32 @@ Json judgement_json(const Judgement& judgement)
 
 } // namespace
 
+const char* failure_kind(ExitStatus status)
+{
+    switch (status) {
+    case ExitStatus::usage:
+        return "usage";
+    case ExitStatus::file:
+        return "file";
+    case ExitStatus::damaged:
+        return "damaged";
+    case ExitStatus::wrong_device:
+        return "wrong device";
+    case ExitStatus::no_module:
+        return "no module";
+    case ExitStatus::bus:
+        return "bus";
+    case ExitStatus::refused:
+        return "refused";
+    case ExitStatus::cancelled:
+        return "cancelled";
+    case ExitStatus::timed_out:
+        return "timed out";
+    default:
+        return "internal";
+    }
+}
+
 std::string in_hex(std::uint32_t number)
 {
     std::ostringstream text;
@@ -189,7 +215,7 @@ Json to_json(const Inspection& inspection, const Judgement& judgement)
 Json to_json(const Failure& failure)
 {
     Json json = json_document();
-    json["error"] = {{"kind", failure.kind}, {"what", failure.what}};
+    json["error"] = {{"kind", failure_kind(failure.status)}, {"what", failure.what}};
     return json;
 }
 

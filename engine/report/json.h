@@ -3,6 +3,7 @@
 #ifndef KVN_ENGINE_REPORT_JSON_H
 #define KVN_ENGINE_REPORT_JSON_H
 
+#include "errors/failure.h"
 #include "file/inspection.h"
 #include "file/judgement.h"
 
@@ -25,6 +26,8 @@ struct BusTime {
 };
 [[nodiscard]] BusTime bus_time(const Inspection& inspection, double bytes_per_second);
 
+/// The class of a failure in one or two words: "usage", "file".
+[[nodiscard]] const char* failure_kind(ExitStatus status);
 /// "0040C093"
 [[nodiscard]] std::string in_hex(std::uint32_t number);
 /// Run-coded bytes for each byte of the data.
@@ -36,12 +39,6 @@ struct BusTime {
 
 /// Of every JSON document: what is added raises the second number, what changes the first.
 inline constexpr const char* JSON_VERSION = "1.0";
-
-/// Why there is no inspection.
-struct Failure {
-    const char* kind; ///< "usage" for a wrong command line, "file" for a file that cannot be read, "internal"
-    std::string what;
-};
 
 [[nodiscard]] Json to_json(const Inspection& inspection, const std::optional<BusTime>& time);
 [[nodiscard]] Json to_json(const Inspection& inspection, const Judgement& judgement);
