@@ -165,9 +165,9 @@ void normalise(const Input& input, Format format, Source& source)
 }
 
 /// Loads the result into a model of its device, in both modes.
-void require_loadable(const Input& source, const Input& made)
+/// @param inspection of what was made
+void require_loadable(const Input& source, const Input& made, Inspection inspection)
 {
-    Inspection inspection = inspect(made);
     const Judgement judgement =
         judge(made, inspection, "", {LoadKind::plain, LoadKind::compressed}, Selection::by_content);
     if (judgement.answer == Answer::yes)
@@ -263,7 +263,7 @@ Conversion convert(const Input& input, const ConversionRequest& request)
                input.name() + ": its header cannot be written as that of " + with_article(format),
                MAKE_AGAIN);
     if (request.normalise)
-        require_loadable(input, made);
+        require_loadable(input, made, *inspection);
     write(content, format, source, request);
 
     Conversion conversion;

@@ -90,7 +90,7 @@ protected:
             request.target = path(request.target);
         return kvn::convert(kvn::Input::from_path(path(source)), request);
     }
-    [[nodiscard]] kvn::Conversion convert(const std::string& source, const std::string& target) const
+    [[nodiscard]] kvn::Conversion convert_to(const std::string& source, const std::string& target) const
     {
         return convert(source, {.target = target});
     }
@@ -103,7 +103,7 @@ protected:
     {
         return failure_of([&] { (void)convert(source, request); });
     }
-    [[nodiscard]] kvn::Failure failure(const std::string& source, const std::string& target) const
+    [[nodiscard]] kvn::Failure failure_to(const std::string& source, const std::string& target) const
     {
         return failure(source, kvn::ConversionRequest{.target = target});
     }

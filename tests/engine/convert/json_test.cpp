@@ -40,7 +40,7 @@ TEST_F(ConversionJson, TellsTheWholeConversion)
 TEST_F(ConversionJson, TellsWhatIsWrongWithTheResult)
 {
     make("s10pc84", "a.bit");
-    const kvn::Json json = kvn::to_json(convert("a.bit", "b.bit"));
+    const kvn::Json json = kvn::to_json(convert_to("a.bit", "b.bit"));
     EXPECT_EQ(json["normalised"], false);
     EXPECT_EQ(json["changes"], kvn::Json::array());
     ASSERT_EQ(json["problems"].size(), 1U);

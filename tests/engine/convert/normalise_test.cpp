@@ -38,6 +38,8 @@ protected:
 };
 
 struct Shape {
+    friend void PrintTo(const Shape& shape, std::ostream* out) { *out << shape.part << ' ' << shape.without; }
+
     const char* part;
     std::size_t without; ///< bytes at the end of the data
     const char* changes; ///< of the RBT and the BIT file
@@ -72,6 +74,15 @@ constexpr Shape shapes[] = {
     {"2vpx20ff896", 24, "tail 16", "tail 16"},
 };
 
+/// How many changes the RBT file of the MCB file still needs: the tail, if the MCB file did without it.
+std::size_t made_for_rbt(const Shape& shape)
+{
+    const auto has_tail = [](std::string_view changes) {
+        return changes.find("tail") != std::string_view::npos;
+    };
+    return has_tail(shape.changes) && !has_tail(shape.mcb_changes) ? 1 : 0;
+}
+
 class EachShape : public Normalised, public testing::WithParamInterface<Shape>
 {
 };
@@ -92,16 +103,14 @@ TEST_P(EachShape, LoadsInEveryFormAndMode)
         EXPECT_TRUE(made.normalised);
         EXPECT_EQ(made.bits % 32, 0U);
         expect_starts(target, part);
-        // What was made needs nothing more, and is the source of every form.
-        for (const Format again : all_formats) {
-            const bool loses_nothing = again == Format::mcb || format != Format::mcb;
-            const kvn::Conversion second =
-                convert(target, {.target = "again" + extension(again), .overwrite = true, .normalise = true});
-            if (loses_nothing) {
-                EXPECT_EQ(described(second.changes), "") << target << extension(again);
-            }
-            expect_starts("again" + extension(again), part);
-        }
+        // What was made needs nothing more, whatever it becomes; but an RBT file needs more than an MCB file.
+        const Format next = format == Format::rbt   ? Format::bit
+                            : format == Format::bit ? Format::mcb
+                                                    : Format::rbt;
+        const std::string again = "again" + extension(next);
+        const kvn::Conversion second = normalise(target, again);
+        EXPECT_EQ(second.changes.size(), format == Format::mcb ? made_for_rbt(shape) : 0U) << again;
+        expect_starts(again, part);
     }
 }
 
@@ -109,7 +118,7 @@ TEST_F(Normalised, ADesignHasOneDigestInAllForms)
 {
     make("s20xlvq100", "a.bit");
     make("s20xlvq100", "b.rbt");
-    const std::string digest = convert("a.bit", "copy.bit").digest;
+    const std::string digest = convert_to("a.bit", "copy.bit").digest;
     EXPECT_EQ(normalise("a.bit", "a.mcb").digest, digest);
     EXPECT_EQ(normalise("b.rbt", "c.rbt").digest, digest);
     EXPECT_EQ(normalise("a.mcb", "d.rbt").digest, digest);
@@ -180,11 +189,11 @@ TEST_F(Normalised, AnotherNumberOfBitsIsStated)
 {
     make("2v40cs144", "a.rbt");
     std::string text = content("a.rbt");
-    text.replace(text.find("360096"), 6, "360000");
+    text.replace(text.find("338976"), 6, "338900");
     write("a.rbt", text);
     const kvn::Conversion made = normalise("a.rbt", "b.rbt");
-    EXPECT_EQ(described(made.changes), "stated size 360096");
-    EXPECT_EQ(made.changes.front().what, "the header states 360096 bits, not 360000");
+    EXPECT_EQ(described(made.changes), "stated size 338976");
+    EXPECT_EQ(made.changes.front().what, "the header states 338976 bits, not 338900");
     expect_starts("b.rbt", "2v40cs144");
 }
 
@@ -192,11 +201,11 @@ TEST_F(Normalised, RunsThatLackWhatNoLoadReadsAreTaken)
 {
     // 4 bytes are missing, which loads of this family hold back.
     make("v50pq240", "a.bit");
-    (void)convert("a.bit", "a.mcb");
+    (void)convert_to("a.bit", "a.mcb");
     std::string text = content("a.mcb");
     text[text.size() - 2] = static_cast<char>(text[text.size() - 2] - 4);
     write("b.mcb", text);
-    EXPECT_EQ(failure("b.mcb", "b.bit").what,
+    EXPECT_EQ(failure_to("b.mcb", "b.bit").what,
               path("b.mcb") + ": the header states 559200 bits, the file holds 559168");
     EXPECT_EQ(described(normalise("b.mcb", "b.bit").changes), "tail 16");
     expect_starts("b.bit", "v50pq240");
@@ -219,6 +228,8 @@ TEST_F(Normalised, AFileThatNamesNoPartIsNamedOne)
 }
 
 struct Hopeless {
+    friend void PrintTo(const Hopeless& row, std::ostream* out) { *out << row.name; }
+
     const char* name;
     fpga::Defect defect;
     const char* what; ///< behind "PATH cannot be made loadable: "

@@ -33,7 +33,7 @@ protected:
     void SetUp() override
     {
         make("2v40cs144", "a.bit");
-        (void)convert("a.bit", "good.mcb");
+        (void)convert_to("a.bit", "good.mcb");
         good = content("good.mcb");
         std::filesystem::remove(path("good.mcb"));
     }
@@ -93,7 +93,7 @@ private:
 TEST_F(ConversionOutput, AnExistingFileIsKept)
 {
     write("a.mcb", "mine");
-    const Failure failed = failure("a.bit", "a.mcb");
+    const Failure failed = failure_to("a.bit", "a.mcb");
     EXPECT_EQ(failed.status, ExitStatus::file);
     EXPECT_EQ(failed.what, path("a.mcb") + " exists already, and is kept");
     EXPECT_EQ(failed.remedy, "name another file, or replace it by --overwrite");
@@ -113,7 +113,7 @@ TEST_F(ConversionOutput, AnExistingFileIsReplacedOnRequest)
 TEST_F(ConversionOutput, AFileThatAppearsMeanwhileIsKept)
 {
     const BeforeSystemCall race{SystemCall::renameat2, [this] { write("a.mcb", "theirs"); }};
-    const Failure failed = failure("a.bit", "a.mcb");
+    const Failure failed = failure_to("a.bit", "a.mcb");
     EXPECT_EQ(failed.what, path("a.mcb") + " exists already, and is kept");
     EXPECT_EQ(content("a.mcb"), "theirs");
     EXPECT_THAT(names(), ElementsAre("a.bit", "a.mcb"));
@@ -122,11 +122,11 @@ TEST_F(ConversionOutput, AFileThatAppearsMeanwhileIsKept)
 TEST_F(ConversionOutput, AFileThatAppearsMeanwhileIsKeptWhereTheFileSystemHasLinksAlone)
 {
     const SystemFailure plain{SystemCall::renameat2, EINVAL};
-    EXPECT_EQ(convert("a.bit", "a.mcb").bytes, good.size());
+    EXPECT_EQ(convert_to("a.bit", "a.mcb").bytes, good.size());
     EXPECT_EQ(content("a.mcb"), good);
     std::filesystem::remove(path("a.mcb"));
     const BeforeSystemCall race{SystemCall::link, [this] { write("a.mcb", "theirs"); }};
-    EXPECT_EQ(failure("a.bit", "a.mcb").what, path("a.mcb") + " exists already, and is kept");
+    EXPECT_EQ(failure_to("a.bit", "a.mcb").what, path("a.mcb") + " exists already, and is kept");
     EXPECT_EQ(content("a.mcb"), "theirs");
     EXPECT_THAT(names(), ElementsAre("a.bit", "a.mcb"));
 }
@@ -150,7 +150,7 @@ TEST_F(ConversionOutput, OfManyThreadsOneWritesTheFile)
     threads.reserve(THREADS);
     for (int i = 0; i < THREADS; ++i)
         threads.emplace_back([&] {
-            const Failure failed = failure("a.bit", "a.mcb");
+            const Failure failed = failure_to("a.bit", "a.mcb");
             ++(failed.status == ExitStatus::done ? done : refused);
         });
     for (std::thread& thread : threads)
@@ -184,7 +184,7 @@ TEST_F(ConversionOutput, ASymbolicLinkIsReplacedAndNotFollowed)
 {
     write("precious.txt", "precious");
     std::filesystem::create_symlink("precious.txt", path("a.mcb"));
-    EXPECT_EQ(failure("a.bit", "a.mcb").what, path("a.mcb") + " exists already, and is kept");
+    EXPECT_EQ(failure_to("a.bit", "a.mcb").what, path("a.mcb") + " exists already, and is kept");
     EXPECT_EQ(convert("a.bit", {.target = "a.mcb", .overwrite = true}).bytes, good.size());
     EXPECT_FALSE(std::filesystem::is_symlink(path("a.mcb")));
     EXPECT_EQ(content("a.mcb"), good);
@@ -194,7 +194,7 @@ TEST_F(ConversionOutput, ASymbolicLinkIsReplacedAndNotFollowed)
 TEST_F(ConversionOutput, ALinkThatLeadsNowhereIsKept)
 {
     std::filesystem::create_symlink("nowhere", path("a.mcb"));
-    EXPECT_EQ(failure("a.bit", "a.mcb").what, path("a.mcb") + " exists already, and is kept");
+    EXPECT_EQ(failure_to("a.bit", "a.mcb").what, path("a.mcb") + " exists already, and is kept");
     EXPECT_THAT(names(), ElementsAre("a.bit", "a.mcb"));
 }
 
@@ -217,11 +217,11 @@ TEST_F(ConversionOutput, FoldersPipesAndDevicesAreNoTargets)
 
 TEST_F(ConversionOutput, AFolderThatIsNotThereTakesNoFile)
 {
-    const Failure failed = failure("a.bit", "missing/a.mcb");
+    const Failure failed = failure_to("a.bit", "missing/a.mcb");
     EXPECT_EQ(failed.status, ExitStatus::file);
     EXPECT_EQ(failed.what, "cannot write " + path("missing/a.mcb") + ": No such file or directory");
     EXPECT_EQ(failed.remedy, "see that its folder exists, may be written and has room");
-    EXPECT_EQ(failure("a.bit", "a.bit/a.mcb").what,
+    EXPECT_EQ(failure_to("a.bit", "a.bit/a.mcb").what,
               "cannot write " + path("a.bit/a.mcb") + ": Not a directory");
     EXPECT_THAT(names(), ElementsAre("a.bit"));
 }
@@ -260,7 +260,7 @@ TEST_F(ConversionOutput, AFileThatReadsBackDifferentlyIsRemoved)
         }
     };
     const BeforeSystemCall meanwhile{SystemCall::fsync, spoil};
-    const Failure failed = failure("a.bit", "a.mcb");
+    const Failure failed = failure_to("a.bit", "a.mcb");
     EXPECT_EQ(failed.status, ExitStatus::file);
     EXPECT_EQ(failed.what, "what was written to " + path("a.mcb") + " reads back differently");
     EXPECT_EQ(failed.remedy, "see whether the disk is sound");
@@ -271,7 +271,7 @@ TEST_F(ConversionOutput, WritesThatTakeAPartOfTheBytesAreContinued)
 {
     const ShortWrites pieces{1000};
     const SystemFault interrupted{SystemCall::write, 2, EINTR};
-    EXPECT_EQ(convert("a.bit", "a.mcb").bytes, good.size());
+    EXPECT_EQ(convert_to("a.bit", "a.mcb").bytes, good.size());
     EXPECT_EQ(content("a.mcb"), good);
 }
 
@@ -316,7 +316,7 @@ TEST_F(ConversionOutput, EverySystemCallThatFailsLeavesTheTargetAsItWas)
 TEST_F(ConversionOutput, TheUmaskDecidesTheRights)
 {
     const mode_t before = ::umask(0027);
-    (void)convert("a.bit", "a.mcb");
+    (void)convert_to("a.bit", "a.mcb");
     (void)::umask(before);
     struct stat status {
     };
@@ -334,7 +334,7 @@ TEST_F(ConversionOutput, ATargetInTheCurrentFolderNeedsNoPath)
 TEST_F(ConversionOutput, ANameAsLongAsTheyMayBeIsWritten)
 {
     const std::string name = std::string(251, 'n') + ".mcb";
-    (void)convert("a.bit", name);
+    (void)convert_to("a.bit", name);
     EXPECT_EQ(content(name), good);
 }
 
@@ -364,8 +364,9 @@ TEST_F(ConversionOutput, RequestsWithoutSenseAreRefused)
     EXPECT_EQ(failure_of([&] { (void)kvn::convert(kvn::Input::from_path(path("a.bit")), {}); }).what,
               "no file to write is named");
     EXPECT_EQ(failure("a.bit", {.target = "-"}).what, "nothing says which format - is to have");
-    EXPECT_EQ(failure("a.bit", "a.txt").what, "nothing says which format " + path("a.txt") + " is to have");
-    EXPECT_EQ(failure("a.bit", "a.MCB").remedy, "name a file in .rbt, .bit or .mcb, or say the format");
+    EXPECT_EQ(failure_to("a.bit", "a.txt").what,
+              "nothing says which format " + path("a.txt") + " is to have");
+    EXPECT_EQ(failure_to("a.bit", "a.MCB").remedy, "name a file in .rbt, .bit or .mcb, or say the format");
     EXPECT_EQ(failure("a.bit", {.target = "a.rbt", .format = Format::mcb}).what,
               path("a.rbt") + " is the name of an RBT file, not of an MCB file");
     for (const ConversionRequest& request :
