@@ -160,6 +160,7 @@ void normalise(const Input& input, Format format, Source& source)
                             : input.name() + ": no module carries a " + part,
                part.empty() ? "name it by --part"
                             : "use the bitstream that was made for the module's device");
+    cut_to_stated_size(source);
     make_loadable(source.data, part, *device, format, source.changes);
     note_stated_size(source);
 }

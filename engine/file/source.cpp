@@ -161,12 +161,6 @@ void note_mcb_changes(const Input& input, Source& source)
     const std::uint64_t header = source.header.size;
     note_left_out(source, input.size() - header - run_bytes(input, header, source.data.bytes.size()),
                   "behind the last run");
-    const auto stated = static_cast<std::uint64_t>(source.inspection.stated_bits.value_or(0)) / 8;
-    if (source.data.bytes.size() <= stated)
-        return;
-    note_left_out(source, source.data.bytes.size() - stated, "that the last run has beyond the stated size");
-    source.data.bytes.resize(stated);
-    source.data.bits = stated * 8;
 }
 
 void note_changes(const Input& input, Source& source)
@@ -194,6 +188,16 @@ Source read_source(const Input& input)
     source.header = read_source_header(input, source.inspection);
     note_changes(input, source);
     return source;
+}
+
+void cut_to_stated_size(Source& source)
+{
+    const auto stated = static_cast<std::uint64_t>(source.inspection.stated_bits.value_or(0)) / 8;
+    if (source.header.format != Format::mcb || source.data.bytes.size() <= stated)
+        return;
+    note_left_out(source, source.data.bytes.size() - stated, "that the last run has beyond the stated size");
+    source.data.bytes.resize(stated);
+    source.data.bits = stated * 8;
 }
 
 } // namespace kvn

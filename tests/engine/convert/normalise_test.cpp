@@ -211,6 +211,20 @@ TEST_F(Normalised, RunsThatLackWhatNoLoadReadsAreTaken)
     expect_starts("b.bit", "v50pq240");
 }
 
+TEST_F(Normalised, WhatTheLastRunHasBeyondTheStatedSizeIsLeftOut)
+{
+    make("2v40cs144", "a.bit");
+    (void)convert_to("a.bit", "a.mcb");
+    std::string text = content("a.mcb");
+    text[text.size() - 2] = static_cast<char>(text[text.size() - 2] + 3);
+    write("b.mcb", text);
+    const kvn::Conversion made = normalise("b.mcb", "c.mcb");
+    EXPECT_EQ(described(made.changes), "trailing bytes 3");
+    EXPECT_EQ(made.changes.front().what,
+              "3 bytes that the last run has beyond the stated size were left out");
+    EXPECT_EQ(content("c.mcb"), content("a.mcb"));
+}
+
 TEST_F(Normalised, AFileThatNamesNoPartIsNamedOne)
 {
     make("s10pc84", "a.rbt");
