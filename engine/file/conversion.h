@@ -39,7 +39,7 @@ struct HeaderField {
 /// Something of the source that the target has otherwise, beyond what the formats differ in.
 struct Change {
     enum class Kind {
-        header,         ///< lines of an RBT header that loaders refuse were written anew
+        header,         ///< lines of an RBT header that loaders refuse were written anew; count: 0
         line_ends,      ///< carriage returns were removed; count: 0
         lines,          ///< data lines of other lengths were joined; count: how many there were
         bit_order,      ///< the bits of each byte were turned round; count: bytes

@@ -346,6 +346,7 @@ TEST_F(ConversionOutput, StandardOutputTakesTheWholeFile)
         made = convert("a.bit", {.target = "-", .format = Format::mcb});
     }
     EXPECT_EQ(made.target, "-");
+    EXPECT_THAT(made.problems, testing::IsEmpty());
     EXPECT_EQ(made.bytes, good.size());
     EXPECT_EQ(content("taken"), good);
     EXPECT_THAT(names(), ElementsAre("a.bit", "taken"));
