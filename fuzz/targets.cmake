@@ -5,7 +5,7 @@ set(KVN_FUZZ_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(KVN_FUZZ_TARGETS rbt bit mcb con command_line environment console_answers callback_answers module_replies
                      runs)
 if(KVN_BUILD_TOOLS)
-  list(APPEND KVN_FUZZ_TARGETS configuration_port conversion rack trace)
+  list(APPEND KVN_FUZZ_TARGETS configuration_port conversion input rack trace)
 endif()
 
 include(${PROJECT_SOURCE_DIR}/tests/support/basics.cmake)
@@ -13,12 +13,13 @@ add_library(kvn_fuzz_common STATIC ${KVN_FUZZ_DIR}/workplace.cpp)
 target_include_directories(kvn_fuzz_common PUBLIC ${KVN_FUZZ_DIR})
 target_link_libraries(kvn_fuzz_common PUBLIC kvn_test_basics kvn_fpga_static PRIVATE kvn_warnings)
 
-add_library(kvn_fuzz_platform OBJECT ${KVN_FUZZ_DIR}/sessions.cpp ${KVN_FUZZ_DIR}/watched_platform.cpp)
+add_library(kvn_fuzz_platform OBJECT ${KVN_FUZZ_DIR}/sessions.cpp ${KVN_FUZZ_DIR}/watched_platform.cpp
+                                     ${PROJECT_SOURCE_DIR}/tests/support/fake_platform.cpp)
 target_link_libraries(kvn_fuzz_platform PUBLIC kvn_fuzz_common PRIVATE kvn_warnings)
 
 # Writes the seed corpora, so that no generated file is kept with the sources.
 add_executable(make_fuzz_seeds ${KVN_FUZZ_DIR}/make_seeds.cpp)
-target_link_libraries(make_fuzz_seeds PRIVATE kvn_fuzz_platform mwapi_forward kvn_warnings)
+target_link_libraries(make_fuzz_seeds PRIVATE kvn_fuzz_platform mwapi_threads kvn_warnings)
 set(KVN_FUZZ_SEEDS ${CMAKE_CURRENT_BINARY_DIR}/seeds)
 add_custom_command(OUTPUT ${KVN_FUZZ_SEEDS}/complete COMMAND make_fuzz_seeds ${KVN_FUZZ_SEEDS}
                           COMMAND ${CMAKE_COMMAND} -E touch ${KVN_FUZZ_SEEDS}/complete
@@ -30,15 +31,15 @@ endif()
 
 function(kvn_fuzz_target program name)
   add_executable(${program} ${KVN_FUZZ_DIR}/targets/${name}.cpp ${ARGN})
-  target_link_libraries(${program} PRIVATE mwapi_forward)
+  target_link_libraries(${program} PRIVATE mwapi_threads)
   add_dependencies(${program} fuzz_seeds)
   if(name STREQUAL "rack")
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwvirtual_objects kvn_fpga_devices mwtrace_core
                                              kvn_warnings)
   elseif(name STREQUAL "trace")
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwtrace_core kvn_warnings)
-  elseif(name STREQUAL "conversion")
-    target_link_libraries(${program} PRIVATE kvn_fuzz_common kvn_engine kvn_warnings)
+  elseif(name STREQUAL "conversion" OR name STREQUAL "input")
+    target_link_libraries(${program} PRIVATE kvn_engine kvn_fuzz_common kvn_warnings)
   elseif(name STREQUAL "configuration_port")
     target_link_libraries(${program} PRIVATE kvn_fuzz_platform kvn_fpga_devices kvn_warnings)
   else()

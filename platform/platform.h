@@ -91,6 +91,8 @@ public:
     /// What users must be told before the first call, such as "the boards are simulated, no hardware is
     /// reached."; empty for hardware.
     [[nodiscard]] virtual std::string_view announcement() const { return {}; }
+    /// Its version, such as "2.7.0"; empty if it does not say.
+    [[nodiscard]] virtual std::string_view version() const { return {}; }
     /// The operations as C functions that need no object, or null. Calls then go to them directly. They must
     /// stay valid as long as the platform is installed.
     [[nodiscard]] virtual const Functions* functions() const { return nullptr; }

@@ -17,6 +17,10 @@ extern "C" {
  * it. */
 #pragma GCC visibility push(default)
 const char* MwProviderAnnouncement(void);
+
+/* The version of the library, such as "2.7.0": one line, without a line feed. A library in front of another
+ * one passes on what that one says. Null or empty: not known. Lifetime, calls and exceptions as above. */
+const char* MwProviderVersion(void);
 #pragma GCC visibility pop
 
 #ifdef __cplusplus

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A failure as users meet it: what happened, why, what to do, and how a program ends over it.
+// What a user is told when something fails: what happened, why, and what to do.
 #ifndef KVN_ENGINE_ERRORS_FAILURE_H
 #define KVN_ENGINE_ERRORS_FAILURE_H
 
@@ -12,19 +12,31 @@
 namespace kvn
 {
 
+/// Texts are UTF-8 as far as their sources are (file names and the provider's texts may be anything), on one
+/// line, without a line feed.
 struct Failure {
-    ExitStatus status = ExitStatus::internal;
-    int number = 0;     ///< of the library's error; 0 if the failure is not the library's
-    std::string what;   ///< one sentence that names the file or module, without a line end
-    std::string why;    ///< empty if there is nothing to add
-    std::string remedy; ///< empty if none is known
+    ExitStatus status = ExitStatus::internal; ///< the class, and how a program ends; never ExitStatus::done
+    int number = 0;                           ///< of the library's error; 0 for a failure of the engine's own
+    std::string what;                         ///< what happened, with all names; stands on its own
+    std::string why;                          ///< causes; empty when `what` says it
+    std::string remedy;                       ///< what to do; empty when nothing is known
+
+    friend bool operator==(const Failure&, const Failure&) = default;
 };
 
-/// Carries a failure up to whoever reports it; what() is the failure's.
+/// The failure behind an error of the library: its class, causes and remedy are those of the catalogue.
+/// @param number not 0; one that the catalogue does not have is ExitStatus::internal
+/// @param text the error's own words, as the session holds them
+/// @throws std::bad_alloc
+[[nodiscard]] Failure library_failure(int number, std::string text);
+
+/// Thrown by operations of the engine that cannot do what was asked of them. what() is failure().what.
 class FailureError : public std::runtime_error
 {
 public:
     explicit FailureError(Failure failure) : std::runtime_error{failure.what}, failure_{std::move(failure)} {}
+
+    /// Valid as long as the exception.
     [[nodiscard]] const Failure& failure() const noexcept { return failure_; }
 
 private:

@@ -12,6 +12,14 @@ namespace mwapi
 namespace
 {
 
+/// The library or program that holds an address; empty if there is none.
+std::string file_of(const void* address)
+{
+    Dl_info holder{};
+    const bool found = dladdr(address, &holder) != 0 && holder.dli_fname != nullptr;
+    return found ? holder.dli_fname : "";
+}
+
 template <class Function>
 void find(void* library, const std::string& library_name, Function& function, const char* name)
 {
@@ -33,6 +41,7 @@ LoadedPlatform::LoadedPlatform(const std::string& library)
         CALLS);
     announce_ =
         reinterpret_cast<decltype(&::MwProviderAnnouncement)>(dlsym(loaded, "MwProviderAnnouncement"));
+    tell_version_ = reinterpret_cast<decltype(&::MwProviderVersion)>(dlsym(loaded, "MwProviderVersion"));
 }
 
 std::string_view LoadedPlatform::announcement() const
@@ -41,7 +50,20 @@ std::string_view LoadedPlatform::announcement() const
     return text == nullptr ? "" : text;
 }
 
-std::unique_ptr<Platform> open_provider(const std::string& name, const void* beside)
+std::string_view LoadedPlatform::version() const
+{
+    const char* text = tell_version_ == nullptr ? nullptr : tell_version_();
+    return text == nullptr ? "" : text;
+}
+
+std::string LoadedPlatform::file() const
+{
+    std::error_code unreadable;
+    const std::filesystem::path path = file_of(reinterpret_cast<const void*>(functions_.MwOpenS));
+    return path.empty() ? "" : std::filesystem::canonical(path, unreadable).string();
+}
+
+std::unique_ptr<LoadedPlatform> open_provider(const std::string& name, const void* beside)
 {
     if (name.empty())
         return std::make_unique<LoadedPlatform>(USUAL_PROVIDER);
@@ -59,9 +81,7 @@ std::unique_ptr<Platform> open_provider(const std::string& name, const void* bes
 // libraries on the program's behalf.
 std::string file_beside(const void* address, const char* name)
 {
-    Dl_info holder{};
-    const bool found = dladdr(address, &holder) != 0 && holder.dli_fname != nullptr;
-    return std::filesystem::path{found ? holder.dli_fname : ""}.replace_filename(name).string();
+    return std::filesystem::path{file_of(address)}.replace_filename(name).string();
 }
 
 } // namespace mwapi

@@ -36,11 +36,16 @@ public:
     }
     /// What the library says of itself (provider_announcement.h).
     [[nodiscard]] std::string_view announcement() const override;
+    [[nodiscard]] std::string_view version() const override;
+    /// The real path of the file that holds its functions; empty if the system cannot tell.
+    [[nodiscard]] std::string file() const;
     [[nodiscard]] const Functions* functions() const override { return &functions_; }
 
 private:
     Functions functions_;
-    decltype(&::MwProviderAnnouncement) announce_; ///< null: the library has no such function
+    // Null: the library has no such function.
+    decltype(&::MwProviderAnnouncement) announce_;
+    decltype(&::MwProviderVersion) tell_version_;
 };
 
 /// Stands where there is no provider: every operation fails, and the words for any code say why.
@@ -78,7 +83,7 @@ inline constexpr std::string_view REPLAY_PREFIX = "replay:";
 ///        one recording in a process.
 /// @param beside an address in the library or program beside which this project's own libraries lie
 /// @throws ProviderError
-[[nodiscard]] std::unique_ptr<Platform> open_provider(const std::string& name, const void* beside);
+[[nodiscard]] std::unique_ptr<LoadedPlatform> open_provider(const std::string& name, const void* beside);
 
 /// The path of a file in the folder of the library or program that holds an address; the bare name when the
 /// folder is not known.

@@ -7,20 +7,15 @@ namespace mwapi
 namespace
 {
 
-/// The status of a module that has started.
-constexpr std::uint8_t CONFIGURED = 5;
-
 // C functions have no object: what they watch is in one place of the process.
 const Functions* behind = nullptr;
 LoadWatch* noted = nullptr;
-std::uint8_t verdict = 0;
 
 std::uint32_t watch_open(const char* board_type, std::uint16_t board_number, const char* device,
                          MW_HANDLE** handle, std::uint32_t* reserved)
 {
     const std::uint32_t result = behind->MwOpenS(board_type, board_number, device, handle, reserved);
-    if (result == 0)
-        noted->phase = LoadPhase::opened;
+    noted->note_open(result);
     return result;
 }
 
@@ -28,17 +23,13 @@ std::uint32_t watch_start_send(MW_HANDLE* handle, std::uint32_t board, std::uint
                                std::uint32_t timeout)
 {
     const std::uint32_t result = behind->MwKSBStartSendMessageEx(handle, board, slot, timeout);
-    if (result == 0) {
-        noted->slot_address = (board & 15U) << 4U | (slot & 15U);
-        noted->phase = LoadPhase::sending;
-    }
+    noted->note_start(result, board, slot);
     return result;
 }
 
-// Whether the module has all data is open as soon as the end is under way.
 std::uint32_t watch_end_send(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    noted->phase = LoadPhase::sent;
+    noted->note_end();
     return behind->MwKSBEndOfSendMessageEx(handle, timeout);
 }
 
@@ -46,20 +37,14 @@ std::uint32_t watch_receive_data(MW_HANDLE* handle, void* data, std::uint32_t si
                                  std::uint32_t timeout)
 {
     const std::uint32_t result = behind->MwKSBReceiveMessageDataEx(handle, data, size, received, timeout);
-    if (size > 0)
-        verdict = *static_cast<const std::uint8_t*>(data);
+    noted->note_reply(data, size);
     return result;
 }
 
-// The library, too, obeys a verdict only when the reply has been ended.
 std::uint32_t watch_end_receive(MW_HANDLE* handle, std::uint32_t timeout)
 {
     const std::uint32_t result = behind->MwKSBEndOfReceiveMessageEx(handle, timeout);
-    if (result != 0 || noted->phase != LoadPhase::sent)
-        return result;
-    if (verdict == CONFIGURED)
-        ++noted->accepted;
-    noted->phase = verdict == CONFIGURED ? LoadPhase::accepted : LoadPhase::refused;
+    noted->note_end_of_reply(result);
     return result;
 }
 

@@ -6,3 +6,8 @@ const char* MwProviderAnnouncement(void)
 {
     return "the boards are simulated, no hardware is reached.";
 }
+
+const char* MwProviderVersion(void)
+{
+    return KVN_VERSION;
+}

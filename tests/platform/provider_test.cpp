@@ -42,5 +42,6 @@ TEST(Provider, ThatIsMissingFailsEveryCallAndSaysWhy)
     EXPECT_EQ(platform.error_text(7, text), 0U);
     EXPECT_STREQ(text, "no boards here");
     EXPECT_EQ(platform.announcement(), "");
+    EXPECT_EQ(platform.version(), "");
 }
 } // namespace

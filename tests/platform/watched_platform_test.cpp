@@ -33,6 +33,7 @@ public:
     }
     [[nodiscard]] const Functions* functions() const override { return &all; }
     [[nodiscard]] std::string_view announcement() const override { return "a test"; }
+    [[nodiscard]] std::string_view version() const override { return "1.2"; }
     static constexpr Functions all = mwapi::functions_by<Simple>();
 };
 
@@ -135,8 +136,9 @@ TEST_F(WatchedPlatform, OnlyCallsThatBeginAndEndPassThroughIt)
     EXPECT_NE(own.MwKSBStartSendMessageEx, Simple::all.MwKSBStartSendMessageEx);
 }
 
-TEST_F(WatchedPlatform, PassesTheAnnouncementOn)
+TEST_F(WatchedPlatform, PassesAnnouncementAndVersionOn)
 {
     EXPECT_EQ(platform.announcement(), "a test");
+    EXPECT_EQ(platform.version(), "1.2");
 }
 } // namespace

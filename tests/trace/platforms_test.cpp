@@ -25,6 +25,7 @@ public:
         return result;
     }
     [[nodiscard]] std::string_view announcement() const override { return "all is written down."; }
+    [[nodiscard]] std::string_view version() const override { return "3.1"; }
 
     std::uint32_t result = 0;
 
@@ -102,6 +103,7 @@ protected:
         mwtrace::Recorder recorder{path("trace"), "test"};
         mwtrace::RecordingPlatform recording{writing, recorder};
         EXPECT_EQ(recording.announcement(), writing.announcement());
+        EXPECT_EQ(recording.version(), "3.1");
         return exchange(recording);
     }
 };

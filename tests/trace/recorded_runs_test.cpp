@@ -178,18 +178,21 @@ TEST_F(RecordedRuns, AreTheSameByTheForwardingProvider)
     }
 }
 
-TEST_F(RecordedRuns, ComeFromLibrariesThatExportTheFunctionsAndTheirAnnouncementAlone)
+TEST_F(RecordedRuns, ComeFromLibrariesThatExportTheFunctionsAnnouncementAndVersionAlone)
 {
     for (const char* library : {MWTRACE_LIBRARY, MWREPLAY_LIBRARY}) {
         std::istringstream symbols{run({"nm", {"-D", "--defined-only", library}}).output};
         unsigned functions = 0;
         bool announces = false;
+        bool tells_version = false;
         for (std::string text; std::getline(symbols, text); ++functions) {
             EXPECT_NE(text.find(" T Mw"), std::string::npos) << text;
             announces = announces || text.ends_with(" T MwProviderAnnouncement");
+            tells_version = tells_version || text.ends_with(" T MwProviderVersion");
         }
-        EXPECT_EQ(functions, 17U) << library;
+        EXPECT_EQ(functions, 18U) << library;
         EXPECT_TRUE(announces) << library;
+        EXPECT_TRUE(tells_version) << library;
     }
 }
 

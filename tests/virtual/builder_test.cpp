@@ -99,17 +99,20 @@ TEST(Builder, TheLibraryExportsThePlatformFunctionsAndItsHeaderAlone)
     std::istringstream symbols{run({"nm", {"-DC", "--defined-only", MWVIRTUAL_LIBRARY}}).output};
     unsigned functions = 0;
     unsigned announcements = 0;
+    unsigned versions = 0;
     for (std::string text; std::getline(symbols, text);) {
         const bool platform = text.find(" T Mw") != std::string::npos;
         const bool ours = text.find("mwvirtual::") != std::string::npos;
         functions += platform ? 1 : 0;
         announcements += text.ends_with(" T MwProviderAnnouncement") ? 1 : 0;
+        versions += text.ends_with(" T MwProviderVersion") ? 1 : 0;
         EXPECT_TRUE(platform || ours) << text;
         for (const char* hidden : {"Rack::", "ModuleModel", "fpga::", "toml::"})
             EXPECT_EQ(text.find(hidden), std::string::npos) << text;
     }
-    EXPECT_EQ(functions, 17U) << "the sixteen and the announcement";
+    EXPECT_EQ(functions, 18U) << "the sixteen, the announcement and the version";
     EXPECT_EQ(announcements, 1U);
+    EXPECT_EQ(versions, 1U);
 }
 
 } // namespace

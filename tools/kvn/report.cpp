@@ -20,6 +20,11 @@ std::string fixed(double number, int digits)
     return text.str();
 }
 
+std::string bus_time(const LoadSize& size)
+{
+    return size.seconds ? fixed(*size.seconds, 3) + " s" : "fails";
+}
+
 /// The lines of a report, a name and a text each.
 class Lines
 {
@@ -134,7 +139,7 @@ std::string printable(const std::string& text)
     return shown;
 }
 
-void print_report(std::ostream& out, const Inspection& inspection, const std::optional<BusTime>& time)
+void print_report(std::ostream& out, const Inspection& inspection, const std::optional<Estimate>& estimate)
 {
     Lines lines{out};
     lines.add("File", printable(inspection.path) + ", " + std::to_string(inspection.file_size) + " bytes");
@@ -147,9 +152,9 @@ void print_report(std::ostream& out, const Inspection& inspection, const std::op
     if (inspection.found_bits != 0)
         lines.add("Run-coded", std::to_string(inspection.run_coded_bytes) + " bytes, " +
                                    fixed(run_coded_ratio(inspection), 3) + " of the plain size");
-    if (time && inspection.found_bits != 0)
+    if (estimate && estimate->bytes_per_second)
         lines.add("Bus time",
-                  fixed(time->plain, 3) + " s plain, " + fixed(time->compressed, 3) + " s compressed");
+                  bus_time(estimate->plain) + " plain, " + bus_time(estimate->compressed) + " compressed");
     print_problems(out, inspection);
 }
 

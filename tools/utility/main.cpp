@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The utility KVN_FPGA: the command line through to the library, its last error out.
-#include "errors/catalogue.h"
+// The utility KVN_FPGA: passes its command line to the library and reports the last error.
 #include "console.h"
+#include "errors/catalogue.h"
 #include "interruption.h"
 #include "kvn_fpga.h"
 
@@ -24,8 +24,8 @@ using Arguments = std::span<char*>;
 
 enum class Request { run, help, version };
 
-/// What the utility answers itself. The library refuses these arguments wherever they stand, so taking them
-/// anywhere changes no command line that it would accept.
+/// Finds what the utility answers itself. The library refuses these arguments in every position, so
+/// recognising them anywhere changes no valid command line.
 Request find_request(Arguments arguments)
 {
     for (const std::string_view argument : arguments) {
@@ -49,8 +49,8 @@ bool asks_for_conversion(Arguments arguments)
     return converts;
 }
 
-/// Gives the standard streams their places. Without it a program started with a closed standard output would
-/// find its next open file there, and print into it.
+/// Opens closed standard streams. Otherwise the next file opened would become standard output, and the
+/// program would print into it.
 void open_missing_streams()
 {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
@@ -115,7 +115,7 @@ ExitStatus obey(int argc, char** argv)
 int main(int argc, char** argv)
 {
     open_missing_streams();
-    // A reader of our output that goes away must not cut off a module in the middle of its load.
+    // A reader that closes our output must not end the process in the middle of a load.
     (void)std::signal(SIGPIPE, SIG_IGN);
     return static_cast<int>(obey(argc, argv));
 }

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+// Loads one file into one module, and tells how it went.
+#ifndef KVN_ENGINE_MODULE_LOAD_H
+#define KVN_ENGINE_MODULE_LOAD_H
+
+#include "module/provider.h"
+#include "module/record.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+
+namespace kvn
+{
+
+class Input;
+
+enum class LoadMode {
+    as_module, ///< compressed where the module takes it, else plain
+    plain,
+    compressed, ///< a module that does not take it is a failure
+    smallest    ///< the kind with fewer bytes on the wire, of those that the module takes
+};
+
+struct LoadRequest {
+    ModuleName module;
+    const Input* file = nullptr; ///< not null; must outlive the load
+    LoadMode mode = LoadMode::as_module;
+    /// Loads although a check leaves doubts. Damage and another device always stop a load.
+    bool force = false;
+    std::string
+        device; ///< the device that the user expects in the module, such as "2v3000fg676-4"; empty: none
+    std::optional<std::string> serial_number; ///< of the module
+    std::optional<std::string> operator_name;
+    std::optional<std::string> station;
+};
+
+/// How far a load is. Bytes are those on the wire: the load's message, header included.
+struct Progress {
+    std::uint64_t bytes = 0;
+    std::optional<std::uint64_t> total;     ///< null before it is known
+    double seconds = 0;                     ///< since the first byte
+    std::optional<double> bytes_per_second; ///< null before there is a measurable time
+    std::optional<double> seconds_left;     ///< at this rate; null when unknown
+};
+
+/// The clocks of a load; tests set their own.
+struct Clocks {
+    std::function<std::chrono::steady_clock::time_point()> steady = &std::chrono::steady_clock::now;
+    std::function<std::chrono::system_clock::time_point()> system = &std::chrono::system_clock::now;
+};
+
+/// What goes on while a load runs. For one load at a time; it must outlive it. The members are set before the
+/// load begins; cancel(), is_cancelled() and progress() may be called from any thread at any time.
+class LoadControl
+{
+public:
+    /// Called on the load's thread after a call of data, at the first one, whenever `progress_step` more
+    /// bytes are out, and at the last one. It may call cancel(). An exception that it throws fails the load
+    /// as a failing platform call does. Null: not called.
+    std::function<void(const Progress&)> on_progress;
+    /// The least number of bytes between two calls of on_progress; 0: at each call of data.
+    std::uint64_t progress_step = 4096;
+    /// Called on the load's thread with the bytes of each call of data that the provider took: together the
+    /// exact message that went out. Null: not called. Exceptions as above.
+    std::function<void(std::span<const std::uint8_t>)> on_sent;
+    Clocks clocks;
+
+    /// Stops the load at its next call of data, or before its first. A load that has sent all its data runs
+    /// to its end. Cannot be taken back.
+    void cancel() noexcept { cancelled_.store(true, std::memory_order_relaxed); }
+    [[nodiscard]] bool is_cancelled() const noexcept { return cancelled_.load(std::memory_order_relaxed); }
+
+    /// How far the load is now.
+    [[nodiscard]] Progress progress() const;
+
+private:
+    friend class Wire;
+
+    std::atomic<bool> cancelled_{false};
+    std::atomic<std::uint64_t> bytes_{0};
+    std::atomic<std::uint64_t> total_{0}; ///< 0: not known
+    std::atomic<std::int64_t> begin_{0};  ///< ticks of the steady clock; 0: no byte is out
+    std::atomic<std::int64_t> end_{0};    ///< 0: the load is not over
+};
+
+/// Inspects the file, identifies the module, refuses what would not start, loads, and closes the bus. Never
+/// asks a question and never waits longer than the provider's calls do. Loads in several threads need
+/// controls of their own, and modules on different buses.
+///
+/// Every outcome is in the record. What is refused has the verdict not_tried, and the module has been sent
+/// no byte of a load.
+/// @throws std::bad_alloc, with the bus closed; what the module then holds is unknown if a load had begun
+[[nodiscard]] Record load(const Provider& provider, const LoadRequest& request, LoadControl& control);
+
+} // namespace kvn
+
+#endif
