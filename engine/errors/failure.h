@@ -12,14 +12,14 @@
 namespace kvn
 {
 
-/// Texts are UTF-8 as far as their sources are (file names and the provider's texts may be anything), on one
-/// line, without a line feed.
+/// Texts are UTF-8, on one line and without a line feed, as far as the file names and the provider's texts in
+/// them are.
 struct Failure {
     ExitStatus status = ExitStatus::internal; ///< the class, and how a program ends; never ExitStatus::done
     int number = 0;                           ///< of the library's error; 0 for a failure of the engine's own
-    std::string what;                         ///< what happened, with all names; stands on its own
-    std::string why;                          ///< causes; empty when `what` says it
-    std::string remedy;                       ///< what to do; empty when nothing is known
+    std::string what = {};                    ///< what happened, with all names; stands on its own
+    std::string why = {};                     ///< causes; empty when `what` says it
+    std::string remedy = {};                  ///< what to do; empty when nothing is known
 
     friend bool operator==(const Failure&, const Failure&) = default;
 };

@@ -32,9 +32,9 @@ enum class Compression { unknown, no, yes };
 
 /// A device's name in its parts: "2v3000fg676-4" is 2v3000, fg676 and 4. Parts that the name lacks are empty.
 struct DevicePart {
-    std::string device;
-    std::string package;
-    std::string speed_grade; ///< without the dash
+    std::string device = {};
+    std::string package = {};
+    std::string speed_grade = {}; ///< without the dash
 
     friend bool operator==(const DevicePart&, const DevicePart&) = default;
 };
@@ -43,9 +43,10 @@ struct DevicePart {
 /// What a module says of itself.
 struct ModuleIdentity {
     unsigned type = 0; ///< 2: KAVRIN-FPGA, 4: KAVRIN-IO; modules of other types tell nothing else
-    std::optional<unsigned> model;
-    std::optional<unsigned> version;
-    std::optional<std::string> device; ///< in full, such as "2v3000fg676-4"; empty when the module names none
+    std::optional<unsigned> model = {};
+    std::optional<unsigned> version = {};
+    /// In full, such as "2v3000fg676-4"; empty when the module names none.
+    std::optional<std::string> device = {};
     Compression compression = Compression::unknown;
 
     /// "KAVRIN-FPGA", "KAVRIN-IO", or "type 7".
@@ -60,23 +61,24 @@ struct SlotRow {
     SlotKind kind = SlotKind::unknown;
     /// The words of the board's information about this slot: present, processor, has a bus, and two that only
     /// the board's maker knows. Null when they are not known.
-    std::optional<std::array<std::uint32_t, SLOT_INFO_WORDS>> info_words;
-    std::optional<ModuleIdentity> module; ///< null unless a module has said what it is
-    std::optional<Failure> failure;       ///< why less is known than could be; null when all went well
+    std::optional<std::array<std::uint32_t, SLOT_INFO_WORDS>> info_words = {};
+    std::optional<ModuleIdentity> module = {}; ///< null unless a module has said what it is
+    std::optional<Failure> failure = {};       ///< why less is known than could be; null when all went well
 };
 
 struct BoardRow {
     BoardName name;
-    std::optional<std::uint32_t> info_word; ///< the leading word of the board's information; null if unknown
-    std::vector<SlotRow> slots;             ///< 1 to 4 in order; empty when the board could not be opened
+    /// The leading word of the board's information; null if unknown.
+    std::optional<std::uint32_t> info_word = {};
+    std::vector<SlotRow> slots = {}; ///< 1 to 4 in order; empty when the board could not be opened
     /// Why the board could not be opened or its information not be read. Whether it exists is told by the
     /// provider's text alone.
-    std::optional<Failure> failure;
+    std::optional<Failure> failure = {};
 };
 
 struct ListRequest {
-    std::string board_type;        ///< such as "mwc4a"
-    std::optional<unsigned> board; ///< 0 to 15; null: all sixteen
+    std::string board_type = {};        ///< such as "mwc4a"
+    std::optional<unsigned> board = {}; ///< 0 to 15; null: all sixteen
 };
 
 /// Opens each board, asks each of its modules, and closes it. A module that fails to answer, or a board that

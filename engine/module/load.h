@@ -3,6 +3,8 @@
 #ifndef KVN_ENGINE_MODULE_LOAD_H
 #define KVN_ENGINE_MODULE_LOAD_H
 
+#include "file/estimate.h"
+#include "file/input.h"
 #include "module/provider.h"
 #include "module/record.h"
 
@@ -10,6 +12,7 @@
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <optional>
 #include <span>
 #include <string>
@@ -17,35 +20,28 @@
 namespace kvn
 {
 
-class Input;
-
-enum class LoadMode {
-    as_module, ///< compressed where the module takes it, else plain
-    plain,
-    compressed, ///< a module that does not take it is a failure
-    smallest    ///< the kind with fewer bytes on the wire, of those that the module takes
-};
-
 struct LoadRequest {
     ModuleName module;
     const Input* file = nullptr; ///< not null; must outlive the load
-    LoadMode mode = LoadMode::as_module;
-    /// Loads although a check leaves doubts. Damage and another device always stop a load.
+    /// A module that does not take compressed loads is a failure for ModeWish::compressed.
+    ModeWish mode = ModeWish::as_taken;
+    /// Loads although it cannot be judged whether the module would start. Damage and another device always
+    /// stop a load.
     bool force = false;
-    std::string
-        device; ///< the device that the user expects in the module, such as "2v3000fg676-4"; empty: none
-    std::optional<std::string> serial_number; ///< of the module
-    std::optional<std::string> operator_name;
-    std::optional<std::string> station;
+    /// That the user expects in the module, such as "2v3000fg676-4"; empty: none.
+    std::string device;
+    std::optional<std::string> serial_number = {}; ///< of the module
+    std::optional<std::string> operator_name = {};
+    std::optional<std::string> station = {};
 };
 
 /// How far a load is. Bytes are those on the wire: the load's message, header included.
 struct Progress {
     std::uint64_t bytes = 0;
-    std::optional<std::uint64_t> total;     ///< null before it is known
-    double seconds = 0;                     ///< since the first byte
-    std::optional<double> bytes_per_second; ///< null before there is a measurable time
-    std::optional<double> seconds_left;     ///< at this rate; null when unknown
+    std::optional<std::uint64_t> total = {};     ///< null before it is known
+    double seconds = 0;                          ///< since the message was begun
+    std::optional<double> bytes_per_second = {}; ///< null before there is a measurable time
+    std::optional<double> seconds_left = {};     ///< at this rate; null when unknown
 };
 
 /// The clocks of a load; tests set their own.
@@ -59,9 +55,9 @@ struct Clocks {
 class LoadControl
 {
 public:
-    /// Called on the load's thread after a call of data, at the first one, whenever `progress_step` more
-    /// bytes are out, and at the last one. It may call cancel(). An exception that it throws fails the load
-    /// as a failing platform call does. Null: not called.
+    /// Called on the load's thread after the first call of data, whenever `progress_step` more bytes are out,
+    /// and before the message is ended. It may call cancel(). An exception that it throws fails the load as
+    /// a failing platform call does. Null: not called.
     std::function<void(const Progress&)> on_progress;
     /// The least number of bytes between two calls of on_progress; 0: at each call of data.
     std::uint64_t progress_step = 4096;
@@ -70,8 +66,8 @@ public:
     std::function<void(std::span<const std::uint8_t>)> on_sent;
     Clocks clocks;
 
-    /// Stops the load at its next call of data, or before its first. A load that has sent all its data runs
-    /// to its end. Cannot be taken back.
+    /// Stops the load before its first call of data or at its next one, at the latest before the message is
+    /// ended. A load whose message has been ended runs to its end. Cannot be taken back.
     void cancel() noexcept { cancelled_.store(true, std::memory_order_relaxed); }
     [[nodiscard]] bool is_cancelled() const noexcept { return cancelled_.load(std::memory_order_relaxed); }
 
@@ -80,12 +76,14 @@ public:
 
 private:
     friend class Wire;
+    friend class LoadRun;
 
     std::atomic<bool> cancelled_{false};
     std::atomic<std::uint64_t> bytes_{0};
     std::atomic<std::uint64_t> total_{0}; ///< 0: not known
-    std::atomic<std::int64_t> begin_{0};  ///< ticks of the steady clock; 0: no byte is out
-    std::atomic<std::int64_t> end_{0};    ///< 0: the load is not over
+    static constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::min();
+    std::atomic<std::int64_t> begin_{NEVER}; ///< of the message, in ticks of the steady clock
+    std::atomic<std::int64_t> end_{NEVER};
 };
 
 /// Inspects the file, identifies the module, refuses what would not start, loads, and closes the bus. Never

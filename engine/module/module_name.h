@@ -16,7 +16,8 @@ inline constexpr std::size_t LONGEST_BOARD_TYPE = 31;
 
 /// A board whose bus can be opened.
 struct BoardName {
-    std::string type; ///< such as "mwc4a": 1 to LONGEST_BOARD_TYPE printable characters, no blank, ':' or '/'
+    /// Such as "mwc4a": 1 to LONGEST_BOARD_TYPE printable characters, no blank, ':' or '/'.
+    std::string type = {};
     unsigned number = 0; ///< 0 to 15
 
     friend bool operator==(const BoardName&, const BoardName&) = default;
@@ -24,9 +25,10 @@ struct BoardName {
 
 /// A slot, and the board over whose bus it is reached.
 struct ModuleName {
-    BoardName board;                      ///< the board that is opened
-    std::optional<unsigned> target_board; ///< the board that carries the slot, 0 to 15; null: the opened one
-    unsigned slot = 1;                    ///< 1 to 4
+    BoardName board; ///< the board that is opened
+    /// The board that carries the slot, 0 to 15; null: the opened one.
+    std::optional<unsigned> target_board = {};
+    unsigned slot = 1; ///< 1 to 4
 
     /// The board that carries the slot.
     [[nodiscard]] unsigned carrier() const { return target_board.value_or(board.number); }
@@ -47,10 +49,15 @@ struct ModuleName {
 [[nodiscard]] BoardName parse_board_name(std::string_view text);
 [[nodiscard]] ModuleName parse_module_name(std::string_view text);
 
+/// For names that were not parsed.
+/// @throws FailureError (ExitStatus::usage) when a member is out of its range
+void require_valid(const BoardName& board);
+void require_valid(const ModuleName& module);
+
 /// The board that the environment names.
 struct EnvironmentBoard {
-    std::string type;
-    std::optional<unsigned> number; ///< null: the variable holds the type alone
+    std::string type = {};
+    std::optional<unsigned> number = {}; ///< null: the variable holds the type alone
 };
 
 /// What MWAPIKSB, or else MWAPIJTAG, names: "mwc4a 0", or "mwc4a" alone. The values are the caller's to read.

@@ -16,10 +16,10 @@ namespace kvn
 struct ProviderIdentity {
     std::string
         name; ///< as it was asked for: "virtual", "replay:FILE", a path or soname; the usual one's soname
-    std::optional<std::string> file;    ///< real path of the library; null when it is not known
-    std::optional<std::string> version; ///< null when the library does not tell
-    std::string announcement;           ///< what users must be told before the first call; empty for hardware
-    bool simulated = false;             ///< no hardware is reached: it announces something
+    std::optional<std::string> file = {};    ///< real path of the library; null when it is not known
+    std::optional<std::string> version = {}; ///< null when the library does not tell
+    std::string announcement = {}; ///< what users must be told before the first call; empty for hardware
+    bool simulated = false;        ///< no hardware is reached: it announces something
 
     friend bool operator==(const ProviderIdentity&, const ProviderIdentity&) = default;
 };
@@ -40,7 +40,7 @@ public:
     ///         another one may be opened; ExitStatus::usage when another provider is open
     static std::shared_ptr<Provider> open(const std::string& name, const void* beside);
 
-    /// One that is not the process's: any number of them may exist. Its identity has no file and no version.
+    /// One that is not the process's: any number of them may exist. Its identity has no file.
     /// @param platform must outlive this
     Provider(mwapi::Platform& platform, std::string name);
     Provider(const Provider&) = delete;
