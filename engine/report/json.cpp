@@ -208,7 +208,7 @@ Json json_document(const char* kind)
     return {{"kvn", kind}, {"version", JSON_VERSION}, {"error", nullptr}};
 }
 
-Json to_json(const Failure& failure, const char* kind)
+Json failure_json(const Failure& failure, const char* kind)
 {
     Json json = json_document(kind);
     json["error"] = {{"kind", failure_kind(failure.status)}, {"what", failure.what}};

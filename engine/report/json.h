@@ -41,7 +41,7 @@ inline constexpr const char* JSON_VERSION = "1.0";
 /// The beginning of a document, without an error.
 [[nodiscard]] Json json_document(const char* kind);
 /// What there is instead of the document of a kind, such as "inspection".
-[[nodiscard]] Json to_json(const Failure& failure, const char* kind);
+[[nodiscard]] Json failure_json(const Failure& failure, const char* kind = "inspection");
 [[nodiscard]] Json help_json(const std::string& text);
 void print_json(std::ostream& out, const Json& json);
 

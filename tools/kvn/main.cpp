@@ -53,7 +53,7 @@ ExitStatus report_failure(const kvn::Failure& failure, bool as_json)
 {
     std::cerr << "kvn: " << kvn::printable(failure.what) << '\n';
     if (as_json)
-        kvn::print_json(std::cout, kvn::to_json(failure, "inspection"));
+        kvn::print_json(std::cout, kvn::failure_json(failure));
     return failure.status;
 }
 
