@@ -170,7 +170,7 @@ void judge_size(std::uint64_t stated, std::int32_t counted, std::uint64_t presen
 
 } // namespace
 
-void inspect_bit(File file, Inspection& inspection)
+void inspect_bit(File file, Inspection& inspection, DataTaker* taker)
 {
     kvn_fpga_imp session; // it has no device yet, so the header of any passes
     BitHeader header;
@@ -187,7 +187,7 @@ void inspect_bit(File file, Inspection& inspection)
     const std::uint64_t present = inspection.file_size - std::min(inspection.file_size, header_size);
     const std::int32_t counted = stated_bits(header);
     const auto wanted = static_cast<std::uint64_t>(std::max(counted, 0)) / 8;
-    DataSink sink{inspection};
+    DataSink sink{inspection, taker};
     take_data(file.get(), std::min(wanted, present), sink);
     sink.finish();
     judge_size(header.byte_count, counted, present, inspection);

@@ -49,7 +49,7 @@ public:
     /// Takes bytes that are in memory already; they are copied and unpacked as those of a file.
     /// @param name for messages, and for the format that its extension names; may be empty
     /// Throws as from_path, except that no file is opened.
-    [[nodiscard]] static Input from_bytes(std::span<const std::uint8_t> bytes, std::string name,
+    [[nodiscard]] static Input from_bytes(std::span<const std::uint8_t> bytes, const std::string& name,
                                           const InputLimits& limits = {});
 
     /// The name as it was given: the path, or "-".
@@ -82,6 +82,9 @@ public:
 private:
     struct Content;
     explicit Input(std::shared_ptr<const Content> content);
+    template <class Read>
+    [[nodiscard]] static Input fill(const std::string& name, const InputLimits& limits,
+                                    bool name_states_format, Read read);
     std::shared_ptr<const Content> content_;
 };
 

@@ -7,18 +7,11 @@
 #include "formats/mcb_format.h"
 #include "kvnfpgai.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
 #include <filesystem>
-#include <new>
 #include <string_view>
-#include <system_error>
 
 namespace kvn
 {
@@ -95,16 +88,17 @@ void note_foreign(Foreign content, Inspection& inspection)
          foreign_remedy(content)});
 }
 
-void compare_name_and_content(Inspection& inspection)
+void compare_name_and_content(const Input& input, Inspection& inspection)
 {
     const Format content = inspection.content;
     if (content == Format::unknown && inspection.named == Format::unknown)
         inspection.problems.push_back({"this is no RBT, BIT or MCB file", "give a bitstream file"});
-    if (content == Format::unknown || content == inspection.named)
+    if (content == Format::unknown || content == inspection.named || !input.name_states_format())
         return;
     const std::string is = std::string{"the content is of a "} + format_name(content) + " file";
-    const std::string renamed =
-        std::filesystem::path{inspection.path}.replace_extension(extension(content)).string();
+    const std::string& name = input.unpacked_name();
+    const std::string renamed = std::filesystem::path{name}.replace_extension(extension(content)).string() +
+                                input.name().substr(name.size());
     if (inspection.named == Format::unknown)
         inspection.problems.push_back({is + ", but the library takes names in .rbt, .bit and .mcb alone",
                                        "rename the file to " + renamed});
@@ -225,11 +219,13 @@ std::optional<PacketSummary> summary_for(const Inspection& inspection)
 
 } // namespace
 
-DataSink::DataSink(Inspection& inspection) : inspection_{inspection}
+DataSink::DataSink(Inspection& inspection, DataTaker* taker) : inspection_{inspection}, taker_{taker}
 {
     if (inspection.device != nullptr)
         port_ = fpga::make_port(*inspection.device);
     inspection.packets = summary_for(inspection);
+    if (taker_ != nullptr)
+        taker_->begin();
 }
 
 void DataSink::take(std::span<const std::uint8_t> bytes)
@@ -243,12 +239,19 @@ void DataSink::take(std::span<const std::uint8_t> bytes)
         inspection_.packets->take(bytes);
     if (port_ != nullptr)
         port_->take(bytes);
+    digest_.take(bytes);
+    if (taker_ != nullptr)
+        taker_->take(bytes);
 }
 
-void DataSink::finish()
+void DataSink::finish(std::optional<std::uint64_t> bits)
 {
+    if (bits)
+        inspection_.found_bits = *bits;
     if (inspection_.found_bits != 0)
         inspection_.run_coded_bytes += PAIR_SIZE;
+    if (inspection_.found_bits != 0)
+        inspection_.digest = digest_.finish(inspection_.found_bits);
     if (port_ != nullptr && inspection_.found_bits != 0)
         inspection_.port = port_->report();
 }
@@ -267,53 +270,15 @@ void note_part(Inspection& inspection, std::string part)
                                        Stops::loads, ExitStatus::wrong_device});
 }
 
-namespace
-{
-
-[[noreturn]] void fail_to_read(const std::string& path)
-{
-    throw UnreadableFile{path + ": " + std::generic_category().message(errno)};
-}
-
-void require_regular(const std::string& path, const struct stat& status)
-{
-    if (!S_ISREG(status.st_mode))
-        throw UnreadableFile{path + ": not a regular file"};
-}
-
-/// Opens a regular file. Nothing else is opened: a FIFO would have to be waited for, and would wake its
-/// writer.
-File open_regular(const std::string& path, std::uint64_t& size)
-{
-    struct stat status {
-    };
-    if (::stat(path.c_str(), &status) != 0)
-        fail_to_read(path);
-    require_regular(path, status);
-    const int descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
-    if (descriptor < 0)
-        fail_to_read(path);
-    File file{::fdopen(descriptor, "rb")};
-    if (file == nullptr) {
-        (void)::close(descriptor);
-        throw std::bad_alloc{};
-    }
-    // It may be another file by now.
-    if (::fstat(descriptor, &status) != 0)
-        fail_to_read(path);
-    require_regular(path, status);
-    size = static_cast<std::uint64_t>(status.st_size);
-    return file;
-}
-
-} // namespace
-
-Inspection inspect(const std::string& path)
+Inspection inspect(const Input& input, DataTaker* taker)
 {
     Inspection inspection{};
-    inspection.path = path;
-    File file = open_regular(path, inspection.file_size);
-    inspection.named = named_format(path);
+    inspection.path = input.name();
+    inspection.file_size = input.size();
+    inspection.stored = input.stored();
+    if (input.name_states_format())
+        inspection.named = named_format(input.unpacked_name());
+    File file = input.open();
     Head memory;
     const std::string_view head = read_head(file.get(), memory);
     inspection.content = content_format(head);
@@ -324,23 +289,28 @@ Inspection inspect(const std::string& path)
             return inspection;
         }
     }
-    compare_name_and_content(inspection);
+    compare_name_and_content(input, inspection);
 
     switch (inspection.format()) {
     case Format::rbt:
-        inspect_rbt(std::move(file), inspection);
+        inspect_rbt(std::move(file), inspection, taker);
         break;
     case Format::bit:
-        inspect_bit(std::move(file), inspection);
+        inspect_bit(std::move(file), inspection, taker);
         break;
     case Format::mcb:
-        inspect_mcb(std::move(file), inspection);
+        inspect_mcb(std::move(file), inspection, taker);
         break;
     case Format::unknown:
         break;
     }
     judge_configuration(inspection);
     return inspection;
+}
+
+Inspection inspect(const std::string& path)
+{
+    return inspect(Input::from_path(path));
 }
 
 } // namespace kvn

@@ -12,7 +12,6 @@
 #include <cstdint>
 #include <optional>
 #include <span>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -90,13 +89,6 @@ struct Inspection {
 
 /// Whether the library holds back the end of the data from a device of this name.
 [[nodiscard]] bool holds_back_tail(const std::string& device);
-
-/// A file that cannot be read at all, or is no regular file; what() names it and says why.
-class UnreadableFile : public std::runtime_error
-{
-public:
-    using std::runtime_error::runtime_error;
-};
 
 /// Takes the plain configuration data of a file as the library's reader of its format delivers them.
 class DataTaker

@@ -3,6 +3,7 @@
 #ifndef KVN_ENGINE_FILE_INSPECTORS_H
 #define KVN_ENGINE_FILE_INSPECTORS_H
 
+#include "file/configuration_digest.h"
 #include "file/inspection.h"
 #include "formats/run_coding.h"
 #include "support/owned.h"
@@ -18,13 +19,17 @@ namespace kvn
 class DataSink
 {
 public:
-    explicit DataSink(Inspection& inspection);
+    /// @param taker may be null
+    DataSink(Inspection& inspection, DataTaker* taker);
     /// Takes bytes in transmission order.
     void take(std::span<const std::uint8_t> bytes);
-    void finish();
+    /// @param bits of the data, if the last byte is not whole
+    void finish(std::optional<std::uint64_t> bits = std::nullopt);
 
 private:
     Inspection& inspection_;
+    DataTaker* taker_;
+    ConfigurationDigest digest_;
     std::unique_ptr<fpga::ConfigurationPort> port_;
     RunEncoder runs_;
 };
@@ -33,9 +38,10 @@ private:
 void note_part(Inspection& inspection, std::string part);
 
 /// Each reads a file from its beginning, by the library's own reader of the format.
-void inspect_rbt(File file, Inspection& inspection);
-void inspect_bit(File file, Inspection& inspection);
-void inspect_mcb(File file, Inspection& inspection);
+/// The taker may be null.
+void inspect_rbt(File file, Inspection& inspection, DataTaker* taker);
+void inspect_bit(File file, Inspection& inspection, DataTaker* taker);
+void inspect_mcb(File file, Inspection& inspection, DataTaker* taker);
 
 /// Without the blanks and line ends around it.
 [[nodiscard]] std::string_view trimmed(std::string_view text);

@@ -73,10 +73,11 @@ void settle(Inspection& inspection, const std::vector<TriedLoad>& loads)
 }
 
 /// Tries the loads on a module with the device.
-void try_loads(Inspection& inspection, Judgement& judgement, const std::vector<LoadKind>& loads)
+void try_loads(const Input& input, Format format, Inspection& inspection, Judgement& judgement,
+               const std::vector<LoadKind>& loads)
 {
     for (const LoadKind kind : loads)
-        judgement.loads.push_back({kind, try_load(inspection.path, judgement.device, kind)});
+        judgement.loads.push_back({kind, try_load(input, format, judgement.device, kind)});
     settle(inspection, judgement.loads);
     const bool starts = !inspection.has_fatal_problem();
     const bool is_refused = std::ranges::any_of(
@@ -106,15 +107,19 @@ std::string what_happens(const Inspection& inspection, const Trial& trial)
     return "starts, after " + std::to_string(trial.bytes) + " bytes on the bus" + held_back;
 }
 
-Judgement judge(Inspection& inspection, const std::string& device_name, const std::vector<LoadKind>& loads)
+Judgement judge(const Input& input, Inspection& inspection, const std::string& device_name,
+                const std::vector<LoadKind>& loads, Selection selection)
 {
     Judgement judgement;
     judgement.device = device_name.empty() ? inspection.part : device_name;
     if (!device_name.empty())
         compare_devices(inspection, device_name);
     const fpga::Device* device = fpga::find_device(judgement.device);
-    if (is_tried(device) && judgement.device.size() <= LONGEST_DEVICE_NAME) {
-        try_loads(inspection, judgement, loads);
+    const bool is_by_name = selection == Selection::by_name && input.name_states_format();
+    const Format format = is_by_name ? inspection.named : inspection.format();
+    const bool has_loader = is_by_name || format != Format::unknown;
+    if (has_loader && is_tried(device) && judgement.device.size() <= LONGEST_DEVICE_NAME) {
+        try_loads(input, format, inspection, judgement, loads);
         return judgement;
     }
     if (const OtherFamily* family = other_family(judgement.device)) {

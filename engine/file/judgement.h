@@ -46,9 +46,6 @@ enum class Selection {
 [[nodiscard]] Judgement judge(const Input& input, Inspection& inspection, const std::string& device,
                               const std::vector<LoadKind>& loads, Selection selection = Selection::by_name);
 
-[[nodiscard]] Judgement judge(Inspection& inspection, const std::string& device,
-                              const std::vector<LoadKind>& loads);
-
 } // namespace kvn
 
 #endif

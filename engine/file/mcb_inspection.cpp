@@ -94,7 +94,7 @@ void note_missing_bytes(std::int64_t total, std::int64_t done, Inspection& inspe
 
 } // namespace
 
-void inspect_mcb(File file, Inspection& inspection)
+void inspect_mcb(File file, Inspection& inspection, DataTaker* taker)
 {
     std::int32_t total = 0;
     if (!read_header(file.get(), inspection, total))
@@ -104,7 +104,7 @@ void inspect_mcb(File file, Inspection& inspection)
             {"the header states " + std::to_string(total) + " bytes of configuration", CONVERT_ANEW});
         return;
     }
-    DataSink sink{inspection};
+    DataSink sink{inspection, taker};
     McbRunReader runs{file.get()};
     std::int64_t done = 0;
     const std::uint64_t pair_bytes = take_runs(runs, total, sink, done);

@@ -20,16 +20,17 @@ void forget_data(Inspection& inspection)
 {
     inspection.found_bits = 0;
     inspection.run_coded_bytes = 0;
+    inspection.digest.clear();
     inspection.port.reset();
 }
 
 /// Reads the data lines as a load does.
 /// @return whether the library takes them all
-bool take_as_library(FILE* file, long begin, Inspection& inspection)
+bool take_as_library(FILE* file, long begin, Inspection& inspection, DataTaker* taker)
 {
     if (std::fseek(file, begin, SEEK_SET) != 0)
         return false;
-    DataSink sink{inspection};
+    DataSink sink{inspection, taker};
     RbtDataReader lines{file};
     std::array<std::uint8_t, BYTES_PER_REPORT> bytes{};
     std::size_t words = WORDS_PER_REPORT;
@@ -43,7 +44,7 @@ bool take_as_library(FILE* file, long begin, Inspection& inspection)
 
 /// Reads the data lines for what they hold, though no load would.
 /// @return whether the eight bits of each byte stand the other way round
-bool take_as_meant(FILE* file, long begin, std::size_t number, Inspection& inspection)
+bool take_as_meant(FILE* file, long begin, std::size_t number, Inspection& inspection, DataTaker* taker)
 {
     DataProbe probe;
     const RbtLines lines = read_rbt_lines(file, begin, number, [&](auto bytes) { probe.take(bytes); });
@@ -52,7 +53,7 @@ bool take_as_meant(FILE* file, long begin, std::size_t number, Inspection& inspe
         if (!inspection.candidates.empty())
             inspection.device = inspection.candidates.front();
     }
-    DataSink sink{inspection};
+    DataSink sink{inspection, taker};
     std::vector<std::uint8_t> reversed;
     (void)read_rbt_lines(file, begin, number, [&](std::span<const std::uint8_t> bytes) {
         if (!probe.is_reversed())
@@ -62,8 +63,7 @@ bool take_as_meant(FILE* file, long begin, std::size_t number, Inspection& inspe
                                [](std::uint8_t byte) { return fpga::REVERSED[byte]; });
         sink.take(reversed);
     });
-    inspection.found_bits = lines.bits; // the last byte may have been filled up
-    sink.finish();
+    sink.finish(lines.bits);
     return probe.is_reversed();
 }
 
@@ -149,18 +149,18 @@ void compare_bits(Inspection& inspection)
 
 } // namespace
 
-void inspect_rbt(File file, Inspection& inspection)
+void inspect_rbt(File file, Inspection& inspection, DataTaker* taker)
 {
     const RbtHeader header = read_rbt_header(file.get(), inspection);
     if (!header.data_begin)
         return;
     const std::size_t first = header.lines.size() + 1;
-    const bool is_taken =
-        header.has_title && header.is_taken && take_as_library(file.get(), *header.data_begin, inspection);
+    const bool is_taken = header.has_title && header.is_taken &&
+                          take_as_library(file.get(), *header.data_begin, inspection, taker);
     const RbtLines lines = read_rbt_lines(file.get(), *header.data_begin, first, [](auto) {});
     if (!is_taken) {
         forget_data(inspection);
-        const bool is_reversed = take_as_meant(file.get(), *header.data_begin, first, inspection);
+        const bool is_reversed = take_as_meant(file.get(), *header.data_begin, first, inspection, taker);
         const bool is_told = !header.has_title && lines.wrong_has_carriage_return;
         if (!is_told)
             note_lines(lines, first, is_reversed, inspection);

@@ -32,8 +32,6 @@ inline constexpr std::size_t LONGEST_DEVICE_NAME = 26;
 /// Throws as Input::open, and std::bad_alloc. May be called in several threads at the same time.
 [[nodiscard]] Trial try_load(const Input& input, Format format, const std::string& device, LoadKind kind);
 
-[[nodiscard]] Trial try_load(const std::string& file, const std::string& device, LoadKind kind);
-
 } // namespace kvn
 
 #endif

@@ -3,6 +3,7 @@
 #include "report/json.h"
 
 #include "file/inspectors.h"
+#include "report/module_json.h"
 
 #include <algorithm>
 #include <iomanip>
@@ -62,11 +63,6 @@ Json configuration_json(const Inspection& inspection)
             {"length_count", port.length_count ? Json(*port.length_count) : Json{}}};
 }
 
-Json json_document()
-{
-    return {{"kvn", "inspection"}, {"version", JSON_VERSION}};
-}
-
 Json device_json(const fpga::Device* device)
 {
     if (device == nullptr)
@@ -99,6 +95,32 @@ Json judgement_json(const Judgement& judgement)
 }
 
 } // namespace
+
+const char* failure_kind(ExitStatus status)
+{
+    switch (status) {
+    case ExitStatus::usage:
+        return "usage";
+    case ExitStatus::file:
+        return "file";
+    case ExitStatus::damaged:
+        return "damaged";
+    case ExitStatus::wrong_device:
+        return "wrong device";
+    case ExitStatus::no_module:
+        return "no module";
+    case ExitStatus::bus:
+        return "bus";
+    case ExitStatus::refused:
+        return "refused";
+    case ExitStatus::cancelled:
+        return "cancelled";
+    case ExitStatus::timed_out:
+        return "timed out";
+    default:
+        return "internal";
+    }
+}
 
 std::string in_hex(std::uint32_t number)
 {
@@ -140,6 +162,11 @@ BusTime bus_time(const Inspection& inspection, double bytes_per_second)
             static_cast<double>(compressed) / bytes_per_second};
 }
 
+Json json_document(const char* kind)
+{
+    return {{"kvn", kind}, {"version", JSON_VERSION}, {"error", nullptr}};
+}
+
 Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
 {
     Json problems = Json::array();
@@ -151,8 +178,7 @@ Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
     for (const fpga::Device* candidate : inspection.candidates)
         candidates.push_back(candidate->name);
 
-    Json json = json_document();
-    json["error"] = nullptr;
+    Json json = json_document("inspection");
     json["file"] = inspection.path;
     json["size"] = inspection.file_size;
     json["format"] = format_name(inspection.format());
@@ -186,17 +212,17 @@ Json to_json(const Inspection& inspection, const Judgement& judgement)
     return json;
 }
 
-Json failure_json(const char* kind, const std::string& what)
+Json failure_json(const Failure& failure)
 {
-    Json json = json_document();
-    json["error"] = {{"kind", kind}, {"what", what}};
+    Json json = json_document("failure");
+    json["error"] = {{"kind", failure_kind(failure.status)}};
+    json["error"].update(to_json(failure));
     return json;
 }
 
 Json help_json(const std::string& text)
 {
-    Json json = json_document();
-    json["error"] = nullptr;
+    Json json = json_document("help");
     json["help"] = text;
     return json;
 }

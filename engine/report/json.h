@@ -3,6 +3,7 @@
 #ifndef KVN_ENGINE_REPORT_JSON_H
 #define KVN_ENGINE_REPORT_JSON_H
 
+#include "errors/failure.h"
 #include "file/inspection.h"
 #include "file/judgement.h"
 
@@ -25,6 +26,8 @@ struct BusTime {
 };
 [[nodiscard]] BusTime bus_time(const Inspection& inspection, double bytes_per_second);
 
+/// The class of a failure in one or two words: "usage", "file".
+[[nodiscard]] const char* failure_kind(ExitStatus status);
 /// "0040C093"
 [[nodiscard]] std::string in_hex(std::uint32_t number);
 /// Run-coded bytes for each byte of the data.
@@ -37,11 +40,13 @@ struct BusTime {
 /// Of every JSON document: what is added raises the second number, what changes the first.
 inline constexpr const char* JSON_VERSION = "1.0";
 
+/// The beginning of every document: its kind ("inspection"), JSON_VERSION, and no error.
+[[nodiscard]] Json json_document(const char* kind);
 [[nodiscard]] Json to_json(const Inspection& inspection, const std::optional<BusTime>& time);
 [[nodiscard]] Json to_json(const Inspection& inspection, const Judgement& judgement);
-/// Why there is no inspection.
-/// @param kind "usage" for a wrong command line, "file" for a file that cannot be read, "internal"
-[[nodiscard]] Json failure_json(const char* kind, const std::string& what);
+/// Why a command has nothing else to say: a document of the kind "failure".
+[[nodiscard]] Json failure_json(const Failure& failure);
+/// A document of the kind "help".
 [[nodiscard]] Json help_json(const std::string& text);
 void print_json(std::ostream& out, const Json& json);
 

@@ -50,7 +50,7 @@ bool knows_query(const Module& module)
     return module.model > last;
 }
 
-void keep(std::vector<std::uint8_t>& kept, std::span<const std::uint8_t> bytes)
+void append(std::vector<std::uint8_t>& kept, std::span<const std::uint8_t> bytes)
 {
     const std::size_t room = KEPT_BYTES - std::min(KEPT_BYTES, kept.size());
     const auto fitting = bytes.first(std::min(room, bytes.size()));
@@ -143,6 +143,12 @@ Module& Module::keep(std::string file)
 {
     require_plain_name(file);
     keep_file = std::move(file);
+    return *this;
+}
+
+Module& Module::keeps_no_data()
+{
+    keep_data = false;
     return *this;
 }
 
@@ -252,7 +258,14 @@ void ModuleModel::take_header_byte(std::uint8_t byte)
     if (header_bytes_ == 1 && is_load())
         begin_load();
     if (is_load())
-        contents_.received.push_back(byte);
+        note_received({&byte, 1});
+}
+
+void ModuleModel::note_received(std::span<const std::uint8_t> bytes)
+{
+    contents_.received_bytes += bytes.size();
+    if (settings_.keep_data)
+        append(contents_.received, bytes);
 }
 
 bool ModuleModel::is_load() const
@@ -271,7 +284,7 @@ void ModuleModel::begin_load()
 
 void ModuleModel::take_load_data(std::span<const std::uint8_t> bytes)
 {
-    keep(contents_.received, bytes);
+    note_received(bytes);
     if (header_[1] != board_byte(bus_board_))
         return;
     if (!contents_.compressed)
@@ -296,7 +309,9 @@ void ModuleModel::take_run_byte(std::uint8_t byte)
 
 void ModuleModel::configure(std::span<const std::uint8_t> bytes)
 {
-    keep(contents_.configuration, bytes);
+    contents_.configuration_bytes += bytes.size();
+    if (settings_.keep_data)
+        append(contents_.configuration, bytes);
     if (port_ != nullptr)
         port_->take(bytes);
 }

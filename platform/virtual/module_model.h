@@ -52,6 +52,7 @@ private:
 
     void take_header_byte(std::uint8_t byte);
     void begin_load();
+    void note_received(std::span<const std::uint8_t> bytes);
     void take_load_data(std::span<const std::uint8_t> bytes);
     void take_run_byte(std::uint8_t byte);
     void configure(std::span<const std::uint8_t> bytes);

@@ -124,6 +124,7 @@ struct MWVIRTUAL_API Module {
     std::string keep_file = {};
     std::vector<ReplyFault> faults;
     std::vector<std::uint32_t> info_words; ///< up to five, in place of the board-information record's own
+    bool keep_data = true;
 
     /// The FPGA's name, 26 characters at most: "2v3000fg676-4". Known devices get a model of their chip.
     Module& device(std::string name);
@@ -138,6 +139,9 @@ struct MWVIRTUAL_API Module {
     /// nor
     ///             ".."; throws std::invalid_argument for others, as Board::slot does
     Module& keep(std::string file);
+    /// Judges and counts the bytes of loads, and keeps none of them: received and configuration of its
+    /// Contents stay empty. A file named by keep() is then empty too.
+    Module& keeps_no_data();
     Module& info(std::vector<std::uint32_t> words);
 
     Module& answers_type(Reply reply, std::uint8_t message_type, unsigned nth = 0);
@@ -164,6 +168,8 @@ struct Contents {
     bool done = false;                            ///< the FPGA runs
     Verdict verdict = Verdict::data_short;        ///< of the last finished load, before planned faults
     std::string reason = {};                      ///< the verdict in words, with figures
+    std::uint64_t received_bytes = 0;             ///< including the load header, kept or not
+    std::uint64_t configuration_bytes = 0;        ///< that reached the FPGA, kept or not
 };
 
 /// One call of a platform function.

@@ -33,8 +33,9 @@ ExitStatus exit_status(const Inspection& inspection, Answer answer)
 
 ExitStatus check(const Request& request)
 {
-    Inspection inspection = inspect(request.file);
-    const Judgement judgement = judge(inspection, request.device, request.loads);
+    const Input input = Input::from_path(request.file);
+    Inspection inspection = inspect(input);
+    const Judgement judgement = judge(input, inspection, request.device, request.loads);
     if (request.json)
         print_json(std::cout, to_json(inspection, judgement));
     else

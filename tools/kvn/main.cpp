@@ -2,6 +2,7 @@
 // The program kvn: reads the command line, asks the engine, shows.
 #include "command_line.h"
 #include "commands.h"
+#include "errors/failure.h"
 #include "report.h"
 
 #include <cstdlib>
@@ -48,12 +49,12 @@ ExitStatus run(int argc, char** argv)
     return ExitStatus::internal;
 }
 
-ExitStatus report_failure(const char* kind, const std::string& what, bool as_json, ExitStatus status)
+ExitStatus report_failure(const kvn::Failure& failure, bool as_json)
 {
-    std::cerr << "kvn: " << kvn::printable(what) << '\n';
+    std::cerr << "kvn: " << kvn::printable(failure.what) << '\n';
     if (as_json)
-        kvn::print_json(std::cout, kvn::failure_json(kind, what));
-    return status;
+        kvn::print_json(std::cout, kvn::failure_json(failure));
+    return failure.status;
 }
 
 ExitStatus run_and_report(int argc, char** argv)
@@ -62,11 +63,11 @@ ExitStatus run_and_report(int argc, char** argv)
     try {
         return run(argc, argv);
     } catch (const kvn::UsageError& error) {
-        return report_failure("usage", error.what(), as_json, ExitStatus::usage);
-    } catch (const kvn::UnreadableFile& error) {
-        return report_failure("file", error.what(), as_json, ExitStatus::file);
+        return report_failure({ExitStatus::usage, 0, error.what(), "", ""}, as_json);
+    } catch (const kvn::FailureError& error) {
+        return report_failure(error.failure(), as_json);
     } catch (const std::exception& error) {
-        return report_failure("internal", error.what(), as_json, ExitStatus::internal);
+        return report_failure({ExitStatus::internal, 0, error.what(), "", ""}, as_json);
     }
 }
 
