@@ -85,7 +85,8 @@ std::optional<ModuleName> find_module(std::string_view text)
 
 std::string quoted(std::string_view text)
 {
-    return "\"" + std::string{text} + "\"";
+    std::string quoted_text{'"'};
+    return quoted_text.append(text).append(1, '"');
 }
 
 /// The first word of a text, and what follows it without leading blanks.
