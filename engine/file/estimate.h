@@ -24,10 +24,10 @@ enum class ModeWish {
 };
 
 struct EstimateRequest {
-    std::string device; ///< the module's, "2v3000fg676-4"; empty: the one that the file names
-    std::optional<bool> takes_compressed; ///< whether the module takes compressed loads; null: not known
+    std::string device = {}; ///< the module's, "2v3000fg676-4"; empty: the one that the file names
+    std::optional<bool> takes_compressed = {}; ///< whether the module takes compressed loads; null: not known
     ModeWish wish = ModeWish::as_taken;
-    std::optional<double> bytes_per_second; ///< of the bus, more than 0; null: no seconds are given
+    std::optional<double> bytes_per_second = {}; ///< of the bus, more than 0; null: no seconds are given
 };
 
 /// One mode of load.
@@ -43,7 +43,8 @@ struct LoadSize {
 
 struct Estimate {
     LoadKind mode = LoadKind::plain;
-    std::string why; ///< of the mode, in words
+    std::string why;                        ///< of the mode, in words
+    std::optional<double> bytes_per_second; ///< as requested
     LoadSize plain;
     LoadSize compressed;
 

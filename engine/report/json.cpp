@@ -2,7 +2,6 @@
 // What the engine finds, as JSON.
 #include "report/json.h"
 
-#include "file/inspectors.h"
 #include "report/module_json.h"
 
 #include <algorithm>
@@ -14,8 +13,6 @@ namespace kvn
 {
 namespace
 {
-
-constexpr std::uint64_t LOAD_HEADER_SIZE = 2;
 
 Json packets_json(const Inspection& inspection)
 {
@@ -61,6 +58,11 @@ Json configuration_json(const Inspection& inspection)
             {"frames", {{"written", port.frames_written}, {"expected", port.frames_expected}}},
             {"crc", {{"verdict", crc_verdict(port)}, {"checks_passed", port.crc_checks_passed}}},
             {"length_count", port.length_count ? Json(*port.length_count) : Json{}}};
+}
+
+Json number_json(const std::optional<double>& number)
+{
+    return number ? Json(*number) : Json{};
 }
 
 Json device_json(const fpga::Device* device)
@@ -151,23 +153,7 @@ std::string unread_packets(const Inspection& inspection)
            " are not known here";
 }
 
-BusTime bus_time(const Inspection& inspection, double bytes_per_second)
-{
-    const std::uint64_t data = inspection.found_bits / 8;
-    const bool holds_back = holds_back_tail(inspection.part);
-    const std::uint64_t tail = !holds_back ? 0 : inspection.format() == Format::mcb ? MCB_TAIL : PLAIN_TAIL;
-    const std::uint64_t plain = LOAD_HEADER_SIZE + data - std::min(data, tail);
-    const std::uint64_t compressed = LOAD_HEADER_SIZE + inspection.run_coded_bytes;
-    return {bytes_per_second, static_cast<double>(plain) / bytes_per_second,
-            static_cast<double>(compressed) / bytes_per_second};
-}
-
-Json json_document(const char* kind)
-{
-    return {{"kvn", kind}, {"version", JSON_VERSION}, {"error", nullptr}};
-}
-
-Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
+Json to_json(const Inspection& inspection, const std::optional<Estimate>& estimate)
 {
     Json problems = Json::array();
     for (const Problem& problem : inspection.problems)
@@ -181,6 +167,7 @@ Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
     Json json = json_document("inspection");
     json["file"] = inspection.path;
     json["size"] = inspection.file_size;
+    json["stored"] = stored_json(inspection.stored);
     json["format"] = format_name(inspection.format());
     json["named"] = format_name(inspection.named);
     json["header"] = header_json(inspection.header);
@@ -190,6 +177,7 @@ Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
     json["other_family"] = inspection.other_family != nullptr ? Json(inspection.other_family->name) : Json{};
     json["stated_bits"] = inspection.stated_bits ? Json(*inspection.stated_bits) : Json{};
     json["found_bits"] = inspection.found_bits;
+    json["digest"] = inspection.digest.empty() ? Json{} : Json(inspection.digest);
     json["packets"] = packets_json(inspection);
     json["packets_unread"] = has_unread_packets(inspection) ? Json(unread_packets(inspection)) : Json{};
     json["configuration"] = configuration_json(inspection);
@@ -197,10 +185,10 @@ Json to_json(const Inspection& inspection, const std::optional<BusTime>& time)
     if (inspection.found_bits != 0)
         json["run_coded"] = {{"bytes", inspection.run_coded_bytes}, {"ratio", run_coded_ratio(inspection)}};
     json["bus_time"] = nullptr;
-    if (time && inspection.found_bits != 0)
-        json["bus_time"] = {{"bytes_per_second", time->bytes_per_second},
-                            {"plain_seconds", time->plain},
-                            {"compressed_seconds", time->compressed}};
+    if (estimate && estimate->bytes_per_second)
+        json["bus_time"] = {{"bytes_per_second", *estimate->bytes_per_second},
+                            {"plain_seconds", number_json(estimate->plain.seconds)},
+                            {"compressed_seconds", number_json(estimate->compressed.seconds)}};
     json["problems"] = std::move(problems);
     return json;
 }
@@ -210,6 +198,16 @@ Json to_json(const Inspection& inspection, const Judgement& judgement)
     Json json = to_json(inspection, std::nullopt);
     json["check"] = judgement_json(judgement);
     return json;
+}
+
+Json stored_json(const Input::Stored& stored)
+{
+    return {{"size", stored.size}, {"sha256", stored.sha256}, {"packing", packing_name(stored.packing)}};
+}
+
+Json json_document(const char* kind)
+{
+    return {{"kvn", kind}, {"version", JSON_VERSION}, {"error", nullptr}};
 }
 
 Json failure_json(const Failure& failure)

@@ -4,6 +4,7 @@
 #define KVN_ENGINE_REPORT_JSON_H
 
 #include "errors/failure.h"
+#include "file/estimate.h"
 #include "file/inspection.h"
 #include "file/judgement.h"
 
@@ -17,14 +18,6 @@ namespace kvn
 {
 
 using Json = nlohmann::ordered_json;
-
-/// How long the two kinds of load keep a bus busy.
-struct BusTime {
-    double bytes_per_second;
-    double plain;
-    double compressed;
-};
-[[nodiscard]] BusTime bus_time(const Inspection& inspection, double bytes_per_second);
 
 /// The class of a failure in one or two words: "usage", "file".
 [[nodiscard]] const char* failure_kind(ExitStatus status);
@@ -40,10 +33,13 @@ struct BusTime {
 /// Of every JSON document: what is added raises the second number, what changes the first.
 inline constexpr const char* JSON_VERSION = "1.0";
 
-/// The beginning of every document: its kind ("inspection"), JSON_VERSION, and no error.
-[[nodiscard]] Json json_document(const char* kind);
-[[nodiscard]] Json to_json(const Inspection& inspection, const std::optional<BusTime>& time);
+/// @param estimate for the time of a load; null: not asked for
+[[nodiscard]] Json to_json(const Inspection& inspection, const std::optional<Estimate>& estimate);
 [[nodiscard]] Json to_json(const Inspection& inspection, const Judgement& judgement);
+/// The file as it was given.
+[[nodiscard]] Json stored_json(const Input::Stored& stored);
+/// The beginning of a document, without an error.
+[[nodiscard]] Json json_document(const char* kind);
 /// Why a command has nothing else to say: a document of the kind "failure".
 [[nodiscard]] Json failure_json(const Failure& failure);
 /// A document of the kind "help".

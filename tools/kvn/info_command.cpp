@@ -19,10 +19,11 @@ struct Request {
 
 ExitStatus show(const Request& request)
 {
-    const Inspection inspection = inspect(request.file);
-    std::optional<BusTime> time;
-    if (request.bytes_per_second > 0)
-        time = bus_time(inspection, request.bytes_per_second);
+    const Input input = Input::from_path(request.file);
+    const Inspection inspection = inspect(input);
+    std::optional<Estimate> time;
+    if (request.bytes_per_second > 0 && inspection.found_bits != 0)
+        time = estimate(input, inspection, {.bytes_per_second = request.bytes_per_second});
     if (request.json)
         print_json(std::cout, to_json(inspection, time));
     else

@@ -12,6 +12,11 @@ namespace kvn
 namespace
 {
 
+std::string bus_time(const LoadSize& size)
+{
+    return size.seconds ? fixed(*size.seconds, 3) + " s" : "fails";
+}
+
 void add_size(Lines& lines, const Inspection& inspection)
 {
     if (inspection.stated_bits)
@@ -97,7 +102,7 @@ void add_configuration(Lines& lines, const Inspection& inspection)
 
 } // namespace
 
-void print_report(std::ostream& out, const Inspection& inspection, const std::optional<BusTime>& time)
+void print_report(std::ostream& out, const Inspection& inspection, const std::optional<Estimate>& estimate)
 {
     Lines lines{out};
     lines.add("File", printable(inspection.path) + ", " + std::to_string(inspection.file_size) + " bytes");

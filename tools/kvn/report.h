@@ -13,7 +13,8 @@
 namespace kvn
 {
 
-void print_report(std::ostream& out, const Inspection& inspection, const std::optional<BusTime>& time);
+/// @param estimate for the time of a load; null: not asked for
+void print_report(std::ostream& out, const Inspection& inspection, const std::optional<Estimate>& estimate);
 void print_judgement(std::ostream& out, const Inspection& inspection, const Judgement& judgement);
 void print_problems(std::ostream& out, const Inspection& inspection);
 

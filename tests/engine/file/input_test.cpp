@@ -1,0 +1,336 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "file/input.h"
+
+#include "examples.h"
+#include "packing.h"
+
+#include "file/sha256.h"
+
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <thread>
+
+namespace
+{
+using kvn::ExitStatus;
+using kvn::Failure;
+using kvn::Input;
+using kvn::Packing;
+using namespace std::string_literals;
+
+std::size_t open_descriptors()
+{
+    const std::filesystem::directory_iterator all{"/proc/self/fd"};
+    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+/// A text that is longer than any block, and does not pack well.
+std::string long_text(std::size_t size = 300'000)
+{
+    std::string text(size, '\0');
+    std::uint32_t state = 1;
+    for (char& c : text)
+        c = static_cast<char>((state = state * 1664525U + 1013904223U) >> 24U);
+    text[0] = 'x'; // no magic bytes
+    return text;
+}
+
+class InputTest : public ExampleTest
+{
+protected:
+    ~InputTest() override { EXPECT_EQ(open_descriptors(), descriptors_) << "a descriptor is left open"; }
+
+private:
+    std::size_t descriptors_ = open_descriptors();
+};
+
+TEST_F(InputTest, HoldsWhatIsInAFile)
+{
+    for (const std::string& text : {""s, "a"s, "abc"s, long_text()}) {
+        write("a.bit", text);
+        const Input input = Input::from_path(path("a.bit"));
+        EXPECT_EQ(content_of(input), text);
+        EXPECT_EQ(input.size(), text.size());
+        EXPECT_EQ(input.name(), path("a.bit"));
+        EXPECT_EQ(input.unpacked_name(), path("a.bit"));
+        EXPECT_TRUE(input.name_states_format());
+        EXPECT_EQ(input.stored().size, text.size());
+        EXPECT_EQ(input.stored().packing, Packing::none);
+    }
+}
+
+TEST_F(InputTest, KnowsTheSumOfTheFileAsItWasGiven)
+{
+    EXPECT_EQ(input_of("", "a").stored().sha256,
+              "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
+    EXPECT_EQ(input_of("abc", "a").stored().sha256,
+              "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
+    const std::string packed = gzip("abc");
+    const Input input = input_of(packed, "a.gz");
+    EXPECT_EQ(input.stored().size, packed.size());
+    EXPECT_EQ(input.stored().packing, Packing::gzip);
+    kvn::Sha256 sum;
+    sum.take(as_bytes(packed));
+    EXPECT_EQ(input.stored().sha256, sum.finish());
+    EXPECT_EQ(content_of(input), "abc");
+}
+
+TEST_F(InputTest, KeepsItsContentWhenTheFileChanges)
+{
+    write("a.bit", "before");
+    const Input input = Input::from_path(path("a.bit"));
+    write("a.bit", "after, and longer");
+    EXPECT_EQ(content_of(input), "before");
+    std::filesystem::remove(path("a.bit"));
+    EXPECT_EQ(content_of(input), "before");
+}
+
+TEST_F(InputTest, CannotBeChangedAnyMore)
+{
+    const Input input = input_of("abc", "a");
+    const File file = input.open();
+    const std::string name = "/proc/self/fd/" + std::to_string(fileno(file.get()));
+    const int descriptor = open(name.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(descriptor, 0);
+    EXPECT_EQ(::write(descriptor, "x", 1), -1);
+    EXPECT_EQ(ftruncate(descriptor, 1), -1);
+    EXPECT_EQ(ftruncate(descriptor, 9), -1);
+    close(descriptor);
+    EXPECT_EQ(content_of(input), "abc");
+}
+
+TEST_F(InputTest, GivesEachReaderAPositionOfItsOwn)
+{
+    const std::string text = long_text();
+    const Input input = input_of(text, "a");
+    const Input copy = input; // NOLINT(performance-unnecessary-copy-initialization): that is the point
+    std::vector<std::thread> threads;
+    std::array<std::string, 4> found;
+    for (std::size_t i = 0; i < found.size(); ++i)
+        threads.emplace_back([&, i] { found.at(i) = content_of(i % 2 == 0 ? input : copy); });
+    for (std::thread& thread : threads)
+        thread.join();
+    for (const std::string& each : found)
+        EXPECT_EQ(each, text);
+}
+
+TEST_F(InputTest, AStreamOutlivesItsInputAndIsNotInherited)
+{
+    File file;
+    {
+        const Input input = input_of("abc", "a");
+        file = input.open();
+    }
+    EXPECT_EQ(std::getc(file.get()), 'a');
+    std::rewind(file.get());
+    EXPECT_EQ(std::getc(file.get()), 'a');
+    EXPECT_NE(fcntl(fileno(file.get()), F_GETFD) & FD_CLOEXEC, 0);
+}
+
+TEST_F(InputTest, ReadsANamedPipeToItsEnd)
+{
+    const std::string text = gzip(long_text());
+    ASSERT_EQ(mkfifo(path("pipe.bit").c_str(), 0600), 0);
+    std::thread writer{[&] { write("pipe.bit", text); }};
+    const Input input = Input::from_path(path("pipe.bit"));
+    writer.join();
+    EXPECT_EQ(content_of(input), long_text());
+    EXPECT_FALSE(input.name_states_format()) << "a pipe may have any name";
+}
+
+TEST_F(InputTest, ReadsStandardInputUnderBothNames)
+{
+    const int before = dup(STDIN_FILENO);
+    for (const char* name : {"-", "/dev/stdin"}) {
+        write("given", "from standard input");
+        const int given = open(path("given").c_str(), O_RDONLY | O_CLOEXEC);
+        ASSERT_EQ(dup2(given, STDIN_FILENO), STDIN_FILENO);
+        close(given);
+        const Input input = Input::from_path(name);
+        EXPECT_EQ(content_of(input), "from standard input");
+        EXPECT_EQ(input.name(), name);
+        EXPECT_FALSE(input.name_states_format());
+        EXPECT_NE(fcntl(STDIN_FILENO, F_GETFD), -1) << "it stays open";
+    }
+    const int folder_descriptor = open(folder.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(dup2(folder_descriptor, STDIN_FILENO), STDIN_FILENO);
+    close(folder_descriptor);
+    EXPECT_EQ(failure_of([] { (void)Input::from_path("-"); }).what, "-: Is a directory");
+    dup2(before, STDIN_FILENO);
+    close(before);
+}
+
+TEST_F(InputTest, WhatCannotBeReadIsAFailureOfTheFile)
+{
+    const auto what = [](const std::string& name) {
+        const Failure failure = failure_of([&] { (void)Input::from_path(name); });
+        EXPECT_EQ(failure.status, ExitStatus::file);
+        EXPECT_EQ(failure.number, 0);
+        return failure.what;
+    };
+    EXPECT_EQ(what("nothing.bit"), "nothing.bit: No such file or directory");
+    EXPECT_EQ(what(folder.string()), folder.string() + ": not a regular file");
+    EXPECT_EQ(what("/dev/zero"), "/dev/zero: not a regular file");
+    EXPECT_EQ(what(""), ": No such file or directory");
+    EXPECT_EQ(what("/proc/self/mem"), "/proc/self/mem: Input/output error");
+}
+
+TEST_F(InputTest, UnpacksByContentWhateverTheName)
+{
+    struct Packer {
+        std::string (*pack)(std::string_view);
+        Packing packing;
+        std::string name;
+        std::string unpacked_name;
+    };
+    const Packer packers[] = {
+        {&gzip, Packing::gzip, "a.bit.gz", "a.bit"},    {&gzip, Packing::gzip, "a.bit", "a.bit"},
+        {&gzip, Packing::gzip, "a.bit.xz", "a.bit.xz"}, {&xz, Packing::xz, "a.rbt.xz", "a.rbt"},
+        {&zstd, Packing::zstd, "a.mcb.zst", "a.mcb"},   {&zstd, Packing::zstd, "a.mcb.zstd", "a.mcb"}};
+    for (const Packer& each : packers) {
+        SCOPED_TRACE(each.name);
+        for (const std::string& text : {""s, "abc"s, long_text(), std::string(1'000'000, 'z')}) {
+            const Input input = input_of(each.pack(text), each.name);
+            EXPECT_EQ(content_of(input), text);
+            EXPECT_EQ(input.stored().packing, each.packing);
+            EXPECT_EQ(input.unpacked_name(), each.unpacked_name);
+            EXPECT_EQ(input.name(), each.name);
+        }
+    }
+    EXPECT_EQ(input_of("plain", "a.bit.gz").unpacked_name(), "a.bit.gz") << "it is not packed";
+}
+
+TEST_F(InputTest, UnpacksMembersOneAfterTheOther)
+{
+    for (const auto pack : {&gzip, &xz, &zstd}) {
+        EXPECT_EQ(content_of(input_of(pack("abc") + pack("") + pack("def"), "a")), "abcdef");
+        EXPECT_EQ(content_of(input_of(pack("abc") + std::string(8, '\0') + pack("def"), "a")), "abcdef");
+        EXPECT_EQ(content_of(input_of(pack("abc") + std::string(100'000, '\0'), "a")), "abc");
+    }
+    const std::string skippable = "\x50\x2A\x4D\x18\x02\0\0\0zz"s;
+    EXPECT_EQ(content_of(input_of(skippable + zstd("abc") + skippable, "a")), "abc");
+}
+
+TEST_F(InputTest, APackedFileIsUnpackedOnce)
+{
+    EXPECT_EQ(content_of(input_of(gzip(gzip("abc")), "a")), gzip("abc"));
+}
+
+TEST_F(InputTest, APackedFileMayBeCutAnywhere)
+{
+    const std::string text = long_text(2000);
+    for (const auto pack : {&gzip, &xz, &zstd}) {
+        const std::string packed = pack(text);
+        for (std::size_t size = 6; size < packed.size(); ++size) {
+            const Failure failure =
+                failure_of([&] { (void)input_of(std::string_view{packed}.substr(0, size), "a.bit.z"); });
+            EXPECT_EQ(failure.status, ExitStatus::damaged);
+            EXPECT_EQ(failure.what, std::string{"a.bit.z: the "} +
+                                        (pack == &gzip ? "gzip"
+                                         : pack == &xz ? "xz"
+                                                       : "zstd") +
+                                        " data are cut");
+            EXPECT_EQ(failure.remedy, "copy the file again in binary mode, or pack it again");
+        }
+    }
+}
+
+TEST_F(InputTest, DamageOfAPackedFileIsFound)
+{
+    const std::string text = long_text(50'000);
+    for (const auto pack : {&gzip, &xz}) { // zstd has no check sum by default
+        const std::string packed = pack(text);
+        for (std::size_t place = 12; place < packed.size(); place += packed.size() / 50) {
+            std::string damaged = packed;
+            damaged[place] = static_cast<char>(damaged[place] ^ 0x10);
+            const Failure failure = failure_of([&] { (void)input_of(damaged, "a"); });
+            EXPECT_EQ(failure.status, ExitStatus::damaged) << place;
+            EXPECT_TRUE(failure.what.ends_with("data are damaged") || failure.what.ends_with("data are cut"))
+                << failure.what;
+        }
+    }
+    EXPECT_EQ(failure_of([] {
+                  (void)input_of("\x28\xB5\x2F\xFD\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", "a");
+              }).what,
+              "a: the zstd data are damaged");
+    EXPECT_EQ(failure_of([] { (void)input_of("\x1F\x8B\x07zzzzzzzzz", "a"); }).why,
+              "unknown compression method");
+}
+
+TEST_F(InputTest, WhatFollowsPackedDataIsAFailure)
+{
+    struct Tail {
+        std::string (*pack)(std::string_view);
+        const char* what;
+    };
+    for (const Tail& each : {Tail{&gzip, "a: something else follows the gzip data"},
+                             Tail{&xz, "a: something else follows the xz data"},
+                             Tail{&zstd, "a: something else follows the zstd data"}}) {
+        for (const std::string& tail : {"z"s, "\0\0\0z"s, std::string(70'000, 'z')}) {
+            const Failure failure = failure_of([&] { (void)input_of(each.pack("abc") + tail, "a"); });
+            EXPECT_EQ(failure.what, each.what);
+            EXPECT_EQ(failure.status, ExitStatus::damaged);
+        }
+    }
+}
+
+TEST_F(InputTest, ABombIsStoppedAtTheLimit)
+{
+    const std::string text(1'000'000, '\0');
+    for (const auto pack : {&gzip, &xz, &zstd}) {
+        EXPECT_EQ(content_of(input_of(pack(text), "a", {.size = text.size()})).size(), text.size());
+        const Failure failure =
+            failure_of([&] { (void)input_of(pack(text), "a", {.size = text.size() - 1}); });
+        EXPECT_EQ(failure.status, ExitStatus::damaged);
+        EXPECT_EQ(failure.what, "a: more than 999999 bytes when unpacked");
+    }
+    EXPECT_EQ(failure_of([&] { (void)input_of(text, "a", {.size = 4}); }).what, "a: more than 4 bytes");
+}
+
+TEST_F(InputTest, FailsWithoutDescriptors)
+{
+    write("a.bit", "abc");
+    const Input input = input_of("abc", "b");
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
+    for (rlim_t free = 0; free < 2; ++free) {
+        const int next = dup(0);
+        close(next);
+        const rlimit few{static_cast<rlim_t>(next) + free, before.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &few);
+        std::string of_path;
+        std::string of_open;
+        try {
+            (void)Input::from_path(path("a.bit"));
+        } catch (const kvn::FailureError& error) {
+            of_path = error.what();
+        }
+        try {
+            (void)input.open();
+        } catch (const kvn::FailureError& error) {
+            of_open = error.what();
+        }
+        setrlimit(RLIMIT_NOFILE, &before);
+        EXPECT_EQ(of_path, path("a.bit") + ": Too many open files");
+        EXPECT_EQ(of_open, free == 0 ? "b: Too many open files" : "");
+    }
+}
+
+TEST_F(InputTest, FailsWithoutRoom)
+{
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit small{100'000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &small);
+    const Failure failure = failure_of([] { (void)input_of(long_text(), "a"); });
+    setrlimit(RLIMIT_FSIZE, &before);
+    (void)std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(failure.status, ExitStatus::file);
+    EXPECT_EQ(failure.what, "a: File too large");
+}
+} // namespace
