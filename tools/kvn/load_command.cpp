@@ -87,8 +87,9 @@ std::string state_words(const Record& record)
 
 std::string result_words(const Record& record)
 {
-    return coloured(name_of(record.verdict), record.verdict == Verdict::configured) + "; the module is " +
-           state_words(record);
+    if (record.verdict == Verdict::configured)
+        return coloured("configured", true) + ": its FPGA runs";
+    return coloured(name_of(record.verdict), false) + "; the module is " + state_words(record);
 }
 
 void print_record(std::ostream& out, const Record& record)
@@ -147,8 +148,6 @@ Json document(const Record& record)
 
 ExitStatus load_file(const Request& request)
 {
-    LoadControl control;
-    const Interruption interruption{&control};
     const auto named =
         request.module.empty() ? std::nullopt : std::optional{parse_module_name(request.module)};
     const Input file = Input::from_path(request.file);
@@ -156,6 +155,8 @@ ExitStatus load_file(const Request& request)
     const ModuleName module =
         named ? *named : only_module(*provider, command_words(request), option_words(request));
 
+    LoadControl control;
+    const Interruption interruption{&control};
     ProgressDisplay display{progress_style(request.progress), printable(to_text(module)),
                             printable(request.file)};
     control.on_progress = [&display](const Progress& progress) { display.show(progress); };

@@ -47,18 +47,15 @@ Failure no_candidate(const std::vector<BoardRow>& rows, const ListRequest& board
             .remedy = "kvn list " + board + " --all"};
 }
 
+/// A command for each, on a line of its own.
 Failure too_many(const std::vector<SlotRow>& found, const std::string& command, const std::string& options)
 {
     Failure failure{.status = ExitStatus::usage,
-                    .what = "no module is named, and there are " + std::to_string(found.size()) + ": "};
-    std::string separator;
+                    .what = "no module is named, and there are " + std::to_string(found.size())};
     for (const SlotRow& slot : found) {
-        const std::string name = to_text(slot.name);
-        failure.what += separator + name;
+        failure.remedy += (failure.remedy.empty() ? "" : "\n") + command + " " + to_text(slot.name) + options;
         if (slot.module)
-            failure.what += " (" + description(*slot.module) + ")";
-        failure.remedy += (separator.empty() ? "" : " | ") + command + " " + name + options;
-        separator = ", ";
+            failure.remedy += "  # " + description(*slot.module);
     }
     return failure;
 }

@@ -115,9 +115,9 @@ void print_report(std::ostream& out, const Inspection& inspection, const std::op
     if (inspection.found_bits != 0)
         lines.add("Run-coded", std::to_string(inspection.run_coded_bytes) + " bytes, " +
                                    fixed(run_coded_ratio(inspection), 3) + " of the plain size");
-    if (time && inspection.found_bits != 0)
+    if (estimate && estimate->bytes_per_second)
         lines.add("Bus time",
-                  fixed(time->plain, 3) + " s plain, " + fixed(time->compressed, 3) + " s compressed");
+                  bus_time(estimate->plain) + " plain, " + bus_time(estimate->compressed) + " compressed");
     print_problems(out, inspection);
 }
 

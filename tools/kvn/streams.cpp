@@ -53,8 +53,9 @@ void tell_failure(const std::string& subject, const Failure& failure)
     tell(subject + failure.what);
     if (!failure.why.empty())
         std::cerr << "why: " << printable(failure.why) << '\n';
-    if (!failure.remedy.empty())
-        std::cerr << "try: " << printable(failure.remedy) << '\n';
+    std::istringstream remedies{failure.remedy};
+    for (std::string remedy; std::getline(remedies, remedy);)
+        std::cerr << "try: " << printable(remedy) << '\n';
 }
 
 bool shows_colours()

@@ -17,7 +17,8 @@ namespace kvn
 /// Writes a line "kvn: ..." on standard error, after all that was printed before it.
 void tell(std::string_view line);
 
-/// Writes what happened, and "why:" and "try:" where they are known, on standard error.
+/// Writes what happened, and "why:" and "try:" where they are known, on standard error. Each line of the
+/// remedy is something to try.
 /// @param subject what the failure is about, such as "mwc4a:0/1: design.bit: "; may be empty
 void tell_failure(const std::string& subject, const Failure& failure);
 
