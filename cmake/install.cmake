@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Puts the library, its public headers and the CMake package in their places; the programs and the virtual
-# carriers, which may be left out, bring rules of their own.
+# Installs the library, its public headers and the CMake package; the programs and the virtual carriers, which are
+# optional, have rules of their own.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS kvn_fpga kvn_fpga_loaded_platform mwapi EXPORT kvn_fpgaTargets
@@ -14,8 +14,8 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/kvn_fpgaConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/kvn_fpgaConfig.cmake ${PROJECT_BINARY_DIR}/kvn_fpgaConfigVersion.cmake
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/kvn_fpga)
 
-# What users read and copy: the pages, racks, and the example that tests an application on virtual carriers. They
-# lie as in this tree, so that links between them hold.
+# What users read and copy: the pages, racks, and the example that tests an application on virtual carriers. The
+# folders are those of this tree, so that links between them work.
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
         FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.toml")

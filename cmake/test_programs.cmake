@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 # Builds the test programs quickly: unoptimised, with precompiled headers, linked by gold. What they test is built
-# as the preset says. Included behind all folders of tests.
+# as the preset says. Include it after all folders of tests.
 include(CheckLinkerFlag)
 option(KVN_PRECOMPILE "Precompile the headers that the tests share" ON)
 check_linker_flag(CXX -fuse-ld=gold KVN_HAS_GOLD)
@@ -19,10 +19,10 @@ if(KVN_PRECOMPILE)
     <algorithm> <array> <cstdint> <cstdio> <cstdlib> <cstring> <filesystem> <fstream> <functional> <iterator> <map>
     <memory> <optional> <span> <sstream> <string> <string_view> <tuple> <utility> <vector>
     <gtest/gtest.h> <gmock/gmock.h>)
-  # As the programs are compiled that use them.
+  # The same options as the programs that use them.
   set_target_properties(kvn_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
   target_compile_options(kvn_test_headers PRIVATE -fPIE)
-  # What ccache needs to know one precompiled header from another.
+  # Lets ccache distinguish precompiled headers.
   target_compile_options(kvn_test_quickly INTERFACE
     $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess> "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
 endif()
@@ -46,7 +46,7 @@ function(kvn_find_test_programs folder)
   set(programs ${found} PARENT_SCOPE)
 endfunction()
 
-# The programs that hold the library itself and start no other program: coverage and mutation run them.
+# The programs that contain the library itself and start no other program: coverage and mutation run them.
 set(library_tests)
 kvn_find_test_programs(${CMAKE_CURRENT_SOURCE_DIR})
 foreach(program IN LISTS programs)
@@ -56,7 +56,7 @@ foreach(program IN LISTS programs)
     list(APPEND library_tests ${program})
   endif()
   target_link_libraries(${program} PRIVATE kvn_test_quickly)
-  # A folder that also enables C by another compiler expects precompiled headers of that one's kind.
+  # A folder that enables C with another compiler expects precompiled headers of that compiler's kind.
   get_target_property(folder ${program} SOURCE_DIR)
   get_directory_property(extension DIRECTORY ${folder} DEFINITION CMAKE_PCH_EXTENSION)
   if(KVN_PRECOMPILE AND extension STREQUAL CMAKE_PCH_EXTENSION)

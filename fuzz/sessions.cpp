@@ -31,9 +31,10 @@ void prepare(kvn_fpga_imp& session, const std::string& file_name, bool verbose)
 }
 
 /// What a module received: nothing, or a load header and data.
-void check_load(const WatchedPlatform& platform, const LoadCase& what, LoadResult& result)
+void check_load(WatchedPlatform& platform, const LoadCase& what, LoadResult& result)
 {
-    require(platform.loads.size() <= 1, "a load is one message");
+    const std::vector<Bytes> loads = platform.loads();
+    require(loads.size() <= 1, "a load is one message");
     require(!platform.failed, "a good platform does not fail");
     const bool complete = platform.complete_loads == 1;
     require(complete == (platform.verdicts_read == 1), "behind a whole load the verdict is read");
@@ -41,9 +42,9 @@ void check_load(const WatchedPlatform& platform, const LoadCase& what, LoadResul
     // After these two the module has started, although the counts of bits differ.
     require(!complete || result.number == 0 || result.number == 9113 || result.number == 9365,
             "a module that has started is a success");
-    if (platform.loads.empty())
+    if (loads.empty())
         return;
-    const Bytes& sent = platform.loads.front();
+    const Bytes& sent = loads.front();
     const std::uint8_t command = what.compressed ? COMPRESSED_LOAD : PLAIN_LOAD;
     require(sent.size() >= LOAD_HEADER_SIZE && sent[0] == command && sent[1] == BOARD_BYTE,
             "a load begins with its header");
@@ -56,7 +57,7 @@ LoadResult load(Loader loader, const Bytes& file, const LoadCase& what)
     WatchedPlatform platform;
     kvn_fpga_imp session;
     prepare(session, what.file_name, what.talks);
-    session.handle = platform.opened_bus();
+    session.handle = platform.opened_bus("mwc4a", 0);
     session.prompt_user = what.talks ? 1 : 0;
     session.supports_compressed_loading = what.compressed ? 1 : 0;
     session.virtex2_family = what.virtex2 ? 1 : 0;

@@ -13,12 +13,13 @@ add_library(kvn_fuzz_common STATIC ${KVN_FUZZ_DIR}/workplace.cpp)
 target_include_directories(kvn_fuzz_common PUBLIC ${KVN_FUZZ_DIR})
 target_link_libraries(kvn_fuzz_common PUBLIC kvn_test_basics kvn_fpga_static PRIVATE kvn_warnings)
 
-add_library(kvn_fuzz_platform OBJECT ${KVN_FUZZ_DIR}/sessions.cpp ${KVN_FUZZ_DIR}/watched_platform.cpp)
+add_library(kvn_fuzz_platform OBJECT ${KVN_FUZZ_DIR}/sessions.cpp ${KVN_FUZZ_DIR}/watched_platform.cpp
+                                     ${PROJECT_SOURCE_DIR}/tests/support/fake_platform.cpp)
 target_link_libraries(kvn_fuzz_platform PUBLIC kvn_fuzz_common PRIVATE kvn_warnings)
 
 # Writes the seed corpora, so that no generated file is kept with the sources.
 add_executable(make_fuzz_seeds ${KVN_FUZZ_DIR}/make_seeds.cpp)
-target_link_libraries(make_fuzz_seeds PRIVATE kvn_fuzz_platform mwapi_forward kvn_warnings)
+target_link_libraries(make_fuzz_seeds PRIVATE kvn_fuzz_platform mwapi_threads kvn_warnings)
 set(KVN_FUZZ_SEEDS ${CMAKE_CURRENT_BINARY_DIR}/seeds)
 add_custom_command(OUTPUT ${KVN_FUZZ_SEEDS}/complete COMMAND make_fuzz_seeds ${KVN_FUZZ_SEEDS}
                           COMMAND ${CMAKE_COMMAND} -E touch ${KVN_FUZZ_SEEDS}/complete
@@ -30,7 +31,7 @@ endif()
 
 function(kvn_fuzz_target program name)
   add_executable(${program} ${KVN_FUZZ_DIR}/targets/${name}.cpp ${ARGN})
-  target_link_libraries(${program} PRIVATE mwapi_forward)
+  target_link_libraries(${program} PRIVATE mwapi_threads)
   add_dependencies(${program} fuzz_seeds)
   if(name STREQUAL "rack")
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwvirtual_objects kvn_fpga_devices mwtrace_core

@@ -36,7 +36,7 @@ private:
 
     void require_not_cancelled() const;
     [[noreturn]] void stop(Failure failure) const { throw FailureError{std::move(failure)}; }
-    void refuse_if_damaged() const;
+    void refuse_if_unfit() const;
     void settle(int error);
     [[nodiscard]] Failure cancelled() const;
     [[nodiscard]] const std::string& file_name() const { return request_.file->name(); }
@@ -131,7 +131,7 @@ void LoadRun::inspect_file()
     record_.design = observed(inspection_.header.design);
     record_.part = observed(if_any(inspection_.part));
     if (inspection_.format() == Format::unknown)
-        refuse_if_damaged();
+        refuse_if_unfit();
     record_.format = observed(std::optional<std::string>{format_name(inspection_.format())});
 }
 
@@ -199,7 +199,7 @@ void LoadRun::judge_file()
     const Judgement judgement =
         judge(*request_.file, inspection_, session_.core().device_name, {mode_}, Selection::by_content);
     record_.problems = inspection_.problems;
-    refuse_if_damaged();
+    refuse_if_unfit();
     if (judgement.answer != Answer::yes && !request_.force)
         stop({.status = ExitStatus::rehearsal,
               .what = "whether the module in " + module_text() + " would start with " + file_name() +
@@ -250,13 +250,11 @@ Failure LoadRun::cancelled() const
             .remedy = begun ? "load the module again" : ""};
 }
 
-void LoadRun::refuse_if_damaged() const
+void LoadRun::refuse_if_unfit() const
 {
     const auto fatal = std::ranges::find_if(inspection_.problems, &Problem::is_fatal);
     if (fatal != inspection_.problems.end())
-        stop({.status = ExitStatus::damaged,
-              .what = file_name() + ": " + fatal->what,
-              .remedy = fatal->remedy});
+        stop({.status = fatal->status, .what = file_name() + ": " + fatal->what, .remedy = fatal->remedy});
 }
 
 Record load(const Provider& provider, const LoadRequest& request, LoadControl& control)

@@ -29,7 +29,7 @@ struct LoadRequest {
     /// stop a load.
     bool force = false;
     /// That the user expects in the module, such as "2v3000fg676-4"; empty: none.
-    std::string device;
+    std::string device = {};
     std::optional<std::string> serial_number = {}; ///< of the module
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};

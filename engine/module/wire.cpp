@@ -16,6 +16,8 @@ constexpr std::uint64_t NEVER = std::numeric_limits<std::uint64_t>::max();
 
 Wire::Wire(mwapi::Platform& behind, LoadControl& control) : behind_{behind}, control_{control}
 {
+    if (const mwapi::Functions* own = behind_.functions())
+        direct_ = own->MwKSBSendMessageDataEx;
     if (!control_.on_progress && !control_.on_sent)
         next_ = NEVER;
 }
@@ -66,28 +68,42 @@ std::uint32_t Wire::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint
     return result;
 }
 
-// Once for each eight bytes of a load: whoever wants to know more than the count is told rarely.
+// Once for each eight bytes of a load: whoever wants to know more than the count is told rarely, out of the
+// way.
 std::uint32_t Wire::send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
                               std::uint32_t timeout)
 {
-    if (control_.is_cancelled())
+    if (control_.is_cancelled()) [[unlikely]]
         return cut_off();
-    const std::uint32_t result = behind_.send_data(handle, data, length, timeout);
-    if (result != 0) {
-        note_end();
-        return result;
-    }
-    bytes_ += length;
+    if (bytes() + length >= next_) [[unlikely]]
+        return send_and_tell(handle, data, length, timeout);
+    return pass_on(handle, data, length, timeout);
+}
+
+inline std::uint32_t Wire::pass_on(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                                   std::uint32_t timeout)
+{
+    const std::uint32_t result = direct_ != nullptr ? direct_(handle, data, length, timeout)
+                                                    : behind_.send_data(handle, data, length, timeout);
+    if (result != 0) [[unlikely]]
+        return fail(result);
     ++data_calls_;
-    control_.bytes_.store(bytes_, std::memory_order_relaxed);
-    if (bytes_ >= next_)
-        tell(data, length);
+    control_.bytes_.store(bytes() + length, std::memory_order_relaxed);
     return 0;
+}
+
+[[gnu::noinline]] std::uint32_t Wire::send_and_tell(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                                                    std::uint32_t timeout)
+{
+    const std::uint32_t result = pass_on(handle, data, length, timeout);
+    if (result == 0)
+        tell(data, length);
+    return result;
 }
 
 std::uint32_t Wire::end_send(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    if (control_.on_progress && reported_ != bytes_)
+    if (control_.on_progress && reported_ != bytes())
         report();
     if (control_.is_cancelled())
         return cut_off();
@@ -148,11 +164,16 @@ void Wire::forget_slot()
     identification_.reset();
 }
 
+std::uint32_t Wire::fail(std::uint32_t result)
+{
+    note_end();
+    return result;
+}
+
 std::uint32_t Wire::cut_off()
 {
     was_cancelled_ = true;
-    note_end();
-    return CANCELLED;
+    return fail(CANCELLED);
 }
 
 void Wire::note_end()
@@ -166,14 +187,14 @@ void Wire::tell(const void* data, std::uint32_t length)
     if (control_.on_sent)
         control_.on_sent({static_cast<const std::uint8_t*>(data), length});
     else
-        next_ = bytes_ + control_.progress_step;
-    if (control_.on_progress && (!reported_ || bytes_ >= *reported_ + control_.progress_step))
+        next_ = bytes() + control_.progress_step;
+    if (control_.on_progress && (!reported_ || bytes() >= *reported_ + control_.progress_step))
         report();
 }
 
 void Wire::report()
 {
-    reported_ = bytes_;
+    reported_ = bytes();
     control_.on_progress(control_.progress());
 }
 

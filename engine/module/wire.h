@@ -54,7 +54,7 @@ public:
     std::uint32_t end_receive(MW_HANDLE* handle, std::uint32_t timeout) override;
 
     /// Bytes of the load's message that the provider took.
-    [[nodiscard]] std::uint64_t bytes() const { return bytes_; }
+    [[nodiscard]] std::uint64_t bytes() const { return control_.bytes_.load(std::memory_order_relaxed); }
     /// Calls of data that succeeded.
     [[nodiscard]] std::uint64_t data_calls() const { return data_calls_; }
     /// From the beginning of the message to its end, or to the call that failed; null before the end.
@@ -77,14 +77,18 @@ public:
     void forget_slot();
 
 private:
+    std::uint32_t pass_on(MW_HANDLE* handle, const void* data, std::uint32_t length, std::uint32_t timeout);
+    std::uint32_t send_and_tell(MW_HANDLE* handle, const void* data, std::uint32_t length,
+                                std::uint32_t timeout);
+    std::uint32_t fail(std::uint32_t result);
     std::uint32_t cut_off();
     void note_end();
     void tell(const void* data, std::uint32_t length);
     void report();
 
     mwapi::Platform& behind_;
+    decltype(&::MwKSBSendMessageDataEx) direct_ = nullptr; ///< the provider's own function, if it has one
     LoadControl& control_;
-    std::uint64_t bytes_ = 0;
     std::uint64_t data_calls_ = 0;
     std::uint64_t next_ = 0; ///< the count of bytes at which somebody is to be told
     std::optional<std::uint64_t> reported_;

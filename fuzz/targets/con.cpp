@@ -16,10 +16,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     check_result(result, object.kvn_fpga_getlasterr());
     platform.require_closed();
     require(result != 0 || platform.complete_loads > 0, "a description that succeeds has loaded modules");
-    require(platform.loads.size() <= platform.opens, "each module has its bus");
+    require(platform.loads().size() <= static_cast<std::size_t>(platform.opens), "each module has its bus");
 
     CommandLine good{"KVN_FPGA", "good.con"};
-    const std::size_t loads_before = platform.complete_loads;
+    const int loads_before = platform.complete_loads;
     const int good_result = object.kvn_fpga_main(good.argc(), good.argv());
     check_result(good_result, object.kvn_fpga_getlasterr());
     require(good_result == 0 && platform.complete_loads == loads_before + 2, "the next good run succeeds");

@@ -8,33 +8,32 @@
 
 namespace
 {
-constexpr std::size_t RECORD_SIZE = 30;
-
 void take_answers(WatchedPlatform& platform, Choices& input)
 {
-    WatchedSlot slot;
-    slot.record = input.exactly(RECORD_SIZE);
+    Module slot = fpga_module(4);
+    std::ranges::copy(input.exactly(slot.record.size()), slot.record.begin());
     // Mostly the expected answer, so that a run reaches the next one.
     if (input.once_in(4))
-        slot.type_reply = input.byte();
+        slot.type_reply_type = input.byte();
     if (input.once_in(4))
-        slot.compression_reply = input.byte();
-    slot.compression_answer = input.bytes(input.below(40));
+        slot.compression_reply_type = input.byte();
+    slot.compression_reply = input.bytes(input.below(40));
     if (input.once_in(4))
         slot.verdict = input.bytes(input.below(4));
-    slot.load_reply = input.word();
+    slot.load_reply_type = input.word();
     slot.claimed = input.word();
     if (input.once_in(4))
         for (std::uint32_t& word : slot.info)
             word = input.byte();
-    platform.slots.fill(slot);
-    if (input.yes())
-        platform.failing_call = static_cast<std::uint32_t>(1 + input.below(32));
-    platform.failure_code = input.word() | 1U;
-    platform.error_words_fill_the_buffer = input.yes();
+    platform.fill_slots(slot);
+    const int failing_call = input.yes() ? static_cast<int>(1 + input.below(32)) : 0;
+    platform.fail_call(failing_call, input.word() | 1U);
+    const bool words_have_no_end = input.yes();
     platform.handle_kind = input.once_in(4) ? input.word() : MW_DEVICE_KIND_KSB;
     platform.handle_board_number = input.byte();
     platform.error_words = input.line();
+    if (words_have_no_end)
+        platform.error_words.assign(mwapi::ERROR_TEXT_SIZE, '%');
     platform.handle_board_type = input.text(40);
 }
 

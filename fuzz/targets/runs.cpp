@@ -105,8 +105,8 @@ void write_inputs(Kind kind, Choices& input)
 
 void set_slots(WatchedPlatform& platform, Choices& input)
 {
-    for (WatchedSlot& slot : platform.slots) {
-        slot = {};
+    for (std::uint32_t number = 1; number <= 4; ++number) {
+        Module& slot = platform.modules.slot(number, fpga_module(4));
         if (input.once_in(8))
             slot.record[0] = input.one_of(TYPES);
         slot.record[1] = input.one_of(MODELS);
@@ -114,11 +114,11 @@ void set_slots(WatchedPlatform& platform, Choices& input)
         if (input.once_in(8))
             slot.device(input.text(26));
         slot.record[29] = input.yes() ? 1 : 0;
-        slot.compression_answer = {static_cast<std::uint8_t>(input.yes() ? 1 : 0)};
+        slot.compression_reply = {static_cast<std::uint8_t>(input.yes() ? 1 : 0)};
         if (input.once_in(16))
-            slot.type_reply = input.byte();
+            slot.type_reply_type = input.byte();
         if (input.once_in(16))
-            slot.compression_reply = input.byte();
+            slot.compression_reply_type = input.byte();
         if (input.once_in(8))
             slot.verdict = {input.byte(), input.byte()};
         if (input.once_in(8))
@@ -128,7 +128,8 @@ void set_slots(WatchedPlatform& platform, Choices& input)
     platform.failing_open_stores_handle = input.yes();
     platform.handle_kind = input.once_in(4) ? input.byte() : MW_DEVICE_KIND_KSB;
     platform.handle_board_number = input.once_in(8) ? input.byte() : 0;
-    platform.error_words_fill_the_buffer = input.once_in(8);
+    if (input.once_in(8))
+        platform.error_words.assign(mwapi::ERROR_TEXT_SIZE, '%');
 }
 
 /// The effect of a planned fault on an output.
@@ -142,8 +143,7 @@ Fault plan_fault(WatchedPlatform& platform, Choices& input)
 {
     const std::size_t kind = input.below(12);
     const int n = 1 + static_cast<int>(input.once_in(4) ? input.below(4000) : input.below(40));
-    platform.failing_call = kind == 0 || kind == 1 ? platform.calls + static_cast<std::uint32_t>(n) : 0;
-    platform.failure_code = input.word() | 1U;
+    platform.fail_call(kind <= 1 ? n : 0, input.word() | 1U);
     switch (kind) {
     case 2:
         fail_read_at(n);
@@ -235,17 +235,17 @@ int start(kvn_fpga& object, WatchedPlatform& platform, const Run& run, Choices& 
     }
 }
 
-void check_messages(const WatchedPlatform& platform, const Run& run)
+void check_messages(WatchedPlatform& platform, const Run& run)
 {
     platform.require_closed();
     require(!platform.failed || run.result != 0, "a call that fails is never taken for a success");
     if (run.is_con)
         return;
     if (run.action != CONFIGURE) {
-        require(platform.opens == 0 && platform.loads.empty(), "a conversion leaves the bus alone");
+        require(platform.opens == 0 && platform.loads().empty(), "a conversion leaves the bus alone");
         return;
     }
-    require(platform.loads.size() <= 1 && platform.opens <= 1, "a run loads one module");
+    require(platform.loads().size() <= 1 && platform.opens <= 1, "a run loads one module");
     const bool is_complete = platform.verdicts_read == 1;
     const bool has_started = is_complete && platform.last_verdict == STARTED;
     require(run.result != 0 || has_started, "a run that succeeds has started a module");
@@ -282,7 +282,8 @@ void run_well(kvn_fpga& object)
     require(result == 0, "the next good run succeeds");
     Bytes expected{3, 5};
     expected.insert(expected.end(), good_data().begin(), good_data().end());
-    require(platform.loads.size() == 1 && platform.loads.front() == expected, "its data is sent as it is");
+    require(platform.loads().size() == 1 && platform.loads().front() == expected,
+            "its data is sent as it is");
 }
 
 void run_once(kvn_fpga& object, Choices& input)

@@ -10,7 +10,8 @@ namespace mwapi
 namespace
 {
 
-thread_local Platform* used = nullptr;
+// Each call of a load's data looks here, so it must cost no call of its own in a shared library.
+[[gnu::tls_model("initial-exec")]] constinit thread_local Platform* used = nullptr;
 
 class ThreadPlatform final : public UniformPlatform<ThreadPlatform>
 {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A platform call in a trace's JSON: its arguments, and what it wrote to where they lead.
+// A platform call in a trace's JSON: its arguments and what it wrote through them.
 #include "call_json.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ Json given_value(const Description& call, Values values, std::size_t place, cons
     }
 }
 
-/// What was received. A platform that claims more than the buffer holds is not believed.
+/// The data received, at most as much as the buffer holds, whatever the platform claims.
 Json received_data(const Description& call, Values values, const void* data)
 {
     const Value& received = value_of(call, values, "received");
@@ -116,7 +116,7 @@ Json given(const Description& call, Values values, const NumberOf& number_of)
 
 Json written(const Description& call, Values values, const NumberOf& opened)
 {
-    // A call that can write several values has an object even when the caller wanted none of them.
+    // A call that can write several values has an object even if the caller wanted none of them.
     Json got = has_several_outputs(call) ? Json::object() : Json{};
     for (std::size_t i = 0; i < values.size(); ++i) {
         const Argument& argument = call.arguments[i];

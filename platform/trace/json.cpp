@@ -35,7 +35,7 @@ void append_text(std::string_view text, std::string& line)
 
 } // namespace
 
-/// Makes a value from a parser's events. It is told everything through calls of these names.
+/// Makes a value from the events of the JSON library's parser, which prescribes the names of the functions.
 class JsonBuilder
 {
 public:

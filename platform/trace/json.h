@@ -47,12 +47,13 @@ public:
     static Json array() { return Json(Value{Array{}}); }
     static Json object() { return Json(Value{Object{}}); }
 
-    /// What a text may ask of the reader.
+    /// The most that parse() accepts.
     struct Limits {
-        std::size_t depth = 8;         ///< of arrays and objects in each other
+        std::size_t depth = 8;         ///< of nested arrays and objects
         std::size_t events = SIZE_MAX; ///< beginnings, ends, keys and values
     };
-    /// @return nothing if the text is no JSON or exceeds the limits. Of equal keys the last counts.
+    /// Of equal keys the last one counts.
+    /// @return nothing if the text is not JSON or exceeds the limits
     [[nodiscard]] static std::optional<Json> parse(std::string_view text, const Limits& limits);
 
     [[nodiscard]] bool is_null() const { return std::holds_alternative<std::nullptr_t>(value_); }
@@ -65,9 +66,9 @@ public:
     [[nodiscard]] const std::string* text() const { return std::get_if<std::string>(&value_); }
     [[nodiscard]] const std::uint64_t* number() const { return std::get_if<std::uint64_t>(&value_); }
 
-    /// A member of an object; null if the value is no object or has none of this name.
+    /// A member of an object; a null pointer if the value is not an object or has no such member.
     [[nodiscard]] const Json* find(std::string_view name) const;
-    /// The same, where null stands for a missing member too.
+    /// The same, but null for a missing member.
     [[nodiscard]] const Json& at(std::string_view name) const;
     /// Sets a member. Null becomes an object first.
     void set(std::string_view name, Json value);

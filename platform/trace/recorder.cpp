@@ -28,7 +28,7 @@ std::string date_and_time()
     return {text, length};
 }
 
-/// The recorder that writes what it gathered when the process ends.
+/// The recorder to flush when the process ends.
 std::atomic<Recorder*> flushed_at_exit{nullptr};
 
 /// Leaves the recorder usable.
@@ -197,7 +197,7 @@ void Recorder::write_record(const Thread& thread, const Span& span, std::string_
     write_line(std::move(line += '}'));
 }
 
-// Each record goes to the system at once, so that a program that is ended by force leaves them all.
+// Writes each record at once, so that all survive the killing of the program.
 void Recorder::write_line(std::string line)
 {
     line += '\n';
@@ -205,7 +205,7 @@ void Recorder::write_line(std::string line)
         stop(file_.problem());
 }
 
-// Needs no memory: the lack of it can be the reason.
+// Allocates nothing: lack of memory can be the reason.
 void Recorder::stop(const char* reason) noexcept
 {
     if (std::exchange(has_ended_, true))

@@ -31,13 +31,13 @@ struct Span {
     Time end;
 };
 
-/// How often pieces of this length were sent one after the other.
+/// The number of consecutive pieces of this length.
 struct SizeRun {
     std::uint64_t count;
     std::uint32_t length;
 };
 
-/// A piece of a message that is being sent, as it was given to the platform.
+/// A piece of a message, as given to the platform.
 struct DataCall {
     unsigned handle;
     const void* data;
@@ -59,15 +59,15 @@ public:
 
     [[nodiscard]] Time now() const;
 
-    /// The number of a handle: 0 for none, the next number for one that was never seen.
+    /// The number of a handle: 0 for null, the next number for an unknown one.
     unsigned number_of(const MW_HANDLE* handle);
-    /// Gives a new handle its number, whatever its address stood for before.
+    /// Gives a new handle its number, even if its address was in use before.
     unsigned opened(const MW_HANDLE* handle);
     void closed(const MW_HANDLE* handle);
 
     void add(std::string_view function, const Span& span, const Json& in, std::uint32_t result,
              const Json& got);
-    /// Adds a piece of a message. Pieces that follow each other without failure are one record.
+    /// Adds a piece of a message. Consecutive pieces without failure are one record.
     void add_data(const DataCall& call, const Span& span, std::uint32_t result);
 
     /// Writes what is still gathered.
@@ -86,7 +86,7 @@ public:
     }
 
 private:
-    /// The pieces of a thread's message that are not written yet.
+    /// The unwritten pieces of a thread's message.
     struct Pieces {
         unsigned handle = 0;
         std::uint32_t timeout = 0;
@@ -117,11 +117,11 @@ private:
     unsigned last_handle_ = 0;
 };
 
-/// A number that no other thread of this process has or had.
+/// A number that this process gives to no other thread, even later.
 [[nodiscard]] std::uint64_t thread_identity();
 
-/// A recorder that writes to the file that an environment variable names, and what it gathered at the end of
-/// the process; null when the variable is not set or empty, or when no memory is left, which is reported.
+/// A recorder to the file that an environment variable names. It is flushed when the process ends.
+/// @return null if the variable is unset or empty, or if no memory is left, which is reported
 std::unique_ptr<Recorder> recorder_from_environment(const char* variable, std::string_view provider);
 
 } // namespace mwtrace

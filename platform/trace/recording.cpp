@@ -12,7 +12,7 @@ namespace mwtrace
 namespace
 {
 
-// What a trace may ask of the reader's memory.
+// Limits of the memory that reading a trace takes.
 constexpr std::size_t LARGEST_FILE = std::size_t{512} << 20;
 constexpr std::size_t LONGEST_LINE = std::size_t{64} << 20;
 constexpr std::size_t MOST_VALUES_A_LINE = std::size_t{1} << 20;
@@ -21,7 +21,7 @@ constexpr std::size_t DEEPEST_VALUE = 8;
 constexpr std::string_view PIECES = mwapi::CALL<mwapi::Function::MwKSBSendMessageDataEx>.name;
 
 /// Parses a line without ever holding more than a small part of a hostile one.
-/// @return null when the line is no JSON or asks for too much
+/// @return null if the line is not JSON or exceeds a limit
 Json parse_json(std::string_view line)
 {
     return Json::parse(line, {DEEPEST_VALUE, MOST_VALUES_A_LINE}).value_or(Json{});

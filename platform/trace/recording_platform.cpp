@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A platform in front of another one: hands every call on and records it.
+// A platform that wraps another: passes on every call and records it.
 #include "recording_platform.h"
 
 #include "call_json.h"
@@ -36,14 +36,14 @@ Json RecordedCall::written_by(std::uint32_t result) const
         const bool cleared = closing_ != nullptr && *values_.front().pointer<MW_HANDLE*>() == nullptr;
         return cleared ? Json{{"handle", 0}} : Json{};
     }
-    // Callers take an error text whatever the result.
+    // Callers read an error text whatever the result.
     if (result != 0 && function_ != mwapi::Function::MwErr2Text)
         return {};
     return written(mwapi::describe(function_), values_,
                    [&](const MW_HANDLE* handle) { return recorder_.opened(handle); });
 }
 
-// A large load makes half a million of these, so they go to the recorder without a detour over JSON.
+// A large load makes half a million of these calls, so they reach the recorder without a detour through JSON.
 std::uint32_t RecordingPlatform::send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
                                            std::uint32_t timeout)
 {

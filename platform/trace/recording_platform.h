@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// A platform in front of another one: hands every call on and records it.
+// A platform that wraps another: passes on every call and records it.
 #ifndef MWTRACE_RECORDING_PLATFORM_H
 #define MWTRACE_RECORDING_PLATFORM_H
 
@@ -13,9 +13,9 @@ namespace mwtrace
 class RecordedCall
 {
 public:
-    /// Notes the arguments and the time. To be made just before the call.
+    /// Notes the arguments and the time. Construct it just before the call.
     RecordedCall(Recorder& recorder, mwapi::Function function, mwapi::Values values) noexcept;
-    /// Writes the record. To be called just after the call.
+    /// Writes the record. Call it just after the call.
     void end(std::uint32_t result) noexcept;
 
 private:

@@ -51,9 +51,8 @@ RegularFile::RegularFile(int folder, const char* path, int flags) noexcept
         open(folder, path, flags);
 }
 
-// Opening a device can have an effect and opening a FIFO can wait, so the kind is asked for first. What is
-// open in the end need not be what was asked about, hence the second look and O_NONBLOCK; nothing is emptied
-// before it.
+// Opening a device can have an effect and opening a FIFO can block, so the kind is checked first. The file
+// may be replaced in between, hence O_NONBLOCK and the second check; nothing is emptied before it.
 void RegularFile::open(int folder, const char* path, int flags) noexcept
 {
     struct stat status {
@@ -109,7 +108,7 @@ bool RegularFile::close() noexcept
 
 bool RegularFile::fail() noexcept
 {
-    problem_ = std::strerror(errno); // NOLINT(concurrency-mt-unsafe): glibc's is safe
+    problem_ = std::strerror(errno); // NOLINT(concurrency-mt-unsafe): safe in glibc
     if (descriptor_ != -1)
         (void)::close(std::exchange(descriptor_, -1));
     return false;

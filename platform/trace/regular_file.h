@@ -11,8 +11,8 @@
 namespace mwtrace
 {
 
-/// An open file, or the reason why there is none. A folder, a FIFO or a device is refused: it is neither
-/// waited for nor opened. No operation needs memory or throws.
+/// An open file, or the reason why there is none. A folder, a FIFO or a device is refused without opening it
+/// or waiting for it. No operation allocates or throws.
 // Choice: no exceptions for devices (docs/decisions/0026-regular-files.md).
 class RegularFile
 {

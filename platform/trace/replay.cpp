@@ -12,7 +12,7 @@ namespace mwtrace
 namespace
 {
 
-constexpr std::size_t LONGEST_CALL_TEXT = 88; // two of them and the words around fit an error text
+constexpr std::size_t LONGEST_CALL_TEXT = 88; // two of them and the words between them fit an error text
 constexpr std::size_t SHOWN_BYTES = 8;
 constexpr const char* NO_MEMORY_WORDS = "no memory is left for the replay";
 constexpr std::string_view DATA_FUNCTION = mwapi::CALL<mwapi::Function::MwKSBSendMessageDataEx>.name;
@@ -85,7 +85,7 @@ Replay::Replay(const std::string& path) noexcept
     }
 }
 
-// What is in hand may be half done, so that later calls cannot be compared any more.
+// The current call may be half done, so later calls cannot be compared.
 std::uint32_t Replay::give_up() noexcept
 {
     const std::lock_guard lock{mutex_};
@@ -130,7 +130,7 @@ std::optional<Record> Replay::answer(std::string_view function, const Json& in)
     return record;
 }
 
-// Half a million of these make one large load, so they are compared without a detour over JSON.
+// A large load makes half a million of these calls, so they are compared without a detour through JSON.
 std::uint32_t Replay::answer_data(const MW_HANDLE* handle, const void* data, std::uint32_t length,
                                   std::uint32_t timeout)
 {
@@ -164,8 +164,8 @@ std::uint32_t Replay::answer_data(const MW_HANDLE* handle, const void* data, std
     return result;
 }
 
-/// The recorded thread that stands for the calling one. A new one takes the first whose next call is its
-/// own; when there is none, the first that is free is what it departs from, or null.
+/// The recorded thread for the calling one. A new thread takes the first free one whose next call is the
+/// same, otherwise departs from the first free one, or null.
 template <class Matches>
 Replay::Lane* Replay::this_thread(Matches matches)
 {
@@ -194,7 +194,7 @@ const Record* Replay::look_at(Lane& lane) const
     return lane.current ? &*lane.current : nullptr;
 }
 
-/// The next call of a lane that was looked at.
+/// The next call of a lane; look_at() has read it.
 std::string Replay::expected_text(const Lane& lane)
 {
     const Record& record = *lane.current;
@@ -230,7 +230,7 @@ unsigned Replay::number_of(const MW_HANDLE* handle)
     if (handle == nullptr)
         return 0;
     const std::lock_guard lock{mutex_};
-    // Numbers of handles that were opened elsewhere follow on those given so far, as in a recording.
+    // A handle that was opened elsewhere takes the next number, as in a recording.
     const auto [place, is_new] = numbers_.try_emplace(handle, strangers_ + 1);
     if (is_new)
         ++strangers_;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Answers platform calls from a recording, as long as they are the recorded ones.
+// Answers platform calls from a recording, as long as they match it.
 #ifndef MWTRACE_REPLAY_H
 #define MWTRACE_REPLAY_H
 
@@ -16,7 +16,7 @@
 namespace mwtrace
 {
 
-/// What a replayed handle leads to: nothing but its number.
+/// What a replayed handle points to: only its number.
 struct ReplayedHandle {
     unsigned number;
 };
@@ -25,18 +25,18 @@ struct ReplayedHandle {
 inline constexpr std::uint32_t BAD_TRACE = 0xE1000001;
 /// The run departs, or has departed, from the recording; the text names both calls.
 inline constexpr std::uint32_t DEPARTED = 0xE1000002;
-/// No memory is left to go on with the replay.
+/// No memory is left to continue the replay.
 inline constexpr std::uint32_t NO_MEMORY = 0xE1000003;
 
-/// Several threads are matched with those of the recording by their first calls.
+/// Matches threads with those of the recording by their first calls.
 class Replay
 {
 public:
     /// A trace that cannot be used makes every call fail.
     explicit Replay(const std::string& path) noexcept;
 
-    /// The recorded answer to a call, or nothing when the run departs from the recording: then status() says
-    /// what the call is to return.
+    /// The recorded answer to a call; nothing if the run departs from the recording: the call must then
+    /// return status().
     std::optional<Record> answer(std::string_view function, const Json& in);
     /// The same for a piece of a message.
     /// @return its result
@@ -46,7 +46,7 @@ public:
     [[nodiscard]] std::uint32_t status();
     /// The words for status().
     [[nodiscard]] std::string words();
-    /// The same, cut to the buffer of an error text. Needs no memory.
+    /// The same, cut to the buffer of an error text. Allocates nothing.
     void write_words(char* text);
 
     /// Performs an action of a call. If it lacks memory, this and all further calls fail with NO_MEMORY.
@@ -66,17 +66,17 @@ public:
     MW_HANDLE* open(unsigned number);
     void close(const MW_HANDLE* handle);
 
-    /// What the recording still holds when the run is over; empty when nothing, or after a departure.
+    /// The calls left in the recording at the end of a run; empty if there are none, or after a departure.
     [[nodiscard]] std::string rest();
 
 private:
-    /// One thread of the recording: its records, and how far they were replayed.
+    /// One thread of the recording: its records and how far they have been replayed.
     struct Lane {
         std::vector<std::size_t> records;
         std::size_t next = 0;
         bool claimed = false;
-        std::optional<Record> current; ///< the next record, once it was looked at
-        // How far the pieces of the current record were replayed.
+        std::optional<Record> current; ///< the next record, once read
+        // How far the pieces of the current record have been replayed.
         std::size_t size_run = 0;
         std::uint64_t done_in_run = 0;
         std::size_t data_at = 0;
@@ -97,7 +97,7 @@ private:
     std::vector<Lane> lanes_;
     std::map<std::uint64_t, Lane*> threads_;
     std::size_t calls_ = 0;
-    std::list<ReplayedHandle> handles_; ///< all ever given out, so that none is given twice
+    std::list<ReplayedHandle> handles_; ///< never removed, so that no address is given out twice
     std::map<const MW_HANDLE*, unsigned> numbers_;
     unsigned strangers_ = 0;
 };

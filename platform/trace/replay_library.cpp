@@ -12,7 +12,7 @@ namespace mwtrace
 namespace
 {
 
-/// Tells at the end of the process which calls of the recording the run has left out.
+/// Reports at the end of the process which calls of the recording the run has left out.
 class TellRest
 {
 public:
@@ -31,7 +31,7 @@ public:
     ReplayingPlatform* platform = nullptr;
 };
 
-/// It lives as long as the process: the host may call until its very end.
+/// Never destroyed: the host may call until the process ends.
 ReplayingPlatform* platform_of_environment()
 {
     static TellRest at_exit;

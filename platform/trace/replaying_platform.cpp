@@ -20,7 +20,7 @@ std::uint32_t ReplayingPlatform::answer(mwapi::Function function, mwapi::Values 
     return record->result;
 }
 
-// When the recording cannot answer, the words say why.
+// If the recording cannot answer, the text gives the reason.
 std::uint32_t ReplayingPlatform::error_text(std::uint32_t code, char* text)
 {
     if (replay_.status() == 0) {

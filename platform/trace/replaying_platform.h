@@ -28,7 +28,7 @@ public:
         return replay_.attempt([&] { return replay_.answer_data(handle, data, length, timeout); });
     }
 
-    /// What the recording still holds when the run is over; empty when nothing, or after a departure.
+    /// The calls left in the recording at the end of a run; empty if there are none, or after a departure.
     [[nodiscard]] std::string rest() { return replay_.rest(); }
 
 private:

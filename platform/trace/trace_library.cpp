@@ -15,7 +15,7 @@ namespace mwtrace
 namespace
 {
 
-/// What every function returns when there is nothing to hand the call on to.
+/// What every function returns if there is no platform to pass the call on to.
 constexpr std::uint32_t NO_PROVIDER = 0xE2000001;
 
 std::string variable(const char* name)
@@ -30,8 +30,8 @@ const void* in_this_library()
     return reinterpret_cast<const void*>(&variable);
 }
 
-/// Whether a function is of this library. Its name alone does not tell: the host may have one of that name,
-/// which then stands for ours as well.
+/// Whether a function is in this library. Comparing it with ours by name does not work: a host's function of
+/// that name replaces ours.
 bool is_our_own(decltype(&::MwOpenS) function)
 {
     Dl_info given{};
@@ -40,7 +40,7 @@ bool is_our_own(decltype(&::MwOpenS) function)
            dladdr(in_this_library(), &ours) != 0 && given.dli_fbase == ours.dli_fbase;
 }
 
-/// The virtual carriers beside this library, else wherever the system finds them.
+/// The virtual carriers in the folder of this library, else wherever the system finds them.
 std::string virtual_carriers()
 {
     const std::string beside = mwapi::file_beside(in_this_library(), "libmwvirtual.so");
@@ -48,8 +48,7 @@ std::string virtual_carriers()
     return std::filesystem::exists(beside, unreadable) ? beside : "libmwvirtual.so";
 }
 
-/// In front of the provider that is wished for. What it is made of lives as long as the process: the host may
-/// call until its very end.
+/// A recorder of the named provider. Nothing of it is destroyed: the host may call until the process ends.
 mwapi::Platform* make_platform(const std::string& wish)
 {
     const std::string provider = wish.empty()        ? mwapi::USUAL_PROVIDER

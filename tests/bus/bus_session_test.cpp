@@ -115,55 +115,31 @@ Err2Text 0x80000001
     EXPECT_EQ(session.handle, nullptr);
 }
 
-TEST_F(BusSession, Error9202WhenTheReadStatusCannotBePrepared)
+TEST_F(BusSession, Error9202OrError9203WhenAStatusCannotBePrepared)
 {
-    platform.fail("InitIoStatus", 1, 0x77);
-    EXPECT_EQ(open("mwc4a", 0),
-              Fails("Error 9202. Cannot initialise ReadIoStatus, board \"mwc4a 0\" (api 0x77)."));
-    EXPECT_EQ(bus_transcript(), R"(
-OpenS "mwc4a" 0 "ksb"
-InitIoStatus
-Err2Text 0x77
-)");
-    EXPECT_EQ(platform.open_handles(), 1) << "the caller closes the device";
-    session.Close_KSB();
+    const std::string texts[] = {"Error 9202. Cannot initialise ReadIoStatus",
+                                 "Error 9203. Cannot initialise WriteIoStatus"};
+    for (int nth = 1; nth <= 2; ++nth) {
+        clear_log();
+        platform.fail("InitIoStatus", nth);
+        EXPECT_EQ(open("mwc4a", 0), Fails(texts[nth - 1] + ", board \"mwc4a 0\" (api 0x77)."));
+        std::vector<std::string> calls{"OpenS \"mwc4a\" 0 \"ksb\"", "InitIoStatus", "Err2Text 0x77"};
+        if (nth == 2)
+            calls.insert(calls.begin() + 1, "InitIoStatus");
+        EXPECT_EQ(bus(), calls);
+        EXPECT_EQ(platform.open_handles(), 1) << "the caller closes the device";
+        session.Close_KSB();
+    }
 }
 
-TEST_F(BusSession, Error9203WhenTheWriteStatusCannotBePrepared)
+TEST_F(BusSession, Error9201TakesThePlatformsWordsAsTheyAreUpTo255Characters)
 {
-    platform.fail("InitIoStatus", 2, 0x78);
-    EXPECT_EQ(open("mwc4a", 0),
-              Fails("Error 9203. Cannot initialise WriteIoStatus, board \"mwc4a 0\" (api 0x78)."));
-    EXPECT_EQ(bus_transcript(), R"(
-OpenS "mwc4a" 0 "ksb"
-InitIoStatus
-InitIoStatus
-Err2Text 0x78
-)");
-    session.Close_KSB();
-}
-
-TEST_F(BusSession, Error9201TakesWordsOf255CharactersFromThePlatform)
-{
-    platform.set_error_text(0x77, std::string(255, 'w'));
-    platform.fail("OpenS");
-    EXPECT_EQ(open("mwc4a", 0), Fails("Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
-                                      std::string(255, 'w') + ")."));
-}
-
-TEST_F(BusSession, Error9201CutsWordsThatThePlatformDoesNotEnd)
-{
-    platform.set_error_text(0x77, std::string(256, 'w'));
-    platform.fail("OpenS");
-    EXPECT_EQ(open("mwc4a", 0), Fails("Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
-                                      std::string(255, 'w') + ")."));
-}
-
-TEST_F(BusSession, Error9201TakesPercentSignsInThePlatformsWordsAsTheyAre)
-{
-    platform.set_error_text(0x77, "100%n %s");
-    platform.fail("OpenS");
-    EXPECT_EQ(open("mwc4a", 0), Fails("Error 9201. Cannot open KSB device on board \"mwc4a 0\" (100%n %s)."));
+    for (const std::string& words : {std::string(255, 'w'), std::string(256, 'w'), std::string{"100%n %s"}}) {
+        platform.set_error_text(0x77, words);
+        platform.fail("OpenS");
+        EXPECT_EQ(open("mwc4a", 0), Fails("Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
+                                          words.substr(0, 255) + ")."));
+    }
 }
 
 /// Sends inside a message that has been begun.
@@ -196,27 +172,32 @@ protected:
     int flush() { return session.BufferedKsbSendMessageData(session.handle, nullptr, 0, 5000); }
 };
 
-TEST_F(SendBuffer, Sends13BytesAsAPieceOf8AndTheRestWhenFlushed)
+// It holds 8192 bytes.
+TEST_F(SendBuffer, SendsPiecesOf8AndTheRestWhenFlushed)
 {
-    EXPECT_EQ(send(13), 0);
-    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000\n");
-    EXPECT_EQ(session.send_count, 5U);
-    EXPECT_EQ(flush(), 0);
-    EXPECT_EQ(session.send_count, 0U);
-    EXPECT_EQ(flush(), 0);
-    EXPECT_EQ(bus_transcript(), R"(
-SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
-SendMessageDataEx 09 0A 0B 0C 0D timeout 5000
-)");
-}
-
-TEST_F(SendBuffer, SendsTwiceFourBytesAsOnePiece)
-{
-    EXPECT_EQ(send(4, 1), 0);
-    EXPECT_EQ(bus_transcript(), "\n");
-    EXPECT_EQ(send(4, 5), 0);
-    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000\n");
-    EXPECT_EQ(session.send_count, 0U);
+    const std::string numbers =
+        hex(bytes("01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 10 11 12 13 14 15 16 17 18"));
+    for (const std::vector<std::size_t>& parts :
+         {std::vector<std::size_t>{13}, {4, 4}, {24}, std::vector<std::size_t>(17, 1), {0, 3, 0}}) {
+        clear_log();
+        std::size_t sent = 0;
+        for (const std::size_t size : parts) {
+            EXPECT_EQ(send(size, static_cast<std::uint8_t>(sent + 1)), 0);
+            sent += size;
+        }
+        std::vector<std::string> pieces;
+        for (std::size_t at = 0; at < sent; at += 8)
+            pieces.push_back("SendMessageDataEx " +
+                             numbers.substr(3 * at, 3 * std::min<std::size_t>(8, sent - at) - 1) +
+                             " timeout 5000");
+        EXPECT_EQ(session.send_count, sent % 8);
+        EXPECT_EQ(bus(), std::vector<std::string>(pieces.begin(),
+                                                  pieces.begin() + static_cast<std::ptrdiff_t>(sent / 8)));
+        EXPECT_EQ(flush(), 0);
+        EXPECT_EQ(session.send_count, 0U);
+        EXPECT_EQ(flush(), 0);
+        EXPECT_EQ(bus(), pieces);
+    }
 }
 
 TEST_F(SendBuffer, IsEmptyAfterAFailedFlush)
@@ -227,17 +208,6 @@ TEST_F(SendBuffer, IsEmptyAfterAFailedFlush)
     EXPECT_EQ(session.send_count, 0U);
     EXPECT_EQ(flush(), 0);
     EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 03 timeout 5000\n");
-}
-
-TEST_F(SendBuffer, SendsAtEightBytesAlthoughItHolds8192)
-{
-    EXPECT_EQ(send(24), 0);
-    EXPECT_EQ(bus_transcript(), R"(
-SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
-SendMessageDataEx 09 0A 0B 0C 0D 0E 0F 10 timeout 5000
-SendMessageDataEx 11 12 13 14 15 16 17 18 timeout 5000
-)");
-    EXPECT_EQ(session.send_count, 0U);
 }
 
 TEST_F(SendBuffer, SendsWholePiecesFromWhereTheyAre)
@@ -253,27 +223,6 @@ TEST_F(SendBuffer, SendsWholePiecesFromWhereTheyAre)
     // Three more bytes complete the piece in the buffer.
     EXPECT_EQ(send_data(19), (Addresses{session.send_buffer, data.data() + 3, data.data() + 11}));
     EXPECT_EQ(session.send_count, 0U);
-}
-
-TEST_F(SendBuffer, GathersSingleBytes)
-{
-    for (std::uint8_t i = 1; i <= 17; ++i)
-        EXPECT_EQ(send(1, i), 0);
-    EXPECT_EQ(bus_transcript(), R"(
-SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
-SendMessageDataEx 09 0A 0B 0C 0D 0E 0F 10 timeout 5000
-)");
-    EXPECT_EQ(session.send_count, 1U);
-    EXPECT_EQ(session.send_buffer[0], 17);
-}
-
-TEST_F(SendBuffer, SendsNothingForNoBytes)
-{
-    EXPECT_EQ(send(0), 0);
-    send(3);
-    EXPECT_EQ(send(0), 0);
-    EXPECT_EQ(session.send_count, 3U);
-    EXPECT_EQ(bus_transcript(), "\n");
 }
 
 TEST_F(SendBuffer, DropsTheRestOfTheDataWhenAPieceCannotBeSent)
@@ -314,17 +263,21 @@ TEST_F(SendBuffer, NamesTheByteThatFilledThePieceThatCouldNotBeSent)
     }
 }
 
-TEST_F(SendBuffer, TellsOfAFailureWithoutAMessage)
+TEST_F(SendBuffer, PassesACodeOf32BitsOnWithoutAMessage)
 {
-    platform.fail_call(1, 0x77);
-    EXPECT_EQ(send(8), 0x77);
+    platform.fail_call(1, 0x80000001);
+    EXPECT_EQ(static_cast<std::uint32_t>(send(8)), 0x80000001U);
     EXPECT_EQ(result(0), Succeeds());
 }
 
-TEST_F(SendBuffer, KeepsItsTimeOutWhateverTheArgument)
+TEST_F(SendBuffer, KeepsItsTimeOutAndIsFlushedByNullDataWhateverTheArguments)
 {
-    EXPECT_EQ(send(8, 1, 1), 0);
-    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000\n");
+    EXPECT_EQ(send(10, 1, 1), 0);
+    EXPECT_EQ(session.BufferedKsbSendMessageData(session.handle, nullptr, 99, 5000), 0);
+    EXPECT_EQ(bus_transcript(), R"(
+SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000
+SendMessageDataEx 09 0A timeout 5000
+)");
 }
 
 TEST_F(SendBuffer, SendsOnTheHandleItIsGiven)
@@ -341,16 +294,4 @@ SendMessageDataEx 09 timeout 5000 on caller handle
 )");
 }
 
-TEST_F(SendBuffer, IsFlushedByNullDataWhateverTheLength)
-{
-    send(2);
-    EXPECT_EQ(session.BufferedKsbSendMessageData(session.handle, nullptr, 99, 5000), 0);
-    EXPECT_EQ(bus_transcript(), "\nSendMessageDataEx 01 02 timeout 5000\n");
-}
-
-TEST_F(SendBuffer, PassesACodeOf32BitsOn)
-{
-    platform.fail_call(1, 0x80000001);
-    EXPECT_EQ(static_cast<std::uint32_t>(send(8)), 0x80000001U);
-}
 } // namespace

@@ -47,79 +47,55 @@ TEST_F(ModuleIdentification, AsksAModuleOnAnotherBoardDirectly)
 )");
 }
 
-TEST_F(ModuleIdentification, TakesTheRecordsWordFromAnFpgaModuleOfModel3)
+// The record says one thing, the answer the other: only the one that counts is taken.
+TEST_F(ModuleIdentification, AsksAboutCompressionFromModel4OrAnIoModulesModel5OnAndTakesTheByte1ForYes)
 {
-    module(fpga_module(3).set(29, 1));
-    EXPECT_EQ(check(), Succeeds());
-    EXPECT_EQ(session.supports_compressed_loading, 1U);
-    EXPECT_EQ(transcript(), R"(
+    const auto answering = [](Module module, std::uint8_t answer) {
+        module.compression_reply = {answer};
+        return module;
+    };
+    const struct {
+        Module module;
+        const char* name;
+        bool is_asked;
+        bool supports;
+    } rows[] = {{fpga_module(0).set(29, 1), "FPGA0 version 1", false, true},
+                {answering(fpga_module(3).set(29, 1), 0), "FPGA3 version 1", false, true},
+                {answering(fpga_module(3).set(29, 2), 1), "FPGA3 version 1", false, false},
+                {fpga_module(3).set(29, 255), "FPGA3 version 1", false, false},
+                {answering(fpga_module(4).version(7).set(29, 1), 0), "FPGA4 version 7", true, false},
+                {answering(fpga_module(255), 2), "FPGA255 version 1", true, false},
+                {answering(fpga_module(255), 1), "FPGA255 version 1", true, true},
+                {answering(io_module(4).set(29, 1), 0), "IO4 version 1", false, true},
+                {io_module(4).set(29, 0), "IO4 version 1", false, false},
+                {answering(io_module(5), 1), "IO5 version 1", true, true}};
+    for (const auto& row : rows)
+        for (const bool verbose : {false, true}) {
+            clear_log();
+            module(row.module);
+            session.verbose = verbose ? 1 : 0;
+            session.supports_compressed_loading = row.supports ? 0 : 1;
+            EXPECT_EQ(check(), Succeeds());
+            EXPECT_EQ(session.supports_compressed_loading, row.supports ? 1U : 0U);
+            std::string expected = R"(
 | \n\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x2 (via 'mwc4a 0')\n
 * GetBoardInfo "mwc4a" 0
 * SendMessageEx type 1 board 0 slot 2 length 0 timeout 5000
 * ReceiveMessageEx board 0 slot 2 size 30 timeout 5000
-| The module in slot 0x2 is a KAVRIN-FPGA3 version 1.\n
-| The module supports loading of compressed bitstreams.\n
+)";
+            if (verbose)
+                expected += "| Second module type " + std::to_string(row.module.record[0]) + ".\\n\n";
+            if (row.is_asked)
+                expected += "* SendMessageEx type 11 board 0 slot 2 length 0 timeout 5000\n"
+                            "* ReceiveMessageEx board 0 slot 2 size 30 timeout 5000\n";
+            EXPECT_EQ(transcript(),
+                      expected + "| The module in slot 0x2 is a KAVRIN-" + row.name + ".\\n\n" +
+                          (row.supports ? "| The module supports" : "| The module does NOT support") +
+                          R"( loading of compressed bitstreams.\n
 | The FPGA on this module is a 2v3000 device, in an fg676 package.\n
 | The FPGA speed grade is -4.\n
 )");
-}
-
-TEST_F(ModuleIdentification, AsksAnFpgaModuleOfModel4)
-{
-    // Its record says yes, and does not count.
-    module(fpga_module(4).version(7).set(29, 1)).compression_reply = 0;
-    EXPECT_EQ(check(), Succeeds());
-    EXPECT_EQ(session.supports_compressed_loading, 0U);
-    EXPECT_EQ(transcript(), R"(
-| \n\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x2 (via 'mwc4a 0')\n
-* GetBoardInfo "mwc4a" 0
-* SendMessageEx type 1 board 0 slot 2 length 0 timeout 5000
-* ReceiveMessageEx board 0 slot 2 size 30 timeout 5000
-* SendMessageEx type 11 board 0 slot 2 length 0 timeout 5000
-* ReceiveMessageEx board 0 slot 2 size 30 timeout 5000
-| The module in slot 0x2 is a KAVRIN-FPGA4 version 7.\n
-| The module does NOT support loading of compressed bitstreams.\n
-| The FPGA on this module is a 2v3000 device, in an fg676 package.\n
-| The FPGA speed grade is -4.\n
-)");
-}
-
-TEST_F(ModuleIdentification, TakesTheRecordsWordFromAnIoModuleOfModel4)
-{
-    module(io_module(4).set(29, 1)).compression_reply = 0;
-    EXPECT_EQ(check(), Succeeds());
-    EXPECT_EQ(session.supports_compressed_loading, 1U);
-    EXPECT_EQ(transcript(), R"(
-| \n\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x2 (via 'mwc4a 0')\n
-* GetBoardInfo "mwc4a" 0
-* SendMessageEx type 1 board 0 slot 2 length 0 timeout 5000
-* ReceiveMessageEx board 0 slot 2 size 30 timeout 5000
-| The module in slot 0x2 is a KAVRIN-IO4 version 1.\n
-| The module supports loading of compressed bitstreams.\n
-| The FPGA on this module is a 2v3000 device, in an fg676 package.\n
-| The FPGA speed grade is -4.\n
-)");
-}
-
-TEST_F(ModuleIdentification, AsksAnIoModuleOfModel5)
-{
-    module(io_module(5)).compression_reply = 1;
-    session.verbose = 1;
-    EXPECT_EQ(check(), Succeeds());
-    EXPECT_EQ(session.supports_compressed_loading, 1U);
-    EXPECT_EQ(transcript(), R"(
-| \n\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x2 (via 'mwc4a 0')\n
-* GetBoardInfo "mwc4a" 0
-* SendMessageEx type 1 board 0 slot 2 length 0 timeout 5000
-* ReceiveMessageEx board 0 slot 2 size 30 timeout 5000
-| Second module type 4.\n
-* SendMessageEx type 11 board 0 slot 2 length 0 timeout 5000
-* ReceiveMessageEx board 0 slot 2 size 30 timeout 5000
-| The module in slot 0x2 is a KAVRIN-IO5 version 1.\n
-| The module supports loading of compressed bitstreams.\n
-| The FPGA on this module is a 2v3000 device, in an fg676 package.\n
-| The FPGA speed grade is -4.\n
-)");
+        }
 }
 
 TEST_F(ModuleIdentification, Error9225AndError9228ShowTheWrongAnswersTypeInDecimal)
@@ -170,23 +146,15 @@ TEST_F(ModuleIdentification, Error9062WhenTheReplyIsOfAnotherType)
     }
 }
 
-TEST_F(ModuleIdentification, Error9220WhenTheSlotIsEmpty)
+TEST_F(ModuleIdentification, Error9220Or9221Or9222TellsWhatTheSlotLacks)
 {
     EXPECT_EQ(check(), Fails("Error 9220. There is no module in slot 2 of board mwc4a 0."));
     EXPECT_EQ(transcript(), R"(
 | \n\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x2 (via 'mwc4a 0')\n
 * GetBoardInfo "mwc4a" 0
 )");
-}
-
-TEST_F(ModuleIdentification, Error9221WhenTheModuleIsAProcessorModule)
-{
     module(processor_module());
     EXPECT_EQ(check(), Fails("Error 9221. The module in slot 2 of board mwc4a 0 is a processor module."));
-}
-
-TEST_F(ModuleIdentification, Error9222WhenTheModuleHasNoSerialBus)
-{
     module(module_without_bus());
     EXPECT_EQ(check(),
               Fails("Error 9222. The module in slot 2 of board mwc4a 0 does not have a serial bus."));
@@ -283,9 +251,9 @@ TEST_F(ModuleIdentification, FindsTheKindOfTheSlot)
         for (std::uint32_t slot = 1; slot <= 4; ++slot) {
             FakePlatform other;
             Module what;
-            what.present = row.present;
-            what.is_processor = row.is_processor;
-            what.has_bus = row.has_bus;
+            what.info[0] = row.present;
+            what.info[1] = row.is_processor;
+            what.info[2] = row.has_bus;
             other.board("mwc4a", 5).slot(slot, what);
             int kind = 99;
             EXPECT_EQ(session.Test_If_Proc_Module("mwc4a", 5, static_cast<int>(0x50 | slot), &kind), 0);
@@ -335,30 +303,6 @@ TEST_F(ModuleIdentification, QueryPassesTheSizeItIsGiven)
     EXPECT_EQ(session.Query_Module_Type(0x02, record, 3, &type), 0);
     EXPECT_EQ(bus().back(), "ReceiveMessageEx board 0 slot 2 size 3 timeout 5000");
     EXPECT_EQ(record[3], 0);
-}
-
-TEST_F(ModuleIdentification, KnowsCompressionOnlyByTheByte1)
-{
-    struct Row {
-        Module module;
-        std::uint32_t supports;
-    };
-    Module asked = fpga_module(255);
-    asked.compression_reply = 2;
-    Module asked_yes = fpga_module(255);
-    asked_yes.compression_reply = 1;
-    const Row rows[] = {{fpga_module(0).set(29, 1), 1},
-                        {fpga_module(3).set(29, 2), 0},
-                        {fpga_module(3).set(29, 255), 0},
-                        {io_module(4).set(29, 0), 0},
-                        {asked, 0},
-                        {asked_yes, 1}};
-    for (const Row& row : rows) {
-        module(row.module);
-        session.supports_compressed_loading = 1;
-        EXPECT_EQ(check(), Succeeds());
-        EXPECT_EQ(session.supports_compressed_loading, row.supports);
-    }
 }
 
 TEST_F(ModuleIdentification, KeepsTheDeviceAndItsFamily)

@@ -153,71 +153,42 @@ TEST_F(ModuleSearch, PassesOverAModuleOfAnotherTypeWithoutAQuestionToError9096)
 )");
 }
 
-TEST_F(ModuleSearch, AsksAnIoModuleAboutCompressionFromModel5On)
+// Records and answers contradict each other: only the one that counts is taken.
+TEST_F(ModuleSearch, AsksAboutCompressionFromModel4OrAnIoModulesModel5On)
 {
-    module(1, io_module(4).accepts_compressed());
-    module(2, io_module(5).accepts_compressed());
-    answer("n");
-    answer("y");
-    EXPECT_EQ(search(), Succeeds());
-    EXPECT_EQ(found, 0x02);
-    EXPECT_EQ(session.supports_compressed_loading, 1U);
-    EXPECT_EQ(bus_transcript(), R"(
-GetBoardInfo "mwc4a" 0
-SendMessageEx type 1 board 0 slot 1 length 0 timeout 5000
-ReceiveMessageEx board 0 slot 1 size 30 timeout 5000
-GetBoardInfo "mwc4a" 0
-SendMessageEx type 1 board 0 slot 2 length 0 timeout 5000
-ReceiveMessageEx board 0 slot 2 size 30 timeout 5000
-SendMessage type 11 slot 2 length 0 timeout 5000
-ReceiveMessage slot 2 size 30 timeout 5000
-)");
-}
-
-TEST_F(ModuleSearch, AsksAnFpgaModuleAboutCompressionFromModel4OnAndEndsWithError9096WhenDeclined)
-{
-    // Records and answers contradict each other: only the one that counts is taken.
-    module(1, fpga_module(3).set(29, 1)).compression_reply = 0;
-    module(2, fpga_module(4).set(29, 1)).compression_reply = 0;
-    answer("n");
-    answer("n");
-    EXPECT_EQ(search().number, 9096);
-    const std::vector<std::string> words{"The module supports loading of compressed bitstreams.\\n",
-                                         "The module does NOT support loading of compressed bitstreams.\\n"};
-    const auto texts = prints();
-    ASSERT_EQ(texts.size(), 11U);
-    EXPECT_EQ(texts[3], words[0]);
-    EXPECT_EQ(texts[8], words[1]);
-}
-
-TEST_F(ModuleSearch, AsksTheUserEvenWhenQuestionsAreOff)
-{
-    session.prompt_user = 0;
-    module(1, fpga_module(3));
-    answer("y");
-    EXPECT_EQ(search(), Succeeds());
-    EXPECT_EQ(found, 0x01);
+    for (const auto& [candidate, is_asked] : {std::pair{fpga_module(3), false},
+                                              {fpga_module(4), true},
+                                              {io_module(4), false},
+                                              {io_module(5), true}})
+        for (const std::uint8_t in_record : bytes("00 01")) {
+            clear_log();
+            Module& there = module(2, candidate);
+            there.set(29, in_record).compression_reply = {static_cast<std::uint8_t>(1 - in_record)};
+            answer("y");
+            EXPECT_EQ(search(), Succeeds());
+            EXPECT_EQ(session.supports_compressed_loading, is_asked ? 1U - in_record : in_record);
+            std::vector<std::string> calls{"GetBoardInfo \"mwc4a\" 0", "GetBoardInfo \"mwc4a\" 0",
+                                           "SendMessageEx type 1 board 0 slot 2 length 0 timeout 5000",
+                                           "ReceiveMessageEx board 0 slot 2 size 30 timeout 5000"};
+            if (is_asked)
+                calls.insert(calls.end(), {"SendMessage type 11 slot 2 length 0 timeout 5000",
+                                           "ReceiveMessage slot 2 size 30 timeout 5000"});
+            EXPECT_EQ(bus(), calls);
+        }
 }
 
 TEST_F(ModuleSearch, TakesNoAnswerButYForYesAndEndsWithError9096)
 {
-    module(1, fpga_module(3));
+    module(1, fpga_module(3).accepts_compressed());
     for (const char* text : {"n", "N", "", " y", "j", "1", "\n"}) {
         answer(text);
         EXPECT_EQ(search().number, 9096) << text;
+        EXPECT_EQ(session.supports_compressed_loading, 0U) << "that of a module which was refused";
     }
     for (const char* text : {"y", "Y", "yes", "Yo"}) {
         answer(text);
         EXPECT_EQ(search().number, 0) << text;
     }
-}
-
-TEST_F(ModuleSearch, Error9096ForgetsTheCompressionOfAModuleThatWasRefused)
-{
-    module(1, fpga_module(3).accepts_compressed());
-    answer("n");
-    EXPECT_EQ(search().number, 9096);
-    EXPECT_EQ(session.supports_compressed_loading, 0U);
 }
 
 struct Failure {
@@ -266,21 +237,18 @@ const Failure failures[] = {
 
 INSTANTIATE_TEST_SUITE_P(Calls, FailedSearch, testing::ValuesIn(failures), RowName{});
 
-// The platform is asked for the words of success, which the message then does not show.
-TEST_F(ModuleSearch, Error9092ShowsTheWrongAnswersTypeInDecimal)
+// The platform is asked for the words of success, which the message then does not show. The first number is
+// decimal in spite of its prefix.
+TEST_F(ModuleSearch, Error9092AndError9095ShowTheWrongAnswersType)
 {
-    module(2, fpga_module(4)).compression_reply_type = 0x1F;
-    EXPECT_EQ(search(), Fails("Error 9092. Error in reply to \"Do you support compressed loading?\". (Got "
-                              "0x31, expected 0xc). Board \"mwc4a 0\"."));
-    EXPECT_EQ(log().back(), "* Err2Text 0x0");
-}
-
-TEST_F(ModuleSearch, Error9095ShowsTheWrongAnswersTypeInHexadecimal)
-{
-    module(2, io_module(5)).compression_reply_type = 0x1F;
-    EXPECT_EQ(search(), Fails("Error 9095. Error in reply to \"Do you support compressed loading?\". (Got "
-                              "0x1f, expected 0xc). Board \"mwc4a 0\"."));
-    EXPECT_EQ(log().back(), "* Err2Text 0x0");
+    const std::pair<Module, std::string> rows[] = {
+        {fpga_module(4), "Error 9092. Error in reply to \"Do you support compressed loading?\". (Got 0x31, "},
+        {io_module(5), "Error 9095. Error in reply to \"Do you support compressed loading?\". (Got 0x1f, "}};
+    for (const auto& [asked, text] : rows) {
+        module(2, asked).compression_reply_type = 0x1F;
+        EXPECT_EQ(search(), Fails(text + "expected 0xc). Board \"mwc4a 0\"."));
+        EXPECT_EQ(log().back(), "* Err2Text 0x0");
+    }
 }
 
 TEST_F(ModuleSearch, Error9062WhenTheReplyIsOfAnotherType)

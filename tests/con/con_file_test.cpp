@@ -356,7 +356,7 @@ TEST_F(ConFile, ACallersHandleIsUsedAndNeverClosed)
 
 TEST_F(ConFile, PassesOnTheLoadersError9118AndError9172)
 {
-    module.status = 4;
+    module.verdict[0] = 4;
     EXPECT_EQ(process("design mwc4a 0 1\n"), Fails("Error 9118. Configuration was unsuccessful (4)."));
     EXPECT_EQ(bus().back(), "Close");
     McbFile{}.write();

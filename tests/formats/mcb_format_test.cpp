@@ -52,17 +52,6 @@ TEST(McbFormat, ANumberThatIsCutShortCannotBeRead)
     }
 }
 
-TEST(McbFormat, ATextThatFillsItsFieldEndsBehindIt)
-{
-    const std::string field(sizeof(McbText), 'x');
-    const File file = stream_of(field + "yy");
-    char text[256];
-    std::fill(std::begin(text), std::end(text), '?');
-    EXPECT_TRUE(read_mcb_text(file.get(), text));
-    EXPECT_EQ(std::string(std::begin(text), std::find(std::begin(text), std::end(text), '\0')), field);
-    EXPECT_EQ(text[sizeof(McbText)], '\0');
-}
-
 TEST(McbFormat, BothMagicNumbersMustBeRight)
 {
     const std::string right{magic, 8};
@@ -76,14 +65,10 @@ TEST(McbFormat, BothMagicNumbersMustBeRight)
     }
 }
 
-TEST(McbFormat, TextsAreFilledUpWithZeroBytes)
+TEST(McbFormat, TextsAreFilledUpWithZeroBytesOrCutSoThatOneFits)
 {
     EXPECT_EQ(stored_text("2v3000fg676"), "2v3000fg676"s + std::string(255 - 11, '\0'));
     EXPECT_EQ(stored_text(""), std::string(255, '\0'));
-}
-
-TEST(McbFormat, ATextIsCutSoThatItsZeroByteFits)
-{
     EXPECT_EQ(stored_text(std::string(254, 'x')), std::string(254, 'x') + '\0');
     EXPECT_EQ(stored_text(std::string(300, 'x')), std::string(254, 'x') + '\0');
 }

@@ -65,13 +65,17 @@ TEST(Progress, CountsWrapIn32Bits)
     EXPECT_TRUE(bits.matches());
 }
 
+namespace
+{
+struct Row {
+    std::int64_t done;
+    std::int32_t total;
+    std::int32_t percent;
+};
+} // namespace
+
 TEST(Progress, ALoadsPercentageWrapsIn32Bits)
 {
-    struct Row {
-        std::int32_t done;
-        std::int32_t total;
-        std::int32_t percent;
-    };
     constexpr Row rows[] = {
         {0, 1, 0},
         {32, 32, 100},
@@ -85,39 +89,31 @@ TEST(Progress, ALoadsPercentageWrapsIn32Bits)
         {MIN, -1, 0},
         {1, -1, -100},
         {-1, -1, 100},
+        {1 << 29, -1, MIN}, // the one quotient beyond 32 bits
+        {1 << 29, 1, MIN},
     };
     for (const Row& row : rows)
-        EXPECT_EQ(load_percent(row.done, row.total), row.percent) << row.done << " of " << row.total;
+        EXPECT_EQ(load_percent(static_cast<std::int32_t>(row.done), row.total), row.percent)
+            << row.done << " of " << row.total;
 }
 
-TEST(Progress, TheOneQuotientBeyond32BitsWraps)
+TEST(Progress, AConversionsPercentageDoesNotWrapAndIsDividedTowardZero)
 {
-    // 100 * 0x1C000000... gives 0x80000000 only for multiples of 2^29: 2^29 * 100 = 2^31 * 25.
-    EXPECT_EQ(load_percent(1 << 29, -1), MIN);
-    EXPECT_EQ(load_percent(1 << 29, 1), MIN);
-}
-
-TEST(Progress, AConversionsPercentageDoesNotWrap)
-{
-    EXPECT_EQ(conversion_percent(34292768, 34292768), 100);
-    EXPECT_EQ(conversion_percent(MAX, MAX), 100);
-    EXPECT_EQ(conversion_percent(std::int64_t{MAX} - 1, MAX), 99);
-    EXPECT_EQ(conversion_percent(19999, 60000), 33);
-    EXPECT_EQ(conversion_percent(64, 32), 200);
-}
-
-TEST(Progress, OfNothingEverythingIsConverted)
-{
-    EXPECT_EQ(conversion_percent(0, 0), 100);
-    EXPECT_EQ(conversion_percent(32, 0), 100);
-}
-
-TEST(Progress, AConversionsPercentageOfANegativeSizeIsDividedTowardZero)
-{
-    EXPECT_EQ(conversion_percent(0, -8), 0);
-    EXPECT_EQ(conversion_percent(32, -96), -33);
-    EXPECT_EQ(conversion_percent(-32, -64), 50);
-    EXPECT_EQ(conversion_percent(32, -1), -3200);
-    EXPECT_EQ(conversion_percent(20000, MIN), 0);
-    EXPECT_EQ(conversion_percent(MIN, MIN), 100);
+    constexpr Row rows[] = {
+        {34292768, 34292768, 100},
+        {MAX, MAX, 100},
+        {std::int64_t{MAX} - 1, MAX, 99},
+        {19999, 60000, 33},
+        {64, 32, 200},
+        {0, 0, 100},
+        {32, 0, 100},
+        {0, -8, 0},
+        {32, -96, -33},
+        {-32, -64, 50},
+        {32, -1, -3200},
+        {20000, MIN, 0},
+        {MIN, MIN, 100},
+    };
+    for (const Row& row : rows)
+        EXPECT_EQ(conversion_percent(row.done, row.total), row.percent) << row.done << " of " << row.total;
 }

@@ -138,37 +138,29 @@ void damage(std::string& text, std::mt19937& random)
 constexpr char ZEROS[] = "00000000000000000000000000000000";
 } // namespace
 
-TEST(RbtFormat, FindinGivesTheFirstPlaceInAnyCase)
+TEST(RbtFormat, AWordIsFoundAtItsFirstPlaceInAnyCaseAndThePositionIsLeftWithoutOne)
 {
-    std::int32_t position = -7;
-    EXPECT_EQ(findin("Bits:   12 bits: 13", "bits:", &position), 1);
-    EXPECT_EQ(position, 0);
-    EXPECT_EQ(findin("Date: BITS: 12", "bits:", &position), 1);
-    EXPECT_EQ(position, 6);
-    EXPECT_EQ(findin("x bits:", "BiTs:", &position), 1);
-    EXPECT_EQ(position, 2);
-    EXPECT_EQ(findin("bibits:", "bits:", &position), 1);
-    EXPECT_EQ(position, 2);
-}
-
-TEST(RbtFormat, FindinLeavesThePositionWhenNothingIsFound)
-{
-    std::int32_t position = -7;
-    EXPECT_EQ(findin("bits 12", "bits:", &position), 0);
-    EXPECT_EQ(findin("bit", "bits:", &position), 0);
-    EXPECT_EQ(findin("", "bits:", &position), 0);
-    EXPECT_EQ(findin("bits:", "", &position), 0);
-    EXPECT_EQ(findin("", "", &position), 0);
-    EXPECT_EQ(position, -7);
-}
-
-TEST(RbtFormat, IsinlineTellsWhetherTheWordIsThere)
-{
-    EXPECT_EQ(isinline("Number of BITS: 3\n", "bits:"), 1);
-    EXPECT_EQ(isinline("bits:", "bits:"), 1);
-    EXPECT_EQ(isinline("Date: 17/02/06\n", "bits:"), 0);
-    EXPECT_EQ(isinline("", "bits:"), 0);
-    EXPECT_EQ(isinline("bits:", ""), 0);
+    constexpr std::int32_t untouched = -7;
+    const struct {
+        const char* line;
+        const char* word;
+        std::int32_t position;
+    } rows[] = {{"Bits:   12 bits: 13", "bits:", 0},
+                {"Date: BITS: 12", "bits:", 6},
+                {"x bits:", "BiTs:", 2},
+                {"bibits:", "bits:", 2},
+                {"bits:", "bits:", 0},
+                {"bits 12", "bits:", untouched},
+                {"bit", "bits:", untouched},
+                {"", "bits:", untouched},
+                {"bits:", "", untouched},
+                {"", "", untouched}};
+    for (const auto& row : rows) {
+        std::int32_t position = untouched;
+        EXPECT_EQ(findin(row.line, row.word, &position) == 1, row.position != untouched) << row.line;
+        EXPECT_EQ(position, row.position) << row.line;
+        EXPECT_EQ(isinline(row.line, row.word) == 1, row.position != untouched) << row.line;
+    }
 }
 
 TEST(RbtFormat, OnlyTheExactTitleIsATitle)
@@ -193,44 +185,34 @@ TEST(RbtFormat, AHeaderLineIsReadUpTo254Characters)
     EXPECT_FALSE(line.read(file.get()));
 }
 
-TEST(RbtFormat, TheDeviceStandsBehindTheFirstBlanks)
+TEST(RbtFormat, TheDeviceStandsBehindTheFirstBlanksAndEndsWithItsLine)
 {
     EXPECT_EQ(device_of("Part:  \t2v3000fg676\n"), "2v3000fg676");
     EXPECT_EQ(device_of("whatever 2v3000fg676\n"), "2v3000fg676");
     EXPECT_EQ(device_of("Part:\t2v3000 fg676 \r\n"), "2v3000 fg676 \r") << "blanks and a return belong to it";
     EXPECT_EQ(device_of("Part: \n"), "");
-}
-
-TEST(RbtFormat, APartLineWithoutABlankNamesNoDevice)
-{
-    EXPECT_EQ(device_of("Part:2v3000fg676\n"), "");
+    EXPECT_EQ(device_of("Part:2v3000fg676\n"), "") << "no blank, no device";
     EXPECT_EQ(device_of("\n"), "");
-}
-
-TEST(RbtFormat, APartLineWithoutALineFeedEndsTheDeviceAtItsEnd)
-{
     EXPECT_EQ(device_of("Part: 2v3000fg676"), "2v3000fg676");
     EXPECT_EQ(device_of("P " + std::string(300, 'x')), std::string(252, 'x'));
 }
 
-TEST(RbtFormat, TheBitCountStandsBehindTheFirstBitsInAnyCase)
+TEST(RbtFormat, TheBitCountStandsBehindTheFirstBitsInAnyCaseAndSaturates)
 {
-    EXPECT_EQ(bits_of("Bits:     10494368\n"), 10494368);
-    EXPECT_EQ(bits_of("BITS:\t64"), 64);
-    EXPECT_EQ(bits_of("bits:32 bits: 64\n"), 32);
-    EXPECT_EQ(bits_of("2006/02/17 12:00:00bits:   96\n"), 96);
-    EXPECT_EQ(bits_of("bits: +12x\n"), 12);
-    EXPECT_EQ(bits_of("bits: -32\n"), -32);
-    EXPECT_EQ(bits_of("bits: many\n"), 0);
-    EXPECT_EQ(bits_of("bits:\n"), 0);
-    EXPECT_EQ(bits_of("number of bits 32\n"), -1);
-}
-
-TEST(RbtFormat, ABitCountBeyond32BitsSaturates)
-{
-    EXPECT_EQ(bits_of("bits: 2147483647\n"), 2147483647);
-    EXPECT_EQ(bits_of("bits: 2147483648\n"), 2147483647);
-    EXPECT_EQ(bits_of("bits: -99999999999999999999999\n"), -2147483647 - 1);
+    const std::pair<const char*, std::int32_t> rows[] = {
+        {"Bits:     10494368\n", 10494368},
+        {"BITS:\t64", 64},
+        {"bits:32 bits: 64\n", 32},
+        {"2006/02/17 12:00:00bits:   96\n", 96},
+        {"bits: +12x\n", 12},
+        {"bits: -32\n", -32},
+        {"bits: many\n", 0},
+        {"bits:\n", 0},
+        {"number of bits 32\n", -1},
+        {"bits: 2147483648\n", 2147483647},
+        {"bits: -99999999999999999999999\n", -2147483647 - 1}};
+    for (const auto& [line, bits] : rows)
+        EXPECT_EQ(bits_of(line), bits) << line;
 }
 
 TEST(RbtFormat, DataLinesOfTheWrongLengthStopTheReading)

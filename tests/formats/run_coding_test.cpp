@@ -47,14 +47,6 @@ Bytes coded_at_once(const Bytes& data)
     return coded(data, [&data] { return data.size(); });
 }
 
-Bytes expanded(const Bytes& pairs)
-{
-    Bytes data;
-    for (std::size_t i = 0; i < pairs.size(); i += PAIR_SIZE)
-        data.insert(data.end(), pairs[i], pairs[i + 1]);
-    return data;
-}
-
 /// Runs of random lengths up to longest, of few values.
 Bytes runs_of_random_length(std::mt19937& random, std::size_t size, unsigned longest)
 {
@@ -66,54 +58,23 @@ Bytes runs_of_random_length(std::mt19937& random, std::size_t size, unsigned lon
 }
 } // namespace
 
-TEST(RunCoding, ThreeHundredEqualBytesAreTwoRuns)
-{
-    Bytes data(300, 0xFF);
-    data.push_back(0x00);
-    EXPECT_EQ(coded_at_once(data), (Bytes{0xFF, 0xFF, 0x2D, 0xFF, 0x01, 0x00}));
-}
-
-TEST(RunCoding, BytesThatAllDifferAreRunsOfOne)
-{
-    EXPECT_EQ(coded_at_once({1, 2, 3, 4}), (Bytes{1, 1, 1, 2, 1, 3, 1, 4}));
-}
-
-TEST(RunCoding, OneLineOfZerosIsOneRun)
-{
-    EXPECT_EQ(coded_at_once({0, 0, 0, 0}), (Bytes{4, 0}));
-}
-
-TEST(RunCoding, TwoEqualBytesAndAnotherAreTwoRuns)
-{
-    EXPECT_EQ(coded_at_once({0xAA, 0xAA, 0xBB}), (Bytes{2, 0xAA, 1, 0xBB}));
-}
-
-TEST(RunCoding, NoDataIsNoCopiesOfZero)
-{
-    EXPECT_EQ(coded_at_once({}), (Bytes{0, 0}));
-}
-
-TEST(RunCoding, ARunOf255IsHeldBackUntilMoreFollows)
-{
-    const Bytes data(255, 9);
-    EXPECT_EQ(coded_at_once(data), (Bytes{255, 9}));
-    const Bytes longer(256, 9);
-    EXPECT_EQ(coded_at_once(longer), (Bytes{255, 9, 1, 9}));
-    const Bytes twice(510, 9);
-    EXPECT_EQ(coded_at_once(twice), (Bytes{255, 9, 255, 9}));
-}
-
 // The plain form is the rule itself: it is held against examples, and everything else against it.
-TEST(RunCoding, ThePlainFormEndsARunAtADifferingByteAndAt255Copies)
+TEST(RunCoding, EndsARunAtADifferingByteAndAt255Copies)
 {
-    EXPECT_EQ(coded_byte_by_byte({}), bytes("00 00"));
-    EXPECT_EQ(coded_byte_by_byte({7}), bytes("01 07"));
-    EXPECT_EQ(coded_byte_by_byte({0xAA, 0xAA, 0xBB, 0xAA}), bytes("02 AA 01 BB 01 AA"));
-    EXPECT_EQ(coded_byte_by_byte(Bytes(255, 9)), bytes("FF 09"));
-    EXPECT_EQ(coded_byte_by_byte(Bytes(256, 9)), bytes("FF 09 01 09"));
     Bytes full_and_other(255, 9);
     full_and_other.push_back(8);
-    EXPECT_EQ(coded_byte_by_byte(full_and_other), bytes("FF 09 01 08"));
+    const std::pair<Bytes, const char*> rows[] = {{{}, "00 00"},
+                                                  {{7}, "01 07"},
+                                                  {{0, 0, 0, 0}, "04 00"},
+                                                  {{0xAA, 0xAA, 0xBB, 0xAA}, "02 AA 01 BB 01 AA"},
+                                                  {Bytes(255, 9), "FF 09"},
+                                                  {Bytes(256, 9), "FF 09 01 09"},
+                                                  {Bytes(510, 9), "FF 09 FF 09"},
+                                                  {full_and_other, "FF 09 01 08"}};
+    for (const auto& [data, pairs] : rows) {
+        EXPECT_EQ(coded_byte_by_byte(data), bytes(pairs));
+        EXPECT_EQ(coded_at_once(data), bytes(pairs));
+    }
 }
 
 TEST(RunCoding, BothFormsMayTakeTurns)
@@ -172,30 +133,14 @@ TEST(RunCoding, RandomDataIsCodedAsByteByByteHoweverItIsCut)
     }
 }
 
-TEST(RunCoding, ExpandingGivesTheDataBack)
-{
-    std::mt19937 random{5};
-    for (int round = 0; round < 100; ++round) {
-        const Bytes data = runs_of_random_length(random, random() % 5000, 700);
-        EXPECT_EQ(expanded(coded_at_once(data)), data);
-    }
-}
-
-TEST(RunCoding, ARunIsExpandedToItsLength)
-{
-    for (std::size_t count = 0; count <= LONGEST_RUN; ++count) {
-        Bytes out(LONGEST_RUN + EXPAND_STEP, 0xEE);
-        expand_run(out.data(), count, 0x5A);
-        EXPECT_EQ(Bytes(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(count)), Bytes(count, 0x5A));
-    }
-}
-
-TEST(RunCoding, ExpandingKeepsToItsRoom)
+TEST(RunCoding, ARunIsExpandedToItsLengthAndKeepsToItsRoom)
 {
     for (std::size_t count = 0; count <= LONGEST_RUN; ++count) {
         Bytes out(count + EXPAND_STEP + 1, 0xEE);
         expand_run(out.data(), count, 0x5A);
         EXPECT_EQ(out.back(), 0xEE) << count;
+        out.resize(count);
+        EXPECT_EQ(out, Bytes(count, 0x5A));
     }
 }
 
@@ -211,59 +156,35 @@ TEST(RunCoding, RunsAreFollowedUntilTheyStandForEnough)
         const RunsTaken measured = measure_runs(pairs, row.enough);
         EXPECT_EQ(measured.pair_bytes, row.pair_bytes) << row.enough;
         EXPECT_EQ(measured.data_bytes, row.data_bytes) << row.enough;
-        Bytes out(expanded_size(row.enough));
-        const RunsTaken taken = expand_runs(pairs, row.enough, out.data());
-        EXPECT_EQ(taken.pair_bytes, row.pair_bytes) << row.enough;
-        EXPECT_EQ(taken.data_bytes, row.data_bytes) << row.enough;
-        const Bytes all = bytes("AA AA AA BB BB CC CC CC CC CC");
-        out.resize(row.data_bytes);
-        EXPECT_EQ(out, Bytes(all.begin(), all.begin() + static_cast<std::ptrdiff_t>(row.data_bytes)));
-    }
-}
-
-TEST(RunCoding, RunsAreExpandedAsOneByOneWhateverTheLimit)
-{
-    std::mt19937 random{12};
-    for (const unsigned longest : {1U, 2U, 20U}) {
-        Bytes pairs;
-        for (int run = 0; run < 100; ++run)
-            pairs.insert(pairs.end(), {static_cast<std::uint8_t>(random() % longest + random() % 2),
-                                       static_cast<std::uint8_t>(random())});
-        const std::size_t all = measure_runs(pairs, SIZE_MAX).data_bytes;
-        for (std::size_t enough = 0; enough <= all + 1; ++enough) {
-            Bytes expected;
-            const RunsTaken plain = follow_plainly(pairs, enough, {0, 0}, [&](auto, auto count, auto value) {
-                expected.insert(expected.end(), count, value);
-            });
-            Bytes out(expanded_size(enough));
-            const RunsTaken taken = expand_runs(pairs, enough, out.data());
-            out.resize(taken.data_bytes);
-            ASSERT_EQ(taken.pair_bytes, plain.pair_bytes) << enough;
-            ASSERT_EQ(out, expected) << enough;
-        }
     }
 }
 
 // Runs are added up in groups: wherever the limit falls, it stops at the same run as one by one.
-TEST(RunCoding, RunsAreFollowedOneByOneWhateverTheLimit)
+TEST(RunCoding, RunsAreFollowedAndExpandedAsOneByOneWhateverTheLimit)
 {
     std::mt19937 random{11};
-    for (const unsigned longest : {1U, 3U, 255U}) {
-        Bytes pairs(PAIR_SIZE * 61);
-        for (std::size_t i = 0; i < pairs.size(); i += PAIR_SIZE) {
-            pairs[i] =
-                static_cast<std::uint8_t>(longest == 255 ? 255 - random() % 4 : random() % (longest + 1));
-            pairs[i + 1] = static_cast<std::uint8_t>(random());
+    for (const unsigned longest : {1U, 3U, 20U, 255U}) {
+        Bytes pairs;
+        for (int run = 0; run < 61; ++run) {
+            const unsigned count = longest == 255 ? 255 - random() % 4 : random() % (longest + 1);
+            pairs.insert(pairs.end(),
+                         {static_cast<std::uint8_t>(count), static_cast<std::uint8_t>(random())});
         }
         RunsTaken expected{0, 0};
-        for (std::size_t enough = 0; enough < pairs.size() / PAIR_SIZE * longest + 2; ++enough) {
+        Bytes data;
+        for (std::size_t enough = 0; enough < 61 * longest + 2; ++enough) {
             while (expected.pair_bytes < pairs.size() && expected.data_bytes < enough) {
-                expected.data_bytes += pairs[expected.pair_bytes];
-                expected.pair_bytes += PAIR_SIZE;
+                data.insert(data.end(), pairs[expected.pair_bytes], pairs[expected.pair_bytes + 1]);
+                expected = {expected.pair_bytes + PAIR_SIZE, data.size()};
             }
-            const RunsTaken measured = measure_runs(pairs, enough);
-            ASSERT_EQ(measured.pair_bytes, expected.pair_bytes) << enough;
-            ASSERT_EQ(measured.data_bytes, expected.data_bytes) << enough;
+            Bytes out(expanded_size(enough));
+            const RunsTaken taken = expand_runs(pairs, enough, out.data());
+            out.resize(taken.data_bytes);
+            ASSERT_EQ(out, data) << enough;
+            for (const RunsTaken& each : {taken, measure_runs(pairs, enough)}) {
+                ASSERT_EQ(each.pair_bytes, expected.pair_bytes) << enough;
+                ASSERT_EQ(each.data_bytes, expected.data_bytes) << enough;
+            }
         }
     }
 }

@@ -14,7 +14,7 @@ protected:
     /// A module that starts only with all of its data.
     Module& module{platform.board("mwc4a", 0).slot(2, fpga_module(3).accepts_compressed(GetParam()))};
 
-    void SetUp() override { module.status = 4; }
+    void SetUp() override { module.verdict[0] = 4; }
 
     Result load(const std::string& file) { return run({"-f" + file, "-dmwc4a", "-b0", "-s2", "-u"}); }
 

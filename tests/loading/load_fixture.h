@@ -8,73 +8,10 @@
 #include "support/run_fixture.h"
 
 #include <cstring>
-#include <ostream>
 #include <string>
-#include <utility>
 #include <vector>
 
 using Lines = std::vector<std::string>;
-
-/// A platform call of a load that fails, and the text of the error that the load then ends with.
-struct FailedCall {
-    std::string load; ///< which load, by a name of the test's own
-    int call;         ///< which call, from 1
-    int calls;        ///< of the whole load
-    std::string text;
-
-    friend void PrintTo(const FailedCall& row, std::ostream* out)
-    {
-        *out << row.load << ", call " << row.call;
-    }
-};
-
-/// The calls of each load, every one of which has an error.
-inline std::vector<FailedCall>
-failed_calls(const std::vector<std::pair<std::string, std::vector<std::string>>>& loads)
-{
-    std::vector<FailedCall> rows;
-    for (const auto& [load, texts] : loads) {
-        int call = 0;
-        for (const std::string& text : texts)
-            rows.push_back({load, ++call, static_cast<int>(texts.size()), text});
-    }
-    return rows;
-}
-
-/// The text of a call that has failed.
-inline std::string cannot(int number, const std::string& what)
-{
-    return "Error " + std::to_string(number) + ". Cannot " + what + " (via 'mwc4a 0') (api 0x77).";
-}
-
-inline std::string cannot_send(int number)
-{
-    return cannot(number, "send KSB message data, slot 0x2");
-}
-
-/// The numbers of the calls around a load's data.
-struct CallNumbers {
-    int start;
-    int header;
-    int end;
-    int start_reply;
-    int read_reply;
-    int end_reply;
-};
-
-/// The texts of all calls of a load, of which those for its data are given.
-inline std::vector<std::string> whole_load(const CallNumbers& numbers, const std::vector<std::string>& data,
-                                           const std::string& end_reply = "end KSB message")
-{
-    std::vector<std::string> all{cannot(numbers.start, "start KSB message, slot 0x2"),
-                                 cannot_send(numbers.header)};
-    all.insert(all.end(), data.begin(), data.end());
-    all.insert(all.end(), {cannot(numbers.end, "end KSB message, slot 0x2"),
-                           cannot(numbers.start_reply, "start receive KSB message"),
-                           cannot(numbers.read_reply, "receive KSB message data"),
-                           cannot(numbers.end_reply, end_reply)});
-    return all;
-}
 
 class LoadFixture : public RunFixture
 {
@@ -150,22 +87,6 @@ protected:
         close_bus();
         return outcome;
     }
-
-    /// Lets the row's platform call fail, behind which nothing happens; the next load is whole.
-    template <class Load>
-    void expect_failed_call(const FailedCall& row, Load load_file)
-    {
-        platform.fail_call(row.call);
-        EXPECT_EQ(load_file(), Fails(row.text));
-        EXPECT_EQ(events.back(), "* Err2Text 0x77");
-        platform.fail_nothing();
-        const int before = platform.calls();
-        EXPECT_EQ(load_file(), Succeeds());
-        EXPECT_EQ(platform.calls() - before, row.calls) << "calls of the whole load";
-    }
-
-    /// The percentages that were shown.
-    [[nodiscard]] Lines progress() const { return progress_among(printed_texts); }
 
     /// The bytes of each piece that went out.
     [[nodiscard]] Lines pieces() const

@@ -89,7 +89,7 @@ private:
         platform.board("mwc4a", static_cast<std::uint16_t>(scenario.board));
         Module module = fpga_module(scenario.board % 2 == 0 ? 3 : 4);
         module.device(scenario.device).accepts_compressed(scenario.accepts_compressed);
-        module.status = scenario.verdict;
+        module.verdict[0] = scenario.verdict;
         if (!scenario.failing_function.empty())
             platform.fail(scenario.failing_function, scenario.failing_call);
         platform.logs_data = scenario.content.size() < 1'000'000;
@@ -281,16 +281,22 @@ TEST_F(Differential, FilesLongEnoughForProgressAreTheSame)
     }
 }
 
-/// More bits than a hundredfold of which fits 32 bits: the loaders' percentages wrap, the converters' do not.
+/// Loaders compute a hundredfold of the bits or bytes done, which wraps at 32 bits; the converter does not
+/// wrap. RBT files count as BIT files do and are eight times as long.
 TEST_F(Differential, PercentagesOfLargeFilesAreTheSame)
 {
-    for (const Format format : formats) {
-        for (Scenario scenario : uses(format, "")) {
-            scenario.content = file_content(format, scenario.device.substr(0, scenario.device.find('-')),
-                                            Bytes(2'700'000, 0x55));
-            ASSERT_TRUE(same(scenario, "a large file"));
-        }
-    }
+    Scenario scenario;
+    scenario.device = "2v3000fg676-4";
+    scenario.virtex2 = scenario.accepts_compressed = true; // runs of 255 bytes take few platform calls
+    scenario.format = Format::bit;
+    scenario.content = file_content(Format::bit, "2v3000fg676", Bytes(2'690'000, 0x55));
+    ASSERT_TRUE(same(scenario, "a load of 21520000 bits"));
+    scenario.converts = true;
+    ASSERT_TRUE(same(scenario, "a conversion of 21520000 bits"));
+    scenario.converts = false;
+    scenario.format = Format::mcb;
+    scenario.content = file_content(Format::mcb, "2v3000fg676", Bytes(21'480'000, 0x55));
+    ASSERT_TRUE(same(scenario, "a load of 21480000 bytes"));
 }
 
 } // namespace

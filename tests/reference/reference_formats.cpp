@@ -24,9 +24,12 @@ constexpr std::size_t FIELD_SIZE = 255;
 
 std::string formatted(const char* format, std::va_list values)
 {
-    std::vector<char> buffer(100'000);
-    std::vsnprintf(buffer.data(), buffer.size(), format, values);
-    return buffer.data();
+    std::va_list measured;
+    va_copy(measured, values);
+    std::string text(static_cast<std::size_t>(std::vsnprintf(nullptr, 0, format, measured)), '\0');
+    va_end(measured);
+    std::vsnprintf(text.data(), text.size() + 1, format, values);
+    return text.c_str(); // a zero byte among the values ends it
 }
 
 std::string integer(std::uint32_t value)

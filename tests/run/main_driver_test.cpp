@@ -396,7 +396,7 @@ TEST_F(MainDriver, LoadsAFileOfEachKind)
 
 TEST_F(MainDriver, ReturnsTheLoadersError9118AndClosesTheBus)
 {
-    platform.board("mwc4a", 0).slot(1, fpga_module(3)).status = 4;
+    platform.board("mwc4a", 0).slot(1, fpga_module(3)).verdict[0] = 4;
     EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s1"}),
               Fails("Error 9118. Configuration was unsuccessful (4)."));
     EXPECT_EQ(bus().back(), "Close");

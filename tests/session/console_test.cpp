@@ -136,59 +136,36 @@ TEST_F(Console, PromptWritesALineAndReadsOneCharacter)
     EXPECT_EQ(third, EOF);
 }
 
-TEST_F(Console, AsksForALineBehindAMark)
+TEST_F(Console, AsksForALineBehindAMarkAndCutsItToTheAnswer)
 {
-    char answer[256] = "before";
-    EXPECT_EQ(output_of("  my design.rbt \nnext\n", [&] { session.xaskstring("Which file?", answer); }),
-              "Which file?\n> ");
-    EXPECT_STREQ(answer, "  my design.rbt ");
-}
-
-TEST_F(Console, ReadsALineThatEndsWithTheInput)
-{
-    char answer[256] = "before";
-    output_of("design", [&] { session.xaskstring("Which file?", answer); });
-    EXPECT_STREQ(answer, "design");
-}
-
-TEST_F(Console, GivesAnEmptyAnswerAtTheEndOfTheInput)
-{
-    char answer[256] = "before";
-    output_of("", [&] { session.xaskstring("Which file?", answer); });
-    EXPECT_STREQ(answer, "");
-}
-
-TEST_F(Console, CutsALongLineToTheAnswerAndDropsTheRest)
-{
-    char answer[256];
-    char next[256];
-    output_of(std::string(5000, 'a') + "\nnext\n", [&] {
-        session.xaskstring("Which file?", answer);
-        session.xaskstring("And then?", next);
-    });
-    EXPECT_EQ(answer, std::string(255, 'a'));
-    EXPECT_STREQ(next, "next");
+    const std::pair<std::string, std::string> rows[] = {
+        {"  my design.rbt \nnext\n", "  my design.rbt "},
+        {"design", "design"},
+        {"", ""},
+        {std::string(255, 'a') + '\n', std::string(255, 'a')},
+        {std::string(5000, 'a') + "\nnext\n", std::string(255, 'a')}};
+    for (const auto& [typed, expected] : rows) {
+        char answer[256] = "before";
+        char next[256] = "before";
+        EXPECT_EQ(output_of(typed,
+                            [&] {
+                                session.xaskstring("Which file?", answer);
+                                session.xaskstring("And then?", next);
+                            }),
+                  "Which file?\n> And then?\n> ");
+        EXPECT_EQ(answer, expected);
+        EXPECT_STREQ(next, typed.ends_with("\nnext\n") ? "next" : "");
+    }
 }
 
 TEST_F(Console, CutsABoardTypeAt31Characters)
 {
     session.slot = 0x5A;
-    output_of(std::string(32, 'b') + "\n0\n", [&] {
-        session.xaskstring("What board do you want to open (eg mwc3a, mwc4a)? ", session.board_type);
-        char number[256];
-        session.xaskstring("But what board number? ", number);
-        EXPECT_STREQ(number, "0");
-    });
-    EXPECT_EQ(session.board_type, std::string(31, 'b'));
-    EXPECT_EQ(session.slot, 0x5A) << "the field behind the board type was written";
-}
-
-TEST_F(Console, TakesALineThatJustFits)
-{
-    output_of(std::string(31, 'b') + '\n', [&] { session.xaskstring("?", session.board_type); });
-    EXPECT_EQ(session.board_type, std::string(31, 'b'));
-    output_of(std::string(255, 'f') + '\n', [&] { session.xaskstring("?", session.bitstream_file); });
-    EXPECT_EQ(session.bitstream_file, std::string(255, 'f'));
+    for (const std::size_t length : {31U, 32U}) {
+        output_of(std::string(length, 'b') + '\n', [&] { session.xaskstring("?", session.board_type); });
+        EXPECT_EQ(session.board_type, std::string(31, 'b'));
+        EXPECT_EQ(session.slot, 0x5A) << "the field behind the board type was written";
+    }
 }
 
 TEST_F(Console, DropsTheRestOfALongAnswerToAYesNoQuestion)

@@ -4,7 +4,9 @@
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"
 
+#include <algorithm>
 #include <cstring>
+#include <tuple>
 #include <type_traits>
 
 namespace
@@ -24,20 +26,23 @@ class Session : public RunFixture
 {
 };
 
+/// The functions of an application, as a session holds them.
+auto functions_of(const kvn_fpga_imp& session)
+{
+    return std::tuple{session.user_print, session.user_prompt, session.user_askstring, session.user_ask_yn};
+}
+
+constexpr std::tuple<void (*)(char*), int (*)(char*, void*), int (*)(char*, void*), int (*)(char*, void*)>
+    no_functions{};
+
 TEST_F(Session, Error9215ForFunctionTypesOtherThan0To2LeavesAllCallbacks)
 {
-    const auto print = session.user_print;
-    const auto prompt = session.user_prompt;
-    const auto askstring = session.user_askstring;
-    const auto ask_yn = session.user_ask_yn;
-    EXPECT_EQ(result(session.kvn_fpga_set_userfie(nullptr, 3)),
-              Fails("Error 9215. No function type 3 defined. Use type 0,1 or 2."));
-    EXPECT_EQ(result(session.kvn_fpga_set_userfie(nullptr, -1)),
-              Fails("Error 9215. No function type -1 defined. Use type 0,1 or 2."));
-    EXPECT_EQ(session.user_print, print);
-    EXPECT_EQ(session.user_prompt, prompt);
-    EXPECT_EQ(session.user_askstring, askstring);
-    EXPECT_EQ(session.user_ask_yn, ask_yn);
+    const auto before = functions_of(session);
+    for (const int type : {3, -1})
+        EXPECT_EQ(
+            result(session.kvn_fpga_set_userfie(nullptr, type)),
+            Fails("Error 9215. No function type " + std::to_string(type) + " defined. Use type 0,1 or 2."));
+    EXPECT_EQ(functions_of(session), before);
 }
 
 int some_function(char*, void*)
@@ -54,10 +59,8 @@ TEST_F(Session, KeepsItsCallbacksFromRunToRunBehindError9052)
         session.kvn_fpga_set_userfie(&some_function, type);
     for (int i = 0; i < 2; ++i) {
         EXPECT_EQ(run({"-u"}), Fails("Error 9052. No RBT, MCB, or BIT file specified (-f option)."));
-        EXPECT_EQ(session.user_print, &some_print);
-        EXPECT_EQ(session.user_prompt, &some_function);
-        EXPECT_EQ(session.user_askstring, &some_function);
-        EXPECT_EQ(session.user_ask_yn, &some_function);
+        EXPECT_EQ(functions_of(session),
+                  (std::tuple{&some_print, &some_function, &some_function, &some_function}));
     }
 }
 
@@ -76,152 +79,113 @@ TEST_F(Session, ReportsItsVersion)
 TEST_F(Session, StoresEachKindOfFunctionByItsType)
 {
     kvn_fpga_imp fresh;
-    EXPECT_EQ(fresh.user_print, nullptr);
-    EXPECT_EQ(fresh.user_prompt, nullptr);
-    EXPECT_EQ(fresh.user_askstring, nullptr);
-    EXPECT_EQ(fresh.user_ask_yn, nullptr);
-
+    auto expected = no_functions;
+    EXPECT_EQ(functions_of(fresh), expected);
     EXPECT_EQ(fresh.kvn_fpga_set_userfie(&some_function, 0), 0);
-    EXPECT_EQ(fresh.user_prompt, &some_function);
-    EXPECT_EQ(fresh.user_askstring, nullptr);
+    std::get<1>(expected) = &some_function;
+    EXPECT_EQ(functions_of(fresh), expected);
     EXPECT_EQ(fresh.kvn_fpga_set_userfie(&some_function, 1), 0);
-    EXPECT_EQ(fresh.user_askstring, &some_function);
-    EXPECT_EQ(fresh.user_ask_yn, nullptr);
+    std::get<2>(expected) = &some_function;
+    EXPECT_EQ(functions_of(fresh), expected);
     EXPECT_EQ(fresh.kvn_fpga_set_userfie(&some_function, 2), 0);
-    EXPECT_EQ(fresh.user_ask_yn, &some_function);
+    std::get<3>(expected) = &some_function;
     fresh.kvn_fpga_set_userprint(&some_print);
-    EXPECT_EQ(fresh.user_print, &some_print);
+    std::get<0>(expected) = &some_print;
+    EXPECT_EQ(functions_of(fresh), expected);
+    remove_callbacks(fresh);
+    EXPECT_EQ(functions_of(fresh), no_functions);
+}
 
-    for (int type = 0; type <= 2; ++type)
-        EXPECT_EQ(fresh.kvn_fpga_set_userfie(nullptr, type), 0);
-    fresh.kvn_fpga_set_userprint(nullptr);
-    EXPECT_EQ(fresh.user_print, nullptr);
-    EXPECT_EQ(fresh.user_prompt, nullptr);
-    EXPECT_EQ(fresh.user_askstring, nullptr);
-    EXPECT_EQ(fresh.user_ask_yn, nullptr);
+template <class... Fields>
+void expect_in_order(const Fields*... fields)
+{
+    const void* all[] = {fields...};
+    for (std::size_t i = 1; i < std::size(all); ++i)
+        EXPECT_LT(all[i - 1], all[i]) << "field " << i;
 }
 
 TEST_F(Session, DeclaresItsFieldsInOrder)
 {
-    const void* fields[] = {&session.handle,
-                            &session.reserved,
-                            &session.ReadIoStatus,
-                            &session.WriteIoStatus,
-                            &session.api_status,
-                            &session.board_type,
-                            &session.slot,
-                            &session.slot_address,
-                            &session.board_number,
-                            &session.device_name,
-                            &session.prompt_user,
-                            &session.verbose,
-                            &session.slot_given,
-                            &session.board_type_given,
-                            &session.handle_is_external,
-                            &session.board_number_given,
-                            &session.file_is_rbt,
-                            &session.bitstream_file,
-                            &session.make_mcb,
-                            &session.never_compress,
-                            &session.make_rbt,
-                            &session.con_given,
-                            &session.con_file,
-                            &session.file_is_mcb,
-                            &session.file_is_bit,
-                            &session.virtex2_family,
-                            &session.supports_compressed_loading,
-                            &session.current_module_type,
-                            &session.target_board,
-                            &session.target_board_given,
-                            &session.send_buffer,
-                            &session.send_count,
-                            &session.rbt_fp,
-                            &session.bin_fp,
-                            &session.user_print,
-                            &session.user_prompt,
-                            &session.user_askstring,
-                            &session.user_ask_yn,
-                            &session.last_error,
-                            &session.last_error_text};
-    for (std::size_t i = 1; i < std::size(fields); ++i)
-        EXPECT_LT(fields[i - 1], fields[i]) << "field " << i;
+    const kvn_fpga_imp& s = session;
+    expect_in_order(&s.handle, &s.reserved, &s.ReadIoStatus, &s.WriteIoStatus, &s.api_status, &s.board_type,
+                    &s.slot, &s.slot_address, &s.board_number, &s.device_name, &s.prompt_user, &s.verbose,
+                    &s.slot_given, &s.board_type_given, &s.handle_is_external, &s.board_number_given,
+                    &s.file_is_rbt, &s.bitstream_file, &s.make_mcb, &s.never_compress, &s.make_rbt,
+                    &s.con_given, &s.con_file, &s.file_is_mcb, &s.file_is_bit, &s.virtex2_family,
+                    &s.supports_compressed_loading, &s.current_module_type, &s.target_board,
+                    &s.target_board_given, &s.send_buffer, &s.send_count, &s.rbt_fp, &s.bin_fp, &s.user_print,
+                    &s.user_prompt, &s.user_askstring, &s.user_ask_yn, &s.last_error, &s.last_error_text);
 }
+
+// The fields that a reset clears, and what stands for them here.
+constexpr std::uint32_t kvn_fpga_imp::*words[] = {&kvn_fpga_imp::reserved,
+                                                  &kvn_fpga_imp::ReadIoStatus,
+                                                  &kvn_fpga_imp::WriteIoStatus,
+                                                  &kvn_fpga_imp::prompt_user,
+                                                  &kvn_fpga_imp::verbose,
+                                                  &kvn_fpga_imp::slot_given,
+                                                  &kvn_fpga_imp::board_type_given,
+                                                  &kvn_fpga_imp::handle_is_external,
+                                                  &kvn_fpga_imp::board_number_given,
+                                                  &kvn_fpga_imp::file_is_rbt,
+                                                  &kvn_fpga_imp::make_mcb,
+                                                  &kvn_fpga_imp::never_compress,
+                                                  &kvn_fpga_imp::make_rbt,
+                                                  &kvn_fpga_imp::con_given,
+                                                  &kvn_fpga_imp::file_is_mcb,
+                                                  &kvn_fpga_imp::virtex2_family,
+                                                  &kvn_fpga_imp::supports_compressed_loading,
+                                                  &kvn_fpga_imp::target_board,
+                                                  &kvn_fpga_imp::target_board_given,
+                                                  &kvn_fpga_imp::send_count};
 
 /// Puts something other than nothing into every field that a reset clears, and into file_is_bit.
 void soil(kvn_fpga_imp& session, MW_HANDLE* handle, FILE* file)
 {
     session.handle = handle;
-    session.reserved = session.ReadIoStatus = session.WriteIoStatus = 7;
-    session.api_status = -7;
+    for (const auto word : words)
+        session.*word = 1;
     for (char* text : {session.board_type, session.device_name, session.bitstream_file, session.con_file,
                        session.last_error_text})
         std::strcpy(text, "text");
     session.slot = session.slot_address = 7;
     session.board_number = 7;
-    for (std::uint32_t* word :
-         {&session.prompt_user, &session.verbose, &session.slot_given, &session.board_type_given,
-          &session.handle_is_external, &session.board_number_given, &session.file_is_rbt, &session.make_mcb,
-          &session.never_compress, &session.make_rbt, &session.con_given, &session.file_is_mcb,
-          &session.file_is_bit, &session.virtex2_family, &session.supports_compressed_loading,
-          &session.target_board, &session.target_board_given, &session.send_count})
-        *word = 1;
     session.current_module_type = 2;
+    session.file_is_bit = 1;
     session.rbt_fp = session.bin_fp = file;
-    session.last_error = 9999;
+    session.api_status = session.last_error = -7;
 }
 
 void expect_cleared(const kvn_fpga_imp& session)
 {
     EXPECT_EQ(session.handle, nullptr);
-    EXPECT_EQ(session.reserved, 0U);
-    EXPECT_EQ(session.ReadIoStatus, 0U);
-    EXPECT_EQ(session.WriteIoStatus, 0U);
-    EXPECT_EQ(session.api_status, 0);
-    EXPECT_STREQ(session.board_type, "");
+    for (const auto word : words)
+        EXPECT_EQ(session.*word, 0U) << std::find(words, std::end(words), word) - words;
+    for (const char* text : {session.board_type, session.device_name, session.bitstream_file,
+                             session.con_file, session.last_error_text})
+        EXPECT_STREQ(text, "");
     EXPECT_EQ(session.slot, 0);
     EXPECT_EQ(session.slot_address, 0);
     EXPECT_EQ(session.board_number, 0);
-    EXPECT_STREQ(session.device_name, "");
-    EXPECT_EQ(session.prompt_user, 0U);
-    EXPECT_EQ(session.verbose, 0U);
-    EXPECT_EQ(session.slot_given, 0U);
-    EXPECT_EQ(session.board_type_given, 0U);
-    EXPECT_EQ(session.handle_is_external, 0U);
-    EXPECT_EQ(session.board_number_given, 0U);
-    EXPECT_EQ(session.file_is_rbt, 0U);
-    EXPECT_STREQ(session.bitstream_file, "");
-    EXPECT_EQ(session.make_mcb, 0U);
-    EXPECT_EQ(session.never_compress, 0U);
-    EXPECT_EQ(session.make_rbt, 0U);
-    EXPECT_EQ(session.con_given, 0U);
-    EXPECT_STREQ(session.con_file, "");
-    EXPECT_EQ(session.file_is_mcb, 0U);
-    EXPECT_EQ(session.virtex2_family, 0U);
-    EXPECT_EQ(session.supports_compressed_loading, 0U);
     EXPECT_EQ(session.current_module_type, 0);
-    EXPECT_EQ(session.target_board, 0U);
-    EXPECT_EQ(session.target_board_given, 0U);
-    EXPECT_EQ(session.send_count, 0U);
     EXPECT_EQ(session.rbt_fp, nullptr);
     EXPECT_EQ(session.bin_fp, nullptr);
+    EXPECT_EQ(session.api_status, 0);
     EXPECT_EQ(session.last_error, 0);
-    EXPECT_STREQ(session.last_error_text, "");
 }
 
 TEST_F(Session, ResetClearsEverythingButCallbacksAndTheBitFileFlag)
 {
-    MW_HANDLE* handle = platform.caller_handle("mwc4a", 0);
-    soil(session, handle, nullptr);
+    const auto functions = functions_of(session);
+    soil(session, platform.caller_handle("mwc4a", 0), nullptr);
     session.Initialise();
     expect_cleared(session);
     EXPECT_EQ(session.file_is_bit, 1U);
+    EXPECT_EQ(functions_of(session), functions);
     EXPECT_NE(session.user_print, nullptr);
-    EXPECT_NE(session.user_prompt, nullptr);
-    EXPECT_NE(session.user_askstring, nullptr);
-    EXPECT_NE(session.user_ask_yn, nullptr);
 }
 
-TEST_F(Session, ResetForgetsFilesAndHandleWithoutClosingThem)
+TEST_F(Session, ResetAndDestructionForgetFilesAndHandleWithoutClosingThem)
 {
     write_file("design.rbt", "still readable");
     FILE* file = std::fopen("design.rbt", "r");
@@ -229,27 +193,14 @@ TEST_F(Session, ResetForgetsFilesAndHandleWithoutClosingThem)
     MW_HANDLE* handle = platform.opened_bus("mwc4a", 0);
     soil(session, handle, file);
     session.Initialise();
+    {
+        kvn_fpga_imp other;
+        soil(other, handle, file);
+    }
     EXPECT_EQ(std::fgetc(file), 's');
     EXPECT_EQ(transcript(), "\n") << "the platform was called";
     EXPECT_EQ(platform.open_handles(), 1);
     std::fclose(file);
-    MwClose(&handle);
-}
-
-TEST_F(Session, DestructionClosesNeitherFilesNorHandle)
-{
-    write_file("design.rbt", "still readable");
-    FILE* file = std::fopen("design.rbt", "r");
-    ASSERT_NE(file, nullptr);
-    MW_HANDLE* handle = platform.opened_bus("mwc4a", 0);
-    {
-        kvn_fpga_imp other;
-        other.rbt_fp = file;
-        other.handle = handle;
-    }
-    EXPECT_EQ(std::fgetc(file), 's');
-    std::fclose(file);
-    EXPECT_EQ(platform.open_handles(), 1);
     MwClose(&handle);
 }
 

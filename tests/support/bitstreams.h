@@ -114,7 +114,7 @@ template <class File>
 struct FileFault {
     const char* name;
     void (*damage)(File& file);
-    const char* text;
+    std::string text;
 
     friend void PrintTo(const FileFault& fault, std::ostream* out) { *out << fault.text; }
 };

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
-// A platform for tests: boards and modules as a test builds them, a journal of every call, planned failures.
+// A platform for tests and fuzz targets.
 #include "support/fake_platform.h"
-
-#include "mwapi_forward.h"
-#include "uniform_platform.h"
-
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <span>
+#include <stdexcept>
+#include <utility>
 
 struct FakeHandle {
     std::string type;
@@ -28,11 +26,28 @@ struct FakeHandle {
     // The query that waits for its reply.
     Module* queried = nullptr;
     std::uint32_t query = 0;
+
+    [[nodiscard]] bool is_idle() const
+    {
+        return !sending && !receiving && answering == nullptr && queried == nullptr;
+    }
 };
 
 namespace
 {
-constexpr std::uint32_t HANDLE_NOT_OPEN = 0x1003;
+/// A call on a handle that is not open. The functions of the API make a failure of it.
+class UnknownHandle : public std::runtime_error
+{
+public:
+    UnknownHandle() : std::runtime_error{"the handle is not open"} {}
+};
+
+void expect(bool condition, const char* rule)
+{
+    if (!condition)
+        report_broken_rule(rule);
+}
+
 constexpr std::uint32_t TIMEOUT = 5000;
 constexpr std::uint32_t TYPE_QUERY = 1;
 constexpr std::uint32_t COMPRESSION_QUERY = 11;
@@ -57,14 +72,8 @@ std::string quoted(const char* text)
 std::string timeout_text(std::uint32_t timeout)
 {
     if (timeout != TIMEOUT)
-        ADD_FAILURE() << "a call with the time-out " << timeout;
+        report_broken_rule("a call with the time-out " + number(timeout));
     return " timeout " + number(timeout);
-}
-
-void expect(bool condition, const char* what)
-{
-    if (!condition)
-        ADD_FAILURE() << what;
 }
 
 std::string on(const FakeHandle& handle)
@@ -72,11 +81,17 @@ std::string on(const FakeHandle& handle)
     return handle.is_callers ? " on caller handle" : "";
 }
 
-Bytes reply_to(const Module& module, std::uint32_t query)
+void expect_board(const char* type, std::uint32_t number)
 {
-    if (query == TYPE_QUERY)
-        return {module.record.begin(), module.record.end()};
-    return {module.compression_reply};
+    expect(std::strlen(type) < 32 && number < 16, "a board whose name is out of range");
+}
+
+/// Gives the bytes that fit into the caller's buffer. @return their number, as the module claims it
+std::uint32_t give(const Module& module, std::span<const std::uint8_t> bytes, void* data, std::uint32_t size)
+{
+    const auto length = static_cast<std::uint32_t>(std::min<std::size_t>(bytes.size(), size));
+    std::copy_n(bytes.begin(), length, static_cast<std::uint8_t*>(data));
+    return length + module.claimed;
 }
 } // namespace
 
@@ -95,8 +110,8 @@ Module& Module::device(std::string_view name)
 
 Module& Module::accepts_compressed(bool yes)
 {
-    compression_reply = yes ? 1 : 0;
-    return set(29, compression_reply);
+    compression_reply = {static_cast<std::uint8_t>(yes ? 1 : 0)};
+    return set(29, compression_reply.front());
 }
 
 Bytes Module::received() const
@@ -128,14 +143,14 @@ Module io_module(std::uint8_t model)
 Module processor_module()
 {
     Module module;
-    module.is_processor = 1;
+    module.info[1] = 1;
     return module;
 }
 
 Module module_without_bus()
 {
     Module module;
-    module.has_bus = 0;
+    module.info[2] = 0;
     return module;
 }
 
@@ -215,6 +230,7 @@ std::vector<std::string> FakePlatform::journal() const
 
 std::uint32_t FakePlatform::call(const std::string& function, const std::string& arguments)
 {
+    expect(!failed || !stops_at_failure, "a call after one that failed");
     if (logs_data || (function != "SendMessageDataEx" && function != "ReceiveMessageDataEx"))
         note(function + arguments);
     ++calls_;
@@ -226,25 +242,34 @@ std::uint32_t FakePlatform::call(const std::string& function, const std::string&
     std::for_each(failing_calls_.begin(), failing_calls_.end(), count_down);
     const auto [first, last] = failing_functions_.equal_range(function);
     std::for_each(first, last, [&count_down](auto& planned) { count_down(planned.second); });
+    failed = failed || code != 0;
     return code;
 }
 
-FakeHandle* FakePlatform::find_open(MW_HANDLE* handle, const char* function)
+FakeHandle& FakePlatform::open_handle(MW_HANDLE* handle, const char* function)
 {
     const auto found = std::find_if(handles_.begin(), handles_.end(), [handle](const auto& known) {
         return mwapi::to_handle(known.get()) == handle;
     });
     if (found != handles_.end() && (*found)->is_open)
-        return found->get();
-    ADD_FAILURE() << function << " on a handle that is not open";
-    return nullptr;
+        return **found;
+    report_broken_rule(function + std::string{" on a handle that is not open"});
+    throw UnknownHandle{};
+}
+
+FakeBoard* FakePlatform::find_board(const std::string& type, std::uint32_t number)
+{
+    if (every_board != nullptr)
+        return every_board;
+    const auto found = boards_.find({type, static_cast<std::uint16_t>(number)});
+    return found == boards_.end() ? nullptr : &found->second;
 }
 
 Module* FakePlatform::find_module(const FakeHandle& handle, std::uint32_t board_number, std::uint32_t slot)
 {
     // The bus of a board reaches the boards beside it.
-    if (board_number == handle.number)
-        return board(handle.type, handle.number).module_in(slot);
+    if (FakeBoard* own = find_board(handle.type, board_number))
+        return own->module_in(slot);
     for (auto& [name, other] : boards_)
         if (name.second == board_number)
             return other.module_in(slot);
@@ -256,9 +281,12 @@ std::uint32_t FakePlatform::open(const char* type, std::uint16_t board, const ch
 {
     expect(handle != nullptr && *handle == nullptr, "MwOpenS without a cleared handle");
     expect(reserved != nullptr && *reserved == 0, "MwOpenS without a word set to 0");
+    expect_board(type, board);
     std::uint32_t code = call("OpenS", ' ' + quoted(type) + ' ' + number(board) + ' ' + quoted(device));
-    if (code == 0 && !boards_.contains({type, board}))
+    if (code == 0 && find_board(type, board) == nullptr)
         code = NO_SUCH_BOARD;
+    if (code == 0)
+        ++opens;
     if (code == 0 || failing_open_stores_handle)
         *handle = mwapi::to_handle(&new_handle(type, board, 3));
     return code;
@@ -266,12 +294,10 @@ std::uint32_t FakePlatform::open(const char* type, std::uint16_t board, const ch
 
 std::uint32_t FakePlatform::close(MW_HANDLE** handle)
 {
-    FakeHandle* bus = find_open(*handle, "MwClose");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
-    note("Close" + on(*bus));
-    expect(!bus->is_callers, "a caller's handle is closed");
-    bus->is_open = false;
+    FakeHandle& bus = open_handle(*handle, "MwClose");
+    note("Close" + on(bus));
+    expect(!bus.is_callers, "a caller's handle is closed");
+    bus.is_open = false;
     if (close_clears_handle)
         *handle = nullptr;
     // The result is ignored, whatever it is.
@@ -283,66 +309,54 @@ std::uint32_t FakePlatform::error_text(std::uint32_t code, char* text)
     note("Err2Text " + hexadecimal(code));
     const auto found = error_texts_.find(code);
     const std::string words = found == error_texts_.end() ? "api " + hexadecimal(code) : found->second;
-    // All 256 bytes are the platform's to write; words of as many have no end.
-    std::memset(text, 0, 256);
-    words.copy(text, 256);
+    std::memset(text, 0, mwapi::ERROR_TEXT_SIZE);
+    words.copy(text, mwapi::ERROR_TEXT_SIZE);
     return 0x56;
 }
 
 std::uint32_t FakePlatform::board_info(const char* type, std::uint16_t board_number, std::uint32_t* record)
 {
     constexpr std::size_t words_of_a_long_record = 64;
+    expect_board(type, board_number);
     expect(record[0] == 0, "MwGetBoardInfo with a record that does not begin with 0");
     const std::uint32_t code = call("GetBoardInfo", ' ' + quoted(type) + ' ' + number(board_number));
     if (code != 0)
         return code;
-    FakeBoard& shown = board(type, board_number);
     std::fill_n(record, words_of_a_long_record, 0U);
-    for (std::uint32_t slot = 1; slot <= 4; ++slot) {
-        const Module* module = shown.module_in(slot);
-        if (module == nullptr)
-            continue;
-        std::uint32_t* entry = record + (5 * slot - 4);
-        entry[0] = module->present;
-        entry[1] = module->is_processor;
-        entry[2] = module->has_bus;
-        entry[3] = 0x33333333;
-        entry[4] = 0x44444444;
-    }
+    FakeBoard* shown = find_board(type, board_number);
+    for (std::uint32_t slot = 1; shown != nullptr && slot <= 4; ++slot)
+        if (const Module* module = shown->module_in(slot))
+            std::ranges::copy(module->info, record + (5 * slot - 4));
     return 0;
 }
 
 std::uint32_t FakePlatform::device_info(MW_HANDLE* handle, char* type, std::uint16_t* board_number,
                                         std::uint32_t* kind)
 {
-    FakeHandle* bus = find_open(handle, "MwGetDeviceInfo");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
+    FakeHandle& bus = open_handle(handle, "MwGetDeviceInfo");
     expect(*kind == 0, "MwGetDeviceInfo with a kind that is not cleared");
-    const std::uint32_t code = call("GetDeviceInfo", on(*bus));
+    const std::uint32_t code = call("GetDeviceInfo", on(bus));
     if (code != 0)
         return code;
-    std::memset(type, 0, 32);
-    bus->type.copy(type, 31);
-    *board_number = bus->number;
-    if (bus->width == KindWidth::bits16) {
-        const auto narrow = static_cast<std::uint16_t>(bus->kind);
+    std::memset(type, 0, mwapi::BOARD_TYPE_SIZE);
+    bus.type.copy(type, mwapi::BOARD_TYPE_SIZE);
+    *board_number = bus.number;
+    if (bus.width == KindWidth::bits16) {
+        const auto narrow = static_cast<std::uint16_t>(bus.kind);
         std::memcpy(kind, &narrow, sizeof narrow);
     } else {
-        *kind = bus->kind;
+        *kind = bus.kind;
     }
     return 0;
 }
 
 std::uint32_t FakePlatform::init_io_status(MW_HANDLE* handle, std::uint32_t* status)
 {
-    FakeHandle* bus = find_open(handle, "MwInitIoStatus");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
+    FakeHandle& bus = open_handle(handle, "MwInitIoStatus");
     expect(*status == 0, "MwInitIoStatus with a status that is not cleared");
-    const std::uint32_t code = call("InitIoStatus", on(*bus));
+    const std::uint32_t code = call("InitIoStatus", on(bus));
     if (code == 0)
-        *status = 0x10000 + ++bus->io_statuses;
+        *status = 0x10000 + ++bus.io_statuses;
     return code;
 }
 
@@ -351,21 +365,19 @@ std::uint32_t FakePlatform::send_whole(const char* function, const std::string& 
                                        std::uint32_t slot, const void* data, std::uint32_t length,
                                        std::uint32_t timeout)
 {
-    FakeHandle* bus = find_open(handle, function);
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
+    FakeHandle& bus = open_handle(handle, function);
     expect(data == nullptr && length == 0, "a query with data");
-    expect(!bus->sending && !bus->receiving, "a query inside a message");
+    expect(bus.is_idle(), "a query inside a message");
     const std::uint32_t code = call(function, " type " + number(type) + where + " length " + number(length) +
-                                                  timeout_text(timeout) + on(*bus));
+                                                  timeout_text(timeout) + on(bus));
     if (code != 0)
         return code;
-    Module* module = find_module(*bus, board.value_or(bus->number), slot);
+    Module* module = find_module(bus, board.value_or(bus.number), slot);
     if (module == nullptr)
         return NO_MODULE_IN_SLOT;
     expect(type == TYPE_QUERY || type == COMPRESSION_QUERY, "a message of an unknown type");
-    bus->queried = module;
-    bus->query = type;
+    bus.queried = module;
+    bus.query = type;
     return 0;
 }
 
@@ -374,60 +386,52 @@ std::uint32_t FakePlatform::receive_whole(const char* function, const std::strin
                                           std::uint32_t slot, void* data, std::uint32_t size,
                                           std::uint32_t* received, std::uint32_t timeout)
 {
-    FakeHandle* bus = find_open(handle, function);
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
+    FakeHandle& bus = open_handle(handle, function);
     const std::uint32_t code =
-        call(function, where + " size " + number(size) + timeout_text(timeout) + on(*bus));
-    Module* module = std::exchange(bus->queried, nullptr);
+        call(function, where + " size " + number(size) + timeout_text(timeout) + on(bus));
+    Module* module = std::exchange(bus.queried, nullptr);
     if (code != 0)
         return code;
-    if (module == nullptr || module != find_module(*bus, board.value_or(bus->number), slot)) {
-        ADD_FAILURE() << function << " without a request to that module";
+    if (module == nullptr || module != find_module(bus, board.value_or(bus.number), slot)) {
+        report_broken_rule(function + std::string{" without a request to that module"});
         return NO_MODULE_IN_SLOT;
     }
-    const bool is_type = bus->query == TYPE_QUERY;
+    const bool is_type = bus.query == TYPE_QUERY;
     *type = is_type ? module->type_reply_type : module->compression_reply_type;
-    const Bytes reply = reply_to(*module, bus->query);
-    const std::size_t length = std::min<std::size_t>(reply.size(), size);
-    std::memcpy(data, reply.data(), length);
-    *received = static_cast<std::uint32_t>(length);
+    *received = is_type ? give(*module, module->record, data, size)
+                        : give(*module, module->compression_reply, data, size);
     return 0;
 }
 
 std::uint32_t FakePlatform::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
                                        std::uint32_t timeout)
 {
-    FakeHandle* bus = find_open(handle, "MwKSBStartSendMessageEx");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
-    expect(!bus->sending && !bus->receiving, "a message begun inside another");
-    const std::uint32_t code =
-        call("StartSendMessageEx",
-             " board " + number(board) + " slot " + number(slot) + timeout_text(timeout) + on(*bus));
+    FakeHandle& bus = open_handle(handle, "MwKSBStartSendMessageEx");
+    expect(board < 16 && slot < 16, "an address out of range");
+    expect(bus.is_idle(), "a message begun inside another");
+    const std::uint32_t code = call("StartSendMessageEx", " board " + number(board) + " slot " +
+                                                              number(slot) + timeout_text(timeout) + on(bus));
     if (code != 0)
         return code;
-    bus->receiver = find_module(*bus, board, slot);
-    if (bus->receiver == nullptr)
+    bus.receiver = find_module(bus, board, slot);
+    if (bus.receiver == nullptr)
         return NO_MODULE_IN_SLOT;
-    bus->receiver->loads.emplace_back();
-    bus->sending = true;
+    bus.receiver->loads.emplace_back();
+    bus.sending = true;
     return 0;
 }
 
 std::uint32_t FakePlatform::send_data(MW_HANDLE* handle, const void* data, std::uint32_t length,
                                       std::uint32_t timeout)
 {
-    FakeHandle* bus = find_open(handle, "MwKSBSendMessageDataEx");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
-    expect(bus->sending, "data outside a message");
-    expect(data != nullptr && length > 0, "a piece without data");
+    FakeHandle& bus = open_handle(handle, "MwKSBSendMessageDataEx");
+    expect(bus.sending, "data outside a message");
+    expect(data != nullptr && length > 0 && length <= 8, "a piece of other than 1 to 8 bytes");
     const std::string text = logs_data ? ' ' + hex(data, length) : "";
-    const std::uint32_t code = call("SendMessageDataEx", text + timeout_text(timeout) + on(*bus));
-    if (code == 0 && bus->sending) {
+    const std::uint32_t code = call("SendMessageDataEx", text + timeout_text(timeout) + on(bus));
+    if (code == 0 && bus.sending) {
         const auto* first = static_cast<const std::uint8_t*>(data);
-        Bytes& load = bus->receiver->loads.back();
+        Bytes& load = bus.receiver->loads.back();
         load.insert(load.end(), first, first + length);
     }
     return code;
@@ -435,29 +439,26 @@ std::uint32_t FakePlatform::send_data(MW_HANDLE* handle, const void* data, std::
 
 std::uint32_t FakePlatform::end_send(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    FakeHandle* bus = find_open(handle, "MwKSBEndOfSendMessageEx");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
-    expect(bus->sending, "the end of a message that was not begun");
-    const std::uint32_t code = call("EndOfSendMessageEx", timeout_text(timeout) + on(*bus));
+    FakeHandle& bus = open_handle(handle, "MwKSBEndOfSendMessageEx");
+    expect(bus.sending, "the end of a message that was not begun");
+    const std::uint32_t code = call("EndOfSendMessageEx", timeout_text(timeout) + on(bus));
     if (code == 0) {
-        bus->sending = false;
-        bus->answering = bus->receiver;
+        bus.sending = false;
+        bus.answering = bus.receiver;
+        ++complete_loads;
     }
     return code;
 }
 
 std::uint32_t FakePlatform::start_receive(MW_HANDLE* handle, std::uint32_t* type, std::uint32_t timeout)
 {
-    FakeHandle* bus = find_open(handle, "MwKSBStartReceiveMessageEx");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
-    expect(bus->answering != nullptr, "a reply without a load");
+    FakeHandle& bus = open_handle(handle, "MwKSBStartReceiveMessageEx");
+    expect(bus.answering != nullptr, "a reply without a load");
     expect(*type == 0, "MwKSBStartReceiveMessageEx with a type that is not cleared");
-    const std::uint32_t code = call("StartReceiveMessageEx", timeout_text(timeout) + on(*bus));
-    if (code == 0 && bus->answering != nullptr) {
-        *type = bus->answering->load_reply_type;
-        bus->receiving = true;
+    const std::uint32_t code = call("StartReceiveMessageEx", timeout_text(timeout) + on(bus));
+    if (code == 0 && bus.answering != nullptr) {
+        *type = bus.answering->load_reply_type;
+        bus.receiving = true;
     }
     return code;
 }
@@ -465,29 +466,27 @@ std::uint32_t FakePlatform::start_receive(MW_HANDLE* handle, std::uint32_t* type
 std::uint32_t FakePlatform::receive_data(MW_HANDLE* handle, void* data, std::uint32_t size,
                                          std::uint32_t* received, std::uint32_t timeout)
 {
-    FakeHandle* bus = find_open(handle, "MwKSBReceiveMessageDataEx");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
-    expect(bus->receiving, "reply data outside a reply");
+    FakeHandle& bus = open_handle(handle, "MwKSBReceiveMessageDataEx");
+    expect(bus.receiving, "reply data outside a reply");
     const std::uint32_t code =
-        call("ReceiveMessageDataEx", " size " + number(size) + timeout_text(timeout) + on(*bus));
-    if (code == 0 && bus->answering != nullptr) {
-        const std::uint8_t reply[] = {bus->answering->status, bus->answering->second_status_byte};
-        *received = std::min<std::uint32_t>(size, sizeof reply);
-        std::memcpy(data, reply, *received);
+        call("ReceiveMessageDataEx", " size " + number(size) + timeout_text(timeout) + on(bus));
+    if (code == 0 && bus.answering != nullptr) {
+        const Bytes& verdict = bus.answering->verdict;
+        *received = give(*bus.answering, verdict, data, size);
+        last_verdict = verdict.empty() ? 0 : verdict.front();
     }
     return code;
 }
 
 std::uint32_t FakePlatform::end_receive(MW_HANDLE* handle, std::uint32_t timeout)
 {
-    FakeHandle* bus = find_open(handle, "MwKSBEndOfReceiveMessageEx");
-    if (bus == nullptr)
-        return HANDLE_NOT_OPEN;
-    expect(bus->receiving, "the end of a reply that was not begun");
-    const std::uint32_t code = call("EndOfReceiveMessageEx", timeout_text(timeout) + on(*bus));
-    bus->receiving = false;
-    bus->answering = nullptr;
+    FakeHandle& bus = open_handle(handle, "MwKSBEndOfReceiveMessageEx");
+    expect(bus.receiving, "the end of a reply that was not begun");
+    const std::uint32_t code = call("EndOfReceiveMessageEx", timeout_text(timeout) + on(bus));
+    if (code == 0)
+        ++verdicts_read;
+    bus.receiving = false;
+    bus.answering = nullptr;
     return code;
 }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// A platform for tests: boards and modules as a test builds them, a journal of every call, planned failures.
+// A platform for tests and fuzz targets: boards and modules as they build them, a journal of every call,
+// planned failures.
 //
 // The sixteen Mw... functions forward to the one FakePlatform that lives in the calling thread. Each call
 // adds a line to the log, with all its arguments and the bytes it sends:
@@ -8,8 +9,8 @@
 //     * StartSendMessageEx board 0 slot 2 timeout 5000
 //     * SendMessageDataEx 0D 05 timeout 5000
 //
-// A call on a handle that the caller opened ends in " on caller handle". The test fails by itself when the
-// library breaks the protocol: data outside a message, a message inside another, a receive without a request,
+// A call on a handle that the caller opened ends in " on caller handle". When the library breaks the
+// protocol, that is reported: data outside a message, a message inside another, a receive without a request,
 // a handle that is not open, a time-out other than 5000, arguments that are not as the platform expects them,
 // or a caller's handle closed.
 #ifndef KVN_FPGA_TESTS_SUPPORT_FAKE_PLATFORM_H
@@ -29,12 +30,15 @@
 #include <string_view>
 #include <vector>
 
+/// Called with each rule of the protocol that is broken: fails the test, or ends the fuzz target. Every
+/// program defines it.
+void report_broken_rule(const std::string& rule);
+
 /// What sits in a slot: what the board says of it, how it answers, and what it was sent.
 struct Module {
-    // The board information words. Words other than 0 and 1 test that only these decide.
-    std::uint32_t present = 1;
-    std::uint32_t is_processor = 0;
-    std::uint32_t has_bus = 1;
+    /// The board information words: present, is a processor, has a bus, and two that nobody reads. Words
+    /// other than 0 and 1 test that only these decide.
+    std::array<std::uint32_t, 5> info{1, 0, 1, 0x33333333, 0x44444444};
 
     // The answer to the type query.
     std::uint8_t type_reply_type = 2;
@@ -42,12 +46,13 @@ struct Module {
 
     // The answer to the compression query.
     std::uint8_t compression_reply_type = 12;
-    std::uint8_t compression_reply = 0;
+    Bytes compression_reply{0};
 
-    // The answer to a load.
+    // The answer to a load: its status, and a byte that nobody reads.
     std::uint32_t load_reply_type = 4;
-    std::uint8_t status = 5;
-    std::uint8_t second_status_byte = 0xEE;
+    Bytes verdict{5, 0xEE};
+
+    std::uint32_t claimed = 0; ///< added to the number of bytes that a receive reports
 
     /// What the module was sent: each load message with its header, in order.
     std::vector<Bytes> loads;
@@ -91,7 +96,7 @@ enum class KindWidth { bits16, bits32 };
 struct FakeHandle;
 
 /// The platform of its thread as long as it lives.
-class FakePlatform final : public mwapi::Platform
+class FakePlatform : public mwapi::Platform
 {
 public:
     FakePlatform();
@@ -118,15 +123,26 @@ public:
     /// How many counted calls there were.
     [[nodiscard]] int calls() const { return calls_; }
 
-    /// The text for a code: "api 0x77" unless set here.
+    /// The text for a code: "api 0x77" unless set here. All 256 bytes are written; a text of as many has no
+    /// end.
     void set_error_text(std::uint32_t code, const std::string& text) { error_texts_[code] = text; }
 
+    /// The board of any type and number, in place of those that were made.
+    FakeBoard* every_board = nullptr;
     /// A failing MwOpenS stores a handle nevertheless.
     bool failing_open_stores_handle = false;
     /// MwClose sets the handle to null, as a platform may.
     bool close_clears_handle = true;
     /// Whether data calls are written to the log; large loads do without.
     bool logs_data = true;
+    /// Nothing may be called after a call that failed.
+    bool stops_at_failure = false;
+
+    bool failed = false; ///< a call has failed as planned
+    int opens = 0;
+    int complete_loads = 0;
+    int verdicts_read = 0;
+    int last_verdict = -1;
 
     /// Calls of the platform, and whatever else the test adds.
     std::vector<std::string> log;
@@ -169,8 +185,10 @@ private:
     /// Writes a call to the log, counts it and looks whether it is to fail.
     std::uint32_t call(const std::string& function, const std::string& arguments);
     void note(const std::string& line) { log.push_back("* " + line); }
-    /// What an open handle leads to; the test fails when it is not open.
-    FakeHandle* find_open(MW_HANDLE* handle, const char* function);
+    /// What an open handle leads to. @throws UnknownHandle
+    FakeHandle& open_handle(MW_HANDLE* handle, const char* function);
+    /// A board, or null.
+    FakeBoard* find_board(const std::string& type, std::uint32_t number);
     Module* find_module(const FakeHandle& handle, std::uint32_t board, std::uint32_t slot);
     /// @param board the opened one when none
     std::uint32_t send_whole(const char* function, const std::string& where, MW_HANDLE* handle,

@@ -13,6 +13,11 @@
 
 thread_local RunFixture* RunFixture::current_ = nullptr;
 
+void report_broken_rule(const std::string& rule)
+{
+    ADD_FAILURE() << rule;
+}
+
 void PrintTo(const Result& result, std::ostream* out)
 {
     *out << result.number << " \"" << escaped(result.text) << "\" (last_error " << result.last_error << ')';

@@ -67,7 +67,7 @@ ExitStatus report_failure(const kvn::Failure& failure, bool as_json)
 {
     kvn::tell_failure("", failure);
     if (as_json)
-        kvn::print_json(std::cout, kvn::failure_json(failure));
+        kvn::print_json(std::cout, kvn::to_json(failure, "inspection"));
     return failure.status;
 }
 
@@ -90,7 +90,7 @@ ExitStatus run_and_report(int argc, char** argv)
 int main(int argc, char** argv)
 {
     utility::open_missing_streams(static_cast<int>(ExitStatus::internal));
-    // A reader of our output that goes away must not cut off a module in the middle of its load.
+    // A reader that closes our output must not end the process in the middle of a load.
     (void)std::signal(SIGPIPE, SIG_IGN);
     return static_cast<int>(kvn::finish_output(run_and_report(argc, argv)));
 }

@@ -15,14 +15,14 @@
 
 namespace utility
 {
-// stdout leads to the one console until the process ends.
+// stdout writes to the console until the process ends.
 static_assert(std::is_trivially_destructible_v<Console>);
 
 namespace
 {
 
-/// Whether what is written to standard output and to standard error is read as one text: both are one file,
-/// or reach the same terminal, one of them perhaps through a pipe.
+/// Whether standard output and standard error are read as one text: both are the same file or reach the same
+/// terminal, perhaps through a pipe.
 bool are_shared()
 {
     struct stat output {
@@ -42,7 +42,7 @@ bool echoes_keys()
     return tcgetattr(STDIN_FILENO, &settings) == 0 && (settings.c_lflag & ECHO) != 0;
 }
 
-/// The questions of the library, which it writes to stdout and flushes.
+/// Takes the library's questions, which it writes to stdout and flushes.
 ssize_t take_question(void* console, const char* text, std::size_t size)
 {
     static_cast<Console*>(console)->output().ask({text, size});
@@ -56,8 +56,8 @@ Console::Console()
       errors_on_terminal_{isatty(STDERR_FILENO) != 0},
       shared_{are_shared()}
 {
-    // Without memory the questions go where they went: all texts before a question end in a line feed and so
-    // have been written.
+    // Without memory, questions stay on the C library's stdout. The order holds: every text before a question
+    // ends in a line feed and has been written.
     if (FILE* questions = fopencookie(this, "w", {nullptr, &take_question, nullptr, nullptr}))
         stdout = questions;
 }

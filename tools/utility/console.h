@@ -12,8 +12,8 @@
 namespace utility
 {
 
-/// There is one in a program: it stands in for the C library's stdout, so that it sees the library's
-/// questions pass.
+/// One per program: it replaces the C library's stdout, so that the library's questions pass
+/// through it.
 class Console
 {
 public:
@@ -22,12 +22,12 @@ public:
     Console& operator=(const Console&) = delete;
 
     Output& output() { return output_; }
-    /// Writes a line on standard error, after all that was printed. It begins a line even where standard
-    /// output has left one open. A terminal shows its control characters escaped.
+    /// Writes a line to standard error, after everything printed so far. Ends an open line of standard output
+    /// first if both are read as one text. Escapes control characters on a terminal.
     void tell(std::string_view line);
 
-    /// What the line of a signal handler begins with: a line feed where a line is open on what standard error
-    /// shows, be it by the terminal's echo of ^C. Async-signal-safe.
+    /// The prefix of a signal handler's line: a line feed if it would follow an open line, which the
+    /// terminal's echo of ^C also leaves. Async-signal-safe.
     [[nodiscard]] std::string_view line_break_at(int signal) const;
 
 private:
@@ -35,7 +35,7 @@ private:
 
     Output output_;
     bool errors_on_terminal_;
-    bool shared_; ///< what both streams show ends up in one place
+    bool shared_; ///< both streams are read as one text
 };
 
 /// The one console of the program, made at its first use.

@@ -11,7 +11,7 @@
 namespace utility
 {
 
-/// The bytes of the UTF-8 character that a text begins with; 1 for a byte that begins none.
+/// The length of the UTF-8 character at the start of a text; 1 if there is none.
 [[nodiscard]] inline std::size_t character_length(std::string_view text)
 {
     const auto first = static_cast<unsigned char>(text.front());
@@ -23,8 +23,8 @@ namespace utility
     return length <= text.size() && std::ranges::all_of(text.substr(1, length - 1), follows) ? length : 1;
 }
 
-/// Whether a terminal may obey a character: ASCII's control characters, and those from 0x80 to 0x9F, as bytes
-/// of their own or in UTF-8.
+/// Whether a terminal may obey a character: ASCII's control characters, and those from 0x80 to 0x9F, as
+/// single bytes or in UTF-8.
 [[nodiscard]] inline bool is_control(std::string_view character)
 {
     const auto first = static_cast<unsigned char>(character.front());
@@ -33,7 +33,7 @@ namespace utility
     return character.size() == 2 && first == 0xC2 && static_cast<unsigned char>(character[1]) <= 0x9F;
 }
 
-/// Hands a text on in parts, each byte of a control character as \x1B.
+/// Passes a text on in parts, each byte of a control character as \x1B.
 /// @param kept the control characters that stay as they are
 /// @param sink called with a string_view for each part, in order
 template <class Sink>

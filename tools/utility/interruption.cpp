@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the utility says when a signal stops it.
+// Reports what a signal interrupted.
 #include "interruption.h"
 
 #include "errors/catalogue.h"
@@ -17,7 +17,7 @@ namespace
 
 constexpr std::array SIGNALS{SIGINT, SIGTERM, SIGHUP};
 
-// Found by the handler without a call that might allocate.
+// Global, so that the handler finds them without a call that might allocate.
 mwapi::LoadWatch watch;
 Console* told_on = nullptr;
 bool is_conversion = false;
@@ -27,7 +27,7 @@ std::string_view name_of_signal(int signal)
     return signal == SIGINT ? "SIGINT" : signal == SIGTERM ? "SIGTERM" : "SIGHUP";
 }
 
-/// A line of limited length that needs no memory: a handler may build it.
+/// A line of limited length that allocates nothing, so a handler may build it.
 class Line
 {
 public:
@@ -100,7 +100,7 @@ void describe(Line& line, int signal)
     line << "\n";
 }
 
-/// Only async-signal-safe calls. A second signal kills at once, should a write wait for a reader.
+/// Makes only async-signal-safe calls. A second signal kills at once, even if a write blocks.
 void stop(int signal)
 {
     for (const int each : SIGNALS)

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// What the utility says when a signal stops it.
+// Reports what a signal interrupted.
 #ifndef KVN_TOOLS_UTILITY_INTERRUPTION_H
 #define KVN_TOOLS_UTILITY_INTERRUPTION_H
 
@@ -8,11 +8,11 @@
 namespace utility
 {
 
-/// What the platform's calls of this process are noted in.
+/// The watch that the platform of this process updates.
 [[nodiscard]] mwapi::LoadWatch& load_watch();
 
-/// From now on SIGINT, SIGTERM and SIGHUP, unless they are ignored, are answered by a line on standard error:
-/// what was under way and the state of the module. The process then dies by the signal.
+/// Handles SIGINT, SIGTERM and SIGHUP from now on, except ignored ones: a line on standard error reports what
+/// was interrupted and the state of the module, and the process dies by the signal.
 /// @param converts whether the run is a conversion
 void tell_interruptions(bool converts);
 

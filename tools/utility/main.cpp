@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// The utility KVN_FPGA: the command line through to the library, its last error out.
-#include "errors/catalogue.h"
+// The utility KVN_FPGA: passes its command line to the library and reports the last error.
 #include "console.h"
+#include "errors/catalogue.h"
 #include "interruption.h"
 #include "kvn_fpga.h"
 #include "standard_streams.h"
@@ -22,8 +22,8 @@ using Arguments = std::span<char*>;
 
 enum class Request { run, help, version };
 
-/// What the utility answers itself. The library refuses these arguments wherever they stand, so taking them
-/// anywhere changes no command line that it would accept.
+/// Finds what the utility answers itself. The library refuses these arguments in every position, so
+/// recognising them anywhere changes no valid command line.
 Request find_request(Arguments arguments)
 {
     for (const std::string_view argument : arguments) {
@@ -104,7 +104,7 @@ ExitStatus obey(int argc, char** argv)
 int main(int argc, char** argv)
 {
     utility::open_missing_streams(static_cast<int>(ExitStatus::internal));
-    // A reader of our output that goes away must not cut off a module in the middle of its load.
+    // A reader that closes our output must not end the process in the middle of a load.
     (void)std::signal(SIGPIPE, SIG_IGN);
     return static_cast<int>(obey(argc, argv));
 }

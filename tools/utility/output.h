@@ -31,17 +31,17 @@ public:
     {
     }
 
-    /// A text of the library. It may begin with a carriage return of its own, which is never escaped.
+    /// Prints a text of the library. A carriage return at its beginning is never escaped.
     void print(std::string_view text);
-    /// A question: written unchanged and at once, after all that was printed before it.
+    /// Writes a question, unchanged and at once, after everything printed before it.
     void ask(std::string_view question);
     void flush();
 
-    /// Whether the last character was no line feed.
+    /// Whether the last character was not a line feed.
     [[nodiscard]] bool has_open_line() const { return last_ != '\n'; }
     /// Whether an open line ends in a question.
     [[nodiscard]] bool ends_in_question() const { return asked_; }
-    /// Notes that the line has been closed by other means than this.
+    /// Notes that something else has ended the open line.
     void note_closed_line() { last_ = '\n'; }
     /// errno of the last write that failed, 0 if none.
     [[nodiscard]] int problem() const { return problem_; }
@@ -57,7 +57,7 @@ private:
     const bool is_terminal_;
     const Clock now_;
     std::chrono::steady_clock::time_point written_at_;
-    // No more than a pipe takes in one piece.
+    // As much as a pipe takes in one piece.
     std::array<char, 4096> gathered_;
     volatile std::sig_atomic_t size_ = 0;
     volatile std::sig_atomic_t writing_ = 0;

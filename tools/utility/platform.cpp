@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The utility's platform: the provider that the environment variable KVN_MWAPI names, loaded when the first
-// function is called. A conversion calls none and needs none.
+// The utility's platform: the provider that the environment variable KVN_MWAPI names, loaded at the first
+// call of a function. Conversions need none.
 #include "console.h"
 #include "interruption.h"
 #include "kvn_fpga.h"
@@ -26,7 +26,7 @@ std::string advice(const std::string& name)
     return "set KVN_MWAPI to another library with the Mw... functions";
 }
 
-/// An address in the library: this project's providers lie beside it, in the build tree and when installed.
+/// An address in the library. This project's providers are in the library's folder, built and installed.
 const void* in_library()
 {
     int major = 0;
@@ -36,7 +36,7 @@ const void* in_library()
     return text;
 }
 
-/// How a user knows the provider: by the value of KVN_MWAPI, without a recording's name.
+/// The name that a user knows the provider by: the value of KVN_MWAPI, without a recording's name.
 std::string short_name(const std::string& name)
 {
     if (name.empty())
@@ -47,7 +47,7 @@ std::string short_name(const std::string& name)
 
 std::unique_ptr<mwapi::Platform> choose_platform()
 {
-    // Choice: a variable that is empty counts as not set.
+    // Choice: an empty variable counts as not set.
     const char* wish = std::getenv("KVN_MWAPI"); // NOLINT(concurrency-mt-unsafe): the only thread
     const std::string name = wish == nullptr ? "" : wish;
     try {
@@ -63,7 +63,7 @@ std::unique_ptr<mwapi::Platform> choose_platform()
 
 mwapi::Platform& mwapi::program_platform()
 {
-    // It lives as long as the process, to whose end the functions may be called.
+    // Never destroyed: the functions may be called until the process ends.
     static Platform* const chosen = choose_platform().release();
     return *chosen;
 }

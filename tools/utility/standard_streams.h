@@ -9,8 +9,8 @@
 namespace utility
 {
 
-/// Gives the standard streams their places. Without it a program started with a closed standard output would
-/// find its next open file there, and print into it.
+/// Opens closed standard streams. Otherwise the next file opened would become standard output, and the program
+/// would print into it.
 /// @param status that the process ends with when it cannot be done
 inline void open_missing_streams(int status)
 {
