@@ -279,6 +279,51 @@ void seed_racks()
     seed("rack", "no_toml", "[[board\n");
 }
 
+/// Files of every format and shape, to be converted to each format and made loadable.
+void seed_conversions()
+{
+    const std::string part = "s05pc84";
+    const Bytes spartan = fpga::reverse_each(fpga::make_stream(*fpga::find_device(part)));
+    BitFile bit{spartan};
+    bit.device = part + '\0';
+    McbFile mcb{spartan};
+    mcb.device = part;
+    RbtFile rbt{spartan};
+    rbt.device(part);
+    std::string returns = RbtFile{8}.text();
+    for (std::size_t at = returns.find('\n'); at != std::string::npos; at = returns.find('\n', at + 2))
+        returns.replace(at, 1, "\r\n");
+    std::string long_lines = RbtFile{8}.text();
+    long_lines.erase(long_lines.size() - 34, 1);
+    BitFile nameless{spartan};
+    nameless.device = "\0"s;
+    BitFile trailing{30};
+    trailing.tail = "more";
+    McbFile beyond{30};
+    beyond.byte_count = 29;
+    const std::pair<const char*, std::string> files[] = {
+        {"spartan_bit", bit.content()},
+        {"spartan_mcb", mcb.content()},
+        {"spartan_rbt", rbt.text()},
+        {"carriage_returns", returns},
+        {"long_lines", long_lines},
+        {"nameless", nameless.content()},
+        {"trailing", trailing.content()},
+        {"beyond", beyond.content()},
+        {"rbt", RbtFile{8}.text()},
+        {"bit", BitFile{32}.content()},
+        {"mcb", McbFile{32}.content()},
+        {"no_date", RbtFile{5}.without_date().text()},
+        {"short_header", "Xilinx ASCII Bitstream\nConverted\nBits: 64\n" + std::string(64, '1') + '\n'},
+    };
+    for (const auto& [name, content] : files)
+        for (char format = 0; format < 3; ++format)
+            for (char way = 0; way < 4; ++way)
+                seed("conversion",
+                     std::string{name} + '_' + std::to_string(format) + '_' + std::to_string(way),
+                     std::string{format, way} + content);
+}
+
 std::string hex_of(const Bytes& bytes)
 {
     return "{\"hex\":\"" + hex(bytes) + "\"}";
@@ -363,6 +408,7 @@ int main(int argc, char** argv)
 #if __has_include("devices.h")
     seed_ports();
     seed_racks();
+    seed_conversions();
     seed_traces();
 #endif
     return 0;

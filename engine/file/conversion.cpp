@@ -43,6 +43,12 @@ std::string lower_case(std::string_view text)
     return lower;
 }
 
+/// "an RBT file"
+std::string with_article(Format format)
+{
+    return std::string{format == Format::bit ? "a " : "an "} + format_name(format) + " file";
+}
+
 /// The format that the library takes a file of this name for.
 Format named_format(std::string_view name)
 {
@@ -71,8 +77,8 @@ Format target_format(const ConversionRequest& request)
         return named;
     if (named != Format::unknown && named != request.format)
         refuse(ExitStatus::usage,
-               request.target + " is the name of a " + format_name(named) + " file, not of a " +
-                   format_name(request.format) + " file",
+               request.target + " is the name of " + with_article(named) + ", not of " +
+                   with_article(request.format),
                "let the name end in the format's extension: loads go by it");
     return request.format;
 }
@@ -110,8 +116,7 @@ void require_part_fits(const Input& input, Format format, const SourceHeader& he
 {
     if (!can_hold_part(format, header.part))
         refuse(ExitStatus::damaged,
-               input.name() + ": " + (format == Format::rbt ? "an RBT" : "an MCB") +
-                   " file cannot hold the part that its header names",
+               input.name() + ": " + with_article(format) + " cannot hold the part that its header names",
                MAKE_AGAIN);
 }
 
@@ -129,8 +134,7 @@ void require_fit(const Input& input, Format format, const Source& source)
     if (bits % unit != 0)
         refuse(ExitStatus::damaged,
                input.name() + ": the configuration has " + std::to_string(bits) + " bits, no multiple of " +
-                   std::to_string(unit) + ", which " + (format == Format::rbt ? "an " : "a ") +
-                   format_name(format) + " file cannot hold",
+                   std::to_string(unit) + ", which " + with_article(format) + " cannot hold",
                NORMALISE);
 }
 
@@ -156,14 +160,15 @@ void normalise(const Input& input, Format format, Source& source)
                             : input.name() + ": no module carries a " + part,
                part.empty() ? "name it by --part"
                             : "use the bitstream that was made for the module's device");
+    cut_to_stated_size(source);
     make_loadable(source.data, part, *device, format, source.changes);
     note_stated_size(source);
 }
 
 /// Loads the result into a model of its device, in both modes.
-void require_loadable(const Input& source, const Input& made)
+/// @param inspection of what was made
+void require_loadable(const Input& source, const Input& made, Inspection inspection)
 {
-    Inspection inspection = inspect(made);
     const Judgement judgement =
         judge(made, inspection, "", {LoadKind::plain, LoadKind::compressed}, Selection::by_content);
     if (judgement.answer == Answer::yes)
@@ -256,9 +261,10 @@ Conversion convert(const Input& input, const ConversionRequest& request)
     std::optional<Inspection> inspection = read_back(made, format, source);
     if (!inspection)
         refuse(ExitStatus::damaged,
-               input.name() + ": its header cannot be written as one of " + format_name(format), MAKE_AGAIN);
+               input.name() + ": its header cannot be written as that of " + with_article(format),
+               MAKE_AGAIN);
     if (request.normalise)
-        require_loadable(input, made);
+        require_loadable(input, made, *inspection);
     write(content, format, source, request);
 
     Conversion conversion;

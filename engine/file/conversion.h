@@ -17,7 +17,7 @@ class Input;
 
 struct ConversionRequest {
     /// The file to write, or "-" for standard output.
-    std::string target;
+    std::string target = {};
     /// Of the target; Format::unknown: the one that the target's extension names (.rbt, .bit, .mcb).
     Format format = Format::unknown;
     /// Replace a target that exists. Only a regular file or a symbolic link is replaced; of a link the link
@@ -26,7 +26,7 @@ struct ConversionRequest {
     /// Make the result loadable, plain and compressed, or write nothing.
     bool normalise = false;
     /// The part to name where the source names none, such as "2v3000fg676"; empty: none is named.
-    std::string part;
+    std::string part = {};
 };
 
 /// A field of the source's header: "tool", "design", "architecture", "date", "time" or "other", a further
@@ -39,7 +39,7 @@ struct HeaderField {
 /// Something of the source that the target has otherwise, beyond what the formats differ in.
 struct Change {
     enum class Kind {
-        header,         ///< lines of an RBT header that loaders refuse were written anew
+        header,         ///< lines of an RBT header that loaders refuse were written anew; count: 0
         line_ends,      ///< carriage returns were removed; count: 0
         lines,          ///< data lines of other lengths were joined; count: how many there were
         bit_order,      ///< the bits of each byte were turned round; count: bytes

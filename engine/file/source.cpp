@@ -42,15 +42,29 @@ private:
     std::vector<std::uint8_t> bytes_;
 };
 
+/// The problem that keeps a file from being converted; null when none does.
+const Problem* decisive_problem(const Inspection& inspection)
+{
+    const std::vector<Problem>& problems = inspection.problems;
+    const auto mask = std::ranges::find(problems, Stops::use, &Problem::stops);
+    if (mask != problems.end())
+        return &*mask;
+    if (inspection.found_bits == 0) {
+        const auto first = std::ranges::find_if(problems, &Problem::is_fatal);
+        return first == problems.end() ? nullptr : &*first;
+    }
+    if (!inspection.data_are_damaged)
+        return nullptr;
+    // What damages the data is found behind what is wrong with the header.
+    const auto last = std::find_if(problems.rbegin(), problems.rend(),
+                                   [](const Problem& problem) { return problem.is_fatal(); });
+    return last == problems.rend() ? nullptr : &*last;
+}
+
 /// Refuses what holds no configuration, or not the whole of it.
 void require_whole(const Input& input, const Inspection& inspection)
 {
-    const auto spoils = [&inspection](const Problem& problem) {
-        const bool is_useless = inspection.found_bits == 0 || inspection.data_are_damaged;
-        return problem.stops == Stops::use || (is_useless && problem.is_fatal());
-    };
-    const auto problem = std::ranges::find_if(inspection.problems, spoils);
-    if (problem != inspection.problems.end())
+    if (const Problem* problem = decisive_problem(inspection))
         refuse(input, problem->what, problem->remedy);
     if (inspection.found_bits == 0 || inspection.format() == Format::unknown)
         refuse(input, "holds no configuration", MAKE_AGAIN);
@@ -147,12 +161,6 @@ void note_mcb_changes(const Input& input, Source& source)
     const std::uint64_t header = source.header.size;
     note_left_out(source, input.size() - header - run_bytes(input, header, source.data.bytes.size()),
                   "behind the last run");
-    const auto stated = static_cast<std::uint64_t>(source.inspection.stated_bits.value_or(0)) / 8;
-    if (source.data.bytes.size() <= stated)
-        return;
-    note_left_out(source, source.data.bytes.size() - stated, "that the last run has beyond the stated size");
-    source.data.bytes.resize(stated);
-    source.data.bits = stated * 8;
 }
 
 void note_changes(const Input& input, Source& source)
@@ -180,6 +188,16 @@ Source read_source(const Input& input)
     source.header = read_source_header(input, source.inspection);
     note_changes(input, source);
     return source;
+}
+
+void cut_to_stated_size(Source& source)
+{
+    const auto stated = static_cast<std::uint64_t>(source.inspection.stated_bits.value_or(0)) / 8;
+    if (source.header.format != Format::mcb || source.data.bytes.size() <= stated)
+        return;
+    note_left_out(source, source.data.bytes.size() - stated, "that the last run has beyond the stated size");
+    source.data.bytes.resize(stated);
+    source.data.bits = stated * 8;
 }
 
 } // namespace kvn

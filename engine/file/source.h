@@ -26,6 +26,9 @@ struct Source {
 /// MOST_CONVERTED; as Input::open; and std::bad_alloc.
 [[nodiscard]] Source read_source(const Input& input);
 
+/// Leaves out what the last run of an MCB file has beyond the size that its header states.
+void cut_to_stated_size(Source& source);
+
 } // namespace kvn
 
 #endif

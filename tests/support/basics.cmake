@@ -18,3 +18,10 @@ target_link_libraries(kvn_test_faults PUBLIC kvn_test_basics PRIVATE kvn_warning
 target_link_options(kvn_test_faults INTERFACE
   LINKER:--wrap=fopen LINKER:--wrap=fread LINKER:--wrap=fgets LINKER:--wrap=fwrite LINKER:--wrap=setvbuf
   LINKER:--wrap=ftell LINKER:--wrap=fclose LINKER:--wrap=__fread_chk LINKER:--wrap=__fgets_chk)
+
+# Faults of system calls. Only a program that links this has its calls wrapped.
+add_library(kvn_test_system_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/system_faults.cpp)
+target_link_libraries(kvn_test_system_faults PUBLIC kvn_test_basics PRIVATE kvn_warnings)
+target_link_options(kvn_test_system_faults INTERFACE
+  LINKER:--wrap=open LINKER:--wrap=write LINKER:--wrap=fsync LINKER:--wrap=close LINKER:--wrap=rename
+  LINKER:--wrap=renameat2 LINKER:--wrap=link)
