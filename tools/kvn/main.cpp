@@ -67,7 +67,7 @@ ExitStatus report_failure(const kvn::Failure& failure, bool as_json)
 {
     kvn::tell_failure("", failure);
     if (as_json)
-        kvn::print_json(std::cout, kvn::to_json(failure, "inspection"));
+        kvn::print_json(std::cout, kvn::failure_json(failure));
     return failure.status;
 }
 
