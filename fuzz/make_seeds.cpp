@@ -235,6 +235,35 @@ void seed_ports()
     }
 }
 
+/// The first byte of an input chooses the name; the rest is the file.
+void seed_inputs()
+{
+    const auto file = [](const std::string& name, unsigned char choice, const std::string& content) {
+        seed("input", name, static_cast<char>(choice) + content);
+    };
+    file("rbt", 0, RbtFile{8}.text());
+    file("bit", 1, BitFile{64}.content());
+    file("mcb", 2, McbFile{64}.content());
+    file("misnamed", 2, BitFile{64}.content());
+    file("text", 6, "hello\n");
+    // The title of an RBT file.
+    file("gzip", 3,
+         as_text(bytes("1F 8B 08 00 00 00 00 00 02 03 8B C8 CC C9 CC AB 50 70 0C 76 F6 F4 54 70 CA 2C 29 2E "
+                       "29 4A 4D CC E5 02 00 28 46 51 DC 17 00 00 00")));
+    file("xz", 4,
+         as_text(bytes("FD 37 7A 58 5A 00 00 04 E6 D6 B4 46 02 00 21 01 0C 00 00 00 8F 98 41 9C 01 00 16 58 "
+                       "69 6C 69 6E 78 20 41 53 43 49 49 20 42 69 74 73 74 72 65 61 6D 0A 00 00 37 F6 E7 D2 "
+                       "26 EC BD E6 00 01 2F 17 81 08 49 B1 1F B6 F3 7D 01 00 00 00 00 04 59 5A")));
+    file("zstd", 5,
+         as_text(bytes("28 B5 2F FD 04 58 B9 00 00 58 69 6C 69 6E 78 20 41 53 43 49 49 20 42 69 74 73 74 72 "
+                       "65 61 6D 0A FF 7F 32 72")));
+    const Bytes stream =
+        fpga::reverse_each(fpga::make_stream(*fpga::find_device("2v40"), {.fill = fpga::Fill::zero}));
+    McbFile whole{stream};
+    whole.device = "2v40cs144";
+    file("whole", 2, whole.content());
+}
+
 void seed_racks()
 {
     const std::string board = "[[board]]\ntype = \"mwc4a\"\nnumber = 0\n";
@@ -407,6 +436,7 @@ int main(int argc, char** argv)
     seed_runs();
 #if __has_include("devices.h")
     seed_ports();
+    seed_inputs();
     seed_racks();
     seed_conversions();
     seed_traces();

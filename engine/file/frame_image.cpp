@@ -84,6 +84,7 @@ void FrameImage::store()
         return break_off();
     std::ranges::copy(pending_, stored_.begin() + static_cast<std::ptrdiff_t>(place_ * device_.frame_size));
     written_[place_] = true;
+    writes_frames_ = true;
     ++place_;
 }
 

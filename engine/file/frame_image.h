@@ -24,8 +24,8 @@ public:
     /// Takes bytes in transmission order.
     void take(std::span<const std::uint8_t> bytes);
 
-    /// Whether the stream was understood, as far as the device obeys it.
-    [[nodiscard]] bool is_whole() const { return !broke_off_; }
+    /// Whether frames were written, and the stream was understood as far as the device obeys it.
+    [[nodiscard]] bool is_whole() const { return writes_frames_ && !broke_off_; }
 
     struct Frame {
         unsigned block;
@@ -65,6 +65,7 @@ private:
     std::vector<std::uint32_t> pending_;  ///< the frame before it, which is stored when that one is in
     std::size_t place_ = 0;               ///< the next frame's; beyond the last one there is none
     std::array<std::vector<std::uint32_t>, fpga::REGISTER_COUNT> registers_;
+    bool writes_frames_ = false;
     bool start_requested_ = false;
     bool ended_ = false;
     bool broke_off_ = false;

@@ -37,6 +37,7 @@ private:
     void require_not_cancelled() const;
     [[noreturn]] void stop(Failure failure) const { throw FailureError{std::move(failure)}; }
     void refuse_if_unfit() const;
+    [[nodiscard]] std::string has_device(const std::string& device, const char* source) const;
     void settle(int error);
     [[nodiscard]] Failure cancelled() const;
     [[nodiscard]] const std::string& file_name() const { return request_.file->name(); }
@@ -47,6 +48,7 @@ private:
     LoadControl& control_;
     BusSession session_;
     Inspection inspection_;
+    std::string device_; ///< of the module, by its own word or as was given; empty: not known
     LoadKind mode_ = LoadKind::plain;
     Record record_;
 };
@@ -74,6 +76,8 @@ std::optional<std::string> if_any(std::string text)
     return text.empty() ? std::nullopt : std::optional{std::move(text)};
 }
 
+constexpr const char* BY_ITSELF = " (by its own word)";
+constexpr const char* GIVEN = " (as was given)";
 constexpr const char* RIGHT_FILE = "use the bitstream that was made for the module's device";
 
 } // namespace
@@ -148,29 +152,35 @@ void LoadRun::find_module()
         stop(slot.failure ? *std::move(slot.failure) : session_.failure());
 }
 
-/// The names as the library compares them; a module that names no device suits every file.
+/// The names as the library compares them.
 void LoadRun::compare_devices()
 {
-    const std::string device = session_.core().device_name;
-    if (device.empty())
-        return;
-    const std::string has = "the module in " + module_text() + " has a " + device + " (by its own word)";
-    if (!request_.device.empty() && request_.device != device)
+    const std::string own = session_.core().device_name;
+    const std::string& expected = request_.device;
+    if (!own.empty() && !expected.empty() && own != expected)
         stop({.status = ExitStatus::wrong_device,
-              .what = has + ", not a " + request_.device + " (as was given)",
+              .what = has_device(own, BY_ITSELF) + ", not a " + expected + GIVEN,
               .remedy = "check the slot, and what is given"});
+    device_ = own.empty() ? expected : own;
     const std::string& part = inspection_.part;
-    if (part.empty() || suits_device(device.c_str(), part.c_str()))
+    if (device_.empty() || part.empty() || suits_device(device_.c_str(), part.c_str()))
         return;
     std::string family;
     if (inspection_.other_family != nullptr)
         family = " of the family " + std::string{inspection_.other_family->name};
-    const bool same_chip = inspection_.device != nullptr && inspection_.device == fpga::find_device(device);
+    const bool same_chip = inspection_.device != nullptr && inspection_.device == fpga::find_device(device_);
     stop({.status = ExitStatus::wrong_device,
-          .what = file_name() + " is for a " + part + family + " (by its header); " + has,
+          .what = file_name() + " is for a " + part + family + " (by its header); " +
+                  has_device(device_, own.empty() ? GIVEN : BY_ITSELF),
           .why = same_chip ? "the chip is the same, but the library compares the whole name before the dash"
                            : "",
           .remedy = RIGHT_FILE});
+}
+
+/// "the module in mwc4a:0/2 has a 2v40cs144-4 (by its own word)"
+std::string LoadRun::has_device(const std::string& device, const char* source) const
+{
+    return "the module in " + module_text() + " has a " + device + source;
 }
 
 void LoadRun::choose_mode()
@@ -181,7 +191,7 @@ void LoadRun::choose_mode()
               .what = "the module in " + module_text() + " takes no compressed loads",
               .remedy = "load the file plain"});
     const Estimate sizes = estimate(*request_.file, inspection_,
-                                    {.device = session_.core().device_name,
+                                    {.device = device_,
                                      .takes_compressed = takes_compressed,
                                      .wish = request_.mode,
                                      .bytes_per_second = std::nullopt});
@@ -196,22 +206,24 @@ void LoadRun::choose_mode()
 /// Only a load that succeeds on a virtual module is tried on a real one.
 void LoadRun::judge_file()
 {
-    const Judgement judgement =
-        judge(*request_.file, inspection_, session_.core().device_name, {mode_}, Selection::by_content);
+    const Judgement judgement = judge(*request_.file, inspection_, device_, {mode_}, Selection::by_content);
     record_.problems = inspection_.problems;
     refuse_if_unfit();
-    if (judgement.answer != Answer::yes && !request_.force)
-        stop({.status = ExitStatus::rehearsal,
-              .what = "whether the module in " + module_text() + " would start with " + file_name() +
-                      " cannot be judged: " + judgement.words,
-              .remedy = "load it by force if the file is known to be right"});
+    // Without a device the trial was on a module that suits the file, which says nothing of this one.
+    const bool is_judged = judgement.answer == Answer::yes && !device_.empty();
+    if (is_judged || request_.force)
+        return;
+    stop({.status = ExitStatus::rehearsal,
+          .what = "whether the module in " + module_text() + " would start with " + file_name() +
+                  " cannot be judged: " +
+                  (device_.empty() ? "the module does not name its device" : judgement.words),
+          .remedy = "load it by force if the file is known to be right"});
 }
 
 void LoadRun::send()
 {
     kvn_fpga_imp& core = session_.core();
     core.never_compress = mode_ == LoadKind::plain ? 1 : 0;
-    record_.attempts = 1;
     settle(load_input(core, *request_.file, inspection_.format()));
 }
 
@@ -219,6 +231,7 @@ void LoadRun::send()
 void LoadRun::settle(int error)
 {
     const Wire& wire = session_.wire();
+    record_.attempts = 1;
     record_.state = wire.state();
     record_.answer = wire.answer();
     record_.seconds_on_wire = wire.seconds();

@@ -16,6 +16,10 @@ constexpr std::uint64_t NEVER = std::numeric_limits<std::uint64_t>::max();
 
 Wire::Wire(mwapi::Platform& behind, LoadControl& control) : behind_{behind}, control_{control}
 {
+    control_.bytes_ = 0;
+    control_.total_ = 0;
+    control_.begin_ = LoadControl::NEVER;
+    control_.end_ = LoadControl::NEVER;
     if (const mwapi::Functions* own = behind_.functions())
         direct_ = own->MwKSBSendMessageDataEx;
     if (!control_.on_progress && !control_.on_sent)

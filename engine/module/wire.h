@@ -28,7 +28,7 @@ class Wire final : public mwapi::UniformPlatform<Wire>
 {
 public:
     /// @param behind must outlive this
-    /// @param control receives what is counted, and may cancel; must outlive this
+    /// @param control receives what is counted, from the beginning, and may cancel; must outlive this
     Wire(mwapi::Platform& behind, LoadControl& control);
 
     template <mwapi::Function function, class... Arguments>

@@ -238,11 +238,6 @@ TEST_F(KvnDamage, WhatIsNoBitstreamAtAllIsNamed)
     };
     using namespace std::string_literals;
     const Content contents[] = {
-        {"\x1F\x8B\x08\0\0"s, "compressed by gzip", "unpack it (gunzip) and give what was in it"},
-        {"\xFD"
-         "7zXZ\0\0"s,
-         "compressed by xz", "unpack it (unxz) and give what was in it"},
-        {"\x28\xB5\x2F\xFD\x01"s, "compressed by zstd", "unpack it (unzstd) and give what was in it"},
         {"BZh91AY"s, "compressed by bzip2", "unpack it (bunzip2) and give what was in it"},
         {"PK\x03\x04\x14"s, "a zip archive", "unpack it (unzip) and give what was in it"},
         {std::string(40000, '\0'), "nothing but zero bytes",
@@ -273,6 +268,30 @@ TEST_F(KvnDamage, WhatIsNoBitstreamAtAllIsNamed)
     write("a.rbt", "Some text\n");
     EXPECT_EQ(json({"info", "a.rbt"})["problems"][0]["what"],
               "line 1 is \"Some text\", not \"Xilinx ASCII Bitstream\"");
+}
+
+TEST_F(KvnDamage, APackedFileIsUnpackedOnTheWay)
+{
+    make("2v40cs144-4", "a.bit");
+    const nlohmann::json plain = json({"check", "a.bit"});
+    for (const auto& [tool, file] : {std::pair{"gzip", "a.bit.gz"}, std::pair{"xz", "a.bit.xz"}}) {
+        ASSERT_EQ(run({tool, {"-k", "a.bit"}, folder, {}}).status, 0);
+        nlohmann::json check = json({"check", file});
+        EXPECT_EQ(check["file"], file);
+        EXPECT_EQ(check["stored"]["packing"], tool);
+        for (const char* differs : {"file", "stored"})
+            check[differs] = plain[differs];
+        EXPECT_EQ(check, plain);
+        const std::string pack_again = std::string{tool} + " < " + file + " > " + file + ".again";
+        ASSERT_EQ(run({"sh", {"-c", pack_again}, folder, {}}).status, 0);
+        EXPECT_EQ(json({"info", std::string{file} + ".again"})["problems"][0]["what"],
+                  std::string{"the file is compressed by "} + tool + ", no RBT, BIT or MCB file")
+            << "once";
+        write(file, content(file).substr(0, content(file).size() / 2));
+        const Outcome cut = kvn({"check", file});
+        EXPECT_EQ(cut.status, 4);
+        EXPECT_EQ(cut.errors, std::string{"kvn: "} + file + ": the " + tool + " data are cut\n");
+    }
 }
 
 TEST_F(KvnDamage, ACountOfBitsThatWrapsLoadsAndIsANote)

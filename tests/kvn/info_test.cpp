@@ -2,7 +2,6 @@
 #include "kvn_fixture.h"
 
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 namespace
 {
@@ -199,19 +198,21 @@ TEST_F(KvnInfo, WhatCannotBeReadIsAnError)
     EXPECT_EQ(kvn({"info", "/"}).errors, "kvn: /: not a regular file\n");
 }
 
-TEST_F(KvnInfo, AFifoIsRefusedAndNotWaitedFor)
+TEST_F(KvnInfo, StandardInputIsReadUnderItsName)
 {
-    ASSERT_EQ(mkfifo((folder / "a.bit").c_str(), 0600), 0);
-    for (const char* command : {"info", "check"}) {
-        const Outcome outcome = kvn({command, "a.bit"});
-        EXPECT_EQ(outcome.status, 3);
-        EXPECT_EQ(outcome.errors, "kvn: a.bit: not a regular file\n");
+    make("2v40cs144-4", "a.bit");
+    const std::string text = content("a.bit");
+    const std::string expected = kvn({"info", "a.bit"}).output;
+    for (const std::string name : {"-", "/dev/stdin"}) {
+        const Outcome outcome = run({KVN_PROGRAM, {"info", name}, folder, {}}, text);
+        EXPECT_EQ(outcome.status, 0);
+        EXPECT_EQ(outcome.output, "File:           " + name + expected.substr(expected.find(',')));
+        EXPECT_EQ(run({KVN_PROGRAM, {"check", name}, folder, {}}, text).status, 0);
     }
 }
 
 TEST_F(KvnInfo, EveryPathPrintsJsonWhenAskedTo)
 {
-    ASSERT_EQ(mkfifo((folder / "fifo.bit").c_str(), 0600), 0);
     struct Failing {
         std::vector<std::string> arguments;
         int status;
@@ -219,7 +220,7 @@ TEST_F(KvnInfo, EveryPathPrintsJsonWhenAskedTo)
         const char* what;
     };
     const Failing failings[] = {
-        {{"info", "fifo.bit"}, 3, "file", "fifo.bit: not a regular file"},
+        {{"info", "/dev/null"}, 3, "file", "/dev/null: not a regular file"},
         {{"check", "nothing.bit"}, 3, "file", "nothing.bit: No such file or directory"},
         {{"info", "/"}, 3, "file", "/: not a regular file"},
         {{"info"}, 2, "usage", "file is required; kvn info --help tells more"},

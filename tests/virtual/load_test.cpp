@@ -57,6 +57,29 @@ TEST_F(Load, PlainStartsTheFpga)
     EXPECT_EQ(kept.reason, "DONE went high after 338784 bits");
 }
 
+TEST_F(Load, AModuleThatKeepsNoDataJudgesAndCountsThem)
+{
+    carrier.board("mwc4a", 0)
+        .slot(1, fpga_module(4).device("2v40cs144-4").accepts_compressed().keeps_no_data());
+    for (const auto& command : {PLAIN, COMPRESSED}) {
+        const Bytes data = command == PLAIN ? virtex2 : Bytes{fpga::run_code(virtex2)};
+        EXPECT_EQ(bus.load(0, 1, command, data).data, (Bytes{5, 0}));
+        const Contents counted = contents(1);
+        EXPECT_EQ(counted.reason, "DONE went high after 338784 bits");
+        EXPECT_EQ(counted.received_bytes, data.size() + 2);
+        EXPECT_EQ(counted.configuration_bytes, virtex2.size());
+        EXPECT_TRUE(counted.received.empty());
+        EXPECT_TRUE(counted.configuration.empty());
+    }
+}
+
+TEST_F(Load, DataAreCountedWhereTheyAreKept)
+{
+    (void)bus.load(0, 1, PLAIN, virtex2);
+    EXPECT_EQ(contents(1).received_bytes, contents(1).received.size());
+    EXPECT_EQ(contents(1).configuration_bytes, contents(1).configuration.size());
+}
+
 TEST_F(Load, CompressedStartsTheFpga)
 {
     const Bytes pairs = fpga::run_code(virtex2);

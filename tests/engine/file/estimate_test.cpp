@@ -88,7 +88,7 @@ TEST_F(EstimateTest, CountsWordsPairsAndWhatIsHeldBack)
 
 TEST_F(EstimateTest, TheModulesDeviceDecidesOnTheTail)
 {
-    const kvn::Input input = input_of(BitFile{64}.text(), "a.bit"); // for a 2v3000fg676
+    const kvn::Input input = input_of(BitFile{64}.content(), "a.bit"); // for a 2v3000fg676
     EXPECT_EQ(estimate(input).plain.held_back, 0U);
     EXPECT_EQ(estimate(input, {.device = "2v3000fg676-4"}).plain.held_back, 0U);
     const Estimate other = estimate(input, {.device = "v50pq240-5"});

@@ -20,7 +20,7 @@ protected:
 
     static fpga::FileLabels labels(const fpga::Device& device)
     {
-        return {std::string{device.name} + "x1", "family"};
+        return {std::string{device.name} + "fg1", "family"};
     }
 
     [[nodiscard]] kvn::Input bit(const fpga::Device& device, const Data& data,

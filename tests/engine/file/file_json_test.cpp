@@ -12,7 +12,7 @@ using kvn::Json;
 class FileJson : public ExampleTest
 {
 protected:
-    const kvn::Input input = input_of(gzip(BitFile{64}.text()), "a.bit.gz");
+    const kvn::Input input = input_of(gzip(BitFile{64}.content()), "a.bit.gz");
     const kvn::Inspection inspection = kvn::inspect(input);
 };
 
@@ -113,7 +113,7 @@ TEST_F(FileJson, OfADifferenceByOffset)
     BitFile other{64};
     other.data = data;
     const kvn::Difference difference =
-        kvn::compare(input_of(file.text(), "a.bit"), input_of(other.text(), "b.bit"));
+        kvn::compare(input_of(file.content(), "a.bit"), input_of(other.content(), "b.bit"));
     const Json json = kvn::to_json(input, input, difference);
     EXPECT_EQ(json["device"], nullptr);
     EXPECT_EQ(json["frames"], nullptr);

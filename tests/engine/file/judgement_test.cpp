@@ -56,7 +56,7 @@ TEST_F(JudgementTest, APackedFileIsWhatIsInIt)
         EXPECT_EQ(inspection.file_size, good_.size());
         EXPECT_EQ(inspection.stored.sha256, input.stored().sha256);
         EXPECT_TRUE(inspection.problems.empty());
-        EXPECT_EQ(kvn::judge(input, inspection, "2v40x1-4", BOTH).answer, Answer::yes);
+        EXPECT_EQ(kvn::judge(input, inspection, "2v40fg1-4", BOTH).answer, Answer::yes);
     }
 }
 
@@ -103,7 +103,7 @@ TEST_F(JudgementTest, WhatHasNoLoaderIsNotTried)
 {
     const kvn::Input input = input_of("hello\n", "a.bit");
     Inspection inspection = kvn::inspect(input);
-    const Judgement judgement = kvn::judge(input, inspection, "2v40x1-4", BOTH, Selection::by_content);
+    const Judgement judgement = kvn::judge(input, inspection, "2v40fg1-4", BOTH, Selection::by_content);
     EXPECT_EQ(judgement.answer, Answer::no);
     EXPECT_EQ(judgement.words, "no module would start");
     EXPECT_TRUE(judgement.loads.empty());

@@ -202,6 +202,15 @@ TEST_F(Load, HasOneDigestForAllFormats)
     EXPECT_EQ(load(bitstream("a.mcb", part_of(DEVICE), data)).digest, first.digest);
 }
 
+TEST_F(Load, CountsAnewWithTheSameControl)
+{
+    put(module_with(DEVICE));
+    const Record first = load(good);
+    const Record second = load(good);
+    EXPECT_EQ(second.wire_bytes, first.wire_bytes);
+    EXPECT_EQ(control.progress().bytes, control.progress().total);
+}
+
 TEST_F(Load, IsOfTheContentWhateverTheName)
 {
     put(module_with(DEVICE));
@@ -320,6 +329,25 @@ TEST_F(Load, IntoAnUnknownDeviceNeedsForce)
     EXPECT_EQ(record.attempts, 1U);
     EXPECT_EQ(record.wire_bytes, (Fact<std::uint64_t>{contents().received.size()}));
     EXPECT_GT(contents().loads, 0U);
+}
+
+TEST_F(Load, IntoAModuleThatDoesNotNameItsDeviceNeedsForceOrTheUsersWord)
+{
+    put(mwvirtual::other_module(9));
+    expect_refused(load(good), ExitStatus::rehearsal,
+                   "whether the module in mwc4a:3/2 would start with design.bit cannot be judged: the module "
+                   "does not name its device");
+    request.device = "2v80cs144-4";
+    const Record record = load(good);
+    expect_refused(record, ExitStatus::wrong_device,
+                   "design.bit is for a 2v40cs144 (by its header); the module in mwc4a:3/2 has a 2v80cs144-4 "
+                   "(as was given)");
+    EXPECT_EQ(record.device, (Fact<std::string>{"2v80cs144-4", Source::given}));
+    request.device = DEVICE;
+    EXPECT_EQ(load(good).attempts, 1U);
+    request.device.clear();
+    request.force = true;
+    EXPECT_EQ(load(good).attempts, 1U);
 }
 
 TEST_F(Load, IntoAModuleThatTakesNoCompressedOne)
