@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <ranges>
 
 namespace kvn
 {
@@ -18,9 +17,9 @@ constexpr std::uint8_t ONES = 0xFF;
 /// Hashes bytes, except for those FF that no other byte follows yet.
 void ConfigurationDigest::hash(std::span<const std::uint8_t> bytes)
 {
-    const auto reversed = bytes | std::views::reverse;
-    const auto last = std::ranges::find_if(reversed, [](std::uint8_t byte) { return byte != ONES; });
-    const auto ones = static_cast<std::size_t>(last - reversed.begin());
+    const auto last =
+        std::find_if(bytes.rbegin(), bytes.rend(), [](std::uint8_t byte) { return byte != ONES; });
+    const auto ones = static_cast<std::size_t>(last - bytes.rbegin());
     if (ones != bytes.size()) {
         hash_ones();
         sum_.take(bytes.first(bytes.size() - ones));
