@@ -257,7 +257,9 @@ Conversion convert(const Input& input, const ConversionRequest& request)
 
     std::string content = make_header(source.header, format, source.data.bits);
     append_data(content, format, source.data.bytes);
-    const Input made = Input::from_bytes(as_bytes(content), request.target);
+    // What goes to standard output has no name that could say another format.
+    const Input made =
+        Input::from_bytes(as_bytes(content), request.target == STANDARD_STREAM ? "" : request.target);
     std::optional<Inspection> inspection = read_back(made, format, source);
     if (!inspection)
         refuse(ExitStatus::damaged,
