@@ -57,3 +57,7 @@ SMALL_BITS = 1_000_000
 MEDIUM_BITS = 10_000_000
 LARGEST_DEVICE_BITS = 34_292_768
 HUGE_BITS = 342_927_680
+
+# A load by kvn: instructions per configuration byte as a multiple of KVN_FPGA's, and KiB resident beyond them.
+KVN_LOAD = 1.05
+KVN_LOAD_MEMORY = 3 * 1024

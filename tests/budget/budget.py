@@ -5,10 +5,16 @@
     budget.py check PROGRAM FOLDER OPERATION   measures, prints each figure with its budget, fails above one
     budget.py check-way PROGRAM FOLDER OPERATION PROVIDER
                                                the same for a load whose calls go through a provider, as the utility's
+    budget.py check-kvn KVN KVN_FPGA BITGEN PROVIDER FORMAT MODE
+                                               compares a load by kvn with one by KVN_FPGA; MODE is plain or compressed
 """
 
+import os
 import pathlib
+import re
+import subprocess
 import sys
+import tempfile
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench"))
@@ -73,6 +79,65 @@ def check_way(program, folder, operation, provider):
     return budget.kept
 
 
+class Program:
+    """Loads by a program, into the module of a provider that only counts."""
+
+    def __init__(self, provider, mode, command):
+        self.command = command
+        self.environment = {name: value for name, value in os.environ.items() if not name.startswith("KVN_")}
+        self.environment["KVN_MWAPI"] = provider
+        if mode == "compressed":
+            self.environment["KVN_COUNTING_COMPRESSED"] = ""
+
+    def run(self, folder, file, device, *wrapper):
+        """@return the status and the usage of resources"""
+        words = [*wrapper, *(word.format(file=file, name=pathlib.Path(file).stem) for word in self.command)]
+        with subprocess.Popen(words, cwd=folder, env={**self.environment, "KVN_COUNTING_DEVICE": device},
+                              stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as process:
+            _, status, usage = os.wait4(process.pid, 0)
+            process.returncode = os.waitstatus_to_exitcode(status)
+        if process.returncode != 0:
+            raise RuntimeError(f"{' '.join(words)}: {process.returncode}")
+        return usage
+
+    def load_instructions(self, folder, file, device):
+        """The instructions from the beginning of the last message, which is that of the load, to the end."""
+        figures = pathlib.Path(folder) / "callgrind.out"
+        self.run(folder, file, device, "valgrind", "--tool=callgrind", "--zero-before=MwKSBStartSendMessageEx",
+                 f"--callgrind-out-file={figures}")
+        return int(re.search(r"^(?:summary|totals): (\d+)", figures.read_text(encoding="utf-8"), re.MULTILINE)[1])
+
+    def resident(self, folder, file, device):
+        """KiB at the highest."""
+        return self.run(folder, file, device).ru_maxrss
+
+
+# Two devices, and the bytes of their configuration.
+DEVICES = ("2v40cs144-4", "2v250fg456-4")
+
+
+def check_kvn(kvn, kvn_fpga, bitgen, provider, form, mode):
+    programs = [Program(provider, mode, [kvn_fpga, "-u", "-dmwc4a", "-b0", "-s1", "-f{name}"]),
+                Program(provider, mode, [kvn, "load", "{file}", "mwc4a:0/1", "--progress", "none", f"--{mode}"])]
+    with tempfile.TemporaryDirectory() as folder:
+        files = [f"{device}.{form}" for device in DEVICES]
+        for file, device in zip(files, DEVICES):
+            measure.run([bitgen, device, "-o", f"{folder}/{file}", "--fill", "random"])
+        sizes = [int(measure.run([bitgen, "--list"]).stdout.split(device.split("c")[0].split("f")[0] + "\t")[1]
+                     .split()[1]) / 8 for device in DEVICES]
+        slopes = []
+        for program in programs:
+            counts = [program.load_instructions(folder, *pair) for pair in zip(files, DEVICES)]
+            slopes.append((counts[1] - counts[0]) / (sizes[1] - sizes[0]))
+        resident = [program.resident(folder, files[1], DEVICES[1]) for program in programs]
+    print(f"instructions per configuration byte: {slopes[0]:.2f} by KVN_FPGA, {slopes[1]:.2f} by kvn")
+    print(f"KiB resident: {resident[0]} by KVN_FPGA, {resident[1]} by kvn")
+    budget = Budget()
+    budget.limit("instructions of a load by kvn against KVN_FPGA", slopes[1] / slopes[0], goals.KVN_LOAD)
+    budget.limit("KiB resident beyond KVN_FPGA", resident[1] - resident[0], goals.KVN_LOAD_MEMORY)
+    return budget.kept
+
+
 def main(words):
     if len(words) == 3 and words[0] == "make":
         make(*words[1:])
@@ -81,6 +146,8 @@ def main(words):
         return 0 if check(*words[1:]) else 1
     if len(words) == 5 and words[0] == "check-way":
         return 0 if check_way(*words[1:]) else 1
+    if len(words) == 7 and words[0] == "check-kvn":
+        return 0 if check_kvn(*words[1:]) else 1
     print(__doc__, file=sys.stderr)
     return 2
 

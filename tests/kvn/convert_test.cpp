@@ -77,8 +77,8 @@ TEST_F(KvnConvert, ATargetIsNeeded)
     EXPECT_EQ(kvn({"convert", "a.bit"}).errors,
               "kvn: neither a target nor --to is given; kvn convert --help tells more\n");
     EXPECT_EQ(kvn({"convert", "--help"}).status, 0) << "what the hint says";
-    EXPECT_EQ(kvn({"convert", "a.bit", "--to", "mbc"}).errors,
-              "kvn: --to: there is no mbc; did you mean mcb?; kvn convert --help tells more\n");
+    EXPECT_EQ(kvn({"convert", "a.bit", "--to", "mcp"}).errors,
+              "kvn: --to: there is no mcp; did you mean mcb?; kvn convert --help tells more\n");
 }
 
 TEST_F(KvnConvert, ADamagedFileIsNotConverted)

@@ -29,14 +29,14 @@ TEST_F(KvnTrace, IsATableOfCalls)
     EXPECT_EQ(shown.errors, "");
     EXPECT_EQ(
         shown.output,
-        "Line  At s      Took s    Call                    Given                                           "
-        "                        Result      Got\n"
-        "2     0.000010  0.000005  MwOpenS                 board_number 0, board_type \"mwc4a\", device \"ksb\""
-        "                    0           handle 1\n"
+        "Line  At s      Took s    Call                    Given                                                   "
+        "        Result      Got\n"
+        "2     0.000010  0.000005  MwOpenS                 board_number 0, board_type \"mwc4a\", device \"ksb\"  "
+        "              0           handle 1\n"
         "3     0.000020  0.000090  MwKSBSendMessageDataEx  handle 1, 2 calls, data 03 05 FF FF FF FF FF FF ... "
         "(10 bytes)  0\n"
-        "4     1.500000  0.000004  MwClose                 handle 1                                        "
-        "                        0x80000001\n");
+        "4     1.500000  0.000004  MwClose                 handle 1                                                "
+        "        0x80000001\n");
 }
 
 TEST_F(KvnTrace, CountsTheCallsInASummary)
