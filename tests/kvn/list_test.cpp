@@ -128,6 +128,35 @@ TEST_F(KvnList, AWordThatNamesNoBoardIsAnError)
     EXPECT_EQ(kvn({"list"}).status, 2);
 }
 
+/// The calls of a run, one word for each.
+class KvnListCalls : public KvnList
+{
+protected:
+    [[nodiscard]] std::string calls_of(const std::string& boards)
+    {
+        variables["MWVIRTUAL_TRACE"] = "run.jsonl";
+        EXPECT_EQ(kvn({"list", boards}).status, 0);
+        std::string calls;
+        for (const nlohmann::json& call : json({"trace", "run.jsonl"})["calls"])
+            calls += call["call"].get<std::string>().substr(2) + " ";
+        return calls;
+    }
+};
+
+TEST_F(KvnListCalls, AreThoseByWhichTheCoreAsksEachSlot)
+{
+    const std::string module = "GetBoardInfo KSBSendMessageEx KSBReceiveMessageEx ";
+    const std::string query = "KSBSendMessageEx KSBReceiveMessageEx ";
+    const std::string none = "GetBoardInfo ";
+    const std::string opened = "OpenS InitIoStatus InitIoStatus ";
+    const std::string first = opened + module + query + module + none + none + "Close ";
+    EXPECT_EQ(calls_of("mwc4a:0"), first);
+    std::string all = first + opened + module + query + module + none + none + "Close ";
+    for (int board = 2; board < 16; ++board)
+        all += "OpenS Err2Text ";
+    EXPECT_EQ(calls_of("mwc4a"), all);
+}
+
 TEST_F(KvnList, PrintsJson)
 {
     const nlohmann::json document = json({"list", "mwc4a:0"});
