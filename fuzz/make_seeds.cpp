@@ -5,7 +5,10 @@
 
 #if __has_include("devices.h")
 #include "devices.h"
+#include "mwapi_forward.h"
+#include "recording_platform.h"
 #include "stream.h"
+#include "watched_platform.h"
 #endif
 
 #include <cstdio>
@@ -172,7 +175,8 @@ void seed_replies()
     seed("module_replies", "device", "2vp30ff896-6");
 }
 
-/// One run as targets/runs.cpp reads it: a good file and good modules, and one fault.
+/// One run as targets/runs.cpp reads it: a good file and good modules, and the n-th platform call failing,
+/// or, with a fault from 1 on, the n-th operation on files.
 std::string run_choices(int kind, int action, int fault, int n)
 {
     constexpr int eight_words = 20;
@@ -180,10 +184,10 @@ std::string run_choices(int kind, int action, int fault, int n)
     std::string choices{static_cast<char>(kind), '\0', static_cast<char>(action), '\0', eight_words};
     choices += std::string(kind == 0 ? 9 : 8, '\0'); // device, stated size, date, changes
     choices += std::string(bytes_of_slots, '\0');
-    choices += {static_cast<char>(fault), '\0', static_cast<char>(n)};
+    choices += {fault == 0 ? '\1' : '\2', '\0', static_cast<char>(n)};
     choices += std::string(4, '\0'); // the platform's code
-    if (fault == 4)
-        choices += '\0';            // the part of a failing write that is written
+    if (fault != 0)
+        choices += static_cast<char>(fault - 1);
     return choices + "\0\0\1\0\0"s; // address, flags, entry point, board
 }
 
@@ -200,13 +204,16 @@ void seed_runs()
         seed("runs", "mixed_" + std::to_string(variant), choices);
     }
     for (int kind = 0; kind < 3; ++kind)
-        for (int fault = 1; fault <= 7; ++fault)
-            for (const int n : {0, 2, 7})
+        for (int fault = 0; fault <= 6; ++fault)
+            for (const int n : {0, 2, 7, 20}) {
+                std::string choices;
+                for (int action = 0; action < 3; ++action)
+                    choices += run_choices(kind, action, fault, n);
                 seed("runs",
                      "kind_" + std::to_string(kind) + "_fault_" + std::to_string(fault) + "_at_" +
                          std::to_string(n),
-                     run_choices(kind, 0, fault, n) + run_choices(kind, 1, fault, n) +
-                         run_choices(kind, 2, fault, n));
+                     choices);
+            }
     seed("runs", "zeros", std::string(300, '\0'));
 }
 
@@ -266,44 +273,22 @@ void seed_inputs()
 
 void seed_racks()
 {
+    for (const auto& example : std::filesystem::directory_iterator{DOCS "/racks"})
+        seed("rack", example.path().stem().string(), read_file(example.path().string()));
     const std::string board = "[[board]]\ntype = \"mwc4a\"\nnumber = 0\n";
-    const std::string slot = "[[board.slot]]\nnumber = 1\nkind = \"fpga\"\nmodel = 4\nversion = 2\n"
-                             "device = \"2v3000fg676-4\"\ncompression = \"query\"\n";
-    const std::string io = "[[board.slot]]\nnumber = 2\nkind = \"io\"\nmodel = 4\ndevice = \"2s200fg456-5\"\n"
-                           "compression = \"record\"\n";
+    const std::string slot = "[[board.slot]]\nnumber = 1\nkind = \"fpga\"\ndevice = \"2v3000fg676-4\"\n";
+    const std::string io = "[[board.slot]]\nnumber = 2\nkind = \"io\"\ndevice = \"2s200fg456-5\"\n";
     seed("rack", "board", board);
-    seed("rack", "slots",
-         board + slot + io +
-             "[[board.slot]]\nnumber = 3\nkind = \"processor\"\n"
-             "[[board.slot]]\nnumber = 4\nkind = \"no-bus\"\n");
     seed("rack", "other",
          board + "[[board.slot]]\nnumber = 1\nkind = \"other\"\ntype = 9\ninfo = [1, 0, 1]\n");
-    seed("rack", "two_boards",
-         board + slot +
-             "[[board]]\ntype = \"mwc4a\"\nnumber = 1\n"
-             "reached_over = \"mwc4a 0\"\n" +
-             slot);
-    seed("rack", "slow",
-         "[[board]]\ntype = \"mwc4a\"\nnumber = 0\nlatency_us = 100\nbytes_per_second = 1000\n"
-         "info_word = 7\nopens = true\n" +
-             slot);
     seed("rack", "kept_file", board + slot + "keep = \"slot1\"\n" + io + "keep = \"../slot2\"\n");
     seed("rack", "kept_files", board + slot + "keep = \"slot1\"\n" + io + "keep = \"slot2\"\n");
-    seed("rack", "link_faults",
-         board +
-             "[[board.fault]]\nkind = \"flip-byte\"\nafter = 10\nmask = 0x10\n"
-             "[[board.fault]]\nkind = \"drop-byte\"\nafter = 4\n" +
-             slot);
-    for (const char* fault :
-         {"kind = \"wrong-status\"\nstatus = 77\nnth = 2", "kind = \"no-reply\"\nreply = \"load\"",
-          "kind = \"short-reply\"\nreply = \"identification\"\nlength = 3",
-          "kind = \"other-type\"\nreply = \"compression\"\ntype = 5"})
-        seed("rack", "reply_fault_" + std::to_string(std::string_view{fault}.size()),
-             board + slot + "[[board.slot.fault]]\n" + fault + '\n');
-    seed("rack", "call_fault",
-         board + slot +
-             "[[fault]]\nfunction = \"MwOpenS\"\ncall = 3\ncode = 0x80000001\n"
-             "text = \"gone\"\n[[fault]]\ncall = 9\ncode = 5\n");
+    seed("rack", "dropped_byte", board + "[[board.fault]]\nkind = \"drop-byte\"\nafter = 4\n" + slot);
+    for (const std::string kind :
+         {"no-reply\"\nreply = \"load\"", "short-reply\"\nreply = \"identification\"\nlength = 3",
+          "other-type\"\nreply = \"compression\"\ntype = 5"})
+        seed("rack", kind.substr(0, kind.find('"')),
+             board + slot + "[[board.slot.fault]]\nkind = \"" + kind + '\n');
     seed("rack", "mistake", board + "slots = 3\n");
     seed("rack", "no_toml", "[[board\n");
 }
@@ -353,70 +338,38 @@ void seed_conversions()
                      std::string{format, way} + content);
 }
 
-std::string hex_of(const Bytes& bytes)
+/// The trace of a run that configures slot 1 from good.rbt, with this verdict.
+std::string recorded_run(bool compressed, std::uint8_t status, std::uint32_t failing_open = 0)
 {
-    return "{\"hex\":\"" + hex(bytes) + "\"}";
-}
-
-/// A call as a line of a trace.
-std::string call(const std::string& name, const std::string& in, const std::string& got = "", int result = 0)
-{
-    return R"({"t":1,"took":2,"call":"Mw)" + name + "\",\"in\":{" + in +
-           "},\"result\":" + std::to_string(result) + (got.empty() ? "" : ",\"got\":{" + got + '}') + "}\n";
-}
-
-/// A good run that configures slot 1 from good.rbt.
-std::string recorded_run(bool compressed, int status)
-{
-    constexpr const char* handle = "\"handle\":1,\"timeout\":5000";
-    const std::string on_slot = std::string{handle} + ",\"board\":0,\"slot\":1";
-    Bytes record = bytes("02 03 01");
-    const std::string device = "2v3000fg676-4";
-    record.insert(record.end(), device.begin(), device.end());
-    record.resize(30);
-    record[29] = compressed ? 1 : 0;
-    const Bytes data = compressed ? run_coded(good_data()) : good_data();
-    Bytes sent{static_cast<std::uint8_t>(compressed ? 13 : 3), 5};
-    sent.insert(sent.end(), data.begin(), data.end());
-    std::string sizes = "[1,2],[" + std::to_string(data.size() / 8) + ",8]";
-    if (data.size() % 8 != 0)
-        sizes += ",[1," + std::to_string(data.size() % 8) + ']';
-
-    std::string trace = "{\"trace\":\"mwapi\",\"version\":1}\n";
-    trace += call("OpenS", R"("board":0,"board_type":"mwc4a","device":"ksb")", "\"handle\":1");
-    trace += call("InitIoStatus", "\"handle\":1", "\"io_status\":7");
-    trace += call("InitIoStatus", "\"handle\":1", "\"io_status\":8");
-    trace += call("GetBoardInfo", R"("board":0,"board_type":"mwc4a")",
-                  "\"record\":[0,1,0,1,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0,0]");
-    trace += call("KSBSendMessageEx", on_slot + ",\"type\":1,\"data\":null,\"length\":0");
-    trace += call("KSBReceiveMessageEx", on_slot + ",\"size\":30",
-                  "\"type\":2,\"received\":30,\"data\":" + hex_of(record));
-    trace += call("KSBStartSendMessageEx", on_slot);
-    trace += call("KSBSendMessageDataEx",
-                  std::string{handle} + ",\"sizes\":[" + sizes + "],\"data\":" + hex_of(sent));
-    trace += call("KSBEndOfSendMessageEx", handle);
-    trace += call("KSBStartReceiveMessageEx", handle, "\"type\":4");
-    trace += call("KSBReceiveMessageDataEx", std::string{handle} + ",\"size\":2",
-                  "\"received\":2,\"data\":" + hex_of({static_cast<std::uint8_t>(status), 0}));
-    trace += call("KSBEndOfReceiveMessageEx", handle);
-    trace += call("Close", "\"handle\":1", "\"handle\":0");
-    return trace;
+    const InWorkplace here;
+    {
+        WatchedPlatform platform;
+        Module& module = platform.modules.slot(1, fpga_module(3).accepts_compressed(compressed));
+        module.verdict[0] = status;
+        if (failing_open != 0)
+            platform.fail("OpenS", 1, failing_open);
+        mwtrace::Recorder recorder{"trace", "seed"};
+        mwtrace::RecordingPlatform recording{platform, recorder};
+        mwapi::install(recording);
+        kvn_fpga object;
+        answer_simply(object);
+        (void)object.kvn_fpga_board(Chars{"mwc4a"}, 0, 1, Chars{"good.rbt"}, 0, 0);
+        mwapi::uninstall();
+    }
+    return read_file("trace");
 }
 
 void seed_traces()
 {
-    constexpr int configured = 5;
+    constexpr std::uint8_t configured = 5;
     const std::string good = recorded_run(false, configured);
     seed("trace", "good", good);
     seed("trace", "compressed", recorded_run(true, configured));
     seed("trace", "refused", recorded_run(false, 2));
+    seed("trace", "failed_open", recorded_run(false, configured, 7));
     seed("trace", "cut", good.substr(0, good.size() / 2));
     seed("trace", "version", "{\"trace\":\"mwapi\",\"version\":2}\n");
     seed("trace", "no_trace", "{}\n");
-    seed("trace", "failed_open",
-         "{\"trace\":\"mwapi\",\"version\":1}\n" +
-             call("OpenS", R"("board":0,"board_type":"mwc4a","device":"ksb")", "", 7) +
-             call("Err2Text", "\"code\":7", R"("text":{"hex":"41 42 FF"})"));
 }
 #endif
 } // namespace

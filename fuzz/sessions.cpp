@@ -3,8 +3,6 @@
 #include "sessions.h"
 
 #include "support/text.h"
-#include "watched_platform.h"
-#include "workplace.h"
 
 #include <algorithm>
 
@@ -52,6 +50,31 @@ void check_load(WatchedPlatform& platform, const LoadCase& what, LoadResult& res
 }
 } // namespace
 
+int run_line(kvn_fpga& object, const WatchedPlatform& platform, std::vector<std::string> words,
+             MW_HANDLE* handle)
+{
+    words.insert(words.begin(), "KVN_FPGA");
+    Arguments line{words};
+    const int result = handle == nullptr ? object.kvn_fpga_main(line.argc(), line.argv())
+                                         : object.kvn_fpga_main(handle, line.argc(), line.argv());
+    check_result(result, object.kvn_fpga_getlasterr());
+    platform.require_closed();
+    return result;
+}
+
+const std::vector<std::string>& line_with_questions(std::size_t choice)
+{
+    static const std::vector<std::string> lines[] = {{},
+                                                     {"-v", "-s1"},
+                                                     {"-fonly_mcb.rbt", "-b0", "-s2"},
+                                                     {"-fonly_bit.mcb", "-dmwc4a"},
+                                                     {"-fonly_rbt.bit", "-c"},
+                                                     {"-r"}};
+    for (const std::string kind : {"mcb", "bit", "rbt"})
+        write_file("only_" + kind + '.' + kind, read_file("good." + kind));
+    return lines[choice % std::size(lines)];
+}
+
 LoadResult load(Loader loader, const Bytes& file, const LoadCase& what)
 {
     WatchedPlatform platform;
@@ -80,6 +103,36 @@ int convert(Converter converter, const Bytes& file, const std::string& file_name
     check_result(number, session.last_error_text);
     require(session.last_error == number, "the number is kept");
     return number;
+}
+
+namespace
+{
+/// Counts of bits have 32 bits: if a file states more, only the low ones are compared.
+bool states_too_many_bits(const Bytes& mcb)
+{
+    constexpr std::size_t highest_byte_of_count = 521;
+    constexpr unsigned least_byte = 0x10;
+    return mcb.at(highest_byte_of_count) >= least_byte;
+}
+} // namespace
+
+void check_conversion(Converter converter, const Bytes& file, const std::string& file_name,
+                      const LoadResult& loaded)
+{
+    remove_file("input.mcb");
+    if (convert(converter, file, file_name, true) != 0)
+        return;
+    const std::string made = read_file("input.mcb");
+    const Bytes mcb{made.begin(), made.end()};
+    if (states_too_many_bits(mcb))
+        return;
+    const LoadResult loaded_mcb =
+        load(&kvn_fpga_imp::Load_Bitstream_mcb, mcb, {"input.mcb", false, true, false, ""});
+    require(loaded_mcb.number == 0, "an MCB file that was made can be loaded");
+    // One trailing byte of a BIT file is an error only in a plain load.
+    require(loaded.number == 0 || loaded.number == 9365, "what can be converted can be loaded");
+    require(loaded_mcb.data == loaded.data, "a conversion keeps the data");
+    (void)convert(&kvn_fpga_imp::Make_rbt_file, mcb, "input.mcb", false);
 }
 
 LoadResult load_in_every_way(Loader loader, const Bytes& file, const char* file_name)

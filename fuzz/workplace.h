@@ -60,7 +60,4 @@ void answer_simply(kvn_fpga& object);
 /// The pairs of a compressed load, expanded; a load of an odd length is a mistake.
 Bytes expanded(const Bytes& pairs);
 
-/// An argument vector for the library.
-using CommandLine = Arguments;
-
 #endif

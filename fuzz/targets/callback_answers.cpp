@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The answers of an application's functions: texts of up to 255 characters, and any number for keys and for
 // yes or no.
+#include "sessions.h"
 #include "target.h"
-#include "watched_platform.h"
-#include "workplace.h"
 
 #include <cstring>
 
@@ -37,18 +36,7 @@ int next_text(char* prompt, void* answer)
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const std::vector<std::string> lines[] = {
-        {"KVN_FPGA"},
-        {"KVN_FPGA", "-v", "-s1"},
-        {"KVN_FPGA", "-fonly_mcb.rbt", "-b0", "-s2"},
-        {"KVN_FPGA", "-fonly_bit.mcb", "-dmwc4a"},
-        {"KVN_FPGA", "-fonly_rbt.bit", "-c"},
-        {"KVN_FPGA", "-r"},
-    };
     const InWorkplace here;
-    write_file("only_mcb.mcb", read_file("good.mcb"));
-    write_file("only_bit.bit", read_file("good.bit"));
-    write_file("only_rbt.rbt", read_file("good.rbt"));
     Choices input{data, size};
     answers = &input;
     questions = 0;
@@ -59,9 +47,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     object.kvn_fpga_set_userfie(next_number, 0);
     object.kvn_fpga_set_userfie(next_text, 1);
     object.kvn_fpga_set_userfie(next_number, 2);
-    CommandLine arguments{input.one_of(lines)};
-    const int result = object.kvn_fpga_main(arguments.argc(), arguments.argv());
-    check_result(result, object.kvn_fpga_getlasterr());
-    platform.require_closed();
+    (void)run_line(object, platform, line_with_questions(input.byte()));
     return 0;
 }

@@ -2,8 +2,6 @@
 // MCB files: loads in every way, and the conversion to RBT and back.
 #include "sessions.h"
 #include "target.h"
-#include "watched_platform.h"
-#include "workplace.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {

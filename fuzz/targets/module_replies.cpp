@@ -2,9 +2,8 @@
 // The answers of modules and platform. The identification record comes first, so that dictionaries of device
 // names reach it.
 #include "kvnfpgai.h"
+#include "sessions.h"
 #include "target.h"
-#include "watched_platform.h"
-#include "workplace.h"
 
 namespace
 {
@@ -49,13 +48,6 @@ void look_at_device(const std::string& name)
             "only a known family is named");
     session.Print_Device_Statistics(text.c_str());
 }
-
-void check(int result, kvn_fpga& object, const WatchedPlatform& platform)
-{
-    check_result(result, object.kvn_fpga_getlasterr());
-    platform.require_closed();
-    require(!platform.failed || result != 0, "a call that fails is never taken for a success");
-}
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -76,10 +68,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         } else if (way == 1) {
             result = object.kvn_fpga_handle(platform.callers_handle(), 2, file, 0, 3);
         } else {
-            CommandLine search{"KVN_FPGA", "-fgood.mcb", "-v", "-dmwc4a", "-b0"};
-            result = object.kvn_fpga_main(platform.callers_handle(), search.argc(), search.argv());
+            result =
+                run_line(object, platform, {"-fgood.mcb", "-v", "-dmwc4a", "-b0"}, platform.callers_handle());
         }
-        check(result, object, platform);
+        check_result(result, object.kvn_fpga_getlasterr());
+        platform.require_closed();
+        require(!platform.failed || result != 0, "a call that fails is never taken for a success");
     }
     return 0;
 }

@@ -4,16 +4,20 @@
 // After each run: the number is that of the text, the bus and the files are closed, the messages were in
 // order, nothing was sent after a failure, a file reported as complete is complete, and the next good run
 // succeeds.
+#include "sessions.h"
 #include "support/bitstreams.h"
 #include "support/faults.h"
 #include "target.h"
-#include "watched_platform.h"
-#include "workplace.h"
 
-#include <cstring>
+#include <optional>
 
 namespace
 {
+using fault_points::Fault;
+using fault_points::Operation;
+using fault_points::Point;
+using fault_points::Recording;
+
 constexpr std::size_t MOST_RUNS = 3;
 constexpr int CONFIGURE = 0;
 constexpr int STARTED = 5;
@@ -132,38 +136,16 @@ void set_slots(WatchedPlatform& platform, Choices& input)
         platform.error_words.assign(mwapi::ERROR_TEXT_SIZE, '%');
 }
 
-/// The effect of a planned fault on an output.
-struct Fault {
-    int failing_close = 0;     ///< the closing of a file that fails
-    bool spoils_reads = false; ///< the input reads like another one
-};
-
-/// At most one failure: a platform call, a file operation or an allocation.
-Fault plan_fault(WatchedPlatform& platform, Choices& input)
+/// At most one failure: a platform call, or an operation on a file or an allocation.
+void plan_fault(WatchedPlatform& platform, Recording& recording, Choices& input)
 {
-    const std::size_t kind = input.below(12);
-    const int n = 1 + static_cast<int>(input.once_in(4) ? input.below(4000) : input.below(40));
-    platform.fail_call(kind <= 1 ? n : 0, input.word() | 1U);
-    switch (kind) {
-    case 2:
-        fail_read_at(n);
-        return {.spoils_reads = true};
-    case 3:
-        end_read_at(n);
-        return {.spoils_reads = true};
-    case 4:
-        fail_write_at(n, input.below(40));
-        break;
-    case 5:
-        fail_close_at(1 + n % 3);
-        return {.failing_close = 1 + n % 3};
-    case 6:
-        fail_allocation_at(1 + n % 6);
-        break;
-    default:
-        break;
-    }
-    return {};
+    constexpr Fault faults[] = {Fault::error,     Fault::end,       Fault::short_error,
+                                Fault::short_end, Fault::odd_error, Fault::odd_end};
+    const std::size_t kind = input.below(4);
+    const std::size_t n = input.once_in(4) ? input.below(4000) : input.below(40);
+    platform.fail_call(kind == 1 ? static_cast<int>(n) + 1 : 0, input.word() | 1U);
+    if (kind == 2)
+        recording.plan(n, input.one_of(faults));
 }
 
 struct Run {
@@ -175,7 +157,7 @@ struct Run {
 
 std::vector<std::string> choose_arguments(const Run& run, Choices& input)
 {
-    std::vector<std::string> words{"KVN_FPGA", std::string{"-f"} + name_of(run.kind)};
+    std::vector<std::string> words{std::string{"-f"} + name_of(run.kind)};
     if (input.once_in(4))
         words.back().resize(words.back().size() - 4);
     if (!input.once_in(4))
@@ -224,14 +206,10 @@ int start(kvn_fpga& object, WatchedPlatform& platform, const Run& run, Choices& 
                                      run.action, flags);
     case 1:
         return object.kvn_fpga_handle(handle, address, file.data(), run.action, flags);
-    case 2: {
-        CommandLine arguments{choose_arguments(run, input)};
-        return object.kvn_fpga_main(arguments.argc(), arguments.argv());
-    }
-    default: {
-        CommandLine arguments{choose_arguments(run, input)};
-        return object.kvn_fpga_main(handle, arguments.argc(), arguments.argv());
-    }
+    case 2:
+        return run_line(object, platform, choose_arguments(run, input));
+    default:
+        return run_line(object, platform, choose_arguments(run, input), handle);
     }
 }
 
@@ -255,13 +233,17 @@ void check_messages(WatchedPlatform& platform, const Run& run)
 }
 
 /// An output reported as complete equals that of a conversion without a fault.
-void check_output(const Run& run, const Fault& fault)
+/// @param fault the operation that failed, or null
+void check_output(const Run& run, const Point* fault)
 {
-    if (run.result != 0 || run.action == CONFIGURE || run.is_con || fault.spoils_reads)
+    // An input that cannot be read on is as if it were another one.
+    const bool reads =
+        fault != nullptr && (fault->operation == Operation::read || fault->operation == Operation::line);
+    if (run.result != 0 || run.action == CONFIGURE || run.is_con || reads)
         return;
-    // An MCB file is closed before its source, an RBT file after it.
-    require(fault.failing_close != run.action, "an output that cannot be closed is never a success");
-    const char* output = run.action == 1 ? "input.mcb" : "input.rbt";
+    const std::string output = run.action == 1 ? "input.mcb" : "input.rbt";
+    require(fault == nullptr || fault->operation != Operation::close || fault->file != output,
+            "an output that cannot be closed is never a success");
     const std::string made = read_file(output);
     kvn_fpga object;
     answer_simply(object);
@@ -296,17 +278,18 @@ void run_once(kvn_fpga& object, Choices& input)
     write_inputs(run.kind, input);
     if (run.is_con)
         write_con_file(run.kind, input);
+    WatchedPlatform platform;
+    set_slots(platform, input);
+    std::optional<Point> failed;
     {
-        WatchedPlatform platform;
-        set_slots(platform, input);
-        const FaultScope faults;
-        const Fault fault = plan_fault(platform, input);
+        Recording recording;
+        plan_fault(platform, recording, input);
         run.result = start(object, platform, run, input);
-        no_faults();
-        check_result(run.result, object.kvn_fpga_getlasterr());
-        check_messages(platform, run);
-        check_output(run, fault);
+        failed = recording.failed();
     }
+    check_result(run.result, object.kvn_fpga_getlasterr());
+    check_messages(platform, run);
+    check_output(run, failed ? &*failed : nullptr);
     run_well(object);
 }
 } // namespace

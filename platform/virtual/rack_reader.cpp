@@ -2,14 +2,9 @@
 // Reads rack descriptions; reports mistakes with file, line and what was expected.
 #include "rack_reader.h"
 
+#include "config/nearest_word.h"
+#include "config/table_reader.h"
 #include "regular_file.h"
-#include "toml_check.h"
-
-// Hostile texts break assertions of the parser, and its answers to them are there. So its switch turns the
-// assertions off, and NDEBUG, which would make them promises to the compiler, does not hold here.
-#undef NDEBUG
-#define TOML_ASSERT(condition) static_assert(true)
-#include <toml++/toml.h>
 
 #include <algorithm>
 #include <initializer_list>
@@ -23,166 +18,15 @@ namespace mwvirtual
 namespace
 {
 
-using Words = std::vector<std::string_view>;
+using config::quoted;
+using config::TableReader;
+using config::Words;
 
 constexpr std::int64_t LARGEST_WORD = 0xFFFFFFFF;
 constexpr std::size_t LONGEST_BOARD_TYPE = 31;
 constexpr std::size_t LONGEST_DEVICE_NAME = 26;
 constexpr std::int64_t LAST_BOARD = 15;
 constexpr std::int64_t LONGEST_LATENCY_US = 60'000'000;
-
-std::string quoted(std::string_view text)
-{
-    return '"' + std::string{text} + '"';
-}
-
-std::string listed(const Words& words)
-{
-    std::string list;
-    for (const std::string_view word : words)
-        list += (list.empty() ? "" : ", ") + quoted(word);
-    return list;
-}
-
-/// The number of single-letter changes between two words.
-std::size_t distance(std::string_view from, std::string_view to)
-{
-    std::vector<std::size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), std::size_t{0});
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        std::size_t diagonal = std::exchange(row[0], i + 1);
-        for (std::size_t j = 0; j < to.size(); ++j) {
-            const std::size_t changed = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({changed, row[j] + 1, diagonal + 1});
-        }
-    }
-    return row.back();
-}
-
-/// "; did you mean ...?" if a known word is similar, otherwise the list of all.
-std::string suggestion(std::string_view word, const Words& known)
-{
-    constexpr std::size_t NEAR = 3;
-    const auto nearest = std::ranges::min_element(
-        known, {}, [&](std::string_view candidate) { return distance(word.substr(0, 64), candidate); });
-    if (nearest != known.end() &&
-        distance(word.substr(0, 64), *nearest) <= std::min(NEAR, nearest->size() / 2))
-        return "; did you mean " + quoted(*nearest) + "?";
-    return "; known are " + listed(known);
-}
-
-/// One table of the description, and the reports of mistakes in it.
-class TableReader
-{
-public:
-    TableReader(const toml::table& table, std::string file, std::string what)
-        : table_{&table}, file_{std::move(file)}, what_{std::move(what)}
-    {
-    }
-
-    [[noreturn]] void mistake(const toml::node& where, const std::string& text) const
-    {
-        throw RackError(file_ + ":" + std::to_string(where.source().begin.line) + ": " + text);
-    }
-    [[noreturn]] void mistake(const std::string& text) const { mistake(*table_, text); }
-
-    void allow(const Words& keys) const
-    {
-        for (const auto& [key, node] : *table_) {
-            if (std::ranges::find(keys, key.str()) == keys.end())
-                throw RackError(file_ + ":" + std::to_string(key.source().begin.line) + ": unknown key " +
-                                quoted(key.str()) + " in " + what_ + suggestion(key.str(), keys));
-        }
-    }
-
-    [[nodiscard]] const toml::node* find(std::string_view key) const { return table_->get(key); }
-
-    [[nodiscard]] const toml::node& need(std::string_view key) const
-    {
-        const toml::node* node = find(key);
-        if (node == nullptr)
-            mistake(what_ + " needs " + quoted(key));
-        return *node;
-    }
-
-    [[nodiscard]] std::string text(std::string_view key, std::size_t longest = 4096) const
-    {
-        return text_of(need(key), key, longest);
-    }
-    [[nodiscard]] std::string text_or(std::string_view key, std::string_view otherwise) const
-    {
-        return find(key) != nullptr ? text(key) : std::string{otherwise};
-    }
-
-    [[nodiscard]] std::string text_of(const toml::node& node, std::string_view key, std::size_t longest) const
-    {
-        const auto value = node.value_exact<std::string>();
-        if (!value || value->empty() || value->size() > longest || value->find('\0') != std::string::npos)
-            mistake(node, quoted(key) + " must be a text of 1 to " + std::to_string(longest) + " characters");
-        return *value;
-    }
-
-    [[nodiscard]] std::int64_t integer(std::string_view key, std::int64_t least, std::int64_t most) const
-    {
-        return integer_of(need(key), key, least, most);
-    }
-    [[nodiscard]] std::int64_t integer_or(std::string_view key, std::int64_t least, std::int64_t most,
-                                          std::int64_t otherwise) const
-    {
-        return find(key) != nullptr ? integer(key, least, most) : otherwise;
-    }
-    [[nodiscard]] std::int64_t integer_of(const toml::node& node, std::string_view key, std::int64_t least,
-                                          std::int64_t most) const
-    {
-        const auto value = node.value_exact<std::int64_t>();
-        if (!value || *value < least || *value > most)
-            mistake(node, quoted(key) + " must be a whole number from " + std::to_string(least) + " to " +
-                              std::to_string(most));
-        return *value;
-    }
-
-    [[nodiscard]] bool boolean_or(std::string_view key, bool otherwise) const
-    {
-        const toml::node* node = find(key);
-        if (node == nullptr)
-            return otherwise;
-        const auto value = node->value_exact<bool>();
-        if (!value)
-            mistake(*node, quoted(key) + " must be true or false");
-        return *value;
-    }
-
-    /// The index of the text among the words.
-    [[nodiscard]] std::size_t choice(std::string_view key, const Words& words) const
-    {
-        const std::string word = text(key);
-        const auto found = std::ranges::find(words, word);
-        if (found == words.end())
-            mistake(need(key), "unknown " + std::string{key} + " " + quoted(word) + suggestion(word, words));
-        return static_cast<std::size_t>(found - words.begin());
-    }
-
-    [[nodiscard]] std::vector<TableReader> tables(std::string_view key, const std::string& what) const
-    {
-        std::vector<TableReader> readers;
-        const toml::node* node = find(key);
-        if (node == nullptr)
-            return readers;
-        const toml::array* array = node->as_array();
-        if (array == nullptr ||
-            !std::ranges::all_of(*array, [](const toml::node& each) { return each.is_table(); }))
-            mistake(*node, quoted(key) + " must be a list of tables");
-        for (const toml::node& each : *array)
-            readers.emplace_back(*each.as_table(), file_, what);
-        return readers;
-    }
-
-private:
-    const toml::table* table_;
-    std::string file_;
-    std::string what_;
-};
 
 std::vector<std::uint32_t> read_info(const TableReader& slot)
 {
@@ -244,7 +88,8 @@ std::string read_device(const TableReader& slot)
             known.push_back(each.name);
     }
     const auto nearest = std::ranges::min_element(known, {}, [&](std::string_view candidate) {
-        const std::size_t changes = distance(std::string_view{name}.substr(0, candidate.size()), candidate);
+        const std::size_t changes =
+            config::edit_distance(std::string_view{name}.substr(0, candidate.size()), candidate);
         return std::pair{changes, LONGEST_DEVICE_NAME - candidate.size()}; // of equals, the longer one
     });
     slot.mistake(*slot.find("device"),
@@ -344,8 +189,8 @@ BoardName board_name(const TableReader& board, const toml::node& node)
 class RackReader
 {
 public:
-    RackReader(const TableReader& top, const std::string& keep_folder)
-        : top_{top}, has_keep_folder_{!keep_folder.empty()}
+    RackReader(TableReader top, const std::string& keep_folder)
+        : top_{std::move(top)}, has_keep_folder_{!keep_folder.empty()}
     {
         rack_->keep_files_in(keep_folder);
     }
@@ -453,7 +298,7 @@ private:
         rack_->plan(std::move(failure));
     }
 
-    const TableReader& top_;
+    TableReader top_;
     bool has_keep_folder_;
     std::shared_ptr<Rack> rack_ = std::make_shared<Rack>();
     std::vector<BoardName> names_;
@@ -464,16 +309,11 @@ private:
 std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file_name,
                                 const std::string& keep_folder)
 {
-    if (const std::size_t line = line_beyond_ascii(text))
-        throw RackError(
-            file_name + ":" + std::to_string(line) +
-            ": characters beyond ASCII may stand only in quotes and comments, and not behind a backslash");
     try {
-        const toml::table table = toml::parse(text);
-        return RackReader{TableReader{table, file_name, "a rack"}, keep_folder}.read();
-    } catch (const toml::parse_error& error) {
-        throw RackError(file_name + ":" + std::to_string(error.source().begin.line) + ": " +
-                        std::string{error.description()});
+        const config::Document document{text, file_name};
+        return RackReader{document.top("a rack"), keep_folder}.read();
+    } catch (const config::Mistake& mistake) {
+        throw RackError(mistake.what());
     }
 }
 

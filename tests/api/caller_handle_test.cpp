@@ -5,39 +5,28 @@
 #include "kvn_fpga.h"
 #include "mwapi.h"
 #include "stream.h"
+#include "support/folder_test.h"
 #include "virtual_carrier.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 
 namespace
 {
-class CallerHandle : public testing::Test
+class CallerHandle : public FolderTest
 {
 protected:
     CallerHandle()
     {
-        std::string name = (std::filesystem::temp_directory_path() / "kvn_handle_XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr)
-            throw std::runtime_error{"no temporary folder"};
-        folder = name;
         carrier.keep_journal(false);
         carrier.board("mwc4a", 0)
             .slot(1, mwvirtual::fpga_module(4).device("2v40cs144-4").accepts_compressed());
-        file = (folder / "design.rbt").string();
         fpga::write_rbt(file, fpga::make_stream(*fpga::find_device("2v40")), {"2v40cs144", "virtex2"});
         open();
     }
-    ~CallerHandle() override
-    {
-        close();
-        std::error_code ignored;
-        std::filesystem::remove_all(folder, ignored);
-    }
+    ~CallerHandle() override { close(); }
 
     void open()
     {
@@ -55,15 +44,14 @@ protected:
     /// A file whose last line is cut.
     std::string cut_file() const
     {
-        const std::string name = (folder / "cut.rbt").string();
+        std::string name = path("cut.rbt");
         std::filesystem::copy_file(file, name);
         std::filesystem::resize_file(name, std::filesystem::file_size(name) - 10);
         return name;
     }
 
     mwvirtual::Carrier carrier;
-    std::filesystem::path folder;
-    std::string file;
+    std::string file = path("design.rbt");
     MW_HANDLE* handle = nullptr;
     kvn_fpga object;
 };

@@ -37,24 +37,6 @@ TEST(PublicClass, TellsItsVersion)
     EXPECT_STREQ(text, "2.7 17/02/06");
 }
 
-TEST(PublicClass, HasNoErrorAtFirst)
-{
-    kvn_fpga fpga;
-    EXPECT_STREQ(fpga.kvn_fpga_getlasterr(), "");
-}
-
-TEST(PublicClass, GivesNumberAndTextOfAnError)
-{
-    kvn_fpga fpga;
-    char name[] = "design";
-    EXPECT_EQ(fpga.kvn_fpga_board(nullptr, 0, 1, name, 0, 0), 9310);
-    EXPECT_STREQ(fpga.kvn_fpga_getlasterr(), "Error 9310: kvn_fpga_board: The 'devstr' parameter is NULL.");
-    EXPECT_EQ(fpga.kvn_fpga_handle(nullptr, 1, name, 0, 0), 9300);
-    EXPECT_STREQ(fpga.kvn_fpga_getlasterr(), "Error 9300: kvn_fpga_handle: The device handle is NULL.");
-    EXPECT_EQ(fpga.kvn_fpga_set_userfie(nullptr, 3), 9215);
-    EXPECT_STREQ(fpga.kvn_fpga_getlasterr(), "Error 9215. No function type 3 defined. Use type 0,1 or 2.");
-}
-
 TEST(PublicClass, RunsACommandLineWithAndWithoutAHandle)
 {
     char program[] = "host";

@@ -3,7 +3,6 @@
 #include "support/run_fixture.h"
 
 #include <cstring>
-#include <functional>
 #include <ostream>
 
 namespace
@@ -178,9 +177,7 @@ struct Failure {
     friend void PrintTo(const Failure& row, std::ostream* out) { *out << row.what; }
 };
 
-class FailedCall : public ModuleIdentification, public testing::WithParamInterface<Failure>
-{
-};
+using FailedCall = With<ModuleIdentification, Failure>;
 
 // The module sits on board 3, so that the whole address is told from the slot. The session's board is the one
 // that the bus was opened on.

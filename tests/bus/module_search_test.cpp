@@ -104,6 +104,7 @@ TEST_F(ModuleSearch, StopsAtTheModuleThatIsAccepted)
     module(3, fpga_module(4).accepts_compressed());
     module(4, fpga_module(4));
     answer("Y");
+    session.prompt_user = 0; // of no account
     EXPECT_EQ(search(), Succeeds());
     EXPECT_EQ(found, 0x23);
     EXPECT_EQ(session.supports_compressed_loading, 1U);
@@ -201,9 +202,7 @@ struct Failure {
     friend void PrintTo(const Failure& row, std::ostream* out) { *out << row.what; }
 };
 
-class FailedSearch : public ModuleSearch, public testing::WithParamInterface<Failure>
-{
-};
+using FailedSearch = With<ModuleSearch, Failure>;
 
 // The module sits in slot 3 of board 10, which tells the slot from the whole address.
 TEST_P(FailedSearch, HasItsOwnError)

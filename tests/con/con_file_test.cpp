@@ -56,12 +56,7 @@ protected:
     FaultScope faults;
 };
 
-class ConFile : public ConFileFixture
-{
-};
-
-constexpr char ONE_MODULE[] = "0x1 modules sucessfully configured.\\n";
-} // namespace
+using ConFile = ConFileFixture;
 
 TEST_F(ConFile, ConfiguresAModuleWithoutQuestions)
 {
@@ -141,9 +136,11 @@ TEST_F(ConFile, TheSlotFieldMayBeDecimalOrHexadecimal)
     }
 }
 
-TEST_F(ConFile, WithoutAnExtensionRbtComesBeforeMcb)
+TEST_F(ConFile, TheExtensionChoosesTheFileAndWithoutOneRbtComesBeforeMcb)
 {
     McbFile{bytes("11 12 13 14")}.write();
+    EXPECT_EQ(process("design.mcb mwc4a 0 1\n"), Succeeds());
+    EXPECT_EQ(module.received(), bytes("11 12 13 14"));
     EXPECT_EQ(process("design mwc4a 0 1\n"), Succeeds());
     EXPECT_STREQ(session.bitstream_file, "design.rbt");
     EXPECT_EQ(module.received(), two_words);
@@ -158,32 +155,15 @@ TEST_F(ConFile, WithoutAnExtensionRbtComesBeforeMcb)
     EXPECT_EQ(session.file_is_mcb, 1U);
 }
 
-TEST_F(ConFile, TheExtensionChoosesTheFile)
-{
-    McbFile{bytes("11 12 13 14")}.write();
-    EXPECT_EQ(process("design.mcb mwc4a 0 1\n"), Succeeds());
-    EXPECT_EQ(module.received(), bytes("11 12 13 14"));
-    EXPECT_EQ(process("design.rbt mwc4a 0 1\n"), Succeeds());
-    EXPECT_EQ(module.received(), two_words);
-}
-
-TEST_F(ConFile, TwoGoodLinesAreCounted)
-{
-    EXPECT_EQ(process("design mwc4a 0 1\ndesign mwc4a 0 1\n"), Succeeds());
-    EXPECT_EQ(prints().back(), "0x2 modules sucessfully configured.\\n");
-    EXPECT_EQ(module.loads.size(), 2U);
-    EXPECT_EQ(opened_and_loaded().size(), 6U) << "the bus is opened and closed for each line";
-}
-
-// The count is hexadecimal.
-TEST_F(ConFile, ManyLinesAreCountedInHexadecimal)
+TEST_F(ConFile, LinesAreCountedInHexadecimalAndEachHasABusOfItsOwn)
 {
     std::string content;
     for (int line = 0; line < 26; ++line)
         content += "design mwc4a 0 1\n";
-    platform.logs_data = false;
     EXPECT_EQ(process(content), Succeeds());
     EXPECT_EQ(prints().back(), "0x1a modules sucessfully configured.\\n");
+    EXPECT_EQ(module.loads.size(), 26U);
+    EXPECT_EQ(opened_and_loaded().size(), 26U * 3);
 }
 
 TEST_F(ConFile, Error9025ForABoardBeyond15KeptIn16Bits)
@@ -217,17 +197,13 @@ TEST_F(ConFile, TheFirstFailingLineEndsTheRunWithError9220)
     EXPECT_EQ(session.prompt_user, 0U);
 }
 
-TEST_F(ConFile, SkipsCommentsAndBlankLinesAmongTheModules)
+TEST_F(ConFile, SkipsCommentsAndBlankLinesAndFieldsMayStandApartByBlanksAndTabs)
 {
-    EXPECT_EQ(process("\"comment\n\n design mwc4a 0 9\ndesign mwc4a 0 1\n\n\"end"), Succeeds());
-    EXPECT_EQ(prints().back(), ONE_MODULE);
-}
-
-TEST_F(ConFile, FieldsMayStandApartByBlanksAndTabs)
-{
-    EXPECT_EQ(process("design\t \tmwc4a \t0\t\t1\t ignored\n"), Succeeds());
-    EXPECT_EQ(prints().back(), ONE_MODULE);
-    EXPECT_EQ(process("design mwc4a 0 1"), Succeeds()) << "the last line needs no line feed";
+    for (const char* content : {"\"comment\n\n design mwc4a 0 9\ndesign mwc4a 0 1\n\n\"end",
+                                "design\t \tmwc4a \t0\t\t1\t ignored\n", "design mwc4a 0 1"}) {
+        EXPECT_EQ(process(content), Succeeds()) << content;
+        EXPECT_EQ(prints().back(), "0x1 modules sucessfully configured.\\n");
+    }
 }
 
 // A line that begins with a tab is not skipped: its first field is empty.
@@ -295,12 +271,12 @@ TEST_F(ConFile, EachLineAsksItsModuleForCompression)
     EXPECT_EQ(plain.received_header(), bytes("03 05"));
 }
 
-namespace
-{
 struct LineFault {
     const char* name;
     const char* line;
     const char* text;
+
+    friend void PrintTo(const LineFault& fault, std::ostream* out) { *out << fault.text; }
 };
 
 const LineFault line_faults[] = {
@@ -312,22 +288,12 @@ const LineFault line_faults[] = {
      "Error 9024. Incorrect file extension in design.bit (should be .rbt or .mcb or none)."},
     {"UpperCase", "design.RBT mwc4a 0 1\n",
      "Error 9024. Incorrect file extension in design.RBT (should be .rbt or .mcb or none)."},
-    {"Board", "design mwc4a 16 1\n", "Error 9025. Invalid board number 16 (should be 0..15)."},
-    {"Slot", "design mwc4a 0 5\n", "Error 9026. Invalid slot number 5 (should be 1,2,3 or 4)."},
     // The file is opened before the board is looked at, and the board before the slot.
     {"FileComesFirst", "nothing.rbt mwc4a 16 5\n", "Error 9022. Cannot find/open nothing.rbt file."},
     {"BoardComesBeforeSlot", "design mwc4a 16 5\n", "Error 9025. Invalid board number 16 (should be 0..15)."},
 };
 
-class ConFileLine : public ConFileFixture, public testing::WithParamInterface<LineFault>
-{
-};
-
-void PrintTo(const LineFault& fault, std::ostream* out)
-{
-    *out << fault.text;
-}
-} // namespace
+using ConFileLine = With<ConFileFixture, LineFault>;
 
 TEST_P(ConFileLine, EndsTheRunBeforeTheBusIsOpened)
 {
@@ -354,56 +320,48 @@ TEST_F(ConFile, ACallersHandleIsUsedAndNeverClosed)
     EXPECT_EQ(module.received(), two_words);
 }
 
-TEST_F(ConFile, PassesOnTheLoadersError9118AndError9172)
+TEST_F(ConFile, PassesOnTheLoadersError9118)
 {
     module.verdict[0] = 4;
     EXPECT_EQ(process("design mwc4a 0 1\n"), Fails("Error 9118. Configuration was unsuccessful (4)."));
     EXPECT_EQ(bus().back(), "Close");
-    McbFile{}.write();
-    EXPECT_EQ(process("design.mcb mwc4a 0 1\n"), Fails("Error 9172. Configuration was unsuccessful 4."));
 }
 
 TEST_F(ConFile, LeavesNoFileOpenBehindError9025AndError9201AndError9220)
 {
-    write_file("batch.con", "design mwc4a 0 1\n");
-    EXPECT_EQ(run({"batch"}), Succeeds());
+    const std::pair<const char*, const char*> rows[] = {
+        {"design mwc4a 0 1\n", ""},
+        {"design mwc4a 16 1\n", "Error 9025. Invalid board number 16 (should be 0..15)."},
+        {"design mwc4b 0 1\n", "Error 9201. Cannot open KSB device on board \"mwc4b 0\" (api 0x1001)."},
+        {"design mwc4a 0 4\n", "Error 9220. There is no module in slot 4 of board mwc4a 0."}};
     const std::size_t descriptors = count_descriptors();
-    write_file("batch.con", "design mwc4a 16 1\n");
-    EXPECT_EQ(run({"batch.con"}), Fails("Error 9025. Invalid board number 16 (should be 0..15)."));
-    EXPECT_EQ(count_descriptors(), descriptors);
-    write_file("batch.con", "design mwc4b 0 1\n");
-    EXPECT_EQ(run({"batch.con", "-v"}),
-              Fails("Error 9201. Cannot open KSB device on board \"mwc4b 0\" (api 0x1001)."));
-    EXPECT_EQ(count_descriptors(), descriptors);
-    write_file("batch.con", "design mwc4a 0 4\n");
-    EXPECT_EQ(run({"batch.con"}), Fails("Error 9220. There is no module in slot 4 of board mwc4a 0."));
-    EXPECT_EQ(count_descriptors(), descriptors);
+    for (const auto& [line, text] : rows) {
+        write_file("batch.con", line);
+        EXPECT_EQ(run({"batch"}), Fails(text));
+        EXPECT_EQ(count_descriptors(), descriptors);
+    }
 }
 
 TEST(ConFileNumber, IsDecimalOrHexadecimalBehind0x)
 {
-    const struct {
-        const char* text;
-        int number;
-    } rows[] = {
-        {"1", 1},
-        {"0x21", 0x21},
-        {"0xaF", 0xAF},
-        {"0x", 0},
-        {"0xg", 0},
-        {"0x1g2", 1},
-        {"0X21", 0},
-        {" 12", 12},
-        {"\t-7z", -7},
-        {"+3", 3},
-        {"", 0},
-        {"slot", 0},
-        {" 0x2", 0},
-        {"0x-1", 0},
-        {"0x 1", 0},
-        {"2147483648", 2147483647},
-        {"-2147483649", -2147483647 - 1},
-    };
-    for (const auto& row : rows)
-        EXPECT_EQ(kvn_fpga_imp::parse_number(row.text), row.number) << row.text;
+    const std::pair<const char*, int> rows[] = {{"1", 1},
+                                                {"0x21", 0x21},
+                                                {"0xaF", 0xAF},
+                                                {"0x", 0},
+                                                {"0xg", 0},
+                                                {"0x1g2", 1},
+                                                {"0X21", 0},
+                                                {" 12", 12},
+                                                {"\t-7z", -7},
+                                                {"+3", 3},
+                                                {"", 0},
+                                                {"slot", 0},
+                                                {" 0x2", 0},
+                                                {"0x-1", 0},
+                                                {"0x 1", 0},
+                                                {"2147483648", 2147483647},
+                                                {"-2147483649", -2147483647 - 1}};
+    for (const auto& [text, number] : rows)
+        EXPECT_EQ(kvn_fpga_imp::parse_number(text), number) << text;
 }
+} // namespace

@@ -2,16 +2,17 @@
 // Every kind of run, with every one of its operations failing in turn.
 //
 // A good run is recorded; then each of its platform calls, file operations, transfers and allocations fails
-// once, in a run of its own. So an operation added to the library is covered at once.
+// once, in a run of its own. So an operation added to the library is covered at once. What is asked of each
+// run is what holds of all: which number a failure has is told by the tests of the operation.
 #include "documented_errors.h"
-#include "run_kinds.h"
 #include "support/bitstreams.h"
 #include "support/faults.h"
 #include "support/run_fixture.h"
 #include "support/seen_errors.h"
 
+#include <algorithm>
 #include <iostream>
-#include <numeric>
+#include <ostream>
 
 using fault_points::Depth;
 using fault_points::Fault;
@@ -21,6 +22,148 @@ using fault_points::Recording;
 
 namespace
 {
+enum class Action { load_rbt, load_bit, load_mcb, rbt_to_mcb, bit_to_mcb, mcb_to_rbt, con };
+
+/// How a run finds its module.
+enum class Way {
+    named_slot,    ///< the command line names it
+    search,        ///< the user accepts it
+    board,         ///< kvn_fpga_board
+    handle,        ///< kvn_fpga_handle, on the caller's bus
+    line_on_handle ///< a command line on the caller's bus
+};
+
+struct RunKind {
+    const char* name;
+    Action action;
+    Way way = Way::named_slot;
+    bool compressed = false;
+    /// Above 3 an FPGA module, and above 4 an IO module, is asked whether it accepts compressed data.
+    std::uint8_t model = 3;
+    bool is_io = false;
+    bool verbose = false;
+    const char* device = "2v3000fg676-4";
+    /// Whether the data fills its last piece, so that nothing is left to flush.
+    bool full_pieces = false;
+    /// A BIT file's device name this long is printed from allocated memory.
+    std::size_t long_device = 0;
+
+    [[nodiscard]] bool loads() const
+    {
+        return action == Action::load_rbt || action == Action::load_bit || action == Action::load_mcb ||
+               action == Action::con;
+    }
+    /// The files that the run reads and writes; "" for none.
+    [[nodiscard]] std::string input() const
+    {
+        switch (action) {
+        case Action::load_rbt:
+        case Action::rbt_to_mcb:
+            return "design.rbt";
+        case Action::load_bit:
+        case Action::bit_to_mcb:
+            return "design.bit";
+        case Action::con:
+            return "rack.con";
+        default:
+            return "design.mcb";
+        }
+    }
+    [[nodiscard]] std::string output() const
+    {
+        switch (action) {
+        case Action::rbt_to_mcb:
+        case Action::bit_to_mcb:
+            return "design.mcb";
+        case Action::mcb_to_rbt:
+            return "design.rbt";
+        default:
+            return "";
+        }
+    }
+
+    friend void PrintTo(const RunKind& kind, std::ostream* out) { *out << kind.name; }
+};
+
+std::vector<RunKind> run_kinds()
+{
+    using enum Action;
+    using enum Way;
+    constexpr const char* old_device = "v300bg432-5";
+    return {
+        {.name = "RbtPlain", .action = load_rbt},
+        {.name = "RbtPlainFullPieces", .action = load_rbt, .full_pieces = true},
+        {.name = "RbtPlainOldDevice", .action = load_rbt, .device = old_device},
+        {.name = "RbtCompressed", .action = load_rbt, .compressed = true},
+        {.name = "RbtCompressedFullPieces", .action = load_rbt, .compressed = true, .full_pieces = true},
+        {.name = "RbtPlainSearch", .action = load_rbt, .way = search, .model = 4},
+        {.name = "RbtCompressedSearchIo",
+         .action = load_rbt,
+         .way = search,
+         .compressed = true,
+         .model = 5,
+         .is_io = true},
+        {.name = "RbtBoard", .action = load_rbt, .way = board, .verbose = true},
+        {.name = "RbtHandle", .action = load_rbt, .way = handle},
+        {.name = "RbtCommandLineOnHandle", .action = load_rbt, .way = line_on_handle, .compressed = true},
+        {.name = "BitPlain", .action = load_bit, .model = 4},
+        {.name = "BitPlainFullPieces", .action = load_bit, .full_pieces = true},
+        {.name = "BitPlainOldDevice", .action = load_bit, .device = old_device},
+        {.name = "BitCompressed", .action = load_bit, .compressed = true, .model = 4},
+        {.name = "BitCompressedFullPieces", .action = load_bit, .compressed = true, .full_pieces = true},
+        {.name = "BitPlainSearch", .action = load_bit, .way = search},
+        {.name = "BitCompressedSearch", .action = load_bit, .way = search, .compressed = true, .model = 4},
+        {.name = "BitLongDevice", .action = load_bit, .verbose = true, .long_device = 2000},
+        {.name = "McbPlain", .action = load_mcb},
+        {.name = "McbPlainFullPieces", .action = load_mcb, .full_pieces = true},
+        {.name = "McbPlainOldDevice", .action = load_mcb, .device = old_device},
+        {.name = "McbCompressed", .action = load_mcb, .compressed = true, .model = 5, .is_io = true},
+        {.name = "McbCompressedFullPieces", .action = load_mcb, .compressed = true, .full_pieces = true},
+        {.name = "McbCompressedOldDevice", .action = load_mcb, .compressed = true, .device = old_device},
+        {.name = "McbPlainSearch", .action = load_mcb, .way = search},
+        {.name = "McbCompressedSearch", .action = load_mcb, .way = search, .compressed = true, .model = 4},
+        {.name = "McbHandle", .action = load_mcb, .way = handle},
+        {.name = "RbtToMcb", .action = rbt_to_mcb},
+        {.name = "BitToMcb", .action = bit_to_mcb},
+        {.name = "McbToRbt", .action = mcb_to_rbt},
+        {.name = "ConOfThreeModules", .action = con},
+    };
+}
+
+/// Configuration bytes of runs of up to four, or without any.
+Bytes configuration(std::size_t size, bool with_runs = true)
+{
+    Bytes data;
+    std::uint32_t state = 12345;
+    while (data.size() < size) {
+        state = state * 1664525U + 1013904223U;
+        std::uint8_t value = static_cast<std::uint8_t>(state >> 16);
+        if (!data.empty() && value == data.back())
+            ++value;
+        const std::size_t run = with_runs ? 1 + (state >> 30) : 1;
+        data.insert(data.end(), std::min(run, size - data.size()), value);
+    }
+    return data;
+}
+
+/// Whether the data of a load leaves nothing to flush after its last byte.
+bool fills_pieces(const RunKind& kind, const Bytes& data)
+{
+    const std::size_t sent = kind.compressed ? run_coded(data).size() : data.size();
+    return sent % 8 == 0;
+}
+/// The configuration bytes of a kind's small file.
+Bytes small_configuration(const RunKind& kind)
+{
+    for (std::size_t words = 40;; ++words) {
+        Bytes data = configuration(words * 4);
+        // The last run extends over several pieces.
+        std::fill(data.end() - 21, data.end(), std::uint8_t{0x5A});
+        if (fills_pieces(kind, data) == kind.full_pieces)
+            return data;
+    }
+}
+
 /// Everything observed of a run.
 struct Account {
     Result result{};
@@ -220,15 +363,13 @@ protected:
         EXPECT_EQ(ends_with_close, count("Close") > 0 && !open_failed) << joined(account.journal);
     }
 
-    void expect_number(const Account& account, int number) const
+    static void expect_documented(const Account& account)
     {
-        EXPECT_EQ(account.result.number, number) << account.result.text;
-        if (number == 0)
-            return;
+        const int number = account.result.number;
+        EXPECT_NE(number, 0);
         EXPECT_EQ(account.result.last_error, number);
         EXPECT_TRUE(is_documented(number, account.result.text))
             << account.result.text << "\nis none of" << documented_texts(number);
-        EXPECT_NE(account.result.text.find(std::to_string(number)), std::string::npos);
     }
 
     /// The run succeeded as if there had been no fault.
@@ -249,27 +390,6 @@ protected:
         expect_order(next);
     }
 
-    /// The first operation that differs from the good run, or null.
-    static const Point* first_difference(const Account& account, const Account& good, const Point** before)
-    {
-        const auto is_call = [](const Point& point) { return point.operation < Operation::description; };
-        std::vector<const Point*> calls;
-        for (const Point& point : account.points)
-            if (is_call(point))
-                calls.push_back(&point);
-        std::size_t next = 0;
-        for (const Point& point : good.points) {
-            if (!is_call(point) || next == calls.size())
-                continue;
-            const Point* made = calls[next++];
-            if (made->done != point.done || made->error != point.error) {
-                *before = &point;
-                return made;
-            }
-        }
-        return nullptr;
-    }
-
     void try_faults(const Account& good, Depth depth)
     {
         const std::size_t descriptors = count_descriptors();
@@ -282,7 +402,7 @@ protected:
                 SCOPED_TRACE(described(point) + " fails: " + described(fault));
                 ++cases;
                 const Account account = perform(place, fault, depth);
-                judge(account, good);
+                judge(account, good, point);
                 EXPECT_EQ(count_descriptors(), descriptors) << "descriptors left open";
                 if (!large)
                     expect_ready(good);
@@ -292,28 +412,37 @@ protected:
         }
     }
 
-    void judge(const Account& account, const Account& good)
+    /// Whether a failure only makes the run slower, or a line shorter.
+    [[nodiscard]] bool is_harmless(const Point& point) const
+    {
+        return point.operation == Operation::buffer || point.operation == Operation::position ||
+               (point.operation == Operation::allocation && kind.input() != "design.bit");
+    }
+
+    void judge(const Account& account, const Account& good, const Point& point) const
     {
         expect_order(account);
-        const Point* before = nullptr;
-        const Point* failed = first_difference(account, good, &before);
-        const int number = failed == nullptr ? 0 : documented_file_error(kind, *failed, *before);
-        SCOPED_TRACE("first to go wrong: " + (failed == nullptr ? "nothing" : described(*failed)));
-        expect_number(account, number);
-        if (number != 0)
-            return;
-        if (failed != nullptr && failed->file == "rack.con" && failed->operation == Operation::line)
-            expect_fewer_modules(account, static_cast<int>(failed->ordinal) - 1);
-        else
+        const bool is_end_of_output =
+            (point.operation == Operation::close || point.operation == Operation::transfer_end) &&
+            point.file == kind.output();
+        if (account.result.number != 0 || is_end_of_output) {
+            EXPECT_FALSE(is_harmless(point));
+            expect_documented(account);
+        } else if (point.file == "rack.con") {
+            expect_fewer_modules(account, good);
+        } else {
             expect_equal(account, good);
+        }
     }
 
     /// An error in a .con file is treated as its end: the last line gives the number of modules.
-    static void expect_fewer_modules(const Account& account, int modules)
+    static void expect_fewer_modules(const Account& account, const Account& good)
     {
+        const std::size_t modules = account.loads.size();
         EXPECT_EQ(account.prints.back(),
                   "0x" + std::to_string(modules) + " modules sucessfully configured.\\n");
-        EXPECT_EQ(account.loads.size(), static_cast<std::size_t>(modules));
+        ASSERT_LE(modules, good.loads.size());
+        EXPECT_TRUE(std::equal(account.loads.begin(), account.loads.end(), good.loads.begin()));
     }
 
     /// Files of more than two blocks, on each side that is read or written in blocks.
@@ -331,13 +460,11 @@ protected:
 };
 
 int FaultMatrix::total_cases = 0;
-} // namespace
 
 TEST_P(FaultMatrix, EveryPlatformCallEndsTheRun)
 {
     const Account good = perform_well();
     ASSERT_EQ(good.result, Succeeds());
-    const std::vector<int> numbers = documented_platform_errors(kind, good.journal);
     if (!kind.loads()) {
         EXPECT_TRUE(good.journal.empty()) << "a conversion needs no platform";
         ++cases;
@@ -346,12 +473,11 @@ TEST_P(FaultMatrix, EveryPlatformCallEndsTheRun)
     std::vector<std::string> calls;
     std::copy_if(good.journal.begin(), good.journal.end(), std::back_inserter(calls),
                  [](const std::string& call) { return !needs_no_result(call); });
-    ASSERT_EQ(numbers.size(), calls.size());
     for (std::size_t i = 0; i < calls.size(); ++i) {
         SCOPED_TRACE("call " + std::to_string(i + 1) + ": " + calls[i]);
         ++cases;
         const Account account = perform_with_failing_call(static_cast<int>(i) + 1);
-        expect_number(account, numbers[i]);
+        expect_documented(account);
         expect_order(account);
         // Everything before is as in the good run, the failing call was made, and only the end follows it.
         std::vector<std::string> made;
@@ -397,3 +523,4 @@ TEST_P(FaultMatrix, EveryTransferOfALargeFile)
 
 INSTANTIATE_TEST_SUITE_P(Runs, FaultMatrix, testing::ValuesIn(run_kinds()),
                          [](const auto& kind) { return std::string{kind.param.name}; });
+} // namespace

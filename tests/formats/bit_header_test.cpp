@@ -53,10 +53,7 @@ protected:
     std::string rest;
 };
 
-class BitHeaderReader : public BitHeaderFixture
-{
-};
-} // namespace
+using BitHeaderReader = BitHeaderFixture;
 
 TEST_F(BitHeaderReader, ReadsEveryField)
 {
@@ -152,8 +149,6 @@ TEST_F(BitHeaderReader, ReleasingTwiceIsHarmless)
     expect_nothing_kept();
 }
 
-namespace
-{
 /// A field of the header: where it ends in the file of a plain BitFile, and the error of an end inside it.
 struct Field {
     int number;
@@ -185,10 +180,7 @@ std::size_t offset_of(int number)
     return offset;
 }
 
-class BitHeaderField : public BitHeaderFixture, public testing::WithParamInterface<Field>
-{
-};
-} // namespace
+using BitHeaderField = With<BitHeaderFixture, Field>;
 
 TEST_P(BitHeaderField, ThatTheFileCutsShortOrThatCannotBeRead)
 {
@@ -205,8 +197,6 @@ TEST_P(BitHeaderField, ThatTheFileCutsShortOrThatCannotBeRead)
 INSTANTIATE_TEST_SUITE_P(Header, BitHeaderField, testing::ValuesIn(fields),
                          [](const auto& row) { return "Error" + std::to_string(row.param.number); });
 
-namespace
-{
 std::string wrong_length(int number, int expected, int found)
 {
     return "Error " + std::to_string(number) + ". Expected length of " + std::to_string(expected) +
@@ -234,11 +224,7 @@ const FileFault<BitFile> header_faults[] = {
     {"WrongKey", [](auto& file) { file.e_key = 'f'; }, wrong_key(9348, 'e', 'f')},
 };
 
-class BitHeaderFault : public BitHeaderFixture, public testing::WithParamInterface<FileFault<BitFile>>
-{
-};
-
-} // namespace
+using BitHeaderFault = With<BitHeaderFixture, FileFault<BitFile>>;
 
 TEST_P(BitHeaderFault, EndsTheReading)
 {
@@ -300,3 +286,4 @@ TEST_F(BitHeaderReader, StatedBitsWrapIn32Bits)
     EXPECT_EQ(stated_bits(BitHeader{.byte_count = 0x20000001}), 8);
     EXPECT_EQ(stated_bits(BitHeader{.byte_count = 0xFFFFFFFF}), -8);
 }
+} // namespace

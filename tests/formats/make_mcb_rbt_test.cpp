@@ -19,7 +19,6 @@ RbtFile one_line_of_zeros()
 {
     return RbtFile{Bytes(4, 0)};
 }
-} // namespace
 
 TEST_F(MakeMcbRbt, WritesTheFileByteForByte)
 {
@@ -85,8 +84,6 @@ TEST_F(MakeMcbRbt, TheOutputStandsBesideTheInputWithThreeCharactersReplaced)
     }
 }
 
-namespace
-{
 /// A file that is spoilt in one place, and what then stands in the MCB file.
 struct Fault : FileFault<RbtFile> {
     std::size_t written; ///< the size of the MCB file, 0 when there is none
@@ -123,11 +120,7 @@ const Fault file_faults[] = {
     {{"LineWithoutALineFeed", [](auto& file) { file.data[1].pop_back(); }, wrong_line(32)}, 522 + 2 * 3},
 };
 
-class MakeMcbRbtFault : public MakeMcbRbt, public testing::WithParamInterface<Fault>
-{
-};
-
-} // namespace
+using MakeMcbRbtFault = With<MakeMcbRbt, Fault>;
 
 TEST_P(MakeMcbRbtFault, EndsTheConversion)
 {
@@ -141,3 +134,17 @@ TEST_P(MakeMcbRbtFault, EndsTheConversion)
 }
 
 INSTANTIATE_TEST_SUITE_P(Faults, MakeMcbRbtFault, testing::ValuesIn(file_faults), ErrorName{});
+
+// What a read error cuts off is as if the file ended there.
+TEST_F(MakeMcbRbt, AReadErrorIsError9240Or9245Or9247Or9249OfItsLineAndError9256InTheData)
+{
+    const std::string text = RbtFile{bytes("01 02 03 04 05 06 07 08")}.text();
+    const int numbers[] = {9240, 9245, 9245, 9245, 9245, 9247, 9249, 9256, 9256};
+    std::size_t place = 0;
+    for (const int number : numbers) {
+        EXPECT_EQ(convert(stream_failing_at(text, place + 1)).number, number) << place;
+        place = text.find('\n', place) + 1;
+    }
+    EXPECT_EQ(data_section(), bytes("01 01 01 02 01 03 01 04"));
+}
+} // namespace

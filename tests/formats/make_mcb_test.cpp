@@ -7,9 +7,7 @@
 
 namespace
 {
-class MakeMcb : public RunFixture
-{
-};
+using MakeMcb = RunFixture;
 } // namespace
 
 TEST_F(MakeMcb, Kind0IsAnRbtFile)

@@ -44,7 +44,6 @@ protected:
         return whole.substr(whole.find('\n', whole.find("bits:")) + 1);
     }
 };
-} // namespace
 
 TEST_F(MakeRbt, WritesTheFileByteForByte)
 {
@@ -101,8 +100,6 @@ TEST_F(MakeRbt, Error9284WhenTheRunsPassTheByteCount)
     EXPECT_EQ(prints().back(), R"(\r% Done: 114\n)");
 }
 
-namespace
-{
 const char* const WRONG_MAGIC = "Error 9271. Invalid magic numbers in MCB file design.mcb.";
 
 const FileFault<McbFile> file_faults[] = {
@@ -112,11 +109,7 @@ const FileFault<McbFile> file_faults[] = {
      "Error 9284. Incorrect number of bytes in MCB file design.mcb."},
 };
 
-class MakeRbtFault : public MakeRbt, public testing::WithParamInterface<FileFault<McbFile>>
-{
-};
-
-} // namespace
+using MakeRbtFault = With<MakeRbt, FileFault<McbFile>>;
 
 TEST_P(MakeRbtFault, EndsTheConversion)
 {
@@ -144,6 +137,7 @@ TEST_F(MakeRbt, EveryFieldThatTheFileCutsShortHasItsOwnError9270Or9272Or9277Or92
         for (const std::size_t size : {field.begin, field.begin + 1, field.begin + 3}) {
             write_file("design.mcb", content.substr(0, size));
             EXPECT_EQ(convert(), Fails(field.text)) << size;
+            EXPECT_EQ(convert(stream_failing_at(content, size)), Fails(field.text)) << size;
             EXPECT_EQ(file_exists("design.rbt") ? rbt() : "", field.written);
         }
 }
@@ -173,3 +167,4 @@ TEST_F(MakeRbt, Error9297WhenTheBitCountCannotBeWritten)
     fail_allocation_at(1);
     EXPECT_EQ(convert(), Fails("Error 9297. Failed to write to RBT file design.rbt."));
 }
+} // namespace

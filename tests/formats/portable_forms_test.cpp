@@ -26,7 +26,6 @@ Bytes pairs_of_one(const Bytes& values)
         pairs.insert(pairs.end(), {1, value});
     return pairs;
 }
-} // namespace
 
 // One more element in every buffer must stay unchanged.
 TEST(PortableForms, WriteRunsOfOneAsTheFastestDo)
@@ -82,8 +81,6 @@ TEST(PortableForms, FindEachChangeAsTheFastestDo)
         }
 }
 
-namespace
-{
 constexpr std::size_t LINES = 16;
 
 struct LineForm {
@@ -103,7 +100,6 @@ std::vector<LineForm> line_forms()
 #endif
     return forms;
 }
-} // namespace
 
 TEST(PortableForms, ReadSeveralLinesAsTheOthersDo)
 {
@@ -144,3 +140,4 @@ TEST(PortableForms, ReverseLongBlocksAsTheOthersDo)
             ASSERT_EQ(out[i], i < whole ? portable::reverse_bits(in[i]) : 0x55U) << size << ", " << i;
     }
 }
+} // namespace

@@ -10,7 +10,6 @@ namespace
 {
 constexpr std::int32_t MIN = std::numeric_limits<std::int32_t>::min();
 constexpr std::int32_t MAX = std::numeric_limits<std::int32_t>::max();
-} // namespace
 
 TEST(Progress, AReportIsDueEvery625Words)
 {
@@ -65,14 +64,11 @@ TEST(Progress, CountsWrapIn32Bits)
     EXPECT_TRUE(bits.matches());
 }
 
-namespace
-{
 struct Row {
     std::int64_t done;
     std::int32_t total;
     std::int32_t percent;
 };
-} // namespace
 
 TEST(Progress, ALoadsPercentageWrapsIn32Bits)
 {
@@ -117,3 +113,4 @@ TEST(Progress, AConversionsPercentageDoesNotWrapAndIsDividedTowardZero)
     for (const Row& row : rows)
         EXPECT_EQ(conversion_percent(row.done, row.total), row.percent) << row.done << " of " << row.total;
 }
+} // namespace

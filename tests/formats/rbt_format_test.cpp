@@ -238,12 +238,6 @@ TEST(RbtFormat, DataLinesOfTheWrongLengthStopTheReading)
     }
 }
 
-TEST(RbtFormat, EveryCharacterButAOneIsAZero)
-{
-    const File file = stream_of("1xyz 2\t1........0000000O!!!!!!!1\n");
-    EXPECT_EQ(read_in_blocks(file.get(), 625), (Data{{0x81, 0x00, 0x00, 0x80}}));
-}
-
 TEST(RbtFormat, AReadTakesAtMostTheLinesThatWereAskedFor)
 {
     const std::string line = std::string{ZEROS} + '\n';

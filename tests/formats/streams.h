@@ -7,7 +7,6 @@
 #include "support/owned.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <string>
 #include <string_view>
 

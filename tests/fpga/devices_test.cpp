@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <numeric>
 #include <set>
 #include <string>
 
@@ -43,9 +42,7 @@ const Known known_devices[] = {
     {"2vp100", 3500, 34292768},
 };
 
-class EachKnownDevice : public testing::TestWithParam<Known>
-{
-};
+using EachKnownDevice = testing::TestWithParam<Known>;
 
 TEST_P(EachKnownDevice, HasItsFramesAndItsStreamSize)
 {

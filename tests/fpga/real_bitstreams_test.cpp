@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Real bitstreams, in the folder that KVN_REAL_BITSTREAMS names: each starts its device, whole and as far as
 // it may be cut.
+#include "bits.h"
+#include "packet_reader.h"
+#include "packets.h"
 #include "port_support.h"
 #include "support/files.h"
 #include "support/process.h"
@@ -8,7 +11,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -99,13 +101,7 @@ Bytes data_of(const fs::path& path)
     return converted(content) ? fpga::reverse_each(rbt_data(content)) : rbt_data(content);
 }
 
-std::uint32_t word_at(const Bytes& stream, std::size_t at)
-{
-    return static_cast<std::uint32_t>(stream[at]) << 24 | static_cast<std::uint32_t>(stream[at + 1]) << 16 |
-           static_cast<std::uint32_t>(stream[at + 2]) << 8 | stream[at + 3];
-}
-
-/// Offsets of the bytes that hold frame data, by the packet headers alone.
+/// Offsets of the bytes that hold frame data.
 std::vector<std::size_t> frame_bytes(const fpga::Device& device, const Bytes& stream)
 {
     std::vector<std::size_t> offsets;
@@ -115,23 +111,11 @@ std::vector<std::size_t> frame_bytes(const fpga::Device& device, const Bytes& st
             offsets.push_back(at);
         return offsets;
     }
-    unsigned address = 0;
-    for (std::size_t at = 8; at + 4 <= stream.size();) {
-        const std::uint32_t header = word_at(stream, at);
-        at += 4;
-        if ((header >> 27 & 3) == 0)
-            continue;
-        const bool type1 = header >> 29 == 1;
-        if (type1)
-            address = header >> 13 & 0x1F;
-        const std::uint32_t words = header & (type1 ? 0x7FFU : 0x07FFFFFFU);
-        const std::size_t end = std::min(at + std::size_t{4} * words, stream.size());
-        for (; at < end; ++at) {
-            if (address == 2)
-                offsets.push_back(at);
-        }
-        if (address == 2 && words != 0 && device.architecture() == fpga::Architecture::virtex2)
-            at += 4;
+    fpga::PacketReader reader{device.architecture()};
+    for (std::size_t at = 0; at < stream.size(); ++at) {
+        const auto word = reader.take(fpga::reverse_bits(stream[at]));
+        if (word && word->kind == fpga::PacketWord::Kind::data && word->address == fpga::REG_FDRI)
+            offsets.insert(offsets.end(), {at - 3, at - 2, at - 1, at});
     }
     return offsets;
 }
@@ -178,9 +162,7 @@ TEST_P(EachRealBitstream, ASingleFlippedBitInFrameDataIsACrcError)
 INSTANTIATE_TEST_SUITE_P(Files, EachRealBitstream, testing::ValuesIn(files(true)),
                          [](const auto& tested) { return test_name(tested.param.filename().string()); });
 
-class EachForeignBitstream : public testing::TestWithParam<fs::path>
-{
-};
+using EachForeignBitstream = testing::TestWithParam<fs::path>;
 GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(EachForeignBitstream);
 
 TEST_P(EachForeignBitstream, StartsNoDeviceThatModulesCarryButItsTwin)

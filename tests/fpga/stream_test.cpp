@@ -24,32 +24,29 @@ struct Write {
     std::uint16_t crc_after;
 };
 
-TEST(Crc, FollowsTheStartOfAVirtex2Stream)
+void expect_crc_after_each(PacketCrc crc, std::initializer_list<Write> writes)
 {
-    const Write writes[] = {{fpga::REG_FLR, 0x00000019, 0x2AE0},
-                            {fpga::REG_COR, 0x00043FE5, 0x9A41},
-                            {fpga::REG_IDCODE, 0x01008093, 0x71FE},
-                            {fpga::REG_MASK, 0, 0xD59A},
-                            {fpga::REG_CMD, 9, 0x55E1},
-                            {fpga::REG_FAR, 0, 0xD360},
-                            {fpga::REG_CMD, 1, 0x3C2F}};
-    PacketCrc crc{5};
     for (const Write& write : writes) {
         crc.feed(write.word, write.address);
         EXPECT_EQ(crc.value(), write.crc_after);
     }
 }
 
-TEST(Crc, FollowsTheStartOfAVirtexStream)
+TEST(Crc, FollowsTheStartOfAStreamOfEachClass)
 {
-    const Write writes[] = {{fpga::REG_FLR, 0x0000000B, 0x6E40}, {fpga::REG_COR, 0x00803F2D, 0x37D2},
-                            {fpga::REG_MASK, 0, 0x8369},         {fpga::REG_CMD, 9, 0xBA8F},
-                            {fpga::REG_FAR, 0, 0x7B10},          {fpga::REG_CMD, 1, 0xCE56}};
-    PacketCrc crc{4};
-    for (const Write& write : writes) {
-        crc.feed(write.word, write.address);
-        EXPECT_EQ(crc.value(), write.crc_after);
-    }
+    expect_crc_after_each(PacketCrc{5}, {{fpga::REG_FLR, 0x00000019, 0x2AE0},
+                                         {fpga::REG_COR, 0x00043FE5, 0x9A41},
+                                         {fpga::REG_IDCODE, 0x01008093, 0x71FE},
+                                         {fpga::REG_MASK, 0, 0xD59A},
+                                         {fpga::REG_CMD, 9, 0x55E1},
+                                         {fpga::REG_FAR, 0, 0xD360},
+                                         {fpga::REG_CMD, 1, 0x3C2F}});
+    expect_crc_after_each(PacketCrc{4}, {{fpga::REG_FLR, 0x0000000B, 0x6E40},
+                                         {fpga::REG_COR, 0x00803F2D, 0x37D2},
+                                         {fpga::REG_MASK, 0, 0x8369},
+                                         {fpga::REG_CMD, 9, 0xBA8F},
+                                         {fpga::REG_FAR, 0, 0x7B10},
+                                         {fpga::REG_CMD, 1, 0xCE56}});
 }
 
 std::uint32_t word_from_end(const std::vector<std::uint8_t>& stream, std::size_t words)

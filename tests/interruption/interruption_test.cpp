@@ -54,22 +54,32 @@ protected:
 
     void make_pipe(const std::string& name) const { check(mkfifo(path(name).c_str(), 0600) == 0, "mkfifo"); }
 
-    /// Stops a conversion that has been fed the first part of an input.
-    void stop_conversion(const std::string& input, const std::string& option, std::string_view part) const
+    /// Stops a conversion of this content, of which it has been fed the first part.
+    void stop_conversion(const std::string& content, const std::string& extension, const std::string& option,
+                         std::size_t part) const
     {
-        make_pipe(input);
-        Running utility{kvn_fpga({"-f" + input, option, "-u"})};
-        const Feed feed{path(input)};
+        write_whole_file(path("whole" + extension), content);
+        ASSERT_EQ(run(kvn_fpga({"-fwhole" + extension, option, "-u"})).status, 0);
+        make_pipe("design" + extension);
+        Running utility{kvn_fpga({"-fdesign" + extension, option, "-u"})};
+        stop_fed(utility, path("design" + extension), std::string_view{content}.substr(0, part));
+        std::filesystem::remove(path("design" + extension));
+    }
+
+    /// Stops a run that has been fed a part of its input.
+    static void stop_fed(Running& utility, const std::string& pipe, std::string_view part)
+    {
+        const Feed feed{pipe};
         feed.write(part);
         EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
-        std::filesystem::remove(path(input));
     }
 
     /// The output is a beginning of the whole one, and not all of it.
-    void expect_beginning(const std::string& output, const std::string& whole, std::size_t at_least) const
+    void expect_beginning(const std::string& extension) const
     {
-        const std::string left = content(output);
-        EXPECT_GE(left.size(), at_least);
+        const std::string left = content("design" + extension);
+        const std::string whole = content("whole" + extension);
+        EXPECT_GE(left.size(), 65536U);
         EXPECT_LT(left.size(), whole.size());
         EXPECT_EQ(left, whole.substr(0, left.size()));
     }
@@ -108,19 +118,12 @@ Bytes noise(std::size_t size)
 constexpr std::size_t SIZE = 200'000;
 // A pipe holds 65536 bytes, and a stream gathers as many before it writes.
 constexpr std::size_t HELD = 3 * 65536;
-} // namespace
 
 TEST_P(Interruption, OfAConversionToMcbLeavesABeginningThatEveryReaderRefuses)
 {
-    RbtFile rbt{noise(SIZE)};
-    rbt.device("2v40cs144");
-    const std::string text = rbt.text();
-    write_whole_file(path("whole.rbt"), text);
-    ASSERT_EQ(run(kvn_fpga({"-fwhole.rbt", "-c", "-u"})).status, 0);
-
-    stop_conversion("design.rbt", "-c", std::string_view{text}.substr(0, text.size() / 2));
-    expect_beginning("design.mcb", content("whole.mcb"), 65536);
-
+    const std::string rbt = RbtFile{noise(SIZE)}.device("2v40cs144").text();
+    stop_conversion(rbt, ".rbt", "-c", rbt.size() / 2);
+    expect_beginning(".mcb");
     EXPECT_EQ(error_of({"-fdesign.mcb", "-r", "-u"}),
               "Error 9281. End of MCB file design.mcb reached unexpectedly.\n");
     use_test_provider();
@@ -130,13 +133,8 @@ TEST_P(Interruption, OfAConversionToMcbLeavesABeginningThatEveryReaderRefuses)
 
 TEST_P(Interruption, OfAConversionFromBitLeavesABeginningThatEveryReaderRefuses)
 {
-    BitFile bit{noise(SIZE)};
-    const std::string whole = bit.content();
-    write_whole_file(path("whole.bit"), whole);
-    ASSERT_EQ(run(kvn_fpga({"-fwhole.bit", "-c", "-u"})).status, 0);
-
-    stop_conversion("design.bit", "-c", std::string_view{whole}.substr(0, SIZE - 1));
-    expect_beginning("design.mcb", content("whole.mcb"), 65536);
+    stop_conversion(BitFile{noise(SIZE)}.content(), ".bit", "-c", SIZE - 1);
+    expect_beginning(".mcb");
     EXPECT_EQ(error_of({"-fdesign.mcb", "-r", "-u"}),
               "Error 9281. End of MCB file design.mcb reached unexpectedly.\n");
 }
@@ -145,12 +143,8 @@ TEST_P(Interruption, OfAConversionToRbtLeavesABeginningThatEveryReaderRefuses)
 {
     McbFile mcb{noise(SIZE)};
     mcb.device = "2v40cs144";
-    const std::string whole = mcb.content();
-    write_whole_file(path("whole.mcb"), whole);
-    ASSERT_EQ(run(kvn_fpga({"-fwhole.mcb", "-r", "-u"})).status, 0);
-
-    stop_conversion("design.mcb", "-r", std::string_view{whole}.substr(0, whole.size() / 2 + HELD / 2));
-    expect_beginning("design.rbt", content("whole.rbt"), 65536);
+    stop_conversion(mcb.content(), ".mcb", "-r", mcb.content().size() / 2 + HELD / 2);
+    expect_beginning(".rbt");
 
     // The cut lies in a line, or between two.
     const std::string conversion_error = error_of({"-fdesign.rbt", "-c", "-u"});
@@ -172,11 +166,7 @@ TEST_P(Interruption, BeforeTheFirstBlockLeavesAnEmptyFileInPlaceOfAnOlderOne)
     write_whole_file(path("design.mcb"), "an older output");
     make_pipe("design.rbt");
     Running utility{kvn_fpga({"-fdesign.rbt", "-c", "-u"})};
-    {
-        const Feed feed{path("design.rbt")};
-        feed.write(std::string_view{text}.substr(0, 120'000));
-        EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
-    }
+    stop_fed(utility, path("design.rbt"), std::string_view{text}.substr(0, 120'000));
     EXPECT_TRUE(std::filesystem::exists(path("design.mcb")));
     EXPECT_EQ(content("design.mcb"), "");
     EXPECT_EQ(error_of({"-fdesign.mcb", "-r", "-u"}),
@@ -186,16 +176,10 @@ TEST_P(Interruption, BeforeTheFirstBlockLeavesAnEmptyFileInPlaceOfAnOlderOne)
 TEST_P(Interruption, OfALoadSendsNothingFurtherAndTouchesNoFile)
 {
     use_test_provider();
-    RbtFile rbt{noise(SIZE)};
-    rbt.device("2v40cs144");
-    const std::string text = rbt.text();
+    const std::string text = RbtFile{noise(SIZE)}.device("2v40cs144").text();
     make_pipe("design.rbt");
     Running utility{kvn_fpga({"-fdesign.rbt", "-u", "-dmwc4a", "-b0", "-s2"})};
-    {
-        const Feed feed{path("design.rbt")};
-        feed.write(std::string_view{text}.substr(0, text.size() / 2));
-        EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
-    }
+    stop_fed(utility, path("design.rbt"), std::string_view{text}.substr(0, text.size() / 2));
     const std::vector<std::string> calls = lines("journal");
     ASSERT_FALSE(calls.empty());
     std::size_t pieces = 0;
@@ -212,8 +196,6 @@ TEST_P(Interruption, OfALoadSendsNothingFurtherAndTouchesNoFile)
     EXPECT_TRUE(std::filesystem::is_empty(folder)) << "a load writes no file";
 }
 
-namespace
-{
 /// A platform that has reached its pipe, and waits until this goes.
 using Held = Feed;
 
@@ -252,20 +234,14 @@ protected:
 
 const std::string PART = "interrupted, it has part of the data and does not run";
 const std::string UNTOUCHED = "untouched, nothing of a load has reached a module\n";
-} // namespace
 
 TEST_P(StoppedRun, OfALoadTellsThatTheModuleIsInterruptedAndKeepsTheLog)
 {
     for (const bool together : {false, true}) {
-        RbtFile rbt{noise(SIZE)};
-        const std::string text = rbt.device("2v40cs144").text();
+        const std::string text = RbtFile{noise(SIZE)}.device("2v40cs144").text();
         make_pipe("design.rbt");
         Running utility{logged({"-u", "-n", "-fdesign.rbt", "-dmwc4a", "-b3", "-s2"}, together)};
-        {
-            const Feed feed{path("design.rbt")};
-            feed.write(std::string_view{text}.substr(0, text.size() / 2));
-            EXPECT_EQ(utility.stop(GetParam()), 128 + GetParam());
-        }
+        stop_fed(utility, path("design.rbt"), std::string_view{text}.substr(0, text.size() / 2));
         const std::string line = stopped() + "while loading the module in slot 0x32: " + PART + "\n";
         const std::string log = content("log");
         EXPECT_TRUE(log.starts_with("\n\nChecking for KAVRIN-FPGA and KAVRIN-IO module in slot 0x32 (via "
@@ -387,8 +363,6 @@ INSTANTIATE_TEST_SUITE_P(Signals, Interruption, testing::Values(SIGINT, SIGTERM,
                          name_of_signal);
 INSTANTIATE_TEST_SUITE_P(Signals, KilledRun, testing::Values(SIGKILL), name_of_signal);
 
-namespace
-{
 class SizeLimit : public UtilityTest
 {
 protected:
@@ -409,7 +383,6 @@ protected:
                   "Error 9281. End of MCB file design.mcb reached unexpectedly.\n");
     }
 };
-} // namespace
 
 TEST_F(SizeLimit, OfAFileEndsTheProgramAndLeavesABeginning)
 {
@@ -426,3 +399,4 @@ TEST_F(SizeLimit, OfAFileIsAnErrorWhenTheSignalIsIgnored)
         << outcome.errors;
     expect_refused_beginning();
 }
+} // namespace

@@ -83,10 +83,12 @@ TEST_F(BitLoader, Error9352AndError9358NameTheBitsReadOfAFileThatIsCutShort)
         const std::string text = ". Failed to read BIT file design.bit (after " +
                                  std::to_string(kept / 4 * 32) + " bits read, expected 512).";
         compress(false);
+        EXPECT_EQ(load_bit(stream_failing_at(file.content(), file.header().size() + kept)).number, 9358);
         EXPECT_EQ(load_bit(), Fails(9358, "Error 9358" + text)) << kept;
         EXPECT_EQ(pieces().size(), 1 + kept / 8) << "a partial message went out";
         EXPECT_TRUE(events.back().starts_with("* SendMessageDataEx")) << "and was not ended";
         compress();
+        EXPECT_EQ(load_bit(stream_failing_at(file.content(), file.header().size() + kept)).number, 9352);
         EXPECT_EQ(load_bit(), Fails(9352, "Error 9352" + text)) << kept;
     }
 }

@@ -24,45 +24,29 @@ protected:
 };
 
 constexpr char CHARS[] = "10000000010000000010000000000001";
+constexpr unsigned char BYTES[] = {0x01, 0x02, 0x04, 0x80};
 } // namespace
 
-TEST_F(BitstreamWords, AWordOfCharactersGoesIntoTheBuffer)
+TEST_F(BitstreamWords, GoIntoTheBufferAndThoseOfBytesReversed)
 {
     start();
     EXPECT_EQ(session.Transmit_Bitstream_Word(CHARS), 0);
     EXPECT_EQ(buffered(), bytes("01 02 04 80"));
-    EXPECT_EQ(session.Transmit_Bitstream_Word(CHARS), 0);
+    EXPECT_EQ(session.Transmit_Bitstream_Bytes(BYTES), 0);
     EXPECT_EQ(buffered(), Bytes{});
-    EXPECT_EQ(bus().back(), "SendMessageDataEx 01 02 04 80 01 02 04 80 timeout 5000");
+    EXPECT_EQ(bus().back(), "SendMessageDataEx 01 02 04 80 80 40 20 01 timeout 5000");
 }
 
-TEST_F(BitstreamWords, AWordOfBytesGoesIntoTheBufferReversed)
+TEST_F(BitstreamWords, Error9140OrError9390WhenAByteOrAWordCannotBeSentDropsTheRestOfTheWord)
 {
     start();
-    const unsigned char word[] = {0x01, 0x02, 0x04, 0x80};
-    EXPECT_EQ(session.Transmit_Bitstream_Bytes(word), 0);
-    EXPECT_EQ(buffered(), bytes("80 40 20 01"));
-    EXPECT_EQ(session.Transmit_Bitstream_Bytes(word), 0);
-    EXPECT_EQ(bus().back(), "SendMessageDataEx 80 40 20 01 80 40 20 01 timeout 5000");
-}
-
-TEST_F(BitstreamWords, Error9140WhenAByteCannotBeSent)
-{
-    start();
-    session.send_count = 6;
-    platform.fail("SendMessageDataEx");
-    EXPECT_EQ(result(session.Transmit_Bitstream_Word(CHARS)),
-              Fails("Error 9140. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
-    EXPECT_EQ(buffered(), Bytes{}) << "the rest of the word is dropped";
-}
-
-TEST_F(BitstreamWords, Error9390WhenAWordCannotBeSent)
-{
-    start();
-    session.send_count = 6;
-    platform.fail("SendMessageDataEx");
-    const unsigned char word[] = {0x01, 0x02, 0x04, 0x80};
-    EXPECT_EQ(result(session.Transmit_Bitstream_Bytes(word)),
-              Fails("Error 9390. Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
-    EXPECT_EQ(buffered(), Bytes{});
+    for (const bool characters : {true, false}) {
+        session.send_count = 6;
+        platform.fail("SendMessageDataEx");
+        EXPECT_EQ(result(characters ? session.Transmit_Bitstream_Word(CHARS)
+                                    : session.Transmit_Bitstream_Bytes(BYTES)),
+                  Fails(std::string{characters ? "Error 9140" : "Error 9390"} +
+                        ". Cannot send KSB message data, board \"mwc4a 0\" (api 0x77)."));
+        EXPECT_EQ(buffered(), Bytes{});
+    }
 }

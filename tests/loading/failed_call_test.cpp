@@ -7,6 +7,22 @@
 
 namespace
 {
+/// The descriptors that were open when the library asked for a text.
+thread_local std::size_t descriptors_at_text = 0;
+} // namespace
+
+extern "C" {
+std::uint32_t __real_MwErr2Text(std::uint32_t code, char* text);
+
+std::uint32_t __wrap_MwErr2Text(std::uint32_t code, char* text)
+{
+    descriptors_at_text = count_descriptors();
+    return __real_MwErr2Text(code, text);
+}
+}
+
+namespace
+{
 using Loader = int (kvn_fpga_imp::*)(const char*, int, int, FILE*, const char*);
 
 /// The numbers of the calls around a load's data.
@@ -124,9 +140,13 @@ TEST_P(LoaderCall, ThatFailsHasItsOwnErrorAndIsTheLast)
     session.virtex2_family = row.is_older_family ? 0 : 1;
     if (row.has_left_over)
         left_over = {0x55};
+    const std::size_t descriptors = count_descriptors();
     platform.fail_call(GetParam().call);
     EXPECT_EQ(load_file(), Fails(GetParam().text));
     EXPECT_EQ(events.back(), "* Err2Text 0x77");
+    const bool data_is_out = GetParam().call > GetParam().calls - 4;
+    EXPECT_EQ(descriptors_at_text, descriptors + (data_is_out ? 0 : 1))
+        << "the file is closed behind the text";
     platform.fail_nothing();
     const int before = platform.calls();
     EXPECT_EQ(load_file(), Succeeds());

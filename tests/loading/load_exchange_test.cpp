@@ -16,30 +16,19 @@ struct Format {
     int start; ///< the number of a message that cannot be begun
     Lines verbose;
     const char* done;
+    int plain_tail; ///< bytes that older families are not sent
+    int compressed_tail;
 };
 
+const Lines in_bits{"| The bitstream is for a 2v3000fg676 device.\\n",
+                    "| The bitstream contains 96 configuration bits.\\n"};
+const Lines in_bytes{"| The bitstream is for a 2v3000fg676-4 device.\\n",
+                     "| The compressed file contains 12 configuration bytes.\\n"};
+
 const Format formats[] = {
-    {"Rbt",
-     "design.rbt",
-     &kvn_fpga_imp::Load_Bitstream_rbt,
-     9105,
-     {"| The bitstream is for a 2v3000fg676 device.\\n",
-      "| The bitstream contains 96 configuration bits.\\n"},
-     "| \\r% Done: 100\\n"},
-    {"Bit",
-     "design.bit",
-     &kvn_fpga_imp::Load_Bitstream_bit,
-     9350,
-     {"| The bitstream is for a 2v3000fg676 device.\\n",
-      "| The bitstream contains 96 configuration bits.\\n"},
-     "| \\r% Done: 100\\n"},
-    {"Mcb",
-     "design.mcb",
-     &kvn_fpga_imp::Load_Bitstream_mcb,
-     9156,
-     {"| The bitstream is for a 2v3000fg676-4 device.\\n",
-      "| The compressed file contains 12 configuration bytes.\\n"},
-     "| \\r% Done: 100 \\n"},
+    {"Rbt", "design.rbt", &kvn_fpga_imp::Load_Bitstream_rbt, 9105, in_bits, "| \\r% Done: 100\\n", 16, 0},
+    {"Bit", "design.bit", &kvn_fpga_imp::Load_Bitstream_bit, 9350, in_bits, "| \\r% Done: 100\\n", 16, 0},
+    {"Mcb", "design.mcb", &kvn_fpga_imp::Load_Bitstream_mcb, 9156, in_bytes, "| \\r% Done: 100 \\n", 4, 4},
 };
 
 class LoadExchangeTest : public LoadFixture, public testing::WithParamInterface<Format>
@@ -72,7 +61,6 @@ void PrintTo(const Format& format, std::ostream* out)
 {
     *out << format.name;
 }
-} // namespace
 
 TEST_P(LoadExchangeTest, SendsAFileInEachMode)
 {
@@ -100,6 +88,17 @@ TEST_P(LoadExchangeTest, SendsAFileInEachMode)
              "* EndOfReceiveMessageEx timeout 5000", "| Configuration was successful.\\n"});
         EXPECT_EQ(events, expected);
     }
+}
+
+TEST_P(LoadExchangeTest, OlderFamiliesAreNotSentTheirTail)
+{
+    session.virtex2_family = 0;
+    const Bytes data = sample_data(40);
+    EXPECT_EQ(load_file(), Succeeds());
+    EXPECT_EQ(module.received(), Bytes(data.begin(), data.end() - GetParam().plain_tail));
+    compress();
+    EXPECT_EQ(load_file(), Succeeds());
+    EXPECT_EQ(module.received(), run_coded({data.begin(), data.end() - GetParam().compressed_tail}));
 }
 
 TEST_P(LoadExchangeTest, TheDeviceMayGoOnBehindTheModulesName)
@@ -174,12 +173,7 @@ TEST_P(LoadExchangeTest, TheFileIsClosedBeforeTheMessageIsEnded)
 INSTANTIATE_TEST_SUITE_P(Formats, LoadExchangeTest, testing::ValuesIn(formats),
                          [](const auto& row) { return row.param.name; });
 
-namespace
-{
-class AllLoaders : public LoadFixture
-{
-};
-} // namespace
+using AllLoaders = LoadFixture;
 
 TEST_F(AllLoaders, PutTheSameBytesOnTheBusForTheSameDesign)
 {
@@ -194,3 +188,4 @@ TEST_F(AllLoaders, PutTheSameBytesOnTheBusForTheSameDesign)
             EXPECT_EQ(pieces(), from_rbt);
         }
 }
+} // namespace

@@ -16,10 +16,7 @@ protected:
         return file;
     }
 };
-} // namespace
 
-namespace
-{
 const char* const WRONG_MAGIC = "Error 9151. Invalid magic numbers in MCB file design.mcb.";
 const char* const NOT_FOR_IT = "Error 9153. Bitstream design.mcb is not for a 2v3000fg676-4 device.";
 
@@ -33,10 +30,7 @@ const FileFault<McbFile> header_faults[] = {
     {"DeviceWithoutItsZeroByte", [](auto& file) { file.device = std::string(255, 'x'); }, NOT_FOR_IT},
 };
 
-class McbLoaderHeader : public LoadFixture, public testing::WithParamInterface<FileFault<McbFile>>
-{
-};
-} // namespace
+using McbLoaderHeader = With<LoadFixture, FileFault<McbFile>>;
 
 TEST_P(McbLoaderHeader, IsCheckedBeforeAnythingIsSent)
 {
@@ -66,6 +60,7 @@ TEST_F(McbLoader, EveryFieldThatTheFileCutsShortHasItsOwnError9150Or9152Or9154Or
         for (; size < field.end; ++size) {
             write_file("design.mcb", content.substr(0, size));
             EXPECT_EQ(load_mcb(), Fails(field.text)) << size;
+            EXPECT_EQ(load_mcb(stream_failing_at(content, size)), Fails(field.text)) << size;
         }
 }
 
@@ -86,6 +81,13 @@ TEST_F(McbLoader, Error9158Or9159Or9160Or9161TellsTheByteThatIsMissingInTheRuns)
                 << kept;
             EXPECT_EQ(session.send_count, compressed ? kept / 2 * 2 : kept < 2 ? 0U : kept < 4 ? 3U : 5U);
         }
+}
+
+TEST_F(McbLoader, ReadingStopsAtTheRunThatReachesTheTotal)
+{
+    EXPECT_EQ(load_mcb(runs("05 AA 06 BB 07 CC", 8)), Succeeds());
+    EXPECT_EQ(module.received(), bytes("AA AA AA AA AA BB BB BB BB BB BB"));
+    EXPECT_EQ(printed_texts.at(1), "\\r% Done: 137 \\n");
 }
 
 TEST_F(McbLoader, ReadingStopsAtATotalRightBehindAReport)
@@ -138,8 +140,6 @@ TEST_F(McbLoader, TheTailBeginsFourBytesBeforeTheTotalWhateverTheRuns)
     }
 }
 
-namespace
-{
 /// What an older family is sent of runs, taken run by run.
 Bytes sent_run_by_run(const Bytes& pairs, int total, bool compressed)
 {
@@ -158,7 +158,6 @@ Bytes sent_run_by_run(const Bytes& pairs, int total, bool compressed)
     }
     return sent;
 }
-} // namespace
 
 // Within a longest run of the tail runs are sent one by one: behind one of none the next may reach into the
 // tail.
@@ -198,3 +197,4 @@ TEST_F(McbLoader, TheDeviceIsTheOneItIsGiven)
     std::strcpy(session.device_name, "s40xlpq208-4");
     EXPECT_EQ(load_mcb(McbFile{}), Succeeds());
 }
+} // namespace

@@ -4,16 +4,13 @@
 
 namespace
 {
-class RbtLoader : public LoadFixture
-{
-};
+using RbtLoader = LoadFixture;
 
 /// Eight bytes that all differ.
 RbtFile two_lines()
 {
     return RbtFile{bytes("01 02 03 04 05 06 07 08")};
 }
-} // namespace
 
 TEST_F(RbtLoader, Error9140DropsTheRestOfItsWord)
 {
@@ -24,8 +21,6 @@ TEST_F(RbtLoader, Error9140DropsTheRestOfItsWord)
     EXPECT_EQ(session.send_count, 0U);
 }
 
-namespace
-{
 /// A file that is spoilt in its header.
 struct HeaderFault : FileFault<RbtFile> {
     int number;
@@ -62,10 +57,7 @@ const HeaderFault header_faults[] = {
     {{"TwoDateLinesText9121", [](auto& file) { file.header[RbtFile::DATE] += "Date:\n"; }, NO_BITS}, 9120},
 };
 
-class RbtLoaderHeader : public LoadFixture, public testing::WithParamInterface<HeaderFault>
-{
-};
-} // namespace
+using RbtLoaderHeader = With<LoadFixture, HeaderFault>;
 
 TEST_P(RbtLoaderHeader, IsCheckedBeforeAnythingIsSent)
 {
@@ -79,6 +71,18 @@ TEST_P(RbtLoaderHeader, IsCheckedBeforeAnythingIsSent)
 INSTANTIATE_TEST_SUITE_P(Faults, RbtLoaderHeader, testing::ValuesIn(header_faults), [](const auto& row) {
     return "Error" + std::to_string(row.param.number) + row.param.name;
 });
+
+TEST_F(RbtLoader, AReadErrorIsError9100Or9102Or9104Or9120OfItsLineAndError9113InTheData)
+{
+    const std::string text = two_lines().text();
+    const int numbers[] = {9100, 9102, 9102, 9102, 9102, 9104, 9120, 9113, 9113};
+    std::size_t place = 0;
+    for (const int number : numbers) {
+        EXPECT_EQ(load_rbt(stream_failing_at(text, place + 1)).number, number) << place;
+        place = text.find('\n', place) + 1;
+    }
+    EXPECT_EQ(module.received(), bytes("01 02 03 04"));
+}
 
 TEST_F(RbtLoader, TheDeviceIsTheOneItIsGiven)
 {
@@ -99,8 +103,6 @@ TEST_F(RbtLoader, AnEmptyLineAtTheEndFailsBehindAllDataWithError9107OrError9112)
     EXPECT_EQ(pieces(), (Lines{"0D 05", "01 01 01 02 01 03 01 04"})) << "the last run was held back";
 }
 
-namespace
-{
 struct Outcome {
     bool matches;
     std::uint8_t status;
@@ -116,7 +118,6 @@ const Outcome outcomes[] = {
     {false, 4,
      "Error 9119. Configuration unsuccessfull. Incorrect number of bits (32, 64) in RBT file design.rbt."},
 };
-} // namespace
 
 TEST_F(RbtLoader, CountAndVerdictDecideOnError9113Or9118Or9119)
 {
@@ -143,3 +144,4 @@ TEST_F(RbtLoader, Error9113IsRecordedAndTheLoadGoesOnAsFarAsError9114)
     EXPECT_EQ(at_end_of_data,
               Fails("Error 9113. Incorrect number of bits (160, 192) in RBT file design.rbt."));
 }
+} // namespace

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The library and the reference model load and convert alike: the same prints, platform calls, errors and
 // bytes.
-#include "random_scenarios.h"
 #include "reference_model.h"
 
 #include "kvn_fpga.h"
@@ -24,7 +23,6 @@ namespace
 {
 
 using reference::Format;
-using reference::Model;
 using reference::Outcome;
 using reference::Scenario;
 using Log = std::vector<std::string>;
@@ -132,7 +130,7 @@ private:
         FakePlatform platform;
         const Module& module = prepare(platform, scenario);
         MW_HANDLE* const bus = platform.opened_bus("mwc4a", static_cast<std::uint16_t>(scenario.board));
-        const Outcome outcome = Model{scenario, bus, platform.log}.play();
+        const Outcome outcome = reference::play(scenario, bus, platform.log);
         return {outcome, platform.log, module.loads};
     }
 
@@ -162,35 +160,33 @@ private:
     CurrentFolder in_folder_{folder_.path()};
 };
 
-const Format formats[] = {Format::rbt, Format::bit, Format::mcb};
-
-/// The conversion of a file, and its loads with and without compression into a device of each kind of family.
-std::vector<Scenario> uses(Format format, const std::string& content)
+/// Each format's conversion, and its loads with and without compression into a device of each kind of family.
+std::vector<Scenario> all_uses()
 {
-    Scenario conversion;
-    conversion.format = format;
-    conversion.content = content;
-    conversion.converts = conversion.verbose = true;
-    conversion.device = "2v3000fg676-4";
-    std::vector<Scenario> all{conversion};
-    for (const bool virtex2 : {false, true}) {
-        for (const bool compressed : {false, true}) {
-            Scenario& load = all.emplace_back(conversion);
-            load.converts = false;
-            if (!virtex2)
-                load.device = "2s200fg456-5";
-            load.virtex2 = virtex2;
-            load.accepts_compressed = compressed;
-        }
+    std::vector<Scenario> all;
+    for (const Format format : {Format::rbt, Format::bit, Format::mcb}) {
+        Scenario conversion;
+        conversion.format = format;
+        conversion.converts = conversion.verbose = true;
+        conversion.device = "2v3000fg676-4";
+        all.push_back(conversion);
+        for (const bool virtex2 : {false, true})
+            for (const bool compressed : {false, true}) {
+                Scenario& load = all.emplace_back(conversion);
+                load.converts = false;
+                if (!virtex2)
+                    load.device = "2s200fg456-5";
+                load.virtex2 = virtex2;
+                load.accepts_compressed = compressed;
+            }
     }
     return all;
 }
 
-/// A good file for the device.
-std::string good_content(Format format, const Scenario& scenario, std::size_t size, std::uint64_t seed)
+/// A good file of these bytes for the device.
+std::string good_content(const Scenario& scenario, const Bytes& configuration)
 {
-    return file_content(format, scenario.device.substr(0, scenario.device.find('-')),
-                        configuration_of(size, seed));
+    return file_content(scenario.format, scenario.device.substr(0, scenario.device.find('-')), configuration);
 }
 
 TEST_F(Differential, RandomRunsAreTheSame)
@@ -206,79 +202,63 @@ TEST_F(Differential, RandomRunsAreTheSame)
 
 TEST_F(Differential, FilesCutAtEveryByteAreTheSame)
 {
-    for (const Format format : formats) {
-        for (Scenario scenario : uses(format, "")) {
-            const std::string whole = good_content(format, scenario, 24, 8);
-            for (std::size_t length = 0; length <= whole.size(); ++length) {
-                scenario.content = whole.substr(0, length);
-                ASSERT_TRUE(same(scenario, std::to_string(length) + " bytes"));
-            }
+    for (Scenario scenario : all_uses()) {
+        const std::string whole = good_content(scenario, configuration_of(24, 8));
+        for (std::size_t length = 0; length <= whole.size(); ++length) {
+            scenario.content = whole.substr(0, length);
+            ASSERT_TRUE(same(scenario, std::to_string(length) + " bytes"));
         }
     }
 }
 
 TEST_F(Differential, FilesWithAnyByteChangedAreTheSame)
 {
-    for (const Format format : formats) {
-        for (Scenario scenario : uses(format, "")) {
-            const std::string whole = good_content(format, scenario, 24, 5);
-            for (std::size_t place = 0; place < whole.size(); ++place) {
-                for (const char change : {'\0', '\n', '1'}) {
-                    scenario.content = whole;
-                    scenario.content[place] = change;
-                    ASSERT_TRUE(same(scenario, "byte " + std::to_string(place)));
-                }
+    for (Scenario scenario : all_uses()) {
+        const std::string whole = good_content(scenario, configuration_of(24, 5));
+        for (std::size_t place = 0; place < whole.size(); ++place)
+            for (const char change : {'\0', '\n', '1'}) {
+                scenario.content = whole;
+                scenario.content[place] = change;
+                ASSERT_TRUE(same(scenario, "byte " + std::to_string(place)));
             }
-        }
     }
 }
 
 TEST_F(Differential, TrailingBytesOfManyNumbersAreTheSame)
 {
-    for (const Format format : formats) {
-        for (Scenario scenario : uses(format, "")) {
-            for (const std::size_t more : {1U, 2U, 3U, 4U, 5U, 32U, 33U, 34U, 66U, 1020U, 1023U, 1024U, 1025U,
-                                           1028U, 2048U, 4096U, 70000U}) {
-                for (const char fill : {'0', '\n'}) {
-                    scenario.content = good_content(format, scenario, 40, 3) + std::string(more, fill);
-                    ASSERT_TRUE(same(scenario, std::to_string(more) + " bytes more"));
-                }
+    for (Scenario scenario : all_uses())
+        for (const std::size_t more : {1U, 2U, 3U, 4U, 5U, 32U, 33U, 34U, 66U, 1020U, 1023U, 1024U, 1025U,
+                                       1028U, 2048U, 4096U, 70000U})
+            for (const char fill : {'0', '\n'}) {
+                scenario.content = good_content(scenario, configuration_of(40, 3)) + std::string(more, fill);
+                ASSERT_TRUE(same(scenario, std::to_string(more) + " bytes more"));
             }
-        }
-    }
 }
 
 TEST_F(Differential, EveryFailingCallOfALoadIsTheSame)
 {
-    for (const Format format : formats) {
-        for (Scenario scenario : uses(format, "")) {
-            scenario.content = good_content(format, scenario, 64, 9);
-            scenario.prompts = true;
-            for (const char* function :
-                 {"StartSendMessageEx", "SendMessageDataEx", "EndOfSendMessageEx", "StartReceiveMessageEx",
-                  "ReceiveMessageDataEx", "EndOfReceiveMessageEx"}) {
-                for (int call = 1; call <= (function == std::string{"SendMessageDataEx"} ? 20 : 1); ++call) {
-                    scenario.failing_function = function;
-                    scenario.failing_call = call;
-                    ASSERT_TRUE(same(scenario, function + std::string{", call "} + std::to_string(call)));
-                }
+    for (Scenario scenario : all_uses()) {
+        scenario.content = good_content(scenario, configuration_of(64, 9));
+        scenario.prompts = true;
+        for (const char* function :
+             {"StartSendMessageEx", "SendMessageDataEx", "EndOfSendMessageEx", "StartReceiveMessageEx",
+              "ReceiveMessageDataEx", "EndOfReceiveMessageEx"})
+            for (int call = 1; call <= (function == std::string{"SendMessageDataEx"} ? 20 : 1); ++call) {
+                scenario.failing_function = function;
+                scenario.failing_call = call;
+                ASSERT_TRUE(same(scenario, function + std::string{", call "} + std::to_string(call)));
             }
-        }
     }
 }
 
 TEST_F(Differential, FilesLongEnoughForProgressAreTheSame)
 {
-    for (const Format format : formats) {
-        for (Scenario scenario : uses(format, "")) {
-            for (const std::size_t length : {2496U, 2500U, 2504U, 5000U, 5004U, 10004U, 40000U}) {
-                for (std::uint64_t seed = 0; seed < 4; ++seed) {
-                    scenario.content = good_content(format, scenario, length, seed);
-                    ASSERT_TRUE(same(scenario, std::to_string(length) + " bytes"));
-                }
+    for (Scenario scenario : all_uses())
+        for (const std::size_t length : {2496U, 2500U, 2504U, 5000U, 5004U, 10004U, 40000U})
+            for (std::uint64_t seed = 0; seed < 4; ++seed) {
+                scenario.content = good_content(scenario, configuration_of(length, seed));
+                ASSERT_TRUE(same(scenario, std::to_string(length) + " bytes"));
             }
-        }
-    }
 }
 
 /// Loaders compute a hundredfold of the bits or bytes done, which wraps at 32 bits; the converter does not

@@ -67,9 +67,7 @@ protected:
     }
 };
 
-class CommandLineArguments : public CommandLine, public testing::WithParamInterface<Line>
-{
-};
+using CommandLineArguments = With<CommandLine, Line>;
 
 TEST_P(CommandLineArguments, FillTheSession)
 {

@@ -84,23 +84,26 @@ TEST_F(EntryPoints, Error9312AfterBoardAndFileAreStored)
     EXPECT_EQ(board("mwc4a", 3, 0x12, "design", -1), Fails("Error 9312: kvn_fpga_board: Unknown action -1."));
 }
 
-TEST_F(EntryPoints, HandleOfAnotherDeviceGivesTypeAndNumberButNotItself)
+TEST_F(EntryPoints, OpenABusOfTheirOwnWhereTheHandleIsOfAnotherDeviceOrBoard)
 {
     platform.board("mwc4a", 5).slot(1, fpga_module(3));
+    platform.board("mwc3a", 0).slot(1, fpga_module(3));
     RbtFile{Bytes(16, 0xA5)}.write();
-    for (const std::uint32_t kind : {0U, 1U, 2U, 4U, 0x10003U}) {
-        clear_log();
-        MW_HANDLE* given = platform.caller_handle("mwc4a", 5, kind);
-        EXPECT_EQ(handle(given, 0x51, "design"), Succeeds()) << "kind " << kind;
-        EXPECT_STREQ(session.board_type, "mwc4a");
-        EXPECT_EQ(session.board_number, 5);
+    const auto expect_own_bus = [this](const Result& result, const char* opening) {
+        EXPECT_EQ(result, Succeeds());
         EXPECT_EQ(session.handle_is_external, 0U);
         const auto calls = bus();
         ASSERT_GT(calls.size(), 2U);
         EXPECT_EQ(calls[0], "GetDeviceInfo on caller handle");
-        EXPECT_EQ(calls[1], "OpenS \"mwc4a\" 5 \"ksb\"");
+        EXPECT_EQ(calls[1], opening);
         EXPECT_EQ(calls.back(), "Close");
-    }
+        clear_log();
+    };
+    for (const std::uint32_t kind : {0U, 1U, 2U, 4U, 0x10003U})
+        expect_own_bus(handle(platform.caller_handle("mwc4a", 5, kind), 0x51, "design"),
+                       "OpenS \"mwc4a\" 5 \"ksb\"");
+    expect_own_bus(run({"-u", "-fdesign", "-dmwc3a", "-b0", "-s1"}, platform.caller_handle("mwc4a", 0)),
+                   "OpenS \"mwc3a\" 0 \"ksb\"");
 }
 
 TEST_F(EntryPoints, HandleGivesABoardNumberOf16BitsBeforeError9302)
@@ -108,20 +111,6 @@ TEST_F(EntryPoints, HandleGivesABoardNumberOf16BitsBeforeError9302)
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0xA55A);
     handle(given, 0x51, nullptr);
     EXPECT_EQ(session.board_number, 0xA55A);
-}
-
-TEST_F(EntryPoints, CommandLineWithAnotherBoardTypeIgnoresTheHandle)
-{
-    platform.board("mwc3a", 0).slot(1, fpga_module(3));
-    RbtFile{Bytes(16, 0xA5)}.write();
-    MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
-    EXPECT_EQ(run({"-u", "-fdesign", "-dmwc3a", "-b0", "-s1"}, given), Succeeds());
-    EXPECT_EQ(session.handle_is_external, 0U);
-    const auto calls = bus();
-    ASSERT_GT(calls.size(), 2U);
-    EXPECT_EQ(calls[0], "GetDeviceInfo on caller handle");
-    EXPECT_EQ(calls[1], "OpenS \"mwc3a\" 0 \"ksb\"");
-    EXPECT_EQ(calls.back(), "Close");
 }
 
 TEST_F(EntryPoints, Flags7GiveAVerboseRunThatAsksAndNeverCompresses)
@@ -169,55 +158,35 @@ TEST_F(EntryPoints, Flags7GiveAVerboseRunThatAsksAndNeverCompresses)
 )");
 }
 
-struct Flags {
-    int flags;
-    std::uint32_t verbose;
-    std::uint32_t prompt_user;
-    std::uint32_t never_compress;
-};
-
 TEST_F(EntryPoints, DecodeEachFlagByItselfBeforeError9041)
 {
-    const Flags rows[] = {{0, 0, 0, 0}, {1, 1, 0, 0},    {2, 0, 1, 0},  {4, 0, 0, 1}, {6, 0, 1, 1},
-                          {8, 0, 0, 0}, {0xFF, 1, 1, 1}, {-1, 1, 1, 1}, {~7, 0, 0, 0}};
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
-    for (const Flags& row : rows) {
-        const auto expect_row = [&] {
-            EXPECT_EQ(session.verbose, row.verbose) << row.flags;
-            EXPECT_EQ(session.prompt_user, row.prompt_user) << row.flags;
-            EXPECT_EQ(session.never_compress, row.never_compress) << row.flags;
-        };
-        board("mwc4a", 0, 1, "missing", 0, row.flags);
-        expect_row();
-        handle(given, 1, "missing", 0, row.flags);
-        expect_row();
-    }
+    for (const int flags : {0, 1, 2, 4, 6, 8, 0xFF, -1, ~7})
+        for (const bool by_handle : {false, true}) {
+            by_handle ? handle(given, 1, "missing", 0, flags) : board("mwc4a", 0, 1, "missing", 0, flags);
+            EXPECT_EQ(session.verbose, (flags & 1) != 0 ? 1U : 0U) << flags;
+            EXPECT_EQ(session.prompt_user, (flags & 2) != 0 ? 1U : 0U) << flags;
+            EXPECT_EQ(session.never_compress, (flags & 4) != 0 ? 1U : 0U) << flags;
+        }
 }
-
-struct Action {
-    int action;
-    std::uint32_t make_mcb;
-    std::uint32_t make_rbt;
-    const char* text; ///< for a missing file
-};
 
 TEST_F(EntryPoints, DecodeTheActionAsFarAsError9040Or9041Or9042)
 {
-    const Action rows[] = {{0, 0, 0, "Error 9041. Cannot find/open missing.[rbt/mcb/bit] file."},
-                           {1, 1, 0, "Error 9040. Cannot find/open missing.rbt file."},
-                           {2, 0, 1, "Error 9042. Cannot find/open missing.mcb file."}};
+    const char* const texts[] = {"Error 9041. Cannot find/open missing.[rbt/mcb/bit] file.",
+                                 "Error 9040. Cannot find/open missing.rbt file.",
+                                 "Error 9042. Cannot find/open missing.mcb file."};
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
-    for (const Action& row : rows) {
-        EXPECT_EQ(board("mwc4a", 0, 1, "missing", row.action), Fails(row.text));
-        EXPECT_EQ(session.make_mcb, row.make_mcb);
-        EXPECT_EQ(session.make_rbt, row.make_rbt);
-        EXPECT_EQ(handle(given, 1, "missing", row.action), Fails(row.text));
-        EXPECT_EQ(session.make_mcb, row.make_mcb);
-        EXPECT_EQ(session.make_rbt, row.make_rbt);
-    }
+    for (const int action : {0, 1, 2})
+        for (const bool by_handle : {false, true}) {
+            EXPECT_EQ(by_handle ? handle(given, 1, "missing", action)
+                                : board("mwc4a", 0, 1, "missing", action),
+                      Fails(texts[action]));
+            EXPECT_EQ(session.make_mcb, action == 1 ? 1U : 0U);
+            EXPECT_EQ(session.make_rbt, action == 2 ? 1U : 0U);
+        }
 }
 
-TEST_F(EntryPoints, Error9310WhenTheBoardTypeIsNullEvenWithoutAFileName)
+TEST_F(EntryPoints, Error9310Or9311WhenTheBoardTypeOrTheFileNameIsNull)
 {
     EXPECT_EQ(board(nullptr, 3, 0x12, nullptr, 9),
               Fails("Error 9310: kvn_fpga_board: The 'devstr' parameter is NULL."));
@@ -225,10 +194,6 @@ TEST_F(EntryPoints, Error9310WhenTheBoardTypeIsNullEvenWithoutAFileName)
     EXPECT_EQ(session.board_number_given, 0U);
     EXPECT_EQ(session.slot_given, 0U);
     EXPECT_EQ(session.file_is_rbt, 0U);
-}
-
-TEST_F(EntryPoints, Error9311WhenTheFileNameIsNull)
-{
     EXPECT_EQ(board("mwc4a", 3, 0x12, nullptr, 9),
               Fails("Error 9311: kvn_fpga_board: The 'rbtfile' parameter is NULL."));
     EXPECT_STREQ(session.board_type, "mwc4a");
@@ -334,18 +299,6 @@ EndOfReceiveMessageEx timeout 5000 on caller handle
     }
 }
 
-TEST_F(EntryPoints, HandleIsNotClosedBehindError9221)
-{
-    platform.board("mwc4a", 0).slot(2, processor_module());
-    RbtFile{}.write();
-    EXPECT_EQ(handle(platform.caller_handle("mwc4a", 0), 2, "design"),
-              Fails("Error 9221. The module in slot 2 of board mwc4a 0 is a processor module."));
-    EXPECT_EQ(bus_transcript(), R"(
-GetDeviceInfo on caller handle
-GetBoardInfo "mwc4a" 0
-)");
-}
-
 TEST_F(EntryPoints, Error9307WhenThePlatformKnowsNothingOfTheCommandLinesHandle)
 {
     MW_HANDLE* given = platform.caller_handle("mwc4a", 0);
@@ -408,29 +361,15 @@ TEST_F(EntryPoints, Error9074BecauseTypeAndNumberAreNeverTakenFromTheHandle)
     EXPECT_EQ(session.board_number, 0);
 }
 
-TEST_F(EntryPoints, CommandLineUsesTheHandleAndNeverClosesIt)
-{
-    platform.board("mwc4a", 0).slot(2, fpga_module(3));
-    RbtFile{Bytes(16, 0xA5)}.write();
-    EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s2"}, platform.caller_handle("mwc4a", 0)),
-              Succeeds());
-    for (const std::string& call : bus())
-        EXPECT_TRUE(call.ends_with(" on caller handle") || call.starts_with("GetBoardInfo")) << call;
-}
-
-TEST_F(EntryPoints, CommandLineWithANullHandleOpensTheBusItself)
+TEST_F(EntryPoints, CommandLineWithANullHandleOrWithoutOneOpensTheBusItself)
 {
     platform.board("mwc4b", 1).slot(2, fpga_module(4).accepts_compressed());
     RbtFile{Bytes(16, 0xA5)}.write();
-    EXPECT_EQ(run({"-u", "-fdesign", "-dmwc4a", "-b0", "-s2", "-t1"}), Succeeds());
+    const std::vector<std::string> line{"-u", "-fdesign", "-dmwc4a", "-b0", "-s2", "-t1"};
+    EXPECT_EQ(run(line), Succeeds());
     EXPECT_EQ(transcript(), LOAD_OF_BOARD_1_SLOT_2);
-}
-
-TEST_F(EntryPoints, CommandLineWithoutAHandleRunsTheSame)
-{
-    platform.board("mwc4b", 1).slot(2, fpga_module(4).accepts_compressed());
-    RbtFile{Bytes(16, 0xA5)}.write();
-    EXPECT_EQ(run_without_handle({"-u", "-fdesign", "-dmwc4a", "-b0", "-s2", "-t1"}), Succeeds());
+    clear_log();
+    EXPECT_EQ(run_without_handle(line), Succeeds());
     EXPECT_EQ(transcript(), LOAD_OF_BOARD_1_SLOT_2);
 }
 
@@ -458,13 +397,4 @@ TEST_F(EntryPoints, ForgetTheRunOfError9052InThatOfError9040)
     EXPECT_EQ(session.make_mcb, 0U);
 }
 
-TEST_F(EntryPoints, LeaveTheMessageOfError9041UntilTheNextRun)
-{
-    board("mwc4a", 0, 1, "missing");
-    EXPECT_STREQ(session.kvn_fpga_getlasterr(), "Error 9041. Cannot find/open missing.[rbt/mcb/bit] file.");
-    platform.board("mwc4a", 0).slot(1, fpga_module(3));
-    RbtFile{}.write();
-    EXPECT_EQ(board("mwc4a", 0, 1, "design"), Succeeds());
-    EXPECT_STREQ(session.kvn_fpga_getlasterr(), "");
-}
 } // namespace

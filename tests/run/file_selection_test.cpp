@@ -78,9 +78,7 @@ struct Choice {
     }
 };
 
-class DecisionTable : public FileSelection, public testing::WithParamInterface<Choice>
-{
-};
+using DecisionTable = With<FileSelection, Choice>;
 
 TEST_P(DecisionTable, Holds)
 {
@@ -123,8 +121,22 @@ Choice uses(const char* name, Doing action, bool may_ask, const char* files, con
     return {name, action, may_ask, files, question, reply, "", kinds, "design." + kind};
 }
 
+std::string missing(int number, const std::string& name)
+{
+    return "Error " + std::to_string(number) + ". Cannot find/open " + name + " file.";
+}
+
+std::string not_a_kind(const std::string& name)
+{
+    return "Error 9051. Incorrect file extension in " + name + " (should be *.rbt, *.mcb, *.bit, or none).";
+}
+
+constexpr char NO_RBT[] = "Error 9043. Sorry, you cannot expand a .rbt file.";
+constexpr char NO_MCB[] = "Error 9047. Sorry, cannot compress a .mcb file.";
+constexpr char NO_BIT[] = "Error 9054. Sorry, expanding a .bit file is not supported.";
+
 /// A row that ends with an error.
-Choice fails(const char* name, Doing action, bool may_ask, const char* files, const char* text,
+Choice fails(const char* name, Doing action, bool may_ask, const char* files, const std::string& text,
              const char* question = "", const char* reply = "", const char* left_open = "")
 {
     return {name, action, may_ask, files, question, reply, text, left_open, name};
@@ -134,82 +146,72 @@ const Choice choices[] = {
     // Names without extension: expand,
     uses("design", expand, asking, ".rbt .mcb .bit", "mcb"),
     uses("design", expand, silent, ".mcb", "mcb"),
-    fails("design", expand, asking, ".rbt .bit", "Error 9042. Cannot find/open design.mcb file."),
-    fails("design", expand, silent, "", "Error 9042. Cannot find/open design.mcb file."),
+    fails("design", expand, asking, ".rbt .bit", missing(9042, "design.mcb")),
+    fails("design", expand, silent, "", missing(9042, "design.mcb")),
     // compress,
     uses("design", compress, asking, ".rbt .mcb .bit", "rbt"),
-    fails("design", compress, asking, ".mcb .bit", "Error 9040. Cannot find/open design.rbt file."),
-    fails("design", compress, silent, ".bit", "Error 9040. Cannot find/open design.rbt file."),
+    fails("design", compress, asking, ".mcb .bit", missing(9040, "design.rbt")),
+    fails("design", compress, silent, ".bit", missing(9040, "design.rbt")),
     // configure.
     uses("design", configure, asking, ".rbt .mcb .bit", "rbt"),
     uses("design", configure, silent, ".rbt .bit", "rbt"),
     uses("design", configure, asking, ".mcb .bit", "mcb"),
     uses("design", configure, silent, ".bit", "bit"),
-    fails("design", configure, asking, "", "Error 9041. Cannot find/open design.[rbt/mcb/bit] file."),
-    fails("design", configure, silent, "", "Error 9041. Cannot find/open design.[rbt/mcb/bit] file."),
+    fails("design", configure, asking, "", missing(9041, "design.[rbt/mcb/bit]")),
+    fails("design", configure, silent, "", missing(9041, "design.[rbt/mcb/bit]")),
     // Names of RBT files.
-    fails("design.rbt", expand, asking, ".rbt .mcb", "Error 9043. Sorry, you cannot expand a .rbt file."),
-    fails("design.rbt", expand, silent, "", "Error 9043. Sorry, you cannot expand a .rbt file."),
+    fails("design.rbt", expand, asking, ".rbt .mcb", NO_RBT),
+    fails("design.rbt", expand, silent, "", NO_RBT),
     uses("design.rbt", configure, asking, ".rbt .mcb .bit", "rbt"),
     uses("design.rbt", configure, silent, ".rbt", "rbt"),
     uses("design.rbt", compress, asking, ".rbt", "rbt"),
     uses("design.rbt", configure, asking, ".mcb .bit", "mcb", FOUND_MCB, "y"),
     uses("design.rbt", configure, asking, ".mcb", "mcb", FOUND_MCB, "Y"),
-    fails("design.rbt", configure, asking, ".mcb .bit", "Error 9046. Cannot find/open design.rbt file.",
-          FOUND_MCB, "n", "bin_fp"),
-    fails("design.rbt", configure, asking, ".mcb", "Error 9046. Cannot find/open design.rbt file.", FOUND_MCB,
-          "j", "bin_fp"),
+    fails("design.rbt", configure, asking, ".mcb .bit", missing(9046, "design.rbt"), FOUND_MCB, "n",
+          "bin_fp"),
+    fails("design.rbt", configure, asking, ".mcb", missing(9046, "design.rbt"), FOUND_MCB, "j", "bin_fp"),
     uses("design.rbt", configure, asking, ".bit", "bit", FOUND_BIT, "y"),
-    fails("design.rbt", configure, asking, ".bit", "Error 9046. Cannot find/open design.rbt file.", FOUND_BIT,
-          "N", "bin_fp"),
-    fails("design.rbt", configure, asking, "", "Error 9045. Cannot find/open design.rbt file."),
-    fails("design.rbt", configure, silent, ".mcb .bit", "Error 9044. Cannot find/open design.rbt file."),
-    fails("design.rbt", compress, asking, ".mcb .bit", "Error 9044. Cannot find/open design.rbt file."),
-    fails("design.rbt", compress, silent, "", "Error 9044. Cannot find/open design.rbt file."),
+    fails("design.rbt", configure, asking, ".bit", missing(9046, "design.rbt"), FOUND_BIT, "N", "bin_fp"),
+    fails("design.rbt", configure, asking, "", missing(9045, "design.rbt")),
+    fails("design.rbt", configure, silent, ".mcb .bit", missing(9044, "design.rbt")),
+    fails("design.rbt", compress, asking, ".mcb .bit", missing(9044, "design.rbt")),
+    fails("design.rbt", compress, silent, "", missing(9044, "design.rbt")),
     // Names of MCB files.
-    fails("design.mcb", compress, asking, ".rbt .mcb", "Error 9047. Sorry, cannot compress a .mcb file."),
-    fails("design.mcb", compress, silent, "", "Error 9047. Sorry, cannot compress a .mcb file."),
+    fails("design.mcb", compress, asking, ".rbt .mcb", NO_MCB),
+    fails("design.mcb", compress, silent, "", NO_MCB),
     uses("design.mcb", configure, asking, ".rbt .mcb .bit", "mcb"),
     uses("design.mcb", expand, silent, ".mcb", "mcb"),
     uses("design.mcb", configure, asking, ".rbt .bit", "rbt", FOUND_RBT, "y"),
-    fails("design.mcb", configure, asking, ".rbt .bit", "Error 9050. Cannot find/open design.mcb file.",
-          FOUND_RBT, "n", "rbt_fp"),
+    fails("design.mcb", configure, asking, ".rbt .bit", missing(9050, "design.mcb"), FOUND_RBT, "n",
+          "rbt_fp"),
     uses("design.mcb", configure, asking, ".bit", "bit", FOUND_BIT, "Y"),
-    fails("design.mcb", configure, asking, ".bit", "Error 9049. Cannot find/open design.mcb file.", FOUND_BIT,
-          "n", "bin_fp"),
-    fails("design.mcb", configure, asking, "", "Error 9049. Cannot find/open design.mcb file."),
-    fails("design.mcb", configure, silent, ".rbt .bit", "Error 9048. Cannot find/open design.mcb file."),
-    fails("design.mcb", expand, asking, ".rbt .bit", "Error 9048. Cannot find/open design.mcb file."),
-    fails("design.mcb", expand, silent, "", "Error 9048. Cannot find/open design.mcb file."),
+    fails("design.mcb", configure, asking, ".bit", missing(9049, "design.mcb"), FOUND_BIT, "n", "bin_fp"),
+    fails("design.mcb", configure, asking, "", missing(9049, "design.mcb")),
+    fails("design.mcb", configure, silent, ".rbt .bit", missing(9048, "design.mcb")),
+    fails("design.mcb", expand, asking, ".rbt .bit", missing(9048, "design.mcb")),
+    fails("design.mcb", expand, silent, "", missing(9048, "design.mcb")),
     // Names of BIT files.
-    fails("design.bit", expand, asking, ".mcb .bit",
-          "Error 9054. Sorry, expanding a .bit file is not supported."),
-    fails("design.bit", expand, silent, "", "Error 9054. Sorry, expanding a .bit file is not supported."),
+    fails("design.bit", expand, asking, ".mcb .bit", NO_BIT),
+    fails("design.bit", expand, silent, "", NO_BIT),
     uses("design.bit", configure, asking, ".rbt .mcb .bit", "bit"),
     uses("design.bit", compress, silent, ".bit", "bit"),
     uses("design.bit", configure, asking, ".rbt .mcb", "rbt", FOUND_RBT, "y"),
-    fails("design.bit", configure, asking, ".rbt .mcb", "Error 9055. Cannot find/open design.bit file.",
-          FOUND_RBT, "n", "rbt_fp"),
+    fails("design.bit", configure, asking, ".rbt .mcb", missing(9055, "design.bit"), FOUND_RBT, "n",
+          "rbt_fp"),
     uses("design.bit", configure, asking, ".mcb", "mcb", FOUND_MCB, "y"),
-    fails("design.bit", configure, asking, ".mcb", "Error 9055. Cannot find/open design.bit file.", FOUND_MCB,
-          "n", "bin_fp"),
-    fails("design.bit", configure, asking, "", "Error 9055. Cannot find/open design.bit file."),
-    fails("design.bit", configure, silent, ".rbt .mcb", "Error 9055. Cannot find/open design.bit file."),
+    fails("design.bit", configure, asking, ".mcb", missing(9055, "design.bit"), FOUND_MCB, "n", "bin_fp"),
+    fails("design.bit", configure, asking, "", missing(9055, "design.bit")),
+    fails("design.bit", configure, silent, ".rbt .mcb", missing(9055, "design.bit")),
     // Compressing asks as well, and may even be given an MCB file, which the conversion then refuses.
     uses("design.bit", compress, asking, ".rbt", "rbt", FOUND_RBT, "y"),
     uses("design.bit", compress, asking, ".mcb", "mcb", FOUND_MCB, "y"),
-    fails("design.bit", compress, silent, ".rbt", "Error 9055. Cannot find/open design.bit file."),
+    fails("design.bit", compress, silent, ".rbt", missing(9055, "design.bit")),
     // Other extensions.
-    fails("design.txt", configure, asking, ".rbt",
-          "Error 9051. Incorrect file extension in design.txt (should be *.rbt, *.mcb, *.bit, or none)."),
-    fails("design.txt", compress, silent, "",
-          "Error 9051. Incorrect file extension in design.txt (should be *.rbt, *.mcb, *.bit, or none)."),
-    fails("design.RBT", configure, asking, ".rbt",
-          "Error 9051. Incorrect file extension in design.RBT (should be *.rbt, *.mcb, *.bit, or none)."),
-    fails("design.Mcb", expand, asking, ".mcb",
-          "Error 9051. Incorrect file extension in design.Mcb (should be *.rbt, *.mcb, *.bit, or none)."),
-    fails("design.BIT", configure, asking, ".bit",
-          "Error 9051. Incorrect file extension in design.BIT (should be *.rbt, *.mcb, *.bit, or none)."),
+    fails("design.txt", configure, asking, ".rbt", not_a_kind("design.txt")),
+    fails("design.txt", compress, silent, "", not_a_kind("design.txt")),
+    fails("design.RBT", configure, asking, ".rbt", not_a_kind("design.RBT")),
+    fails("design.Mcb", expand, asking, ".mcb", not_a_kind("design.Mcb")),
+    fails("design.BIT", configure, asking, ".bit", not_a_kind("design.BIT")),
 };
 
 INSTANTIATE_TEST_SUITE_P(Choices, DecisionTable, testing::ValuesIn(choices), RowName{});
@@ -262,17 +264,13 @@ TEST_F(FileSelection, Error9052WhenStandardInputEndsWhileANameIsAskedFor)
 {
     session.kvn_fpga_set_userfie(nullptr, 1);
     session.prompt_user = 1;
-    write_file("input", "design.txt\n\n");
-    FILE* const input_before = stdin;
-    FILE* const output_before = stdout;
-    stdin = std::fopen("input", "r");
-    stdout = std::fopen("output", "w");
-    const Result outcome = select_without_name();
-    std::fclose(std::exchange(stdin, input_before));
-    std::fclose(std::exchange(stdout, output_before));
-    EXPECT_EQ(outcome, Fails("Error 9052. No RBT, MCB, or BIT file specified (-f option)."));
     const std::string question = "Enter the name of the bitstream RBT, MCB, or BIT file:\n> ";
-    EXPECT_EQ(read_file("output"), question + question + question);
+    EXPECT_EQ(output_of("design.txt\n\n",
+                        [&] {
+                            EXPECT_EQ(select_without_name(),
+                                      Fails("Error 9052. No RBT, MCB, or BIT file specified (-f option)."));
+                        }),
+              question + question + question);
 }
 
 TEST_F(FileSelection, OffersTheAlternativeOfANameThatWasTypedIn)

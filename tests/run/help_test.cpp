@@ -4,9 +4,7 @@
 
 namespace
 {
-class Help : public RunFixture
-{
-};
+using Help = RunFixture;
 
 constexpr char ALL_PAGES[] = R"(
 | KVN_FPGA   Kavrin-FPGA and Kavrin-IO Configuration Utility version 2.7 17/02/06\n

@@ -33,9 +33,7 @@ struct Source {
     friend void PrintTo(const Source& row, std::ostream* out) { *out << row.what; }
 };
 
-class BoardSource : public MainDriver, public testing::WithParamInterface<Source>
-{
-};
+using BoardSource = With<MainDriver, Source>;
 
 TEST_P(BoardSource, SettlesTheBoard)
 {
@@ -175,12 +173,6 @@ TEST_F(MainDriver, FormsTheSlotAddressFromEverySourceOfTheNumberBeforeError9201)
     }
 }
 
-TEST_F(MainDriver, DirectEntryKeepsItsAddressWhateverTheBoardOfError9201)
-{
-    EXPECT_EQ(session.kvn_fpga_board("mwc4a", 3, 0x12, "design", 0, 0), 9201);
-    EXPECT_EQ(session.slot_address, 0x12);
-}
-
 TEST_F(MainDriver, Error9076BeforeTheBusIsTouchedForADirectEntry)
 {
     EXPECT_EQ(result(session.kvn_fpga_board("mwc4a", 16, 0x12, "design", 0, 0)),
@@ -212,27 +204,16 @@ TEST_F(MainDriver, Error9041OfTheFileComesBeforeAnythingElse)
 }
 
 // Conversions never touch the hardware, ask for a board or read the environment.
-TEST_F(MainDriver, CompressesAnRbtFile)
+TEST_F(MainDriver, CompressesRbtAndBitFilesAndExpandsMcbFiles)
 {
     EXPECT_EQ(run({"-c", "-fdesign", "-v"}), Succeeds());
-    EXPECT_EQ(bus_transcript(), "\n");
     EXPECT_EQ(read_file("design.mcb").size(), 522U + 2);
-}
-
-TEST_F(MainDriver, CompressesABitFile)
-{
     BitFile{Bytes(16, 0xA5)}.write("other.bit");
     EXPECT_EQ(run({"-c", "-fother.bit"}), Succeeds());
-    EXPECT_EQ(bus_transcript(), "\n");
     EXPECT_EQ(read_file("other.mcb").substr(522), std::string("\x10\xA5", 2));
-}
-
-TEST_F(MainDriver, ExpandsAnMcbFile)
-{
-    McbFile{Bytes(16, 0xA5)}.write("other.mcb");
     EXPECT_EQ(run({"-r", "-fother"}), Succeeds());
-    EXPECT_EQ(bus_transcript(), "\n");
     EXPECT_TRUE(read_file("other.rbt").ends_with("10100101101001011010010110100101\n"));
+    EXPECT_EQ(bus_transcript(), "\n");
 }
 
 TEST_F(MainDriver, CompressesToError9043OrError9070WhenBothConversionsAreAskedForByName)
@@ -262,29 +243,19 @@ TEST_F(MainDriver, Error9054BeforeExpandOfABitFileGetsHere)
 /// What follows a file selection that chose what the test says, however unlikely.
 using AfterSelection = MainDriver;
 
-TEST_F(AfterSelection, Error9070WhenAnMcbFileIsToBeCompressed)
-{
-    session.file_is_mcb = 1;
-    EXPECT_EQ(result(convert_to_mcb(session)),
-              Fails("Error 9070: You cannot compress a compressed (.mcb) file."));
-}
-
-TEST_F(AfterSelection, Error9071WhenNothingIsToBeCompressed)
+TEST_F(AfterSelection, Error9070Or9071Or9072Or9073WhenTheFileDoesNotSuitTheConversion)
 {
     EXPECT_EQ(result(convert_to_mcb(session)), Fails("Error 9071: Internal error."));
-}
-
-TEST_F(AfterSelection, Error9072WhenAnRbtFileIsToBeExpanded)
-{
-    session.file_is_rbt = 1;
-    EXPECT_EQ(result(convert_to_rbt(session)), Fails("Error 9072: You cannot expand a .rbt file."));
-}
-
-TEST_F(AfterSelection, Error9073WhenABitFileOrNothingIsToBeExpanded)
-{
     EXPECT_EQ(result(convert_to_rbt(session)), Fails("Error 9073: Internal error."));
     session.file_is_bit = 1;
     EXPECT_EQ(result(convert_to_rbt(session)), Fails("Error 9073: Internal error."));
+    session.file_is_bit = 0;
+    session.file_is_mcb = 1;
+    EXPECT_EQ(result(convert_to_mcb(session)),
+              Fails("Error 9070: You cannot compress a compressed (.mcb) file."));
+    session.file_is_mcb = 0;
+    session.file_is_rbt = 1;
+    EXPECT_EQ(result(convert_to_rbt(session)), Fails("Error 9072: You cannot expand a .rbt file."));
 }
 
 TEST_F(AfterSelection, LoadsNothingWhenNoFileIsSelected)
@@ -415,16 +386,13 @@ TEST_F(MainDriver, Error9201ClosesAHandleThatTheFailedOpeningLeft)
 TEST_F(MainDriver, EndsWithError9201WhenTheInputOfTheQuestionsHasEnded)
 {
     session.kvn_fpga_set_userfie(nullptr, 1);
-    write_file("input");
-    FILE* const input_before = stdin;
-    FILE* const output_before = stdout;
-    stdin = std::fopen("input", "r");
-    stdout = std::fopen("output", "w");
-    const Result outcome = run({"-fdesign"});
-    std::fclose(std::exchange(stdin, input_before));
-    std::fclose(std::exchange(stdout, output_before));
     // An empty type and number 0.
-    EXPECT_EQ(outcome, Fails("Error 9201. Cannot open KSB device on board \" 0\" (api 0x1001)."));
-    EXPECT_EQ(read_file("output"), std::string{WHICH_BOARD} + "\n> Board , but what board number? \n> ");
+    EXPECT_EQ(output_of("",
+                        [&] {
+                            EXPECT_EQ(
+                                run({"-fdesign"}),
+                                Fails("Error 9201. Cannot open KSB device on board \" 0\" (api 0x1001)."));
+                        }),
+              std::string{WHICH_BOARD} + "\n> Board , but what board number? \n> ");
 }
 } // namespace

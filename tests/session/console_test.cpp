@@ -16,44 +16,11 @@
 
 namespace
 {
-/// Other streams as standard input and output, for the duration of a scope.
-class StandardStreams
-{
-public:
-    StandardStreams(FILE* input, FILE* output) : input_before_{stdin}, output_before_{stdout}
-    {
-        stdin = input;
-        stdout = output;
-    }
-    ~StandardStreams()
-    {
-        std::fclose(std::exchange(stdin, input_before_));
-        std::fclose(std::exchange(stdout, output_before_));
-    }
-    StandardStreams(const StandardStreams&) = delete;
-    StandardStreams& operator=(const StandardStreams&) = delete;
-
-private:
-    FILE* input_before_;
-    FILE* output_before_;
-};
-
 /// The session without callbacks, on files: what the user types, and what he sees.
 class Console : public RunFixture
 {
 protected:
     Console() { remove_callbacks(session); }
-
-    /// What is written to standard output while the user types `input`.
-    std::string output_of(std::string_view input, const std::function<void()>& action)
-    {
-        write_file("input", input);
-        {
-            const StandardStreams streams{std::fopen("input", "r"), std::fopen("output", "w")};
-            action();
-        }
-        return read_file("output");
-    }
 };
 
 TEST_F(Console, PauseWaitsForOneCharacterAfterTwoEmptyLines)
@@ -68,6 +35,16 @@ TEST_F(Console, PauseWaitsForOneCharacterAfterTwoEmptyLines)
               "\n\nPress any key to continue . . .\n");
     EXPECT_EQ(result, 'x');
     EXPECT_EQ(next, 'y');
+}
+
+TEST_F(Console, HelpWaitsForACharacterAfterEachPage)
+{
+    int result = 0;
+    const std::string output = output_of("abc", [&] { result = session.kvn_fpga_help(); });
+    EXPECT_EQ(result, 'c');
+    EXPECT_NE(output.find("override the environmental settings.\n\nPress any key to continue . . .\nUsing "
+                          "KVN_FPGA:\n"),
+              std::string::npos);
 }
 
 TEST_F(Console, AYesNoQuestionGivesTheFirstCharacterOfTheLine)
@@ -106,17 +83,6 @@ TEST_F(Console, PrintsATextOfAnyLengthWhole)
         const std::string text(length, 'x');
         EXPECT_EQ(output_of("", [&] { session.print("%s", text.c_str()); }), text);
     }
-}
-
-TEST_F(Console, PrintsAFileNameWithPercentSignsInAWholeRunToError9101)
-{
-    platform.board("mwc4a", 0).slot(2, fpga_module(4));
-    write_file("a%n%s.rbt", "no title");
-    const std::string output = output_of("", [&] {
-        EXPECT_EQ(run({"-u", "-fa%n%s", "-dmwc4a", "-b0", "-s2"}),
-                  Fails("Error 9101. Invalid first line in RBT file a%n%s.rbt."));
-    });
-    EXPECT_NE(output.find("Checking header section of the file <a%n%s.rbt>.\n"), std::string::npos) << output;
 }
 
 TEST_F(Console, PromptWritesALineAndReadsOneCharacter)
@@ -267,36 +233,7 @@ TEST_F(Console, KeepsProgressInAFileOrPipeUntilTheStreamIsFull)
     EXPECT_EQ(std::filesystem::file_size("output"), 11U);
 }
 
-TEST_F(Console, HelpWaitsForACharacterAfterEachPage)
-{
-    int result = 0;
-    const std::string output = output_of("abc", [&] { result = session.kvn_fpga_help(); });
-    EXPECT_EQ(result, 'c');
-    EXPECT_TRUE(output.starts_with("KVN_FPGA   Kavrin-FPGA and Kavrin-IO Configuration Utility version 2.7 "
-                                   "17/02/06\n                  by Marroway\n\nUsage:  KVN_FPGA"));
-    EXPECT_NE(output.find("override the environmental settings.\n\nPress any key to continue . . .\nUsing "
-                          "KVN_FPGA:\n"),
-              std::string::npos);
-    EXPECT_TRUE(output.ends_with("mwc4a          0         1\n\n\nPress any key to continue . . .\n"));
-}
-
-TEST_F(Console, MixesFunctionsAndStandardStreams)
-{
-    static std::string collected;
-    collected.clear();
-    session.kvn_fpga_set_userprint([](char* text) { collected += text; });
-    EXPECT_EQ(output_of("y\n",
-                        [&] {
-                            session.xprint("to the function\n");
-                            EXPECT_EQ(session.xask_yn("On the console?"), 'y');
-                        }),
-              "On the console?\n");
-    EXPECT_EQ(collected, "to the function\n");
-}
-
-class Callbacks : public RunFixture
-{
-};
+using Callbacks = RunFixture;
 
 TEST_F(Callbacks, GetTextsAsTheyStandAndGiveTheResults)
 {

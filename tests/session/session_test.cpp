@@ -22,9 +22,7 @@ static_assert(sizeof(kvn_fpga_imp::board_type) == 32 && sizeof(kvn_fpga_imp::dev
 static_assert(sizeof(kvn_fpga_imp::bitstream_file) == 256 && sizeof(kvn_fpga_imp::con_file) == 256);
 static_assert(sizeof(kvn_fpga_imp::send_buffer) == 8192 && sizeof(kvn_fpga_imp::last_error_text) == 1024);
 
-class Session : public RunFixture
-{
-};
+using Session = RunFixture;
 
 /// The functions of an application, as a session holds them.
 auto functions_of(const kvn_fpga_imp& session)
@@ -250,51 +248,25 @@ TEST_F(Session, RecordsError9002WithoutPrintingIt)
 }
 
 // The public class forwards to the session's operations of the same names.
-class PublicClass : public Session
+TEST_F(Session, IsReachedByThePublicClassAsFarAsError9310Or9312Or9041Or9300Or9002Or9215)
 {
-protected:
-    PublicClass() { install_callbacks(object); }
-
     kvn_fpga object;
+    install_callbacks(object);
     Chars type{"mwc4a"};
     Chars file{"design"};
     MW_HANDLE* handle = platform.caller_handle("mwc4a", 0);
-};
-
-TEST_F(PublicClass, ReachesTheBoardEntryAsFarAsError9310Or9311Or9312Or9041)
-{
+    Arguments line{"KVN_FPGA", "-x"};
+    key = 0x4B;
     EXPECT_EQ(object.kvn_fpga_board(nullptr, 0, 0, nullptr, 0, 0), 9310);
-    EXPECT_EQ(object.kvn_fpga_board(type, 0, 1, nullptr, 0, 0), 9311);
-    EXPECT_STREQ(object.kvn_fpga_getlasterr(),
-                 "Error 9311: kvn_fpga_board: The 'rbtfile' parameter is NULL.");
     EXPECT_EQ(object.kvn_fpga_board(type, 0, 1, file, 17, 0), 9312);
     EXPECT_STREQ(object.kvn_fpga_getlasterr(), "Error 9312: kvn_fpga_board: Unknown action 17.");
     EXPECT_EQ(object.kvn_fpga_board(type, 16, 1, file, 0, 0), 9041);
-}
-
-TEST_F(PublicClass, ReachesTheHandleEntryAsFarAsError9300Or9041)
-{
     EXPECT_EQ(object.kvn_fpga_handle(nullptr, 0, nullptr, 0, 0), 9300);
     EXPECT_EQ(object.kvn_fpga_handle(handle, 0x12, file, 0, 0), 9041);
-}
-
-TEST_F(PublicClass, ReachesTheCommandLineEntriesAsFarAsError9002)
-{
-    Arguments line{"KVN_FPGA", "-x"};
     EXPECT_EQ(object.kvn_fpga_main(line.argc(), line.argv()), 9002);
     EXPECT_STREQ(object.kvn_fpga_getlasterr(), "Error 9002. Unknown option -x.");
     EXPECT_EQ(object.kvn_fpga_main(handle, line.argc(), line.argv()), 9002);
-}
-
-TEST_F(PublicClass, ReachesTheCallbacksAsFarAsError9215)
-{
     EXPECT_EQ(object.kvn_fpga_set_userfie(nullptr, 5), 9215);
-    EXPECT_STREQ(object.kvn_fpga_getlasterr(), "Error 9215. No function type 5 defined. Use type 0,1 or 2.");
-}
-
-TEST_F(PublicClass, ReachesTheHelp)
-{
-    key = 0x4B;
     EXPECT_EQ(object.kvn_fpga_help(), 0x4B);
 }
 } // namespace

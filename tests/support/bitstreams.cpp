@@ -2,9 +2,6 @@
 // Small bitstream files, good unless a test spoils them.
 #include "support/bitstreams.h"
 
-#include <cstdio>
-#include <stdexcept>
-
 namespace
 {
 void append_big_endian(std::string& out, std::uint32_t value, int size)
@@ -138,20 +135,6 @@ std::string RbtFile::text() const
     return all + tail;
 }
 
-Bytes RbtFile::transmission_bytes() const
-{
-    Bytes result;
-    for (const std::string& line : data)
-        for (std::size_t group = 0; group < 4; ++group) {
-            unsigned byte = 0;
-            for (unsigned bit = 0; bit < 8; ++bit)
-                if (line.at(group * 8 + bit) == '1')
-                    byte |= 1U << bit;
-            result.push_back(static_cast<std::uint8_t>(byte));
-        }
-    return result;
-}
-
 BitFile::BitFile(std::size_t size) : BitFile{sample_data(size)} {}
 
 BitFile::BitFile(const Bytes& transmission_bytes) : data{reversed_bits(transmission_bytes)} {}
@@ -197,12 +180,4 @@ std::string McbFile::header() const
 std::string McbFile::content() const
 {
     return header() + as_text(runs) + tail;
-}
-
-Bytes McbFile::transmission_bytes() const
-{
-    Bytes result;
-    for (std::size_t i = 0; i + 1 < runs.size(); i += 2)
-        result.insert(result.end(), runs[i], runs[i + 1]);
-    return result;
 }

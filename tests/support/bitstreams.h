@@ -12,7 +12,6 @@
 #include <ostream>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 /// Configuration bytes in transmission order: a pattern with runs and without, the same for the same size.
@@ -51,8 +50,6 @@ struct RbtFile {
 
     [[nodiscard]] std::string text() const;
     void write(const std::string& name = "design.rbt") const { write_whole_file(name, text()); }
-    /// The configuration bytes of the data lines in transmission order.
-    [[nodiscard]] Bytes transmission_bytes() const;
 };
 
 /// A BIT file, field by field. A length or count that is not given is that of its text or data.
@@ -84,7 +81,6 @@ struct BitFile {
     [[nodiscard]] std::string header() const;
     [[nodiscard]] std::string content() const;
     void write(const std::string& name = "design.bit") const { write_whole_file(name, content()); }
-    [[nodiscard]] Bytes transmission_bytes() const { return reversed_bits(data); }
 };
 
 /// An MCB file, field by field.
@@ -105,8 +101,6 @@ struct McbFile {
     [[nodiscard]] std::string header() const;
     [[nodiscard]] std::string content() const;
     void write(const std::string& name = "design.mcb") const { write_whole_file(name, content()); }
-    /// What the runs expand to.
-    [[nodiscard]] Bytes transmission_bytes() const;
 };
 
 /// A file that is damaged in one place, and the text of the error.

@@ -1,19 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// The builders of files agree with each other and with the layouts of the formats.
+// The builders of files agree with the layouts of the formats.
 #include "support/bitstreams.h"
 
 #include <gtest/gtest.h>
 
 namespace
 {
-TEST(Builders, HoldTheSameBytesInEveryFormat)
-{
-    const Bytes data = sample_data(4000);
-    EXPECT_EQ(RbtFile{data}.transmission_bytes(), data);
-    EXPECT_EQ(BitFile{data}.transmission_bytes(), data);
-    EXPECT_EQ(McbFile{data}.transmission_bytes(), data);
-}
-
 TEST(Builders, CodeRuns)
 {
     EXPECT_EQ(hex(run_coded(Bytes(300, 0xFF))), "FF FF 2D FF");

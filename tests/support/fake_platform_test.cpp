@@ -27,13 +27,9 @@ protected:
     std::uint32_t word = 0;
 };
 
-TEST_F(FakePlatformTest, NoticesACallersHandleClosed)
+TEST_F(FakePlatformTest, NoticesHandlesThatAreNotOpenOrTheCallers)
 {
     EXPECT_NONFATAL_FAILURE(MwClose(&callers), "a caller's handle is closed");
-}
-
-TEST_F(FakePlatformTest, NoticesAHandleThatIsNotOpen)
-{
     MW_HANDLE* closed = bus;
     MwClose(&bus);
     EXPECT_EQ(bus, nullptr);
@@ -42,38 +38,35 @@ TEST_F(FakePlatformTest, NoticesAHandleThatIsNotOpen)
     EXPECT_NONFATAL_FAILURE(MwKSBEndOfSendMessageEx(nullptr, 5000), "not open");
 }
 
-TEST_F(FakePlatformTest, NoticesDataOutsideAMessage)
+TEST_F(FakePlatformTest, NoticesMessagesOutOfTheirOrder)
 {
     EXPECT_NONFATAL_FAILURE(MwKSBSendMessageDataEx(bus, data, 2, 5000), "data outside a message");
     EXPECT_NONFATAL_FAILURE(MwKSBEndOfSendMessageEx(bus, 5000), "was not begun");
-}
-
-TEST_F(FakePlatformTest, NoticesAMessageInsideAnother)
-{
-    MwKSBStartSendMessageEx(bus, 0, 1, 5000);
-    EXPECT_NONFATAL_FAILURE(MwKSBStartSendMessageEx(bus, 0, 1, 5000), "inside another");
-    EXPECT_NONFATAL_FAILURE(MwKSBSendMessageEx(bus, 1, 0, 1, nullptr, 0, 5000), "inside a message");
-}
-
-TEST_F(FakePlatformTest, NoticesAnotherTimeOut)
-{
-    EXPECT_NONFATAL_FAILURE(MwKSBStartSendMessageEx(bus, 0, 1, 4999), "time-out 4999");
-}
-
-TEST_F(FakePlatformTest, NoticesAReceiveWithoutARequest)
-{
     EXPECT_NONFATAL_FAILURE(MwKSBReceiveMessageEx(bus, &type, 0, 1, data, 30, &word, 5000),
                             "without a request");
     EXPECT_NONFATAL_FAILURE(MwKSBStartReceiveMessageEx(bus, &word, 5000), "a reply without a load");
+    EXPECT_NONFATAL_FAILURE(MwKSBStartSendMessageEx(bus, 0, 1, 4999), "time-out 4999");
+    EXPECT_NONFATAL_FAILURE(MwKSBStartSendMessageEx(bus, 0, 1, 5000), "inside another");
+    EXPECT_NONFATAL_FAILURE(MwKSBSendMessageEx(bus, 1, 0, 1, nullptr, 0, 5000), "inside a message");
+    EXPECT_NONFATAL_FAILURE(MwKSBSendMessageDataEx(bus, data, 9, 5000), "other than 1 to 8 bytes");
 }
 
-TEST_F(FakePlatformTest, NoticesWordsThatWereNotCleared)
+TEST_F(FakePlatformTest, NoticesArgumentsThatAreNotAsExpected)
 {
     MW_HANDLE* handle = bus;
     EXPECT_NONFATAL_FAILURE(MwOpenS("mwc4a", 0, "ksb", &handle, &word), "without a cleared handle");
     handle = nullptr;
     word = 1;
     EXPECT_NONFATAL_FAILURE(MwOpenS("mwc4a", 0, "ksb", &handle, &word), "without a word set to 0");
+    EXPECT_NONFATAL_FAILURE(MwKSBStartSendMessageEx(bus, 0, 16, 5000), "an address out of range");
+}
+
+TEST_F(FakePlatformTest, NoticesACallBehindAFailureWhereThatIsARule)
+{
+    platform.stops_at_failure = true;
+    platform.fail_call(1);
+    MwInitIoStatus(bus, &word);
+    EXPECT_NONFATAL_FAILURE(MwInitIoStatus(bus, &word), "a call after one that failed");
 }
 
 TEST_F(FakePlatformTest, FailsTheCallThatWasPlannedAndNoOther)

@@ -10,7 +10,6 @@
 #include <cstring>
 #include <memory>
 #include <new>
-#include <numeric>
 
 using namespace fault_points;
 
@@ -28,16 +27,14 @@ int __real_fclose(FILE* stream);
 
 namespace
 {
-constexpr std::size_t UNLIMITED = SIZE_MAX;
-
 /// What stands behind a stream of our own: a file, bytes to read, or a text to write into.
 struct Backing {
     std::string name;
     FILE* file = nullptr;
     std::string content;
     std::string* taken = nullptr;
-    std::size_t readable = UNLIMITED;
-    std::size_t writable = UNLIMITED;
+    std::size_t readable = SIZE_MAX;
+    std::size_t writable = SIZE_MAX;
     Fault refusal = Fault::none; ///< of whatever is asked for: error or end
     FILE* stream = nullptr;
 
@@ -57,26 +54,11 @@ struct Backing {
     }
 };
 
-constexpr unsigned kinds(std::initializer_list<Operation> operations)
-{
-    return std::accumulate(operations.begin(), operations.end(), 0U, [](unsigned all, Operation one) {
-        return all | 1U << static_cast<unsigned>(one);
-    });
-}
-
-/// One operation of some kinds that is to fail.
-struct Plan {
-    unsigned operations;
-    int left; ///< 1 for the next operation
-    Fault fault;
-    std::size_t most = 0; ///< items that are done in spite of it
-};
-
 struct State {
     int scopes = 0;
     int hidden_ends = 0;
-    std::vector<Plan> plans;
-    std::vector<const FileLimit*> limits;
+    int allocation_to_fail = 0; ///< 1 for the next
+    const SmallOutputFile* small_output = nullptr;
     Recording* recording = nullptr;
     std::map<FILE*, Backing*> streams;
 };
@@ -86,12 +68,6 @@ Backing* backing_of(FILE* stream)
 {
     const auto found = state.streams.find(stream);
     return found == state.streams.end() ? nullptr : found->second;
-}
-
-void plan_fault(const Plan& plan)
-{
-    std::erase_if(state.plans, [&](const Plan& other) { return other.operations == plan.operations; });
-    state.plans.push_back(plan);
 }
 
 bool sets_end(Fault fault)
@@ -105,11 +81,8 @@ class Attempt
 public:
     Attempt(Operation operation, const std::string& file, std::size_t asked)
     {
-        for (Plan& plan : state.plans)
-            if ((plan.operations & kinds({operation})) != 0 && --plan.left == 0) {
-                fault_ = plan.fault;
-                most_ = plan.most;
-            }
+        if (operation == Operation::allocation && --state.allocation_to_fail == 0)
+            fault_ = Fault::error;
         Recording* const recording = state.recording;
         const bool is_transfer = operation > Operation::description;
         if (recording == nullptr || (is_transfer && recording->depth() != Depth::transfers))
@@ -139,7 +112,7 @@ public:
         case Fault::piecemeal:
             return std::min<std::size_t>(whole, 1);
         default:
-            return std::min(whole, most_);
+            return 0;
         }
     }
 
@@ -148,26 +121,10 @@ public:
         if (place_ != NOT_NOTED)
             state.recording->points()[place_].done = bytes;
     }
-    void done(std::size_t bytes, FILE* stream)
-    {
-        if (place_ == NOT_NOTED)
-            return;
-        done(bytes);
-        Point& point = state.recording->points()[place_];
-        point.total = state.recording->add_to_total(point);
-        point.error = std::ferror(stream) != 0;
-        point.end = std::feof(stream) != 0;
-    }
-    void refused(char character)
-    {
-        if (place_ != NOT_NOTED)
-            state.recording->points()[place_].refused = character;
-    }
 
 private:
     static constexpr std::size_t NOT_NOTED = SIZE_MAX;
     Fault fault_ = Fault::none;
-    std::size_t most_ = 0;
     std::size_t place_ = NOT_NOTED;
 };
 
@@ -290,48 +247,22 @@ FaultScope::FaultScope()
 FaultScope::~FaultScope()
 {
     if (--state.scopes == 0)
-        no_faults();
-}
-
-void fail_read_at(int n)
-{
-    plan_fault({kinds({Operation::read, Operation::line}), n, Fault::error});
-}
-
-void end_read_at(int n)
-{
-    plan_fault({kinds({Operation::read, Operation::line}), n, Fault::end});
-}
-
-void fail_write_at(int n, std::size_t items_written)
-{
-    plan_fault({kinds({Operation::write}), n, Fault::error, items_written});
-}
-
-void fail_close_at(int n)
-{
-    plan_fault({kinds({Operation::close}), n, Fault::error});
+        state.allocation_to_fail = 0;
 }
 
 void fail_allocation_at(int n)
 {
-    plan_fault({kinds({Operation::allocation}), n, Fault::error});
+    state.allocation_to_fail = n;
 }
 
-void no_faults()
+SmallOutputFile::SmallOutputFile(std::size_t bytes) : room{bytes}
 {
-    state.plans.clear();
+    state.small_output = this;
 }
 
-FileLimit::FileLimit(Kind limited, std::size_t count, std::string file)
-    : kind{limited}, bytes{count}, name{std::move(file)}
+SmallOutputFile::~SmallOutputFile()
 {
-    state.limits.push_back(this);
-}
-
-FileLimit::~FileLimit()
-{
-    std::erase(state.limits, this);
+    state.small_output = nullptr;
 }
 
 HiddenEnd::HiddenEnd()
@@ -405,11 +336,6 @@ void Recording::plan(std::size_t place, Fault fault)
     fault_ = fault;
 }
 
-std::size_t Recording::add_to_total(const Point& point)
-{
-    return totals_[{point.operation, point.file}] += point.done;
-}
-
 void Recording::note_description()
 {
     points_[note(Operation::description, "", 0)].done = 1;
@@ -439,18 +365,13 @@ FILE* __wrap_fopen(const char* name, const char* mode)
     auto backing = std::make_unique<Backing>();
     backing->name = name;
     backing->file = file;
-    bool gathers = true;
-    const bool reads = mode[0] == 'r';
-    for (const FileLimit* limit : state.limits) {
-        const bool is_of_this_kind = reads == (limit->kind == FileLimit::Kind::reading);
-        if (!is_of_this_kind || (!limit->name.empty() && limit->name != name))
-            continue;
-        (reads ? backing->readable : backing->writable) = limit->bytes;
-        backing->taken = &limit->taken;
-        gathers = limit->gathers;
+    const SmallOutputFile* const small = mode[0] == 'w' ? state.small_output : nullptr;
+    if (small != nullptr) {
+        backing->writable = small->room;
+        backing->taken = &small->taken;
     }
     FILE* const stream = stream_over(std::move(backing), mode);
-    if (!gathers)
+    if (small != nullptr && !small->gathers)
         __real_setvbuf(stream, nullptr, _IONBF, 0);
     return stream;
 }
@@ -467,7 +388,7 @@ std::size_t __wrap_fread(void* data, std::size_t size, std::size_t items, FILE* 
         stop_reading(*backing, attempt.fault());
     else if (state.hidden_ends > 0 && std::ferror(stream) == 0)
         std::clearerr(stream);
-    attempt.done(done * size, stream);
+    attempt.done(done * size);
     return done;
 }
 
@@ -482,7 +403,7 @@ char* __wrap_fgets(char* line, int size, FILE* stream)
         stop_reading(*backing, attempt.fault());
     else
         result = __real_fgets(line, size, stream);
-    attempt.done(result == nullptr ? 0 : std::strlen(result), stream);
+    attempt.done(result == nullptr ? 0 : std::strlen(result));
     return result;
 }
 
@@ -495,9 +416,7 @@ std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t items,
     const std::size_t done = __real_fwrite(data, size, attempt.share(items), stream);
     if (attempt.fails())
         stop_writing(*backing);
-    attempt.done(done * size, stream);
-    if (done < items)
-        attempt.refused(static_cast<const char*>(data)[done * size]);
+    attempt.done(done * size);
     return done;
 }
 

@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdio>
 #include <map>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,49 +34,27 @@ public:
     FaultScope& operator=(const FaultScope&) = delete;
 };
 
-// Each plan is for one operation, counted from now: 1 is the next. It replaces an earlier one of its kind.
-
-/// The n-th fread or fgets reads nothing, because of an error.
-void fail_read_at(int n);
-/// The n-th fread or fgets reads nothing, because the file has ended.
-void end_read_at(int n);
-/// The n-th fwrite writes so many items at the most and fails.
-void fail_write_at(int n, std::size_t items_written = 0);
-/// The n-th fclose closes the stream and reports a failure.
-void fail_close_at(int n);
-/// The n-th allocation with new (std::nothrow), of an array or with an alignment, gives null.
+/// The n-th allocation from now with new (std::nothrow), of an array or with an alignment, gives null; 1 is
+/// the next. It replaces an earlier plan.
 void fail_allocation_at(int n);
-/// Takes back every plan.
-void no_faults();
 
-/// For the duration of a scope files can be read, or written, so far and no further: those of this name, or
-/// all when there is none.
-class FileLimit
+/// For the duration of a scope every file that is opened for writing has room for so many bytes.
+class SmallOutputFile
 {
 public:
-    enum class Kind { reading, writing };
-    FileLimit(Kind kind, std::size_t bytes, std::string name = "");
-    ~FileLimit();
-    FileLimit(const FileLimit&) = delete;
-    FileLimit& operator=(const FileLimit&) = delete;
+    explicit SmallOutputFile(std::size_t room);
+    ~SmallOutputFile();
+    SmallOutputFile(const SmallOutputFile&) = delete;
+    SmallOutputFile& operator=(const SmallOutputFile&) = delete;
 
-    const Kind kind;
-    const std::size_t bytes;
-    const std::string name;
+    const std::size_t room;
     /// Without it every write is handed over at once, so that the very byte that fails is told.
-    bool gathers = true;
+    bool gathers = false;
     /// What was written.
     mutable std::string taken;
 
 private:
     FaultScope scope_;
-};
-
-/// For the duration of a scope every file that is opened for writing has room for so many bytes.
-class SmallOutputFile : public FileLimit
-{
-public:
-    explicit SmallOutputFile(std::size_t room) : FileLimit{Kind::writing, room} { gathers = false; }
 };
 
 /// For the duration of a scope no stream tells that it has ended: reads come short without a reason.
@@ -130,14 +109,10 @@ std::vector<Fault> faults_of(Operation operation);
 /// An operation as it was made.
 struct Point {
     Operation operation;
-    std::string file;      ///< "" for an allocation
-    std::size_t ordinal;   ///< among the operations of this kind on this file, from 1
-    std::size_t asked;     ///< bytes
-    std::size_t done;      ///< bytes; of an operation without bytes 1 for success
-    std::size_t total = 0; ///< bytes, with all operations of this kind on this file before
-    bool error = false;    ///< the stream's indicators afterwards
-    bool end = false;
-    char refused = '\0'; ///< the character at which a short write stopped
+    std::string file;    ///< "" for an allocation
+    std::size_t ordinal; ///< among the operations of this kind on this file, from 1
+    std::size_t asked;   ///< bytes
+    std::size_t done;    ///< bytes; of an operation without bytes 1 for success
 };
 
 std::string described(const Point& point);
@@ -163,10 +138,13 @@ public:
     /// Notes an operation. @return its place
     std::size_t note(Operation operation, const std::string& file, std::size_t asked);
 
-    /// Adds up what the operations of a kind on a file did. @return the sum with this one
-    std::size_t add_to_total(const Point& point);
-
     [[nodiscard]] std::vector<Point>& points() { return points_; }
+    /// The operation that has failed as planned, if the run came as far.
+    [[nodiscard]] std::optional<Point> failed() const
+    {
+        return fault_ != Fault::none && place_ < points_.size() ? std::optional{points_[place_]}
+                                                                : std::nullopt;
+    }
     [[nodiscard]] Depth depth() const { return depth_; }
     [[nodiscard]] Fault fault_at(std::size_t place) const { return place == place_ ? fault_ : Fault::none; }
 
@@ -174,7 +152,6 @@ private:
     Depth depth_;
     std::vector<Point> points_;
     std::map<std::pair<Operation, std::string>, std::size_t> counts_;
-    std::map<std::pair<Operation, std::string>, std::size_t> totals_;
     std::size_t place_ = 0;
     Fault fault_ = Fault::none;
     FaultScope scope_;

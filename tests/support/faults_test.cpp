@@ -7,6 +7,9 @@
 #include <memory>
 #include <new>
 
+using fault_points::Fault;
+using fault_points::Recording;
+
 namespace
 {
 struct Closer {
@@ -26,34 +29,35 @@ protected:
     char bytes[64] = {};
 };
 
+// The file is opened first, then read, written or closed.
 TEST_F(Faults, OfReadingSetTheIndicatorThatIsMeant)
 {
     write("file", "hello world");
-    for (const bool ends : {false, true}) {
-        ends ? end_read_at(2) : fail_read_at(2);
+    for (const Fault fault : {Fault::error, Fault::end, Fault::short_error, Fault::odd_end}) {
+        Recording recording;
+        recording.plan(2, fault);
         const Stream file = open("rb");
         EXPECT_EQ(std::fread(bytes, 1, 5, file.get()), 5U);
-        EXPECT_EQ(std::ftell(file.get()), 5);
-        EXPECT_EQ(std::fread(bytes, 1, 5, file.get()), 0U);
+        const std::size_t share = fault == Fault::short_error ? 3 : fault == Fault::odd_end ? 2 : 0;
+        EXPECT_EQ(std::fread(bytes, 1, 6, file.get()), share);
+        const bool ends = fault == Fault::end || fault == Fault::odd_end;
         EXPECT_EQ(std::feof(file.get()) != 0, ends);
         EXPECT_EQ(std::ferror(file.get()) != 0, !ends);
+        EXPECT_EQ(described(recording.points().at(2)),
+                  "fread 2 " + path("file") + " (asked 6, done " + std::to_string(share) + ')');
     }
 }
 
-TEST_F(Faults, OfWritingLeaveWhatWasWrittenBefore)
+TEST_F(Faults, OfWritingAndClosingLeaveWhatWasWrittenBefore)
 {
-    fail_write_at(1, 3);
+    Recording recording;
+    recording.plan(1, Fault::short_error);
     Stream file = open("wb");
     EXPECT_EQ(std::fwrite("abcdef", 1, 6, file.get()), 3U);
     EXPECT_NE(std::ferror(file.get()), 0);
-    file.reset();
+    recording.plan(2, Fault::error);
+    EXPECT_EQ(std::fclose(file.release()), EOF);
     EXPECT_EQ(content("file"), "abc");
-}
-
-TEST_F(Faults, OfClosingCloseTheFile)
-{
-    fail_close_at(1);
-    EXPECT_EQ(std::fclose(open("wb").release()), EOF);
     EXPECT_EQ(open_faulty_streams(), 0);
 }
 
@@ -77,17 +81,14 @@ TEST_F(Faults, HideTheEndOfAFile)
     EXPECT_EQ(std::feof(file.get()), 0);
 }
 
-TEST_F(Faults, LimitTheFileOfAName)
+TEST_F(Faults, LimitTheRoomOfAFile)
 {
-    const FileLimit other{FileLimit::Kind::writing, 0, path("other")};
-    const FileLimit limit{FileLimit::Kind::writing, 4, path("file")};
-    EXPECT_EQ(std::fclose([&] {
-                  Stream file = open("wb");
-                  EXPECT_EQ(std::fwrite("abcdef", 1, 6, file.get()), 6U) << "gathered";
-                  return file.release();
-              }()),
-              EOF);
-    EXPECT_EQ(limit.taken, "abcd");
+    SmallOutputFile small{4};
+    small.gathers = true;
+    Stream file = open("wb");
+    EXPECT_EQ(std::fwrite("abcdef", 1, 6, file.get()), 6U) << "gathered";
+    EXPECT_EQ(std::fclose(file.release()), EOF);
+    EXPECT_EQ(small.taken, "abcd");
     EXPECT_EQ(content("file"), "abcd");
 }
 } // namespace

@@ -8,7 +8,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <pty.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -67,74 +66,35 @@ private:
     std::vector<char*> envp_;
 };
 
-/// Those that a run may be stopped by.
-sigset_t stopping_signals()
-{
-    sigset_t signals;
-    sigemptyset(&signals);
-    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXFSZ})
-        sigaddset(&signals, signal);
-    return signals;
-}
-
-/// A program that is started takes signals as one started by hand does, also when those who started the tests
-/// ignore or block some.
-class SignalSettings
-{
-public:
-    SignalSettings()
-    {
-        posix_spawnattr_init(&attributes_);
-        const sigset_t taken = stopping_signals();
-        posix_spawnattr_setsigdefault(&attributes_, &taken);
-        sigset_t none;
-        sigemptyset(&none);
-        posix_spawnattr_setsigmask(&attributes_, &none);
-        posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-    }
-    ~SignalSettings() { posix_spawnattr_destroy(&attributes_); }
-    SignalSettings(const SignalSettings&) = delete;
-    SignalSettings& operator=(const SignalSettings&) = delete;
-    const posix_spawnattr_t* get() const { return &attributes_; }
-
-private:
-    posix_spawnattr_t attributes_;
-};
-
-/// The same for a child between fork and exec.
+/// Lets a program take signals as one started by hand does, also when those who started the tests ignore or
+/// block some.
 void take_signals()
 {
-    const sigset_t taken = stopping_signals();
-    for (int signal = 1; signal < NSIG; ++signal)
-        if (sigismember(&taken, signal) == 1)
-            std::signal(signal, SIG_DFL);
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGXFSZ})
+        std::signal(signal, SIG_DFL);
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
-class FileActions
+/// Makes this process, a child, the program.
+[[noreturn]] void become(const Command& command, Image& image)
 {
-public:
-    FileActions() { posix_spawn_file_actions_init(&actions_); }
-    ~FileActions() { posix_spawn_file_actions_destroy(&actions_); }
-    FileActions(const FileActions&) = delete;
-    FileActions& operator=(const FileActions&) = delete;
-    void change_folder(const fs::path& folder)
-    {
-        posix_spawn_file_actions_addchdir_np(&actions_, folder.c_str());
-    }
-    void open(int descriptor, const fs::path& file, int flags)
-    {
-        posix_spawn_file_actions_addopen(&actions_, descriptor, file.c_str(), flags, 0600);
-    }
-    void close(int descriptor) { posix_spawn_file_actions_addclose(&actions_, descriptor); }
-    void copy(int from, int to) { posix_spawn_file_actions_adddup2(&actions_, from, to); }
-    const posix_spawn_file_actions_t* get() const { return &actions_; }
+    take_signals();
+    if (chdir(command.folder.c_str()) == 0)
+        execvpe(command.program.c_str(), image.argv(), image.envp());
+    _exit(127);
+}
 
-private:
-    posix_spawn_file_actions_t actions_;
-};
+/// Opens a file of a child as this descriptor.
+void redirect(int descriptor, const fs::path& file, int flags)
+{
+    const int opened = open(file.c_str(), flags, 0600);
+    if (opened == -1 || dup2(opened, descriptor) == -1)
+        _exit(126);
+    if (opened != descriptor)
+        close(opened);
+}
 
 int wait_for(pid_t child)
 {
@@ -144,16 +104,17 @@ int wait_for(pid_t child)
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-pid_t start(const Command& command, FileActions& actions)
+/// Starts a program behind what its process prepares.
+template <class Prepare>
+pid_t start(const Command& command, Prepare prepare)
 {
-    actions.change_folder(command.folder);
     Image image{command};
-    pid_t child = -1;
-    const SignalSettings signals;
-    const int error = posix_spawnp(&child, command.program.c_str(), actions.get(), signals.get(),
-                                   image.argv(), image.envp());
-    if (error != 0)
-        throw std::system_error(error, std::generic_category(), command.program);
+    const pid_t child = fork();
+    check(child != -1, "fork");
+    if (child == 0) {
+        prepare();
+        become(command, image);
+    }
     return child;
 }
 
@@ -171,46 +132,47 @@ Outcome run(const Command& command, std::string_view answers, Output output)
 {
     // Apart from the folder that the program works in.
     const TemporaryFolder streams;
-    const auto stream = [&](const char* name) { return streams.path() / name; };
-    write_whole_file(stream("answers"), answers);
-    FileActions actions;
-    actions.open(STDIN_FILENO, stream("answers"), O_RDONLY);
-    actions.open(STDERR_FILENO, stream("errors"), O_WRONLY | O_CREAT);
-    int pipe_end = -1;
-    switch (output) {
-    case Output::kept:
-        actions.open(STDOUT_FILENO, stream("output"), O_WRONLY | O_CREAT);
-        break;
-    case Output::with_errors:
-        actions.open(STDOUT_FILENO, stream("output"), O_WRONLY | O_CREAT);
-        actions.copy(STDOUT_FILENO, STDERR_FILENO);
-        break;
-    case Output::closed:
-        actions.close(STDIN_FILENO);
-        actions.close(STDOUT_FILENO);
-        break;
-    case Output::full:
-        actions.open(STDOUT_FILENO, "/dev/full", O_WRONLY);
-        break;
-    case Output::without_reader:
-        pipe_end = open_pipe_without_reader();
-        actions.copy(pipe_end, STDOUT_FILENO);
-        break;
-    }
-    const pid_t child = start(command, actions);
+    const fs::path input = streams.path() / "input";
+    const fs::path shown = streams.path() / "output";
+    const fs::path errors = streams.path() / "errors";
+    write_whole_file(input, answers);
+    const int pipe_end = output == Output::without_reader ? open_pipe_without_reader() : -1;
+    const pid_t child = start(command, [&] {
+        redirect(STDIN_FILENO, input, O_RDONLY);
+        redirect(STDERR_FILENO, errors, O_WRONLY | O_CREAT);
+        switch (output) {
+        case Output::kept:
+            redirect(STDOUT_FILENO, shown, O_WRONLY | O_CREAT);
+            break;
+        case Output::with_errors:
+            redirect(STDOUT_FILENO, shown, O_WRONLY | O_CREAT);
+            dup2(STDOUT_FILENO, STDERR_FILENO);
+            break;
+        case Output::closed:
+            close(STDIN_FILENO);
+            close(STDOUT_FILENO);
+            break;
+        case Output::full:
+            redirect(STDOUT_FILENO, "/dev/full", O_WRONLY);
+            break;
+        case Output::without_reader:
+            dup2(pipe_end, STDOUT_FILENO);
+            break;
+        }
+    });
     if (pipe_end != -1)
         close(pipe_end);
     const int status = wait_for(child);
-    return {status, read_whole_file(stream("output")), read_whole_file(stream("errors"))};
+    return {status, read_whole_file(shown), read_whole_file(errors)};
 }
 
 Running::Running(const Command& command)
 {
-    FileActions actions;
-    actions.open(STDIN_FILENO, "/dev/null", O_RDONLY);
-    actions.open(STDOUT_FILENO, "/dev/null", O_WRONLY);
-    actions.copy(STDOUT_FILENO, STDERR_FILENO);
-    child_ = start(command, actions);
+    child_ = start(command, [] {
+        redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
+        redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
+        dup2(STDOUT_FILENO, STDERR_FILENO);
+    });
 }
 
 Running::~Running()
@@ -235,12 +197,8 @@ Terminal::Terminal(const Command& command)
     Image image{command};
     child_ = forkpty(&master_, nullptr, &settings, nullptr);
     check(child_ != -1, "forkpty");
-    if (child_ == 0) {
-        take_signals();
-        if (chdir(command.folder.c_str()) == 0)
-            execve(command.program.c_str(), image.argv(), image.envp());
-        _exit(127);
-    }
+    if (child_ == 0)
+        become(command, image);
 }
 
 Terminal::~Terminal()

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Names of the rows of tables of tests: each row that ends with an error has its number in its name.
+// Tables of tests, and the names of their rows: each row that ends with an error has its number in its name.
 #ifndef KVN_FPGA_TESTS_SUPPORT_ROW_NAMES_H
 #define KVN_FPGA_TESTS_SUPPORT_ROW_NAMES_H
 
@@ -7,6 +7,12 @@
 
 #include <cctype>
 #include <string>
+
+/// A fixture whose tests have a row of a table.
+template <class Fixture, class Row>
+class With : public Fixture, public testing::WithParamInterface<Row>
+{
+};
 
 /// The number that an error's text states; 0 of an empty text.
 inline int stated_number(const std::string& text)

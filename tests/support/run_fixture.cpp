@@ -188,14 +188,6 @@ std::vector<std::string> RunFixture::prints() const
     return texts;
 }
 
-std::vector<std::string> RunFixture::progress_among(const std::vector<std::string>& lines)
-{
-    std::vector<std::string> shown;
-    std::ranges::copy_if(lines, std::back_inserter(shown),
-                         [](const std::string& line) { return line.starts_with("\\r"); });
-    return shown;
-}
-
 std::string RunFixture::next_answer(std::string_view question)
 {
     // A question without an answer could be asked for ever: leave the run.

@@ -22,13 +22,13 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <deque>
-#include <filesystem>
 #include <iosfwd>
-#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 /// What a run came to: the number returned and what the session holds of it.
@@ -68,6 +68,28 @@ private:
     std::optional<std::string> before_;
 };
 
+/// Other streams as standard input and output, for the duration of a scope.
+class StandardStreams
+{
+public:
+    StandardStreams(FILE* input, FILE* output) : input_before_{stdin}, output_before_{stdout}
+    {
+        stdin = input;
+        stdout = output;
+    }
+    ~StandardStreams()
+    {
+        std::fclose(std::exchange(stdin, input_before_));
+        std::fclose(std::exchange(stdout, output_before_));
+    }
+    StandardStreams(const StandardStreams&) = delete;
+    StandardStreams& operator=(const StandardStreams&) = delete;
+
+private:
+    FILE* input_before_;
+    FILE* output_before_;
+};
+
 /// The log's line for a text handed to the print function.
 std::string printed(std::string_view text);
 std::string asked_key(std::string_view text);
@@ -89,6 +111,18 @@ protected:
     static void write_file(const std::string& name, std::string_view content = "");
     static std::string read_file(const std::string& name);
     static bool file_exists(const std::string& name);
+
+    /// What is written to standard output while the user types `input` on standard input.
+    template <class Action>
+    static std::string output_of(std::string_view input, Action action)
+    {
+        write_file("input", input);
+        {
+            const StandardStreams streams{std::fopen("input", "r"), std::fopen("output", "w")};
+            action();
+        }
+        return read_file("output");
+    }
 
     /// Queues an answer to a question for a line or for yes or no. Without one a question fails the test.
     void answer(const std::string& text) { answers.push_back(text); }
@@ -140,9 +174,6 @@ protected:
     [[nodiscard]] std::vector<std::string> bus() const { return platform.journal(); }
     /// The printed lines alone, without their "| ".
     [[nodiscard]] std::vector<std::string> prints() const;
-
-    /// Those of some printed lines that show a percentage.
-    [[nodiscard]] static std::vector<std::string> progress_among(const std::vector<std::string>& lines);
 
     EnvironmentVariable mwapiksb{"MWAPIKSB"};
     EnvironmentVariable mwapijtag{"MWAPIJTAG"};

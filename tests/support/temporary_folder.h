@@ -4,7 +4,6 @@
 #define KVN_FPGA_TESTS_SUPPORT_TEMPORARY_FOLDER_H
 
 #include <filesystem>
-#include <string>
 
 /// A new folder, removed with all that is in it at the end of the scope.
 class TemporaryFolder

@@ -4,7 +4,6 @@
 #include "replaying_platform.h"
 #include "trace_support.h"
 
-#include <functional>
 #include <numeric>
 
 namespace

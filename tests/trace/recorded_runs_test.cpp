@@ -33,6 +33,10 @@ version = 1
 device = "v50pq240-5"
 )";
 
+const std::vector<std::string> LOAD{"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"};
+const std::vector<std::string> PLAIN_LOAD{"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"};
+const std::string NOT_OPENED = "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (";
+
 /// A run of the utility.
 struct Scenario {
     const char* name;
@@ -198,7 +202,7 @@ TEST_F(RecordedRuns, ComeFromLibrariesThatExportTheFunctionsAnnouncementAndVersi
 
 TEST_F(RecordedRuns, HoldTheExchangeInFull)
 {
-    const Outcome outcome = record({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"});
+    const Outcome outcome = record(PLAIN_LOAD);
     ASSERT_EQ(outcome.status, 0);
     const mwtrace::Recording recording{path("trace")};
     std::vector<std::string> functions;
@@ -235,7 +239,7 @@ TEST_F(RecordedRuns, HoldTheExchangeInFull)
 
 TEST_F(RecordedRuns, FailAtTheFirstCallThatDeparts)
 {
-    ASSERT_EQ(record({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"}).status, 0);
+    ASSERT_EQ(record(PLAIN_LOAD).status, 0);
 
     const Outcome other_mode = replay({"-u", "-fnew.bit", "-dmwc4a", "-b0", "-s1"});
     EXPECT_EQ(other_mode.status, 7);
@@ -260,7 +264,7 @@ TEST_F(RecordedRuns, FailAtTheFirstCallThatDeparts)
     std::string file = content("new.bit");
     file[file.size() - 1000] = static_cast<char>(file[file.size() - 1000] ^ 1);
     write("new.bit", file);
-    const Outcome other_data = replay({"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"});
+    const Outcome other_data = replay(PLAIN_LOAD);
     EXPECT_THAT(other_data.errors, testing::HasSubstr("Error 9390. "));
     EXPECT_THAT(other_data.errors, testing::HasSubstr("departs from the recording: expected line 11, "));
 }
@@ -268,7 +272,7 @@ TEST_F(RecordedRuns, FailAtTheFirstCallThatDeparts)
 TEST_F(RecordedRuns, ARunThatEndsEarlyIsTold)
 {
     ASSERT_EQ(record({"rack.con"}).status, 0);
-    const Outcome outcome = replay({"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"});
+    const Outcome outcome = replay(LOAD);
     EXPECT_EQ(outcome.status, 0);
     EXPECT_THAT(outcome.errors,
                 testing::HasSubstr("mwreplay: the run ended before the recording, of which "));
@@ -278,29 +282,24 @@ TEST_F(RecordedRuns, ARunThatEndsEarlyIsTold)
 
 TEST_F(RecordedRuns, TracesThatCannotBeUsedAreTold)
 {
-    const std::vector<std::string> arguments{"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"};
     write("trace", "no trace\n");
-    EXPECT_EQ(replay(arguments).errors, REPLAYING +
-                                            "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
-                                            path("trace") + ":1: this is no trace of platform calls).\n");
+    EXPECT_EQ(replay(LOAD).errors,
+              REPLAYING + NOT_OPENED + path("trace") + ":1: this is no trace of platform calls).\n");
     std::filesystem::remove(path("trace"));
-    EXPECT_EQ(replay(arguments).errors, REPLAYING +
-                                            "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
-                                            path("trace") + ": No such file or directory).\n");
-    EXPECT_EQ(
-        utility(arguments, {{"KVN_MWAPI", MWREPLAY_LIBRARY}}).errors,
-        announcing(MWREPLAY_LIBRARY, "a recording answers") +
-            "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (MWREPLAY_FILE (not set): No such file "
-            "or directory).\n");
+    EXPECT_EQ(replay(LOAD).errors,
+              REPLAYING + NOT_OPENED + path("trace") + ": No such file or directory).\n");
+    EXPECT_EQ(utility(LOAD, {{"KVN_MWAPI", MWREPLAY_LIBRARY}}).errors,
+              announcing(MWREPLAY_LIBRARY, "a recording answers") + NOT_OPENED +
+                  "MWREPLAY_FILE (not set): No such file "
+                  "or directory).\n");
 }
 
 TEST_F(RecordedRuns, ARecordingThatWasCutReplaysAsFarAsItGoes)
 {
-    const std::vector<std::string> arguments{"-u", "-n", "-fnew.bit", "-dmwc4a", "-b0", "-s1"};
-    ASSERT_EQ(record(arguments).status, 0);
+    ASSERT_EQ(record(PLAIN_LOAD).status, 0);
     const std::string whole = content("trace");
     write("trace", whole.substr(0, whole.find("MwKSBEndOfSendMessageEx")));
-    const Outcome outcome = replay(arguments);
+    const Outcome outcome = replay(PLAIN_LOAD);
     EXPECT_EQ(outcome.status, 7);
     EXPECT_THAT(outcome.errors, testing::HasSubstr("expected nothing more (the recording is cut off); made "
                                                    "MwKSBEndOfSendMessageEx(handle 1, timeout 5000)"));
@@ -324,39 +323,36 @@ TEST_F(RecordedRuns, TheDiskMayBeFull)
 
 TEST_F(RecordedRuns, ATraceThatIsNoRegularFileIsToldAndNotWaitedFor)
 {
-    const std::vector<std::string> arguments{"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"};
     ASSERT_EQ(mkfifo(path("trace").c_str(), 0600), 0);
     const Outcome recorded = utility(
-        arguments,
+        LOAD,
         {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "virtual"}, {"MWTRACE_FILE", path("trace")}});
     EXPECT_EQ(recorded.status, 0);
     EXPECT_THAT(recorded.errors, testing::HasSubstr("mwtrace: cannot write " + path("trace") +
                                                     ": it is no regular file; the run goes on unrecorded\n"));
-    EXPECT_THAT(replay(arguments).errors,
-                testing::HasSubstr("Error 9201. Cannot open KSB device on board \"mwc4a 0\" (" +
-                                   path("trace") + ": it is no regular file).\n"));
+    EXPECT_THAT(replay(LOAD).errors,
+                testing::HasSubstr(NOT_OPENED + path("trace") + ": it is no regular file).\n"));
 }
 
 TEST_F(RecordedRuns, TheForwardingProviderNeedsAProvider)
 {
-    const std::vector<std::string> arguments{"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"};
-    EXPECT_EQ(utility(arguments, {{"KVN_MWAPI", MWTRACE_LIBRARY}}).errors,
-              "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (set MWTRACE_PROVIDER to the library "
-              "with the Mw... functions, or to virtual: libmwapi.so: cannot open shared object file: No such "
-              "file or directory).\n");
-    EXPECT_EQ(utility(arguments, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "libc.so.6"}}).errors,
-              "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (set MWTRACE_PROVIDER to the library "
-              "with the Mw... functions, or to virtual: libc.so.6 has no function MwOpenS).\n");
     EXPECT_EQ(
-        utility(arguments, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", MWTRACE_LIBRARY}}).errors,
-        "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (MWTRACE_PROVIDER names the recorder "
-        "itself).\n");
+        utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}}).errors,
+        NOT_OPENED +
+            "set MWTRACE_PROVIDER to the library "
+            "with the Mw... functions, or to virtual: libmwapi.so: cannot open shared object file: No such "
+            "file or directory).\n");
+    EXPECT_EQ(utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "libc.so.6"}}).errors,
+              NOT_OPENED + "set MWTRACE_PROVIDER to the library "
+                           "with the Mw... functions, or to virtual: libc.so.6 has no function MwOpenS).\n");
+    EXPECT_EQ(utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", MWTRACE_LIBRARY}}).errors,
+              NOT_OPENED + "MWTRACE_PROVIDER names the recorder "
+                           "itself).\n");
 }
 
 TEST_F(RecordedRuns, WithoutAFileTheCallsAreForwardedUnrecorded)
 {
-    const Outcome outcome = utility({"-u", "-fnew.rbt", "-dmwc4a", "-b0", "-s1"},
-                                    {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "virtual"}});
+    const Outcome outcome = utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "virtual"}});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.errors, "mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n" +
                                   announcing(MWTRACE_LIBRARY, "the boards are simulated"));

@@ -169,29 +169,22 @@ TEST_F(RecorderTest, TellsOnceThatTheDiskIsFullAndGoesOn)
               "mwtrace: cannot write " + path("trace") + ": File too large; the run goes on unrecorded\n");
 }
 
-TEST_F(RecorderTest, RefusesWhatIsNoRegularFileAndDoesNotWaitForIt)
+TEST_F(RecorderTest, RefusesWhatIsNoRegularFileOrCannotBeMadeAndDoesNotWaitForIt)
 {
     ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
-    for (const std::string& file : {path("fifo"), folder.string(), std::string{"/dev/null"}}) {
+    const std::string irregular = "it is no regular file";
+    for (const auto& [file, why] : {std::pair{path("fifo"), irregular},
+                                    {folder.string(), irregular},
+                                    {"/dev/null", irregular},
+                                    {path("no/trace"), "No such file or directory"}}) {
         testing::internal::CaptureStderr();
         {
             Recorder recorder{file, "test"};
+            recorder.add_data({1, "A", 1, 5000}, {0, 0}, 0);
             recorder.add("MwClose", {0, 0}, {{"handle", 1}}, 0, nullptr);
         }
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                  "mwtrace: cannot write " + file + ": it is no regular file; the run goes on unrecorded\n");
+                  "mwtrace: cannot write " + file + ": " + why + "; the run goes on unrecorded\n");
     }
-}
-
-TEST_F(RecorderTest, TellsThatAFileCannotBeMade)
-{
-    testing::internal::CaptureStderr();
-    {
-        Recorder recorder{path("no/trace"), "test"};
-        recorder.add_data({1, "A", 1, 5000}, {0, 0}, 0);
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "mwtrace: cannot write " + path("no/trace") +
-                  ": No such file or directory; the run goes on unrecorded\n");
 }
 } // namespace

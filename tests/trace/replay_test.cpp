@@ -18,12 +18,19 @@ const std::string SHORT_TRACE =
 )";
 const Json OPENING = {{"board", 0U}, {"board_type", "mwc4a"}, {"device", "ksb"}};
 
-using ReplayTest = FolderTest;
+class ReplayTest : public FolderTest
+{
+protected:
+    [[nodiscard]] Replay replay_of(const std::string& trace) const
+    {
+        write("trace", trace);
+        return Replay{path("trace")};
+    }
+};
 
 TEST_F(ReplayTest, GivesTheRecordedAnswersInOrder)
 {
-    write("trace", SHORT_TRACE);
-    Replay replay{path("trace")};
+    Replay replay = replay_of(SHORT_TRACE);
     const auto opened = replay.answer("MwOpenS", OPENING);
     ASSERT_TRUE(opened);
     MW_HANDLE* handle = replay.open(static_cast<unsigned>(*opened->got.at("handle").number()));
@@ -37,8 +44,7 @@ TEST_F(ReplayTest, GivesTheRecordedAnswersInOrder)
 
 TEST_F(ReplayTest, FailsAtTheFirstCallThatDepartsAndNamesBoth)
 {
-    write("trace", SHORT_TRACE);
-    Replay replay{path("trace")};
+    Replay replay = replay_of(SHORT_TRACE);
     ASSERT_TRUE(replay.answer("MwOpenS", OPENING));
     MW_HANDLE* handle = replay.open(1);
     EXPECT_EQ(replay.answer_data(handle, "\x0D\x05", 2, 5000), 0U);
@@ -61,8 +67,7 @@ TEST_F(ReplayTest, EveryDifferenceIsADeparture)
     for (const Piece& piece :
          {Piece{1, "\x0D\x05", 1, 5000}, Piece{1, "\x0D\x05\x01", 3, 5000}, Piece{1, "\x0D\x05", 2, 4999},
           Piece{2, "\x0D\x05", 2, 5000}, Piece{1, nullptr, 2, 5000}, Piece{0, "\x0D\x05", 2, 5000}}) {
-        write("trace", SHORT_TRACE);
-        Replay replay{path("trace")};
+        Replay replay = replay_of(SHORT_TRACE);
         ASSERT_TRUE(replay.answer("MwOpenS", OPENING));
         MW_HANDLE* handle = replay.open(piece.handle);
         EXPECT_EQ(replay.answer_data(handle, piece.data, piece.length, piece.timeout), mwtrace::DEPARTED);
@@ -71,8 +76,7 @@ TEST_F(ReplayTest, EveryDifferenceIsADeparture)
 
 TEST_F(ReplayTest, WordsFitAnErrorText)
 {
-    write("trace", SHORT_TRACE);
-    Replay replay{path("trace")};
+    Replay replay = replay_of(SHORT_TRACE);
     const Json long_type = {{"board", 0U}, {"board_type", std::string(1000, 'x')}, {"device", "ksb"}};
     EXPECT_FALSE(replay.answer("MwOpenS", long_type));
     EXPECT_LE(replay.words().size(), 255U);
@@ -81,14 +85,12 @@ TEST_F(ReplayTest, WordsFitAnErrorText)
 
 TEST_F(ReplayTest, TellsWhenNothingMoreWasRecorded)
 {
-    write("trace", FIRST_LINE);
-    Replay whole{path("trace")};
+    Replay whole = replay_of(FIRST_LINE);
     EXPECT_FALSE(whole.answer("MwClose", {{"handle", 0U}}));
     EXPECT_EQ(whole.words(),
               "call 1 departs from the recording: expected nothing more; made MwClose(handle 0)");
 
-    write("trace", SHORT_TRACE.substr(0, FIRST_LINE.size() + 20));
-    Replay cut{path("trace")};
+    Replay cut = replay_of(SHORT_TRACE.substr(0, FIRST_LINE.size() + 20));
     EXPECT_FALSE(cut.answer("MwOpenS", OPENING));
     EXPECT_EQ(cut.words(), "call 1 departs from the recording: expected nothing more (the recording is cut "
                            "off); made MwOpenS(board 0, board_type \"mwc4a\", device \"ksb\")");
@@ -96,8 +98,7 @@ TEST_F(ReplayTest, TellsWhenNothingMoreWasRecorded)
 
 TEST_F(ReplayTest, TellsWhatWasLeftOut)
 {
-    write("trace", SHORT_TRACE);
-    Replay replay{path("trace")};
+    Replay replay = replay_of(SHORT_TRACE);
     EXPECT_EQ(replay.rest(), "") << "no run has begun";
     ASSERT_TRUE(replay.answer("MwOpenS", OPENING));
     EXPECT_EQ(replay.rest(), "the run ended before the recording, of which 2 records were left; the next was "
@@ -106,8 +107,7 @@ TEST_F(ReplayTest, TellsWhatWasLeftOut)
 
 TEST_F(ReplayTest, ATraceThatCannotBeUsedFailsEveryCall)
 {
-    write("trace", FIRST_LINE + "{}\n");
-    Replay replay{path("trace")};
+    Replay replay = replay_of(FIRST_LINE + "{}\n");
     EXPECT_EQ(replay.status(), mwtrace::BAD_TRACE);
     EXPECT_EQ(replay.words(), path("trace") + ":2: \"call\" must be one of the sixteen functions");
     EXPECT_FALSE(replay.answer("MwOpenS", OPENING));
@@ -134,8 +134,7 @@ TEST_F(ReplayTest, MatchesThreadsByTheirFirstCalls)
 
 TEST_F(ReplayTest, KnowsHandlesThatWereOpenedElsewhere)
 {
-    write("trace", SHORT_TRACE);
-    Replay replay{path("trace")};
+    Replay replay = replay_of(SHORT_TRACE);
     int somewhere = 0;
     const auto* stranger = reinterpret_cast<MW_HANDLE*>(&somewhere);
     EXPECT_EQ(replay.number_of(nullptr), 0U);

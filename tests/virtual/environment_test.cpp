@@ -22,12 +22,13 @@ protected:
     }
 
     /// Standard error and standard output of the probe.
-    [[nodiscard]] static std::string probe(const std::string& rack, std::vector<std::string> arguments)
+    [[nodiscard]] static std::string probe(const std::string& rack, std::vector<std::string> arguments,
+                                           std::map<std::string, std::string> variables = {})
     {
-        Command command{RACK_PROBE, std::move(arguments)};
         if (!rack.empty())
-            command.variables["MWVIRTUAL_RACK"] = rack;
-        return run(command, "", Output::with_errors).output;
+            variables["MWVIRTUAL_RACK"] = rack;
+        return run({RACK_PROBE, std::move(arguments), ".", std::move(variables)}, "", Output::with_errors)
+            .output;
     }
 };
 
@@ -81,18 +82,14 @@ TEST_F(Environment, FilesAreKeptInTheFolderThatTheUserNames)
         rack + ":8: \"keep\" needs a folder for kept files; name one in MWVIRTUAL_KEEP";
     EXPECT_EQ(probe(rack, {"mwc4a", "0"}),
               "mwvirtual: " + mistake + "\nmwc4a 0: 0xE0000001 " + mistake + "\n");
-    Command command{RACK_PROBE, {"mwc4a", "0"}};
-    command.variables["MWVIRTUAL_RACK"] = rack;
-    command.variables["MWVIRTUAL_KEEP"] = folder.string();
-    EXPECT_EQ(run(command, "", Output::with_errors).output, "mwc4a 0: 0x00000000 no error\n");
+    EXPECT_EQ(probe(rack, {"mwc4a", "0"}, {{"MWVIRTUAL_KEEP", folder.string()}}),
+              "mwc4a 0: 0x00000000 no error\n");
 }
 
 TEST_F(Environment, ATraceThatIsNoRegularFileIsToldAndTheRunGoesOn)
 {
     ASSERT_EQ(mkfifo(path("trace").c_str(), 0600), 0);
-    Command command{RACK_PROBE, {"mwc4a", "0"}};
-    command.variables["MWVIRTUAL_TRACE"] = path("trace");
-    EXPECT_EQ(run(command, "", Output::with_errors).output,
+    EXPECT_EQ(probe("", {"mwc4a", "0"}, {{"MWVIRTUAL_TRACE", path("trace")}}),
               "mwtrace: cannot write " + path("trace") +
                   ": it is no regular file; the run goes on unrecorded\nmwc4a 0: 0x00000000 no error\n");
 }

@@ -81,7 +81,10 @@ struct Case {
     ModeWish wish;
     bool compressed; ///< as it is sent
 
-    friend void PrintTo(const Case& row, std::ostream* out) { *out << row.name << ' ' << row.device; }
+    friend void PrintTo(const Case& row, std::ostream* out)
+    {
+        *out << row.name << " for " << row.device << ", wish " << static_cast<int>(row.wish);
+    }
 };
 
 class WholeLoad : public Load, public testing::WithParamInterface<Case>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Finds in TOML texts what the parser must not be given.
-#ifndef MWVIRTUAL_TOML_CHECK_H
-#define MWVIRTUAL_TOML_CHECK_H
+#ifndef CONFIG_TOML_CHECK_H
+#define CONFIG_TOML_CHECK_H
 
 #include <cstddef>
 #include <string_view>
 
-namespace mwvirtual
+namespace config
 {
 
 /// Finds a character beyond ASCII at a place where the parser asks whether it is a blank. Its answer is
@@ -15,6 +15,6 @@ namespace mwvirtual
 /// @return the line, counted from 1; 0 when there is none
 [[nodiscard]] std::size_t line_beyond_ascii(std::string_view text);
 
-} // namespace mwvirtual
+} // namespace config
 
 #endif

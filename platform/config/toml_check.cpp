@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Steps through a TOML text, as far as it takes to know what is quoted and what is a comment.
-#include "toml_check.h"
+#include "config/toml_check.h"
 
 #include <algorithm>
 
-namespace mwvirtual
+namespace config
 {
 namespace
 {
@@ -135,4 +135,4 @@ std::size_t line_beyond_ascii(std::string_view text)
     return scan.find_beyond_ascii() ? scan.line() : 0;
 }
 
-} // namespace mwvirtual
+} // namespace config

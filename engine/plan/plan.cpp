@@ -1,0 +1,111 @@
+// SPDX-License-Identifier: Apache-2.0
+// What both kinds of plans have in common.
+#include "plan/plan.h"
+
+#include "errors/failure.h"
+#include "plan/plan_findings.h"
+#include "regular_file.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace kvn
+{
+namespace
+{
+
+constexpr std::size_t LARGEST_PLAN = std::size_t{1} << 20;
+
+class RealFiles final : public FileFinder
+{
+public:
+    [[nodiscard]] bool exists(const std::string& path) const override
+    {
+        std::error_code unused;
+        return std::filesystem::exists(path, unused);
+    }
+};
+
+[[noreturn]] void cannot_read(const std::string& path, const std::string& why)
+{
+    throw FailureError{{.status = ExitStatus::file,
+                        .what = path + ": the plan cannot be read: " + why,
+                        .remedy = "name a plan: a .con file, or a plan file in .toml"}};
+}
+
+std::string read_text(const std::string& path)
+{
+    auto file = mwtrace::RegularFile::to_read(path.c_str());
+    if (!file.is_open())
+        cannot_read(path, file.problem());
+    std::string text(LARGEST_PLAN + 1, '\0');
+    std::size_t size = 0;
+    while (size < text.size()) {
+        const auto count = file.read(text.data() + size, text.size() - size);
+        if (!count)
+            cannot_read(path, file.problem());
+        if (*count == 0)
+            break;
+        size += *count;
+    }
+    if (size > LARGEST_PLAN)
+        cannot_read(path, "it is larger than a megabyte");
+    text.resize(size);
+    return text;
+}
+
+/// Two names of one module: of the bus only the type of its boards counts, since a board can be reached over
+/// several.
+bool is_same_module(const ModuleName& first, const ModuleName& second)
+{
+    return first.board.type == second.board.type && first.carrier() == second.carrier() &&
+           first.slot == second.slot;
+}
+
+} // namespace
+
+std::string PlanPlace::text() const
+{
+    return line == 0 ? file : file + ":" + std::to_string(line);
+}
+
+bool Plan::has_problem() const
+{
+    return std::ranges::any_of(findings,
+                               [](const Finding& finding) { return finding.severity == Severity::problem; });
+}
+
+const FileFinder& real_files()
+{
+    static const RealFiles files;
+    return files;
+}
+
+void add_module(Plan& plan, PlannedModule module)
+{
+    const auto before = std::ranges::find_if(
+        plan.modules, [&](const PlannedModule& each) { return is_same_module(each.module, module.module); });
+    if (before != plan.modules.end())
+        plan.findings.push_back(
+            {Severity::problem, module.place,
+             to_text(module.module) + " is the module of " + before->place.text() + " again",
+             "name each module once"});
+    else
+        plan.modules.push_back(std::move(module));
+}
+
+std::string beside(const std::string& plan, const std::string& name)
+{
+    const std::filesystem::path path{name};
+    return path.is_absolute() ? name : (std::filesystem::path{plan}.parent_path() / path).string();
+}
+
+Plan read_plan(const std::string& path, ConReading reading, const FileFinder& files)
+{
+    const std::string text = read_text(path);
+    return path.ends_with(".toml") ? read_toml_plan(text, path, files)
+                                   : read_con_plan(text, path, reading, files);
+}
+
+} // namespace kvn
