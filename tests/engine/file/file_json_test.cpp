@@ -124,7 +124,7 @@ TEST_F(FileJson, OfADifferenceByOffset)
 TEST_F(FileJson, OfAFailureNamesItsClassAndDocument)
 {
     const kvn::Failure failure{kvn::ExitStatus::damaged, 0, "a.gz: the gzip data are cut", "", ""};
-    EXPECT_EQ(kvn::to_json(failure, "digest"),
+    EXPECT_EQ(kvn::failure_json(failure, "digest"),
               (Json{{"kvn", "digest"},
                     {"version", "1.0"},
                     {"error", {{"kind", "damaged"}, {"what", "a.gz: the gzip data are cut"}}}}));

@@ -6,6 +6,15 @@
 #include "file/digest.h"
 #include "file/estimate.h"
 
+namespace fpga
+{
+/// What GoogleTest shows of a device.
+static void PrintTo(const Device& device, std::ostream* out)
+{
+    *out << device.name;
+}
+} // namespace fpga
+
 namespace
 {
 using kvn::Format;
