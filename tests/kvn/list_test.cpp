@@ -137,7 +137,8 @@ protected:
         variables["MWVIRTUAL_TRACE"] = "run.jsonl";
         EXPECT_EQ(kvn({"list", boards}).status, 0);
         std::string calls;
-        for (const nlohmann::json& call : json({"trace", "run.jsonl"})["calls"])
+        const nlohmann::json document = json({"trace", "run.jsonl"});
+        for (const nlohmann::json& call : document["calls"])
             calls += call["call"].get<std::string>().substr(2) + " ";
         return calls;
     }
