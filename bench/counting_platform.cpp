@@ -7,6 +7,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace
 {
@@ -17,6 +18,7 @@ constexpr std::uint8_t CONFIGURED = 5;
 constexpr std::size_t DEVICE_OFFSET = 3;
 constexpr std::size_t COMPRESSION_OFFSET = 29;
 constexpr char DEVICE[] = "2vp100ff1704-6";
+constexpr std::size_t LONGEST_DEVICE = COMPRESSION_OFFSET - DEVICE_OFFSET;
 
 SentData sent;
 bool takes_compressed = std::getenv(COUNTING_COMPRESSED) != nullptr; // NOLINT(concurrency-mt-unsafe)
@@ -24,7 +26,9 @@ bool takes_compressed = std::getenv(COUNTING_COMPRESSED) != nullptr; // NOLINT(c
 std::uint32_t describe_module(std::uint8_t* type, void* data, std::uint32_t* received)
 {
     std::uint8_t record[COMPRESSION_OFFSET + 1] = {FPGA_MODULE, 3, 1};
-    std::memcpy(record + DEVICE_OFFSET, DEVICE, sizeof DEVICE);
+    const char* wanted = std::getenv(COUNTING_DEVICE); // NOLINT(concurrency-mt-unsafe)
+    const std::string_view device = wanted == nullptr ? DEVICE : wanted;
+    device.copy(reinterpret_cast<char*>(record) + DEVICE_OFFSET, LONGEST_DEVICE);
     record[COMPRESSION_OFFSET] = takes_compressed ? 1 : 0;
     std::memcpy(data, record, sizeof record);
     *type = DESCRIPTION_REPLY;

@@ -9,6 +9,9 @@
 /// It reaches the platform in a library of its own.
 inline constexpr const char* COUNTING_COMPRESSED = "KVN_COUNTING_COMPRESSED";
 
+/// The environment variable that names the module's device.
+inline constexpr const char* COUNTING_DEVICE = "KVN_COUNTING_DEVICE";
+
 /// The data calls since the last message began, including that of the load header.
 struct SentData {
     std::uint64_t calls = 0;

@@ -27,6 +27,9 @@ INPUTS = {"rbt": "text.rbt", "bit": "binary.bit", "mcb": "runs.mcb"}
 OUTPUTS = {"rbt-to-mcb": "text.mcb", "bit-to-mcb": "binary.mcb", "mcb-to-rbt": "runs.rbt"}
 
 
+MASSIF = ["--tool=massif", "--stacks=yes", "--depth=1", "--peak-inaccuracy=0.0"]
+
+
 class Driver:
     """The program kvn_whole_runs, with the files of one folder."""
 
@@ -78,11 +81,8 @@ class Driver:
     def peak_memory(self, operation):
         """Heap and stack of the whole process at their highest together, in bytes."""
         with tempfile.NamedTemporaryFile() as snapshots:
-            self._valgrind(operation, "--tool=massif", "--stacks=yes", "--depth=1", "--peak-inaccuracy=0.0",
-                           f"--massif-out-file={snapshots.name}")
-            text = pathlib.Path(snapshots.name).read_text(encoding="ascii")
-        sizes = re.findall(r"mem_heap_B=(\d+)\nmem_heap_extra_B=(\d+)\nmem_stacks_B=(\d+)", text)
-        return max(sum(map(int, parts)) for parts in sizes)
+            self._valgrind(operation, *MASSIF, f"--massif-out-file={snapshots.name}")
+            return peak_of(snapshots.name)
 
     def configuration_bytes(self):
         """The bytes that go to a device, as the MCB file states them."""
@@ -109,6 +109,13 @@ class Driver:
 
     def _valgrind(self, operation, *options):
         return run(["valgrind", *options, *self._command(operation)]).stderr
+
+
+def peak_of(snapshots):
+    """Heap and stack at their highest together, in bytes, as MASSIF has written them."""
+    text = pathlib.Path(snapshots).read_text(encoding="ascii")
+    sizes = re.findall(r"mem_heap_B=(\d+)\nmem_heap_extra_B=(\d+)\nmem_stacks_B=(\d+)", text)
+    return max(sum(map(int, parts)) for parts in sizes)
 
 
 def input_kind(operation):

@@ -250,7 +250,7 @@ void LoadRun::settle(int error)
 
 void LoadRun::require_not_cancelled() const
 {
-    if (control_.is_cancelled())
+    if (control_.must_not_begin())
         stop(cancelled());
 }
 

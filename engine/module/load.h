@@ -51,7 +51,7 @@ struct Clocks {
 };
 
 /// What goes on while a load runs. For one load at a time; it must outlive it. The members are set before the
-/// load begins; cancel(), is_cancelled() and progress() may be called from any thread at any time.
+/// load begins; cancel(), withdraw(), is_cancelled() and progress() may be called from any thread at any time.
 class LoadControl
 {
 public:
@@ -71,6 +71,10 @@ public:
     void cancel() noexcept { cancelled_.store(true, std::memory_order_relaxed); }
     [[nodiscard]] bool is_cancelled() const noexcept { return cancelled_.load(std::memory_order_relaxed); }
 
+    /// Stops the load as cancel() does, unless its message has been begun: then it runs to its end.
+    /// Async-signal-safe.
+    void withdraw() noexcept { withdrawn_.store(true, std::memory_order_relaxed); }
+
     /// How far the load is now.
     [[nodiscard]] Progress progress() const;
 
@@ -78,7 +82,14 @@ private:
     friend class Wire;
     friend class LoadRun;
 
+    /// Whether a load may no longer begin.
+    [[nodiscard]] bool must_not_begin() const noexcept
+    {
+        return is_cancelled() || withdrawn_.load(std::memory_order_relaxed);
+    }
+
     std::atomic<bool> cancelled_{false};
+    std::atomic<bool> withdrawn_{false};
     std::atomic<std::uint64_t> bytes_{0};
     std::atomic<std::uint64_t> total_{0}; ///< 0: not known
     static constexpr std::int64_t NEVER = std::numeric_limits<std::int64_t>::min();

@@ -63,7 +63,7 @@ std::uint32_t Wire::receive_ex(MW_HANDLE* handle, std::uint8_t* type, std::uint3
 std::uint32_t Wire::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint32_t slot,
                                std::uint32_t timeout)
 {
-    if (control_.is_cancelled())
+    if (control_.must_not_begin())
         return cut_off();
     const std::uint32_t result = behind_.start_send(handle, board, slot, timeout);
     watch_.note_start(result, board, slot);

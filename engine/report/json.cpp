@@ -2,6 +2,8 @@
 // What the engine finds, as JSON.
 #include "report/json.h"
 
+#include "report/module_json.h"
+
 #include <algorithm>
 #include <iomanip>
 #include <ostream>
@@ -208,16 +210,17 @@ Json json_document(const char* kind)
     return {{"kvn", kind}, {"version", JSON_VERSION}, {"error", nullptr}};
 }
 
-Json failure_json(const Failure& failure, const char* kind)
+Json failure_json(const Failure& failure)
 {
-    Json json = json_document(kind);
-    json["error"] = {{"kind", failure_kind(failure.status)}, {"what", failure.what}};
+    Json json = json_document("failure");
+    json["error"] = {{"kind", failure_kind(failure.status)}};
+    json["error"].update(to_json(failure));
     return json;
 }
 
 Json help_json(const std::string& text)
 {
-    Json json = json_document("inspection");
+    Json json = json_document("help");
     json["help"] = text;
     return json;
 }

@@ -40,8 +40,9 @@ inline constexpr const char* JSON_VERSION = "1.0";
 [[nodiscard]] Json stored_json(const Input::Stored& stored);
 /// The beginning of a document, without an error.
 [[nodiscard]] Json json_document(const char* kind);
-/// What there is instead of the document of a kind, such as "inspection".
-[[nodiscard]] Json failure_json(const Failure& failure, const char* kind = "inspection");
+/// Why a command has nothing else to say: a document of the kind "failure".
+[[nodiscard]] Json failure_json(const Failure& failure);
+/// A document of the kind "help".
 [[nodiscard]] Json help_json(const std::string& text);
 void print_json(std::ostream& out, const Json& json);
 

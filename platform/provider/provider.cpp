@@ -17,7 +17,12 @@ std::string file_of(const void* address)
 {
     Dl_info holder{};
     const bool found = dladdr(address, &holder) != 0 && holder.dli_fname != nullptr;
-    return found ? holder.dli_fname : "";
+    const std::string file = found ? holder.dli_fname : "";
+    if (file.empty() || file.find('/') != std::string::npos)
+        return file;
+    // A program that PATH has led to is known by its bare name.
+    std::error_code unreadable;
+    return std::filesystem::read_symlink("/proc/self/exe", unreadable).string();
 }
 
 template <class Function>
@@ -81,7 +86,18 @@ std::unique_ptr<LoadedPlatform> open_provider(const std::string& name, const voi
 // libraries on the program's behalf.
 std::string file_beside(const void* address, const char* name)
 {
-    return std::filesystem::path{file_of(address)}.replace_filename(name).string();
+    const std::filesystem::path holder = file_of(address);
+    if (holder.empty())
+        return name;
+    const std::filesystem::path beside = holder.parent_path() / name;
+    // The libraries of a program are in the folder beside its own.
+    for (const char* folder : {KVN_LIBRARY_FOLDER, "../lib"}) {
+        const std::filesystem::path library = holder.parent_path() / folder / name;
+        std::error_code unknown;
+        if (!exists(beside, unknown) && exists(library, unknown))
+            return library.string();
+    }
+    return beside.string();
 }
 
 } // namespace mwapi

@@ -85,8 +85,8 @@ inline constexpr std::string_view REPLAY_PREFIX = "replay:";
 /// @throws ProviderError
 [[nodiscard]] std::unique_ptr<LoadedPlatform> open_provider(const std::string& name, const void* beside);
 
-/// The path of a file in the folder of the library or program that holds an address; the bare name when the
-/// folder is not known.
+/// The path of a file in the folder of the library or program that holds an address, or, where it is not
+/// there, in the folder that a program's libraries are in; the bare name when no folder is known.
 [[nodiscard]] std::string file_beside(const void* address, const char* name);
 
 } // namespace mwapi

@@ -63,6 +63,12 @@ std::string take_pieces(Record& record)
     return "";
 }
 
+std::optional<std::uint64_t> microseconds(const Json& value)
+{
+    const std::uint64_t* number = value.number();
+    return number == nullptr ? std::nullopt : std::optional{*number};
+}
+
 } // namespace
 
 Recording::Recording(std::string path) : path_{std::move(path)}
@@ -148,6 +154,8 @@ Record Recording::parse(std::string_view line, std::size_t number) const
     if (!thread)
         fail(number, "\"thread\" must be a number");
     record.thread = *thread;
+    record.time = microseconds(value.at("t"));
+    record.taken = microseconds(value.at("took"));
 
     record.got = value.at("got");
     if (!record.got.is_null() && !record.got.is_object())

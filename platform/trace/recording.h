@@ -7,6 +7,7 @@
 #include "recorder.h"
 
 #include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -29,6 +30,9 @@ struct Record {
     Json in;
     std::uint32_t result = 0;
     Json got; ///< null if the call wrote nothing
+    // Microseconds; null where the trace does not tell.
+    std::optional<std::uint64_t> time;  ///< from the beginning of the trace to the call
+    std::optional<std::uint64_t> taken; ///< until it had returned
     // Only for a record of message pieces:
     unsigned handle = 0;
     std::uint32_t timeout = 0;

@@ -5,10 +5,16 @@
     budget.py check PROGRAM FOLDER OPERATION   measures, prints each figure with its budget, fails above one
     budget.py check-way PROGRAM FOLDER OPERATION PROVIDER
                                                the same for a load whose calls go through a provider, as the utility's
+    budget.py check-kvn KVN KVN_FPGA BITGEN PROVIDER FORMAT MODE
+                                               compares a load by kvn with one by KVN_FPGA; MODE is plain or compressed
 """
 
+import os
 import pathlib
+import re
+import subprocess
 import sys
+import tempfile
 
 sys.dont_write_bytecode = True
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench"))
@@ -73,6 +79,67 @@ def check_way(program, folder, operation, provider):
     return budget.kept
 
 
+class Program:
+    """Loads by a program, into the module of a provider that only counts."""
+
+    def __init__(self, provider, mode, command):
+        self.command = command
+        self.environment = {name: value for name, value in os.environ.items() if not name.startswith("KVN_")}
+        self.environment["KVN_MWAPI"] = provider
+        if mode == "compressed":
+            self.environment["KVN_COUNTING_COMPRESSED"] = ""
+
+    def run(self, folder, file, device, *wrapper):
+        words = [*wrapper, *(word.format(file=file, name=pathlib.Path(file).stem) for word in self.command)]
+        subprocess.run(words, cwd=folder, env={**self.environment, "KVN_COUNTING_DEVICE": device}, check=True,
+                       capture_output=True)
+
+    def load_instructions(self, folder, file, device):
+        """The instructions from the beginning of the last message, which is that of the load, to the end."""
+        figures = pathlib.Path(folder) / "callgrind.out"
+        self.run(folder, file, device, "valgrind", "--tool=callgrind", "--zero-before=MwKSBStartSendMessageEx",
+                 f"--callgrind-out-file={figures}")
+        return int(re.search(r"^(?:summary|totals): (\d+)", figures.read_text(encoding="utf-8"), re.MULTILINE)[1])
+
+    def memory(self, folder, file, device):
+        """Heap and stack at their highest together, in bytes."""
+        snapshots = pathlib.Path(folder) / "massif.out"
+        self.run(folder, file, device, "valgrind", *measure.MASSIF, f"--massif-out-file={snapshots}")
+        return measure.peak_of(snapshots)
+
+
+DEVICES = ("2v40cs144-4", "2v250fg456-4")
+
+
+def stream_bits(bitgen, device):
+    """The size of a device's configuration."""
+    lines = measure.run([bitgen, "--list"]).stdout.splitlines()
+    return next(int(line.split("\t")[2]) for line in lines if re.match(line.split("\t")[0] + "[a-z]", device))
+
+
+def check_kvn(kvn, kvn_fpga, bitgen, provider, form, mode):
+    programs = [Program(provider, mode, [kvn_fpga, "-u", "-dmwc4a", "-b0", "-s1", "-f{name}"]),
+                Program(provider, mode, [kvn, "load", "{file}", "mwc4a:0/1", "--progress", "none", f"--{mode}"])]
+    with tempfile.TemporaryDirectory() as folder:
+        files = [f"{device}.{form}" for device in DEVICES]
+        for file, device in zip(files, DEVICES):
+            measure.run([bitgen, device, "-o", f"{folder}/{file}", "--fill", "random"])
+        sizes = [stream_bits(bitgen, device) / 8 for device in DEVICES]
+        slopes = []
+        for program in programs:
+            counts = [program.load_instructions(folder, *pair) for pair in zip(files, DEVICES)]
+            slopes.append((counts[1] - counts[0]) / (sizes[1] - sizes[0]))
+        memory = [program.memory(folder, files[1], DEVICES[1]) / 1024 for program in programs]
+    print(f"instructions per configuration byte: {slopes[0]:.2f} by KVN_FPGA, {slopes[1]:.2f} by kvn")
+    print(f"heap and stack in KiB: {memory[0]:.0f} by KVN_FPGA, {memory[1]:.0f} by kvn")
+    budget = Budget()
+    # Frames of random bits are sent as pairs of two bytes each.
+    sent = 2 if mode == "compressed" else 1
+    budget.limit("instructions per byte sent beyond KVN_FPGA", (slopes[1] - slopes[0]) / sent, goals.KVN_LOAD)
+    budget.limit("KiB of heap and stack beyond KVN_FPGA", memory[1] - memory[0], goals.KVN_LOAD_MEMORY)
+    return budget.kept
+
+
 def main(words):
     if len(words) == 3 and words[0] == "make":
         make(*words[1:])
@@ -81,6 +148,8 @@ def main(words):
         return 0 if check(*words[1:]) else 1
     if len(words) == 5 and words[0] == "check-way":
         return 0 if check_way(*words[1:]) else 1
+    if len(words) == 7 and words[0] == "check-kvn":
+        return 0 if check_kvn(*words[1:]) else 1
     print(__doc__, file=sys.stderr)
     return 2
 

@@ -8,7 +8,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <atomic>
 #include <filesystem>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,15 +34,59 @@ protected:
         }
     }
 
-    [[nodiscard]] Outcome kvn(std::vector<std::string> arguments) const
+    [[nodiscard]] Command command(std::vector<std::string> arguments) const
     {
-        return run({KVN_PROGRAM, std::move(arguments), folder, {}});
+        return {KVN_PROGRAM, std::move(arguments), folder, variables};
+    }
+
+    /// A document that a run has printed is kept for the comparison with its schema.
+    [[nodiscard]] Outcome kvn(std::vector<std::string> arguments, std::string_view input = "") const
+    {
+        const bool is_document = std::ranges::find(arguments, std::string_view{"--json"}) != arguments.end();
+        Outcome outcome = run(command(std::move(arguments)), input);
+        if (is_document)
+            keep_document(outcome.output);
+        return outcome;
     }
 
     [[nodiscard]] nlohmann::json json(std::vector<std::string> arguments) const
     {
         arguments.emplace_back("--json");
         return nlohmann::json::parse(kvn(std::move(arguments)).output);
+    }
+
+    /// Keeps a document where schema_test.py finds it.
+    static void keep_document(const std::string& text)
+    {
+        static std::atomic<int> number{0};
+        const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+        std::string name = std::string{test.test_suite_name()} + "." + test.name() + "-" +
+                           std::to_string(++number) + ".json";
+        std::ranges::replace(name, '/', '_');
+        std::filesystem::create_directories(KVN_DOCUMENTS);
+        write_whole_file(std::filesystem::path{KVN_DOCUMENTS} / name, text);
+    }
+
+    /// The environment of runs.
+    std::map<std::string, std::string> variables;
+};
+
+/// Runs on virtual boards, by default those of the built-in rack.
+class KvnOnBoards : public KvnTest
+{
+protected:
+    KvnOnBoards() { variables["KVN_MWAPI"] = "virtual"; }
+
+    static constexpr const char* ANNOUNCED =
+        "kvn: provider virtual: the boards are simulated, no hardware is reached.\n";
+
+    /// A rack of one board with one module, 2v40cs144-4, that takes compressed loads.
+    void use_rack(const std::string& board = "", const std::string& slot = "") const
+    {
+        write("rack.toml", "[[board]]\ntype = \"mwc4a\"\nnumber = 0\n" + board +
+                               "\n[[board.slot]]\nnumber = 1\nkind = \"fpga\"\nmodel = 4\nversion = 2\n"
+                               "device = \"2v40cs144-4\"\ncompression = \"query\"\n" +
+                               slot);
     }
 };
 

@@ -54,9 +54,9 @@ Action add_check(CLI::App& program)
     command->add_option("--device", request->device,
                         "The module's device, such as 2v3000fg676-4; default: the one that the file names");
     command->add_option("--load", *load, "The kind of load that must succeed")
-        ->check(CLI::IsMember({"plain", "compressed", "both"}))
+        ->check(one_of({"plain", "compressed", "both"}))
         ->capture_default_str();
-    command->add_flag("--json", request->json, "Print JSON");
+    add_json(*command, request->json);
     add_examples(*command,
                  {"kvn check design.rbt --device 2v3000fg676-4", "kvn check design.bit --load compressed"});
     return [request, load] {

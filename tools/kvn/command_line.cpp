@@ -10,7 +10,8 @@ namespace kvn
 namespace
 {
 
-constexpr Adder all_subcommands[] = {add_info, add_check, add_explain};
+constexpr Adder all_subcommands[] = {add_list, add_load,     add_convert, add_info,  add_check,  add_digest,
+                                     add_diff, add_estimate, add_explain, add_trace, add_support};
 
 /// The fewest insertions, deletions and replacements that make one word of the other.
 std::size_t distance(std::string_view from, std::string_view to)
@@ -110,6 +111,24 @@ std::string nearest_word(std::string_view word, const std::vector<std::string>& 
         }
     }
     return nearest;
+}
+
+void add_json(CLI::App& command, bool& json)
+{
+    command.add_flag("--json", json, "Print JSON");
+}
+
+CLI::Validator one_of(std::vector<std::string> words)
+{
+    std::string name = "{";
+    for (const std::string& word : words)
+        name += (name.size() == 1 ? "" : ",") + word;
+    return CLI::Validator{[words = std::move(words)](const std::string& word) {
+                              if (std::ranges::find(words, word) != words.end())
+                                  return std::string{};
+                              return "there is no " + word + did_you_mean(nearest_word(word, words));
+                          },
+                          name + "}"};
 }
 
 void add_examples(CLI::App& command, std::initializer_list<const char*> examples)

@@ -10,6 +10,8 @@
 #include <functional>
 #include <initializer_list>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace kvn
 {
@@ -30,10 +32,24 @@ using Action = std::function<ExitStatus()>;
 /// Ends the help of a command with examples.
 void add_examples(CLI::App& command, std::initializer_list<const char*> examples);
 
+/// The option --json.
+void add_json(CLI::App& command, bool& json);
+
+/// Accepts one of these words, and answers any other with the nearest.
+[[nodiscard]] CLI::Validator one_of(std::vector<std::string> words);
+
 /// Each adds its subcommand and options to the program.
+Action add_list(CLI::App& program);
+Action add_load(CLI::App& program);
+Action add_convert(CLI::App& program);
 Action add_info(CLI::App& program);
 Action add_check(CLI::App& program);
+Action add_digest(CLI::App& program);
+Action add_diff(CLI::App& program);
+Action add_estimate(CLI::App& program);
 Action add_explain(CLI::App& program);
+Action add_trace(CLI::App& program);
+Action add_support(CLI::App& program);
 
 } // namespace kvn
 

@@ -155,8 +155,9 @@ void print_all(const std::vector<int>& numbers)
 
 Json explanations(const std::vector<int>& numbers)
 {
-    Json json = {
-        {"kvn", "errors"}, {"version", JSON_VERSION}, {"errors", Json::array()}, {"statuses", Json::array()}};
+    Json json = json_document("errors");
+    json["errors"] = Json::array();
+    json["statuses"] = Json::array();
     for (const int number : numbers) {
         if (is_load_status(number))
             json["statuses"].push_back(status_json(number));
@@ -195,7 +196,7 @@ Action add_explain(CLI::App& program)
     command->add_option("number", request->numbers,
                         "Error numbers (9103), or statuses of a load (4); default: a list of all errors");
     add_examples(*command, {"kvn explain 9103", "kvn explain 4 --json"});
-    command->add_flag("--json", request->json, "Print JSON");
+    add_json(*command, request->json);
     return [request] { return explain(*request); };
 }
 

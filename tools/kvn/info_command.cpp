@@ -42,7 +42,7 @@ Action add_info(CLI::App& program)
         ->add_option("--bytes-per-second", request->bytes_per_second,
                      "Speed of the bus, for the time that a load would take")
         ->check(CLI::PositiveNumber);
-    command->add_flag("--json", request->json, "Print JSON");
+    add_json(*command, request->json);
     add_examples(*command, {"kvn info design.bit", "kvn info design.rbt --bytes-per-second 250000 --json"});
     return [request] { return show(*request); };
 }

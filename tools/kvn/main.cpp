@@ -3,9 +3,11 @@
 #include "command_line.h"
 #include "commands.h"
 #include "errors/failure.h"
-#include "report.h"
+#include "report/json.h"
+#include "streams.h"
+#include "utility/standard_streams.h"
 
-#include <cstdlib>
+#include <csignal>
 #include <iostream>
 #include <sstream>
 #include <vector>
@@ -14,6 +16,14 @@ namespace
 {
 using kvn::ExitStatus;
 
+kvn::Json version_json()
+{
+    kvn::Json json = kvn::json_document("version");
+    json["tool"] = std::string{"kvn "} + kvn::TOOL_VERSION;
+    json["library"] = std::string{"kvn_fpga "} + KVN_VERSION;
+    return json;
+}
+
 /// Shows help or the version, or says what is wrong with the command line. Standard output holds JSON alone
 /// when that is wanted.
 ExitStatus end_parsing(const CLI::App& program, const CLI::ParseError& error, bool as_json)
@@ -21,8 +31,9 @@ ExitStatus end_parsing(const CLI::App& program, const CLI::ParseError& error, bo
     std::ostringstream words;
     if (program.exit(error, words, words) != 0)
         throw kvn::UsageError{kvn::usage_problem(program, error)};
+    const bool is_version = dynamic_cast<const CLI::CallForVersion*>(&error) != nullptr;
     if (as_json)
-        kvn::print_json(std::cout, kvn::help_json(words.str()));
+        kvn::print_json(std::cout, is_version ? version_json() : kvn::help_json(words.str()));
     else
         std::cout << words.str();
     return ExitStatus::done;
@@ -30,9 +41,12 @@ ExitStatus end_parsing(const CLI::App& program, const CLI::ParseError& error, bo
 
 ExitStatus run(int argc, char** argv)
 {
-    CLI::App program{"Inspects, checks and loads configuration bitstreams, and explains errors.", "kvn"};
+    CLI::App program{"Lists modules, loads, inspects, checks and converts configuration bitstreams, and "
+                     "explains errors.",
+                     "kvn"};
     program.set_version_flag("--version", std::string{"kvn "} + kvn::TOOL_VERSION);
     program.require_subcommand(1);
+    kvn::add_examples(program, {"kvn list --help", "kvn --version --json"});
     std::vector<kvn::Action> actions;
     for (const kvn::Adder add : kvn::subcommands())
         actions.push_back(add(program));
@@ -51,7 +65,7 @@ ExitStatus run(int argc, char** argv)
 
 ExitStatus report_failure(const kvn::Failure& failure, bool as_json)
 {
-    std::cerr << "kvn: " << kvn::printable(failure.what) << '\n';
+    kvn::tell_failure("", failure);
     if (as_json)
         kvn::print_json(std::cout, kvn::failure_json(failure));
     return failure.status;
@@ -63,11 +77,11 @@ ExitStatus run_and_report(int argc, char** argv)
     try {
         return run(argc, argv);
     } catch (const kvn::UsageError& error) {
-        return report_failure({ExitStatus::usage, 0, error.what(), "", ""}, as_json);
+        return report_failure({.status = ExitStatus::usage, .what = error.what()}, as_json);
     } catch (const kvn::FailureError& error) {
         return report_failure(error.failure(), as_json);
     } catch (const std::exception& error) {
-        return report_failure({ExitStatus::internal, 0, error.what(), "", ""}, as_json);
+        return report_failure({.status = ExitStatus::internal, .what = error.what()}, as_json);
     }
 }
 
@@ -75,7 +89,8 @@ ExitStatus run_and_report(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    const ExitStatus status = run_and_report(argc, argv);
-    std::cout.flush();
-    return static_cast<int>(std::cout.good() ? status : ExitStatus::file);
+    utility::open_missing_streams(static_cast<int>(ExitStatus::internal));
+    // A reader that closes our output must not end the process in the middle of a load.
+    (void)std::signal(SIGPIPE, SIG_IGN);
+    return static_cast<int>(kvn::finish_output(run_and_report(argc, argv)));
 }

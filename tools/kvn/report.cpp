@@ -2,43 +2,20 @@
 // Tells an inspection to people.
 #include "report.h"
 
+#include "lines.h"
+
 #include <algorithm>
-#include <iomanip>
 #include <ostream>
-#include <sstream>
-#include <string_view>
 
 namespace kvn
 {
 namespace
 {
 
-std::string fixed(double number, int digits)
-{
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(digits) << number;
-    return text.str();
-}
-
 std::string bus_time(const LoadSize& size)
 {
     return size.seconds ? fixed(*size.seconds, 3) + " s" : "fails";
 }
-
-/// The lines of a report, a name and a text each.
-class Lines
-{
-public:
-    explicit Lines(std::ostream& out) : out_{out} {}
-    void add(std::string_view name, const std::string& text)
-    {
-        constexpr int width = 16;
-        out_ << std::left << std::setw(width) << (printable(std::string{name}) + ":") << text << '\n';
-    }
-
-private:
-    std::ostream& out_;
-};
 
 void add_size(Lines& lines, const Inspection& inspection)
 {
@@ -124,20 +101,6 @@ void add_configuration(Lines& lines, const Inspection& inspection)
 }
 
 } // namespace
-
-std::string printable(const std::string& text)
-{
-    constexpr std::string_view digits = "0123456789ABCDEF";
-    std::string shown;
-    for (const char c : text) {
-        const auto code = static_cast<unsigned char>(c);
-        if (code >= ' ' && code != 0x7F && (code < 0x80 || code >= 0xA0))
-            shown += c;
-        else
-            (shown += "\\x") += {digits[code >> 4], digits[code & 0xF]};
-    }
-    return shown;
-}
 
 void print_report(std::ostream& out, const Inspection& inspection, const std::optional<Estimate>& estimate)
 {

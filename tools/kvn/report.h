@@ -4,6 +4,7 @@
 #define KVN_TOOLS_KVN_REPORT_H
 
 #include "report/json.h"
+#include "streams.h"
 
 #include <iosfwd>
 #include <optional>
@@ -11,9 +12,6 @@
 
 namespace kvn
 {
-
-/// A text from a file as it may be shown on a terminal: control characters become escapes.
-[[nodiscard]] std::string printable(const std::string& text);
 
 /// @param estimate for the time of a load; null: not asked for
 void print_report(std::ostream& out, const Inspection& inspection, const std::optional<Estimate>& estimate);

@@ -4,9 +4,7 @@
 #include "errors/catalogue.h"
 #include "interruption.h"
 #include "kvn_fpga.h"
-
-#include <fcntl.h>
-#include <unistd.h>
+#include "standard_streams.h"
 
 #include <cerrno>
 #include <csignal>
@@ -47,15 +45,6 @@ bool asks_for_conversion(Arguments arguments)
         converts = converts || argument == "-c" || argument == "-C" || argument == "-r" || argument == "-R";
     }
     return converts;
-}
-
-/// Opens closed standard streams. Otherwise the next file opened would become standard output, and the
-/// program would print into it.
-void open_missing_streams()
-{
-    for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
-        if (fcntl(descriptor, F_GETFD) == -1 && open("/dev/null", O_RDWR) != descriptor)
-            _exit(static_cast<int>(ExitStatus::internal));
 }
 
 ExitStatus output_failure(int problem)
@@ -114,7 +103,7 @@ ExitStatus obey(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    open_missing_streams();
+    utility::open_missing_streams(static_cast<int>(ExitStatus::internal));
     // A reader that closes our output must not end the process in the middle of a load.
     (void)std::signal(SIGPIPE, SIG_IGN);
     return static_cast<int>(obey(argc, argv));

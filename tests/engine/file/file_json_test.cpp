@@ -121,12 +121,18 @@ TEST_F(FileJson, OfADifferenceByOffset)
     EXPECT_EQ(json["first_bit"], 24);
 }
 
-TEST_F(FileJson, OfAFailureNamesItsClassAndDocument)
+TEST_F(FileJson, OfAFailureIsADocumentOfItsOwn)
 {
     const kvn::Failure failure{kvn::ExitStatus::damaged, 0, "a.gz: the gzip data are cut", "", ""};
-    EXPECT_EQ(kvn::failure_json(failure, "digest"),
-              (Json{{"kvn", "digest"},
-                    {"version", "1.0"},
-                    {"error", {{"kind", "damaged"}, {"what", "a.gz: the gzip data are cut"}}}}));
+    EXPECT_EQ(kvn::failure_json(failure), (Json{{"kvn", "failure"},
+                                                {"version", "1.0"},
+                                                {"error",
+                                                 {{"kind", "damaged"},
+                                                  {"status", 4},
+                                                  {"class", "a file is damaged, or no bitstream"},
+                                                  {"number", nullptr},
+                                                  {"what", "a.gz: the gzip data are cut"},
+                                                  {"why", nullptr},
+                                                  {"remedy", nullptr}}}}));
 }
 } // namespace

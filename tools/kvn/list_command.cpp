@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+// kvn list: what is in the slots of boards.
+#include "commands.h"
+#include "interruption.h"
+#include "module_choice.h"
+#include "provider_options.h"
+#include "report/json.h"
+#include "report/module_json.h"
+#include "streams.h"
+#include "table.h"
+
+#include <algorithm>
+#include <iostream>
+#include <memory>
+
+namespace kvn
+{
+namespace
+{
+
+/// The column that says why less is known than could be.
+constexpr std::size_t REMARK = 7;
+
+struct Request {
+    std::string what;
+    ProviderOptions provider;
+    bool all = false;
+    bool json = false;
+};
+
+std::string text_of(const std::optional<unsigned>& number)
+{
+    return number ? std::to_string(*number) : "";
+}
+
+std::vector<std::string> cells(const SlotRow& slot)
+{
+    std::vector<std::string> row{to_text(slot.name), name_of(slot.kind)};
+    if (slot.module) {
+        const ModuleIdentity& module = *slot.module;
+        row.insert(row.end(), {module.type_name(), text_of(module.model), text_of(module.version),
+                               module.device.value_or(""), name_of(module.compression)});
+    }
+    if (slot.failure)
+        row.resize(REMARK);
+    if (slot.failure)
+        row.push_back(slot.failure->what);
+    return row;
+}
+
+Table new_table()
+{
+    return Table{{"Module", "Kind", "Type", "Model", "Version", "Device", "Compressed loads", "Remark"}};
+}
+
+std::vector<std::string> cells_of_closed(const BoardRow& board)
+{
+    std::vector<std::string> row{to_text(board.name), "not read"};
+    row.resize(REMARK);
+    row.push_back(board.failure->what);
+    return row;
+}
+
+/// One board that was asked for is shown whatever it is; of many, those that cannot be opened only if wanted.
+bool is_shown(const BoardRow& board, const Request& request, std::size_t boards)
+{
+    return !board.failure || request.all || boards == 1;
+}
+
+void print_boards(const std::vector<BoardRow>& boards, const Request& request)
+{
+    Table table = new_table();
+    std::size_t left_out = 0;
+    for (const BoardRow& board : boards) {
+        if (!is_shown(board, request, boards.size())) {
+            ++left_out;
+            continue;
+        }
+        if (board.failure)
+            table.add(cells_of_closed(board));
+        for (const SlotRow& slot : board.slots)
+            table.add(cells(slot));
+    }
+    table.print(std::cout);
+    if (left_out != 0)
+        std::cout << left_out << (left_out == 1 ? " board" : " boards") << " could not be opened: kvn list "
+                  << shell_word(boards.front().name.type) << " --all" << as_words(request.provider)
+                  << " tells why\n";
+}
+
+Json document(const Provider& provider)
+{
+    Json json = json_document("boards");
+    json["provider"] = to_json(provider.identity());
+    json["boards"] = Json::array();
+    json["slots"] = Json::array();
+    return json;
+}
+
+/// A failure ends the command only if it leaves nothing to list.
+ExitStatus status_of(const std::vector<BoardRow>& boards)
+{
+    const bool any = std::ranges::any_of(boards, [](const BoardRow& board) { return !board.failure; });
+    return any ? ExitStatus::done : boards.front().failure->status;
+}
+
+ExitStatus list_boards(const Provider& provider, const ListRequest& boards, const Request& request)
+{
+    const std::vector<BoardRow> rows = list(provider, boards);
+    if (request.json) {
+        Json json = document(provider);
+        for (const BoardRow& row : rows)
+            json["boards"].push_back(to_json(row));
+        print_json(std::cout, json);
+    } else {
+        print_boards(rows, request);
+    }
+    const ExitStatus status = status_of(rows);
+    if (status != ExitStatus::done)
+        tell_failure(rows.size() == 1 ? to_text(rows.front().name) + ": " : "", *rows.front().failure);
+    return status;
+}
+
+ExitStatus list_module(const Provider& provider, const ModuleName& module, const Request& request)
+{
+    const SlotRow slot = identify(provider, module);
+    if (request.json) {
+        Json json = document(provider);
+        json["slots"].push_back(to_json(slot));
+        print_json(std::cout, json);
+    } else {
+        Table table = new_table();
+        table.add(cells(slot));
+        table.print(std::cout);
+    }
+    if (!slot.failure)
+        return ExitStatus::done;
+    tell_failure(to_text(module) + ": ", *slot.failure);
+    return slot.failure->status;
+}
+
+[[noreturn]] void refuse_to_guess(const Request& request)
+{
+    throw FailureError{{.status = ExitStatus::usage,
+                        .what = "no board is named, by the command line or by MWAPIKSB",
+                        .why = "boards have a type and a number, and which types there are is not known here",
+                        .remedy = "kvn list mwc4a" + as_words(request.provider)}};
+}
+
+ExitStatus show(const Request& request)
+{
+    const Interruption interruption;
+    const bool is_module = request.what.find('/') != std::string::npos;
+    const auto module = is_module ? std::optional{parse_module_name(request.what)} : std::nullopt;
+    const auto boards = is_module ? std::nullopt : chosen_boards(request.what);
+    if (!module && !boards)
+        refuse_to_guess(request);
+    const auto provider = open_provider(request.provider);
+    return Interruption::status_after(module ? list_module(*provider, *module, request)
+                                             : list_boards(*provider, *boards, request));
+}
+
+} // namespace
+
+Action add_list(CLI::App& program)
+{
+    auto request = std::make_shared<Request>();
+    CLI::App* command = program.add_subcommand("list", "Lists boards and their modules; loads nothing");
+    command->add_option("board", request->what,
+                        "A board (mwc4a:0), a board type (mwc4a: boards 0 to 15) or a module (mwc4a:0/1, or "
+                        "mwc4a:0/1.2 for slot 2 of board 1 over board 0); default: MWAPIKSB or MWAPIJTAG");
+    add_provider_options(*command, request->provider);
+    command->add_flag("--all", request->all, "Show the boards that cannot be opened too");
+    add_json(*command, request->json);
+    add_examples(*command, {"kvn list mwc4a:0", "kvn list mwc4a --provider virtual --json"});
+    return [request] { return show(*request); };
+}
+
+} // namespace kvn

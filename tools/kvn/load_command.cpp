@@ -1,0 +1,230 @@
+// SPDX-License-Identifier: Apache-2.0
+// kvn load: loads a bitstream file into a module.
+#include "commands.h"
+#include "file/judgement.h"
+#include "interruption.h"
+#include "lines.h"
+#include "module/load.h"
+#include "module_choice.h"
+#include "progress_display.h"
+#include "provider_options.h"
+#include "report/json.h"
+#include "report/module_json.h"
+
+#include <iostream>
+#include <memory>
+
+namespace kvn
+{
+namespace
+{
+
+struct Request {
+    std::string file;
+    std::string module;
+    ProviderOptions provider;
+    bool plain = false;
+    bool compressed = false;
+    bool smallest = false;
+    bool force = false;
+    std::string device;
+    std::optional<std::string> serial_number;
+    std::optional<std::string> operator_name;
+    std::optional<std::string> station;
+    std::string progress = "auto";
+    bool json = false;
+};
+
+ModeWish mode_of(const Request& request)
+{
+    if (request.plain)
+        return ModeWish::plain;
+    if (request.compressed)
+        return ModeWish::compressed;
+    return request.smallest ? ModeWish::smallest : ModeWish::as_taken;
+}
+
+/// The command without its module, and what follows the module, as hints print them.
+std::string command_words(const Request& request)
+{
+    return "kvn load " + shell_word(request.file);
+}
+
+std::string option_words(const Request& request)
+{
+    std::string words = as_words(request.provider);
+    if (request.plain)
+        words += " --plain";
+    if (request.compressed)
+        words += " --compressed";
+    if (request.smallest)
+        words += " --smallest";
+    return words;
+}
+
+void add_fact(Lines& lines, const char* name, const std::optional<Fact<std::string>>& fact)
+{
+    if (fact)
+        lines.add(name, printable(fact->value));
+}
+
+std::string load_words(const Record& record)
+{
+    std::string words = kind_name(record.mode->value);
+    if (record.wire_bytes)
+        words += ", " + std::to_string(record.wire_bytes->value) + " bytes";
+    if (record.seconds_on_wire)
+        words += " in " + fixed(*record.seconds_on_wire, 3) + " s";
+    return words;
+}
+
+/// "configured: its FPGA runs"
+std::string state_words(const Record& record)
+{
+    std::string words{name_of(record.state)};
+    return words.append(": ").append(meaning_of(record.state));
+}
+
+std::string result_words(const Record& record)
+{
+    if (record.verdict == Verdict::configured)
+        return coloured("configured", true) + ": its FPGA runs";
+    return coloured(name_of(record.verdict), false) + "; the module is " + state_words(record);
+}
+
+void print_record(std::ostream& out, const Record& record)
+{
+    Lines lines{out};
+    const std::string identity = record.identity ? ", " + description(record.identity->value) : "";
+    lines.add("Module", printable(to_text(record.module.value) + identity));
+    const std::string part = record.part ? ", for " + record.part->value : "";
+    const std::string format = record.format ? ", " + record.format->value : "";
+    lines.add("File", printable(record.file->value + format + part));
+    add_fact(lines, "Design", record.design);
+    add_fact(lines, "Digest", record.digest);
+    add_fact(lines, "Serial number", record.serial_number);
+    if (record.mode && record.attempts != 0)
+        lines.add("Load", load_words(record));
+    lines.add("Result", result_words(record));
+}
+
+/// What failed, with the command that goes on where there is one.
+Failure with_command(Failure failure, const Request& request, const ModuleName& module)
+{
+    const std::string command = command_words(request) + " " + shell_word(to_text(module));
+    if (failure.status == ExitStatus::rehearsal)
+        failure.remedy = command + option_words(request) + " --force";
+    if (failure.status == ExitStatus::usage && request.compressed)
+        failure.remedy = command + as_words(request.provider);
+    return failure;
+}
+
+/// The engine's words begin with the file's name where they are about the file.
+std::string subject_of(const Record& record)
+{
+    const std::string& file = record.file->value;
+    const std::string module = to_text(record.module.value) + ": ";
+    return record.failure->what.starts_with(file + ": ") ? module : module + file + ": ";
+}
+
+void tell_outcome(const Record& record, bool json)
+{
+    if (!record.failure)
+        return;
+    tell_failure(subject_of(record), *record.failure);
+    // The report says it otherwise.
+    if (json)
+        tell(to_text(record.module.value) + ": the module is " + state_words(record));
+}
+
+Json document(const Record& record)
+{
+    Json json = json_document("record");
+    if (record.failure)
+        json["error"] = failure_json(*record.failure)["error"];
+    json.update(to_json(record));
+    return json;
+}
+
+ExitStatus load_file(const Request& request)
+{
+    const auto named =
+        request.module.empty() ? std::nullopt : std::optional{parse_module_name(request.module)};
+    const Input file = Input::from_path(request.file);
+    const auto provider = open_provider(request.provider);
+    const ModuleName module =
+        named ? *named : only_module(*provider, command_words(request), option_words(request));
+
+    LoadControl control;
+    const Interruption interruption{&control};
+    ProgressDisplay display{progress_style(request.progress), printable(to_text(module)),
+                            printable(request.file)};
+    control.on_progress = [&display](const Progress& progress) { display.show(progress); };
+    Record record = load(*provider,
+                         {.module = module,
+                          .file = &file,
+                          .mode = mode_of(request),
+                          .force = request.force,
+                          .device = request.device,
+                          .serial_number = request.serial_number,
+                          .operator_name = request.operator_name,
+                          .station = request.station},
+                         control);
+    display.end(record);
+    if (record.failure)
+        record.failure = with_command(*record.failure, request, module);
+
+    if (request.json)
+        print_json(std::cout, document(record));
+    else
+        print_record(std::cout, record);
+    tell_outcome(record, request.json);
+    return Interruption::status_after(record.exit_status());
+}
+
+void add_modes(CLI::App& command, Request& request)
+{
+    CLI::Option* plain = command.add_flag("--plain", request.plain, "Load without compression");
+    CLI::Option* compressed =
+        command.add_flag("--compressed", request.compressed, "Load compressed, or not at all");
+    CLI::Option* smallest = command.add_flag("--smallest", request.smallest,
+                                             "Load in the mode that sends fewer bytes; default: compressed "
+                                             "where the module takes it");
+    plain->excludes(compressed)->excludes(smallest);
+    compressed->excludes(smallest);
+}
+
+} // namespace
+
+Action add_load(CLI::App& program)
+{
+    auto request = std::make_shared<Request>();
+    CLI::App* command = program.add_subcommand("load", "Loads a bitstream file into a module");
+    command
+        ->add_option("file", request->file,
+                     "The RBT, BIT or MCB file, or the same packed by gzip, xz or zstd; - for standard input")
+        ->required();
+    command->add_option(
+        "module", request->module,
+        "Board type, board and slot: mwc4a:0/1, or mwc4a:0/1.2 for slot 2 of board 1 over the "
+        "bus of board 0; default: the only module on the board of MWAPIKSB or MWAPIJTAG");
+    add_modes(*command, *request);
+    command->add_flag("--force", request->force, "Load a file that cannot be judged; never another device's");
+    command->add_option("--device", request->device, "The device that the module must have, 2v3000fg676-4");
+    command->add_option("--serial", request->serial_number, "The module's serial number, for the record");
+    command->add_option("--operator", request->operator_name, "Who loads, for the record");
+    command->add_option("--station", request->station, "Where, for the record");
+    command
+        ->add_option("--progress", request->progress,
+                     "What standard error shows: auto, bar, lines or none; auto is a bar on a terminal, else "
+                     "lines")
+        ->check(one_of({"auto", "bar", "lines", "none"}))
+        ->default_str("auto");
+    add_provider_options(*command, request->provider);
+    add_json(*command, request->json);
+    add_examples(*command,
+                 {"kvn load design.bit mwc4a:0/1", "kvn load design.rbt mwc4a:0/1 --smallest --json"});
+    return [request] { return load_file(*request); };
+}
+
+} // namespace kvn

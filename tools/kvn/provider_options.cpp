@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which provider a command uses.
+#include "provider_options.h"
+
+#include "streams.h"
+
+#include <cstdlib>
+
+namespace kvn
+{
+namespace
+{
+
+constexpr const char* VIRTUAL = "virtual";
+
+/// A rack is one of virtual carriers: who names it asks for them.
+std::string name_of(const ProviderOptions& options)
+{
+    if (!options.provider.empty())
+        return options.provider;
+    const char* wish = std::getenv("KVN_MWAPI"); // NOLINT(concurrency-mt-unsafe): the only thread
+    if (wish != nullptr && *wish != '\0')
+        return wish;
+    return options.rack.empty() ? "" : VIRTUAL;
+}
+
+} // namespace
+
+void add_provider_options(CLI::App& command, ProviderOptions& options)
+{
+    command.add_option("--provider", options.provider,
+                       "The library with the Mw... functions, virtual, or replay:FILE; default: KVN_MWAPI");
+    command.add_option("--rack", options.rack,
+                       "The TOML file that describes the virtual boards; default: MWVIRTUAL_RACK");
+}
+
+std::string as_words(const ProviderOptions& options)
+{
+    std::string words;
+    if (!options.provider.empty())
+        words += " --provider " + shell_word(options.provider);
+    if (!options.rack.empty())
+        words += " --rack " + shell_word(options.rack);
+    return words;
+}
+
+std::shared_ptr<Provider> open_provider(const ProviderOptions& options)
+{
+    if (!options.rack.empty())
+        (void)setenv("MWVIRTUAL_RACK", options.rack.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+    auto provider = Provider::open(name_of(options), reinterpret_cast<const void*>(&open_provider));
+    const ProviderIdentity& identity = provider->identity();
+    if (!identity.announcement.empty())
+        tell("provider " + identity.name + ": " + identity.announcement);
+    return provider;
+}
+
+} // namespace kvn

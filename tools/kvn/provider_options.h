@@ -1,0 +1,33 @@
+// SPDX-License-Identifier: Apache-2.0
+// Which provider a command uses.
+#ifndef KVN_TOOLS_KVN_PROVIDER_OPTIONS_H
+#define KVN_TOOLS_KVN_PROVIDER_OPTIONS_H
+
+#include "module/provider.h"
+
+#include <CLI/CLI.hpp>
+
+#include <memory>
+#include <string>
+
+namespace kvn
+{
+
+struct ProviderOptions {
+    std::string provider; ///< empty: that of KVN_MWAPI, or the usual one
+    std::string rack;     ///< empty: that of MWVIRTUAL_RACK, or the built-in one
+};
+
+/// The options --provider and --rack.
+void add_provider_options(CLI::App& command, ProviderOptions& options);
+
+/// The same options on a command line that a hint prints, with a blank before each.
+[[nodiscard]] std::string as_words(const ProviderOptions& options);
+
+/// Opens the provider and says on standard error if it simulates.
+/// @throws FailureError
+[[nodiscard]] std::shared_ptr<Provider> open_provider(const ProviderOptions& options);
+
+} // namespace kvn
+
+#endif

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: Apache-2.0
+// What kvn writes to its two streams, and how it ends.
+#include "streams.h"
+
+#include "utility/control_characters.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <iomanip>
+#include <iostream>
+#include <sstream>
+
+namespace kvn
+{
+namespace
+{
+
+/// Whether standard output is a pipe that nobody reads any more.
+bool reader_has_gone()
+{
+    pollfd output{STDOUT_FILENO, POLLOUT, 0};
+    return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
+bool is_plain(char c)
+{
+    return std::isalnum(static_cast<unsigned char>(c)) != 0 || std::strchr("_-./:,+@%=", c) != nullptr;
+}
+
+} // namespace
+
+std::string printable(std::string_view text)
+{
+    std::string shown;
+    utility::escape_controls(text, "", [&shown](std::string_view part) { shown += part; });
+    return shown;
+}
+
+void tell(std::string_view line)
+{
+    std::cout.flush();
+    std::cerr << "kvn: " << printable(line) << '\n';
+}
+
+void tell_failure(const std::string& subject, const Failure& failure)
+{
+    tell(subject + failure.what);
+    if (!failure.why.empty())
+        std::cerr << "why: " << printable(failure.why) << '\n';
+    std::istringstream remedies{failure.remedy};
+    for (std::string remedy; std::getline(remedies, remedy);)
+        std::cerr << "try: " << printable(remedy) << '\n';
+}
+
+bool shows_colours()
+{
+    const char* refused = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): the only thread
+    return (refused == nullptr || *refused == '\0') && isatty(STDOUT_FILENO) != 0;
+}
+
+std::string coloured(const std::string& text, bool is_good)
+{
+    if (!shows_colours())
+        return text;
+    return (is_good ? "\x1B[32m" : "\x1B[31m") + text + "\x1B[0m";
+}
+
+std::string shell_word(const std::string& word)
+{
+    if (!word.empty() && std::ranges::all_of(word, is_plain))
+        return word;
+    std::string quoted = "'";
+    for (const char c : word)
+        quoted += c == '\'' ? std::string{"'\\''"} : std::string{c};
+    return quoted + "'";
+}
+
+std::string fixed(double number, int digits)
+{
+    std::ostringstream text;
+    text << std::fixed << std::setprecision(digits) << number;
+    return text.str();
+}
+
+ExitStatus finish_output(ExitStatus status)
+{
+    errno = 0;
+    std::cout.flush();
+    if (std::cout.good() || reader_has_gone())
+        return status;
+    const int problem = errno;
+    std::string words = "cannot write to standard output";
+    if (problem != 0)
+        words.append(": ").append(std::strerror(problem)); // NOLINT(concurrency-mt-unsafe): the only thread
+    std::cerr << "kvn: " << words << '\n';
+    return ExitStatus::file;
+}
+
+} // namespace kvn
