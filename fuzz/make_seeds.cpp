@@ -359,6 +359,20 @@ std::string recorded_run(bool compressed, std::uint8_t status, std::uint32_t fai
     return read_file("trace");
 }
 
+/// Calls of the C interface, as targets/c_interface.cpp reads them: a handle and a call, then their choices.
+void seed_calls()
+{
+    const std::string open = "\x01\x00\x00\x00\x00"s;
+    const std::string provider = "\x00\x00\x02\x00\x00\x00"s;
+    const std::string file = "\x00\x00\x03\x00\x00\x00"s;
+    seed("c_interface", "empty", "");
+    seed("c_interface", "open", open);
+    seed("c_interface", "provider", open + provider);
+    for (char call = 0; call < 18; ++call)
+        seed("c_interface", "call_" + std::to_string(call),
+             open + provider + file + "\x00\x00"s + call + std::string(24, '\0') + open);
+}
+
 void seed_traces()
 {
     constexpr std::uint8_t configured = 5;
@@ -392,6 +406,7 @@ int main(int argc, char** argv)
     seed_inputs();
     seed_racks();
     seed_conversions();
+    seed_calls();
     seed_traces();
 #endif
     return 0;
