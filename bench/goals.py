@@ -58,7 +58,8 @@ MEDIUM_BITS = 10_000_000
 LARGEST_DEVICE_BITS = 34_292_768
 HUGE_BITS = 342_927_680
 
-# A load by kvn beyond one by KVN_FPGA: instructions per byte sent, as each piece of 8 passes the thread's platform and
-# the wire that counts it, and KiB of heap and stack.
-KVN_LOAD = 7.0
+# A load by kvn against one by KVN_FPGA: instructions with virtual carriers as a multiple; instructions per byte sent
+# beyond KVN_FPGA's, as each piece of 8 passes the thread's platform and the wire that counts it; KiB of heap and stack.
+KVN_LOAD = 1.05
+KVN_LOAD_BYTE = 7.0
 KVN_LOAD_MEMORY = 3 * 1024

@@ -416,6 +416,26 @@ TEST_F(Load, CancelledBeforehandSendsNothing)
     EXPECT_EQ(rack.calls(), 0U);
 }
 
+TEST_F(Load, WithdrawnBeforehandSendsNothing)
+{
+    put(module_with(DEVICE));
+    control.withdraw();
+    const Record record = load(good);
+    EXPECT_EQ(record.verdict, Verdict::cancelled);
+    EXPECT_EQ(record.state, ModuleState::untouched);
+    EXPECT_EQ(record.exit_status(), ExitStatus::cancelled);
+    EXPECT_EQ(rack.calls(), 0U);
+}
+
+TEST_F(Load, WithdrawnWhileItRunsRunsToItsEnd)
+{
+    put(module_with(DEVICE));
+    control.on_progress = [&](const Progress&) { control.withdraw(); };
+    const Record record = load(good);
+    EXPECT_EQ(record.verdict, Verdict::configured);
+    EXPECT_TRUE(contents().finished);
+}
+
 TEST_F(Load, CancelledFromTheCallbackStopsAtTheNextCall)
 {
     put(module_with(DEVICE));
