@@ -2,8 +2,9 @@
 // What the commands of kvn share in reading the command line.
 #include "command_line.h"
 
+#include "config/nearest_word.h"
+
 #include <algorithm>
-#include <numeric>
 
 namespace kvn
 {
@@ -13,25 +14,10 @@ namespace
 constexpr Adder all_subcommands[] = {add_list, add_load,     add_convert, add_info,  add_check,  add_digest,
                                      add_diff, add_estimate, add_explain, add_trace, add_support};
 
-/// The fewest insertions, deletions and replacements that make one word of the other.
-std::size_t distance(std::string_view from, std::string_view to)
+/// "; did you mean load?", or the end of the sentence.
+std::string did_you_mean(std::string_view word, const std::vector<std::string>& known)
 {
-    std::vector<std::size_t> row(to.size() + 1);
-    std::iota(row.begin(), row.end(), 0U);
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        std::size_t diagonal = row[0];
-        row[0] = i + 1;
-        for (std::size_t j = 0; j < to.size(); ++j) {
-            const std::size_t replaced = diagonal + (from[i] == to[j] ? 0 : 1);
-            diagonal = row[j + 1];
-            row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
-        }
-    }
-    return row.back();
-}
-
-std::string did_you_mean(const std::string& nearest)
-{
+    const std::string nearest{config::nearest_word(word, {known.begin(), known.end()})};
     return nearest.empty() ? "." : "; did you mean " + nearest + "?";
 }
 
@@ -81,8 +67,8 @@ void require_known_command(const CLI::App& program, int argc, char** argv)
         return;
     const std::vector<std::string> names = command_names(program);
     if (std::ranges::find(names, argv[1]) == names.end())
-        throw UsageError{"there is no command " + std::string{argv[1]} +
-                         did_you_mean(nearest_word(argv[1], names)) + " kvn --help lists all"};
+        throw UsageError{"there is no command " + std::string{argv[1]} + did_you_mean(argv[1], names) +
+                         " kvn --help lists all"};
 }
 
 std::string usage_problem(const CLI::App& program, const CLI::ParseError& error)
@@ -91,26 +77,11 @@ std::string usage_problem(const CLI::App& program, const CLI::ParseError& error)
     const std::string help = given.empty() ? "kvn --help" : "kvn " + given.front()->get_name() + " --help";
     const std::string option = unknown_option(program);
     if (!option.empty())
-        return "there is no option " + option + did_you_mean(nearest_word(option, option_names(program))) +
-               " " + help + " lists all";
+        return "there is no option " + option + did_you_mean(option, option_names(program)) + " " + help +
+               " lists all";
     if (given.empty())
         return "no command is given; " + help + " lists all";
     return std::string{error.what()} + "; " + help + " tells more";
-}
-
-std::string nearest_word(std::string_view word, const std::vector<std::string>& candidates)
-{
-    std::string nearest;
-    // Half of the word may differ; beyond that nothing is gained by guessing.
-    std::size_t least = std::max<std::size_t>(word.size() / 2, 1) + 1;
-    for (const std::string& candidate : candidates) {
-        const std::size_t changes = distance(word, candidate);
-        if (changes < least) {
-            least = changes;
-            nearest = candidate;
-        }
-    }
-    return nearest;
 }
 
 void add_json(CLI::App& command, bool& json)
@@ -126,7 +97,7 @@ CLI::Validator one_of(std::vector<std::string> words)
     return CLI::Validator{[words = std::move(words)](const std::string& word) {
                               if (std::ranges::find(words, word) != words.end())
                                   return std::string{};
-                              return "there is no " + word + did_you_mean(nearest_word(word, words));
+                              return "there is no " + word + did_you_mean(word, words);
                           },
                           name + "}"};
 }

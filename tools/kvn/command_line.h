@@ -27,9 +27,6 @@ void require_known_command(const CLI::App& program, int argc, char** argv);
 /// What is wrong with a command line; for an unknown option with the nearest one.
 [[nodiscard]] std::string usage_problem(const CLI::App& program, const CLI::ParseError& error);
 
-/// The candidate that takes the fewest changes of single characters; empty when none is near.
-[[nodiscard]] std::string nearest_word(std::string_view word, const std::vector<std::string>& candidates);
-
 } // namespace kvn
 
 #endif

@@ -2,7 +2,7 @@
 // kvn explain: what an error number means, what it leaves behind and what to do.
 #include "commands.h"
 #include "errors/catalogue.h"
-#include "report.h"
+#include "report/errors_json.h"
 
 #include <cstdlib>
 #include <iostream>
@@ -17,23 +17,6 @@ struct Request {
     std::vector<int> numbers;
     bool json = false;
 };
-
-/// Statuses of loads are bytes; errors are numbered from 9000.
-bool is_load_status(int number)
-{
-    return number >= 0 && number <= 0xFF;
-}
-
-/// The texts that a number has: one, or two.
-std::vector<const ErrorEntry*> entries_of(int number)
-{
-    std::vector<const ErrorEntry*> found;
-    for (const ErrorSection& section : error_sections())
-        for (const ErrorEntry& entry : section.entries)
-            if (entry.number == number)
-                found.push_back(&entry);
-    return found;
-}
 
 int nearest_number(int wanted)
 {
@@ -65,13 +48,6 @@ void print_entry(const ErrorEntry& entry)
               << '\n';
 }
 
-/// What is known of a status that no virtual module gives.
-std::string_view meaning_of_status(int status)
-{
-    const VerdictEntry* verdict = find_verdict(status);
-    return verdict == nullptr ? "Virtual modules do not give this status." : verdict->meaning;
-}
-
 void print_status(int status)
 {
     const VerdictEntry* verdict = find_verdict(status);
@@ -83,37 +59,6 @@ void print_status(int status)
     std::cout << "Module:         " << name_of(state) << ": " << meaning_of(state) << '\n';
 }
 
-Json status_json(int status)
-{
-    const VerdictEntry* verdict = find_verdict(status);
-    Json json;
-    json["status"] = status;
-    json["meaning"] = plain_text(meaning_of_status(status));
-    json["remedy"] = verdict == nullptr ? Json{} : Json(plain_text(verdict->remedy));
-    json["virtual"] = verdict != nullptr;
-    json["real_modules"] = about_statuses();
-    json["success"] = status == CONFIGURED_STATUS;
-    return json;
-}
-
-Json to_json(const ErrorEntry& entry)
-{
-    const TopicEntry* topic = find_topic(entry.topic);
-    Json json;
-    json["number"] = entry.number;
-    json["text"] = entry.text;
-    json["meaning"] = plain_text(entry.meaning);
-    json["causes"] = topic == nullptr ? Json{} : Json(plain_text(topic->causes));
-    json["remedy"] = Json::array();
-    for (const std::string_view remedy : {entry.remedy, topic == nullptr ? "" : topic->remedy})
-        if (!remedy.empty())
-            json["remedy"].push_back(plain_text(remedy));
-    json["module_state"] = name_of(entry.state);
-    json["class"] = meaning_of(entry.status);
-    json["exit_status"] = static_cast<int>(entry.status);
-    return json;
-}
-
 /// One line for each number.
 void print_list()
 {
@@ -122,15 +67,6 @@ void print_list()
         for (const ErrorEntry& entry : section.entries)
             std::cout << "  " << entry.number << "  " << plain_text(entry.meaning) << '\n';
     }
-}
-
-std::vector<const ErrorEntry*> all_entries()
-{
-    std::vector<const ErrorEntry*> all;
-    for (const ErrorSection& section : error_sections())
-        for (const ErrorEntry& entry : section.entries)
-            all.push_back(&entry);
-    return all;
 }
 
 [[noreturn]] void refuse(int number)
@@ -153,33 +89,13 @@ void print_all(const std::vector<int>& numbers)
     }
 }
 
-Json explanations(const std::vector<int>& numbers)
-{
-    Json json = json_document("errors");
-    json["errors"] = Json::array();
-    json["statuses"] = Json::array();
-    for (const int number : numbers) {
-        if (is_load_status(number))
-            json["statuses"].push_back(status_json(number));
-        for (const ErrorEntry* entry : entries_of(number))
-            json["errors"].push_back(to_json(*entry));
-    }
-    if (!numbers.empty())
-        return json;
-    for (const ErrorEntry* entry : all_entries())
-        json["errors"].push_back(to_json(*entry));
-    for (const VerdictEntry& verdict : verdicts())
-        json["statuses"].push_back(status_json(verdict.status));
-    return json;
-}
-
 ExitStatus explain(const Request& request)
 {
     for (const int number : request.numbers)
         if (!is_load_status(number) && find_error(number) == nullptr)
             refuse(number);
     if (request.json)
-        print_json(std::cout, explanations(request.numbers));
+        print_json(std::cout, errors_document(request.numbers));
     else if (request.numbers.empty())
         print_list();
     else

@@ -4,8 +4,7 @@
 #include "interruption.h"
 #include "module_choice.h"
 #include "provider_options.h"
-#include "report/json.h"
-#include "report/module_json.h"
+#include "report/documents.h"
 #include "streams.h"
 #include "table.h"
 
@@ -88,15 +87,6 @@ void print_boards(const std::vector<BoardRow>& boards, const Request& request)
                   << " tells why\n";
 }
 
-Json document(const Provider& provider)
-{
-    Json json = json_document("boards");
-    json["provider"] = to_json(provider.identity());
-    json["boards"] = Json::array();
-    json["slots"] = Json::array();
-    return json;
-}
-
 /// A failure ends the command only if it leaves nothing to list.
 ExitStatus status_of(const std::vector<BoardRow>& boards)
 {
@@ -107,14 +97,10 @@ ExitStatus status_of(const std::vector<BoardRow>& boards)
 ExitStatus list_boards(const Provider& provider, const ListRequest& boards, const Request& request)
 {
     const std::vector<BoardRow> rows = list(provider, boards);
-    if (request.json) {
-        Json json = document(provider);
-        for (const BoardRow& row : rows)
-            json["boards"].push_back(to_json(row));
-        print_json(std::cout, json);
-    } else {
+    if (request.json)
+        print_json(std::cout, boards_document(provider.identity(), rows));
+    else
         print_boards(rows, request);
-    }
     const ExitStatus status = status_of(rows);
     if (status != ExitStatus::done)
         tell_failure(rows.size() == 1 ? to_text(rows.front().name) + ": " : "", *rows.front().failure);
@@ -125,9 +111,7 @@ ExitStatus list_module(const Provider& provider, const ModuleName& module, const
 {
     const SlotRow slot = identify(provider, module);
     if (request.json) {
-        Json json = document(provider);
-        json["slots"].push_back(to_json(slot));
-        print_json(std::cout, json);
+        print_json(std::cout, slot_document(provider.identity(), slot));
     } else {
         Table table = new_table();
         table.add(cells(slot));

@@ -8,8 +8,7 @@
 #include "module_choice.h"
 #include "progress_display.h"
 #include "provider_options.h"
-#include "report/json.h"
-#include "report/module_json.h"
+#include "report/documents.h"
 
 #include <iostream>
 #include <memory>
@@ -137,15 +136,6 @@ void tell_outcome(const Record& record, bool json)
         tell(to_text(record.module.value) + ": the module is " + state_words(record));
 }
 
-Json document(const Record& record)
-{
-    Json json = json_document("record");
-    if (record.failure)
-        json["error"] = failure_json(*record.failure)["error"];
-    json.update(to_json(record));
-    return json;
-}
-
 ExitStatus load_file(const Request& request)
 {
     const auto named =
@@ -175,7 +165,7 @@ ExitStatus load_file(const Request& request)
         record.failure = with_command(*record.failure, request, module);
 
     if (request.json)
-        print_json(std::cout, document(record));
+        print_json(std::cout, record_document(record));
     else
         print_record(std::cout, record);
     tell_outcome(record, request.json);

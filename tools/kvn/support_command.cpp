@@ -8,7 +8,7 @@
 #include "lines.h"
 #include "module_choice.h"
 #include "provider_options.h"
-#include "report/json.h"
+#include "report/documents.h"
 #include "report/module_json.h"
 
 #include <algorithm>
@@ -119,13 +119,7 @@ void add_boards(std::vector<Part>& parts, const Request& request, const ListRequ
     const std::string listed = document_of([&] {
         const auto provider = open_provider(request.provider);
         identity = provider->identity();
-        Json json = json_document("boards");
-        json["provider"] = to_json(*identity);
-        json["boards"] = Json::array();
-        json["slots"] = Json::array();
-        for (const BoardRow& row : list(*provider, boards))
-            json["boards"].push_back(to_json(row));
-        return json;
+        return boards_document(*identity, list(*provider, boards));
     });
     const std::string name =
         boards.board ? to_text(BoardName{boards.board_type, *boards.board}) : boards.board_type;
