@@ -137,7 +137,7 @@ enum kvn_state {
 
 // Versions.
 
-/// @return the version of the library, such as "2.7.0"; static. Never fails; any thread.
+/// @return the version of libkvn, such as "1.0.0", which is that of kvn too; static. Never fails; any thread.
 KVN_API const char* kvn_version(void);
 
 /// @return the KVN_INTERFACE_VERSION that the library was built with: it has all functions and structures of

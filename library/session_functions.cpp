@@ -2,6 +2,7 @@
 // kvn.h: versions, sessions, what calls leave, the provider.
 #include "call.h"
 #include "report/documents.h"
+#include "version.h"
 
 #include <cstdlib>
 #include <new>
@@ -92,7 +93,7 @@ using namespace kvn::c_interface;
 
 const char* kvn_version(void)
 {
-    return KVN_VERSION;
+    return kvn::TOOL_VERSION;
 }
 
 int kvn_interface_version(void)

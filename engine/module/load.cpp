@@ -7,6 +7,7 @@
 #include "formats/device_match.h"
 #include "module/bus_session.h"
 #include "module/host.h"
+#include "version.h"
 
 #include <algorithm>
 
@@ -120,7 +121,7 @@ void LoadRun::note_circumstances()
     record_.station = given(request_.station);
     record_.device = given(if_any(request_.device));
     record_.host = observed(host_name());
-    record_.tool_version = KVN_VERSION;
+    record_.tool_version = TOOL_VERSION;
     record_.provider = provider_.identity();
 }
 

@@ -16,9 +16,6 @@
 namespace kvn
 {
 
-/// Of kvn, its documents and its C interface.
-inline constexpr const char* TOOL_VERSION = "1.0.0";
-
 /// A command line that can be parsed, and asks for what there is not.
 class UsageError : public std::runtime_error
 {

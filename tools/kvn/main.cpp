@@ -6,6 +6,7 @@
 #include "report/json.h"
 #include "streams.h"
 #include "utility/standard_streams.h"
+#include "version.h"
 
 #include <csignal>
 #include <iostream>

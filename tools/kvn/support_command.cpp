@@ -10,6 +10,7 @@
 #include "provider_options.h"
 #include "report/documents.h"
 #include "report/module_json.h"
+#include "version.h"
 
 #include <algorithm>
 #include <cctype>

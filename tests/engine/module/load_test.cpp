@@ -192,7 +192,7 @@ TEST_F(Load, RecordsTheFactsWithTheirSources)
     EXPECT_EQ(record.serial_number, (Fact<std::string>{"S17", Source::given}));
     EXPECT_EQ(record.operator_name, (Fact<std::string>{"Jo", Source::given}));
     EXPECT_EQ(record.station, std::nullopt);
-    EXPECT_EQ(record.tool_version, KVN_VERSION);
+    EXPECT_EQ(record.tool_version, "1.0.0");
     EXPECT_EQ(record.provider, provider.identity());
 }
 
