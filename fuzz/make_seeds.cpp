@@ -338,6 +338,35 @@ void seed_conversions()
                      std::string{format, way} + content);
 }
 
+/// A state of the module in slot 1 as a file, a zero byte, and the bits.
+std::string rack_state(const std::string& command, const std::string& digest, int loads,
+                       const std::string& holding, const std::string& verdict, const std::string& message,
+                       const std::string& bits)
+{
+    return R"({"board":0,"board_type":"mwc4a","bytes":)" + std::to_string(bits.size()) +
+           ",\"command\":" + command + R"(,"device":"2v3000fg676-4","digest":)" + digest +
+           ",\"loads\":" + std::to_string(loads) + ",\"message\":" + message +
+           R"(,"reason":"","slot":1,"state":")" + holding + "\",\"verdict\":" + verdict +
+           ",\"version\":1}\n\0"s + bits;
+}
+
+void seed_rack_states()
+{
+    const std::string of_nothing = "\"e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855\"";
+    const std::string of_abc = "\"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad\"";
+    const std::string message = R"({"board":0,"board_type":"mwc4a","process":7})";
+    seed("rack_state", "empty", rack_state("null", "null", 0, "empty", "null", "null", ""));
+    seed("rack_state", "part", rack_state("3", "null", 2, "part of its data", "null", "null", "abc"));
+    seed("rack_state", "left", rack_state("13", "null", 2, "part of its data", "null", message, "abc"));
+    seed("rack_state", "refused", rack_state("3", of_nothing, 1, "refused", "1", "null", ""));
+    seed("rack_state", "running", rack_state("13", of_abc, 1, "running", "5", "null", "abc"));
+    seed("rack_state", "ones", rack_state("3", of_abc, 1, "running", "5", "null", "abc\xFF"));
+    seed("rack_state", "other_bits", rack_state("3", of_abc, 1, "running", "5", "null", "abd"));
+    seed("rack_state", "bytes_as_text", R"({"board":0,"board_type":{"hex":"6D"},"slot":1,"version":1})");
+    seed("rack_state", "no_state", "[]");
+    seed("rack_state", "no_files", "");
+}
+
 /// The trace of a run that configures slot 1 from good.rbt, with this verdict.
 std::string recorded_run(bool compressed, std::uint8_t status, std::uint32_t failing_open = 0)
 {
@@ -407,6 +436,7 @@ int main(int argc, char** argv)
     seed_racks();
     seed_conversions();
     seed_calls();
+    seed_rack_states();
     seed_traces();
 #endif
     return 0;

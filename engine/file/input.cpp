@@ -4,8 +4,8 @@
 
 #include "errors/failure.h"
 #include "file/memory_file.h"
-#include "file/sha256.h"
 #include "file/unpacking.h"
+#include "hashing/sha256.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -119,7 +119,7 @@ private:
     std::vector<std::uint8_t> head_; // until it tells the packing
     bool begun_ = false;
     std::unique_ptr<Unpacker> unpacker_;
-    Sha256 sum_;
+    hashing::Sha256 sum_;
     Input::Stored stored_;
 };
 

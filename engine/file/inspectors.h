@@ -3,9 +3,9 @@
 #ifndef KVN_ENGINE_FILE_INSPECTORS_H
 #define KVN_ENGINE_FILE_INSPECTORS_H
 
-#include "file/configuration_digest.h"
 #include "file/inspection.h"
 #include "formats/run_coding.h"
+#include "hashing/configuration_digest.h"
 #include "support/owned.h"
 
 #include <memory>
@@ -29,7 +29,7 @@ public:
 private:
     Inspection& inspection_;
     DataTaker* taker_;
-    ConfigurationDigest digest_;
+    hashing::ConfigurationDigest digest_;
     std::unique_ptr<fpga::ConfigurationPort> port_;
     RunEncoder runs_;
 };

@@ -27,6 +27,9 @@ std::shared_ptr<Rack> rack_of_environment()
         const std::string keep_folder = folder_of_environment();
         rack = described ? read_rack_file(path, keep_folder)
                          : read_rack(builtin_rack_text(), "built-in rack", keep_folder);
+        rack->keep_state_in(state_folder_of_environment());
+        if (const std::string problem = rack->state_problem(); !problem.empty())
+            (void)std::fprintf(stderr, "mwvirtual: %s\n", problem.c_str());
     } catch (const RackError& error) {
         (void)std::fprintf(stderr, "mwvirtual: %s\n", error.what());
         rack = Rack::broken(error.what());

@@ -62,6 +62,8 @@ std::string own_text(std::uint32_t code)
         return "the message is empty";
     case KEEP_FAILED:
         return "the file of a load cannot be kept";
+    case STATE_FAILED:
+        return "the state of a module cannot be read or kept";
     default:
         return "error " + hexadecimal(code);
     }

@@ -235,9 +235,10 @@ std::array<std::uint32_t, 5> ModuleModel::info_words() const
     return words;
 }
 
-void ModuleModel::begin_message(unsigned bus_board)
+void ModuleModel::begin_message(unsigned bus_board, StoredMessage* stored)
 {
     receiving_ = true;
+    stored_ = stored;
     bus_board_ = bus_board;
     header_bytes_ = 0;
 }
@@ -268,9 +269,14 @@ void ModuleModel::note_received(std::span<const std::uint8_t> bytes)
         append(contents_.received, bytes);
 }
 
+bool ModuleModel::is_load_type(std::uint32_t type)
+{
+    return type == PLAIN_LOAD || type == COMPRESSED_LOAD;
+}
+
 bool ModuleModel::is_load() const
 {
-    return header_bytes_ != 0 && (header_[0] == PLAIN_LOAD || header_[0] == COMPRESSED_LOAD);
+    return header_bytes_ != 0 && is_load_type(header_[0]);
 }
 
 // A load stops the FPGA before its first byte.
@@ -280,6 +286,8 @@ void ModuleModel::begin_load()
     contents_.compressed = header_[0] == COMPRESSED_LOAD;
     run_count_.reset();
     port_ = device_ != nullptr ? fpga::make_port(*device_) : nullptr;
+    if (stored_ != nullptr)
+        contents_.loads = stored_->begin_load(contents_.compressed);
 }
 
 void ModuleModel::take_load_data(std::span<const std::uint8_t> bytes)
@@ -314,17 +322,28 @@ void ModuleModel::configure(std::span<const std::uint8_t> bytes)
         append(contents_.configuration, bytes);
     if (port_ != nullptr)
         port_->take(bytes);
+    if (stored_ != nullptr)
+        stored_->take(bytes);
 }
 
 std::optional<Message> ModuleModel::end_message()
 {
     receiving_ = false;
-    return answer();
+    StoredMessage* const stored = std::exchange(stored_, nullptr);
+    std::optional<Message> reply = answer();
+    if (stored == nullptr)
+        return reply;
+    if (contents_.finished && is_load())
+        stored->judge(contents_.verdict, contents_.reason);
+    stored->end();
+    return reply;
 }
 
 void ModuleModel::drop_message()
 {
     receiving_ = false;
+    if (StoredMessage* const stored = std::exchange(stored_, nullptr); stored != nullptr)
+        stored->end();
 }
 
 // Processor modules do not take part in this protocol.

@@ -4,6 +4,7 @@
 #define MWVIRTUAL_MODULE_MODEL_H
 
 #include "configuration_port.h"
+#include "state_store.h"
 #include "virtual_carrier.h"
 
 #include <map>
@@ -34,14 +35,21 @@ public:
     [[nodiscard]] std::array<std::uint32_t, 5> info_words() const;
     [[nodiscard]] bool busy() const { return receiving_; }
 
+    [[nodiscard]] const std::string& device_name() const { return settings_.device_name; }
+    [[nodiscard]] bool keeps_data() const { return settings_.keep_data; }
+
     /// Begins a message over the bus of the board with this number.
-    void begin_message(unsigned bus_board);
+    /// @param stored keeps the state of the module until the message ends; null if it is not kept. Then no
+    ///               operation throws StateError.
+    void begin_message(unsigned bus_board, StoredMessage* stored = nullptr);
     void take(std::span<const std::uint8_t> bytes);
     /// Ends the message.
     /// @return the module's reply, if it has one
     std::optional<Message> end_message();
     /// Drops an incomplete message.
     void drop_message();
+    /// Whether a message that begins with this byte is a load.
+    [[nodiscard]] static bool is_load_type(std::uint32_t type);
 
     [[nodiscard]] const Contents& contents() const { return contents_; }
     /// The name of the file for the last message's configuration bytes; empty if they are not to be kept.
@@ -72,6 +80,7 @@ private:
     Contents contents_;
 
     bool receiving_ = false;
+    StoredMessage* stored_ = nullptr;
     unsigned bus_board_ = 0;
     std::size_t header_bytes_ = 0;
     std::array<std::uint8_t, HEADER_SIZE> header_{};

@@ -43,6 +43,7 @@ bool is_misuse(std::uint32_t code)
     case NOT_ON_BUS:
     case NO_REPLY:
     case KEEP_FAILED:
+    case STATE_FAILED:
         return false;
     default:
         return true;
@@ -54,6 +55,12 @@ bool is_misuse(std::uint32_t code)
 std::string folder_of_environment()
 {
     const char* folder = std::getenv("MWVIRTUAL_KEEP"); // NOLINT(concurrency-mt-unsafe)
+    return folder == nullptr ? "" : folder;
+}
+
+std::string state_folder_of_environment()
+{
+    const char* folder = std::getenv("MWVIRTUAL_STATE"); // NOLINT(concurrency-mt-unsafe)
     return folder == nullptr ? "" : folder;
 }
 
@@ -93,6 +100,26 @@ void Rack::keep_files_in(std::string folder)
     keep_folder_ = std::move(folder);
 }
 
+void Rack::keep_state_in(const std::string& folder)
+{
+    const std::lock_guard lock{mutex_};
+    store_.reset();
+    state_problem_.clear();
+    if (folder.empty())
+        return;
+    try {
+        store_ = std::make_unique<StateStore>(folder);
+    } catch (const StateError& error) {
+        state_problem_ = error.what();
+    }
+}
+
+std::string Rack::state_problem() const
+{
+    const std::lock_guard lock{mutex_};
+    return state_problem_;
+}
+
 void Rack::plan(PlannedFailure failure)
 {
     const std::lock_guard lock{mutex_};
@@ -107,7 +134,39 @@ Contents Rack::contents(const BoardName& name, unsigned slot) const
     const BoardState* board = find_board(name);
     if (board == nullptr || slot < 1 || slot > SLOTS || board->slots[slot - 1] == nullptr)
         return {};
-    return board->slots[slot - 1]->contents();
+    const ModuleModel& module = *board->slots[slot - 1];
+    if (store_ == nullptr || module.busy())
+        return module.contents();
+    try {
+        return stored_contents({name, slot}, module);
+    } catch (const StateError& error) {
+        throw RackError{error.what()};
+    }
+}
+
+/// What the module holds now, which may be the load of another process. What was received is known only here.
+Contents Rack::stored_contents(const ModuleName& name, const ModuleModel& module) const
+{
+    StateStore::Held held = store_->read_all(name);
+    if (held.state.holding == Holding::nothing || held.state.device != module.device_name())
+        return {};
+    Contents contents{.loads = static_cast<std::size_t>(held.state.loads)};
+    contents.finished = held.state.verdict.has_value();
+    contents.compressed = held.state.compressed;
+    contents.done = held.state.holding == Holding::running;
+    contents.verdict = held.state.verdict.value_or(contents.verdict);
+    contents.reason = std::move(held.state.reason);
+    contents.configuration_bytes = held.state.bytes;
+    if (module.keeps_data())
+        contents.configuration = std::move(held.configuration);
+    const Contents& own = module.contents();
+    if (own.loads == contents.loads && own.finished == contents.finished &&
+        own.configuration_bytes == contents.configuration_bytes &&
+        own.configuration == contents.configuration) {
+        contents.received = own.received;
+        contents.received_bytes = own.received_bytes;
+    }
+    return contents;
 }
 
 std::vector<Call> Rack::journal() const
@@ -174,16 +233,27 @@ std::uint32_t Rack::perform(mwapi::Function function, mwapi::Values values, Acti
 }
 
 template <class Action>
+std::uint32_t Rack::attempt(Action action)
+{
+    try {
+        return action();
+    } catch (const StateError& error) {
+        state_failure_ = error.what();
+        return STATE_FAILED;
+    }
+}
+
+template <class Action>
 std::uint32_t Rack::carry_out(mwapi::Function function, mwapi::Values values, Action action)
 {
     if (!keep_journal_) {
-        const std::uint32_t result = action();
+        const std::uint32_t result = attempt(action);
         if (result != SUCCESS)
             note_misuse(function, values, result);
         return result;
     }
     const unsigned handle = handle_in(function, values);
-    const std::uint32_t result = action();
+    const std::uint32_t result = attempt(action);
     if (result != SUCCESS)
         note_misuse(function, values, result);
     note(function, values, handle, result);
@@ -307,14 +377,45 @@ std::uint32_t Rack::find_place(const OpenDevice& device, std::uint32_t board, st
         return SUCCESS;
     }
     for (std::size_t i = 0; i < boards_.size(); ++i) {
-        const BoardSettings& settings = boards_[i]->settings;
-        const bool reached = std::ranges::find(settings.reached_over, opened) != settings.reached_over.end();
-        if (settings.name.number == board && reached) {
+        if (boards_[i]->settings.name.number == board && is_reached_over(i, opened)) {
             place = {i, slot};
             return SUCCESS;
         }
     }
     return NOT_ON_BUS;
+}
+
+bool Rack::is_reached_over(std::size_t board, const BoardName& bus) const
+{
+    const std::vector<BoardName>& buses = boards_[board]->settings.reached_over;
+    return std::ranges::find(buses, bus) != buses.end();
+}
+
+// The system closes what a killed process had open, and closing drops an open message.
+void Rack::drop_left_messages(const BoardName& bus)
+{
+    for (std::size_t i = 0; i < boards_.size(); ++i) {
+        if (boards_[i]->settings.name != bus && !is_reached_over(i, bus))
+            continue;
+        for (unsigned slot = 1; slot <= SLOTS; ++slot) {
+            try {
+                if (module_at({i, slot}) != nullptr)
+                    store_->drop_left_message(name_of({i, slot}), bus);
+            } catch (const StateError&) { // told when a message to this module begins, not for its neighbours
+            }
+        }
+    }
+}
+
+/// Claims the module for a message; does nothing if no state is kept.
+std::uint32_t Rack::begin_stored_message(const OpenDevice& device, const Place& place, StateStore::Sent sent,
+                                         std::unique_ptr<StoredMessage>& stored)
+{
+    if (store_ == nullptr)
+        return SUCCESS;
+    stored = store_->begin_message(name_of(place), module_at(place)->device_name(),
+                                   boards_[device.board]->settings.name, sent);
+    return stored == nullptr ? MODULE_BUSY : SUCCESS;
 }
 
 std::uint32_t Rack::find_free_module(const OpenDevice& device, std::optional<std::uint32_t> board,
@@ -385,6 +486,8 @@ std::uint32_t Rack::open(const char* board_type, std::uint16_t board_number, con
         *handle = nullptr;
         if (!mistake_.empty())
             return BAD_RACK;
+        if (!state_problem_.empty())
+            throw StateError{state_problem_};
         const BoardName name{board_type, board_number};
         const auto board =
             std::ranges::find_if(boards_, [&](const auto& each) { return each->settings.name == name; });
@@ -398,6 +501,8 @@ std::uint32_t Rack::open(const char* board_type, std::uint16_t board_number, con
         opened.number = handles_.back().number;
         opened.board = static_cast<std::size_t>(board - boards_.begin());
         opened.kind = device_name == "ksb" ? DeviceKind::ksb : DeviceKind::jtag;
+        if (store_ != nullptr && opened.kind == DeviceKind::ksb)
+            drop_left_messages(name);
         open_.push_back(std::move(opened));
         *handle = mwapi::to_handle(&handles_.back());
         return SUCCESS;
@@ -413,10 +518,11 @@ std::uint32_t Rack::close(MW_HANDLE** handle)
         OpenDevice* device = find(*handle);
         if (device == nullptr)
             return *handle == nullptr ? NULL_POINTER : UNKNOWN_HANDLE;
-        if (device->sending)
-            module_at(device->sending->place)->drop_message();
+        const std::optional<Sending> sending = std::exchange(device->sending, std::nullopt);
         open_.erase(open_.begin() + (device - open_.data()));
         *handle = nullptr;
+        if (sending)
+            module_at(sending->place)->drop_message();
         return SUCCESS;
     });
 }
@@ -434,6 +540,8 @@ std::uint32_t Rack::error_text(std::uint32_t code, char* text)
             mwapi::write_error_text(mistake_, text);
         else if (code == KEEP_FAILED && !keep_failure_.empty())
             mwapi::write_error_text(keep_failure_, text);
+        else if (code == STATE_FAILED && !state_failure_.empty())
+            mwapi::write_error_text(state_failure_, text);
         else
             mwapi::write_error_text(own_text(code), text);
         return SUCCESS;
@@ -528,9 +636,21 @@ std::uint32_t Rack::send_whole(MW_HANDLE* handle, std::uint32_t type, std::optio
     const std::array<std::uint8_t, 2> header{static_cast<std::uint8_t>(type),
                                              static_cast<std::uint8_t>(bus << 3 | 5)};
     ModuleModel& module = *module_at(place);
-    module.begin_message(bus);
-    module.take(header);
-    module.take(bytes_of(data, length));
+    std::unique_ptr<StoredMessage> stored;
+    if (ModuleModel::is_load_type(header[0])) {
+        if (const std::uint32_t code = begin_stored_message(*device, place, StateStore::Sent::whole, stored))
+            return code;
+    } else if (store_ != nullptr && store_->is_receiving(name_of(place))) {
+        return MODULE_BUSY;
+    }
+    module.begin_message(bus, stored.get());
+    try {
+        module.take(header);
+        module.take(bytes_of(data, length));
+    } catch (const StateError&) {
+        module.drop_message();
+        throw;
+    }
     spend(*device, 1, header.size() + length);
     return end_message(*device, place);
 }
@@ -595,8 +715,12 @@ std::uint32_t Rack::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint
         Place place;
         if (const std::uint32_t code = find_free_module(*device, board, slot, place))
             return code;
-        device->sending = Sending{place};
-        module_at(place)->begin_message(bus_number(*device));
+        std::unique_ptr<StoredMessage> stored;
+        if (const std::uint32_t code =
+                begin_stored_message(*device, place, StateStore::Sent::in_pieces, stored))
+            return code;
+        module_at(place)->begin_message(bus_number(*device), stored.get());
+        device->sending = Sending{place, std::move(stored)};
         spend(*device, 1, 0);
         return SUCCESS;
     });

@@ -17,12 +17,6 @@ namespace mwvirtual
 
 inline constexpr unsigned SLOTS = 4;
 
-struct BoardName {
-    std::string type;
-    std::uint16_t number = 0;
-    friend bool operator==(const BoardName&, const BoardName&) = default;
-};
-
 struct LinkFault {
     std::uint64_t after;
     bool drops;
@@ -70,8 +64,13 @@ public:
     void put_module(std::size_t board, unsigned slot, const Module* module);
     /// @param folder empty for none
     void keep_files_in(std::string folder);
+    /// The same for the state of modules. A folder that cannot be used is a problem of every open.
+    void keep_state_in(const std::string& folder);
+    /// Why that folder cannot be used; empty if it can, or if there is none.
+    [[nodiscard]] std::string state_problem() const;
     void plan(PlannedFailure failure);
 
+    /// Throws RackError if the state of the module is kept, and cannot be read.
     [[nodiscard]] Contents contents(const BoardName& name, unsigned slot) const;
     [[nodiscard]] std::vector<Call> journal() const;
     void keep_journal(bool keep);
@@ -122,6 +121,7 @@ private:
 
     struct Sending {
         Place place;
+        std::unique_ptr<StoredMessage> stored; ///< null if no state is kept
         std::uint64_t bytes = 0;
     };
     struct PlacedReply {
@@ -144,6 +144,8 @@ private:
 
     template <class Action>
     std::uint32_t perform(mwapi::Function function, mwapi::Values values, Action action);
+    template <class Action>
+    std::uint32_t attempt(Action action);
     template <class Action>
     std::uint32_t carry_out(mwapi::Function function, mwapi::Values values, Action action);
     std::uint32_t planned_result(Function function);
@@ -175,12 +177,24 @@ private:
     }
     std::uint32_t end_message(OpenDevice& device, const Place& place);
     std::uint32_t keep_file(const ModuleModel& module);
+    [[nodiscard]] ModuleName name_of(const Place& place) const
+    {
+        return {boards_[place.first]->settings.name, place.second};
+    }
+    [[nodiscard]] bool is_reached_over(std::size_t board, const BoardName& bus) const;
+    void drop_left_messages(const BoardName& bus);
+    std::uint32_t begin_stored_message(const OpenDevice& device, const Place& place, StateStore::Sent sent,
+                                       std::unique_ptr<StoredMessage>& stored);
+    [[nodiscard]] Contents stored_contents(const ModuleName& name, const ModuleModel& module) const;
     static std::uint32_t queue_reply(OpenDevice& device, const Place& place, std::optional<Message> reply);
 
     mutable std::mutex mutex_;
     std::string mistake_;
     std::string keep_folder_;
     std::string keep_failure_; ///< the words for KEEP_FAILED
+    std::unique_ptr<StateStore> store_;
+    std::string state_problem_;
+    std::string state_failure_; ///< the words for STATE_FAILED
     std::vector<std::unique_ptr<BoardState>> boards_;
     std::deque<Handle>
         handles_; ///< all ever given out: none is used twice, so that stale ones are recognised
@@ -204,6 +218,8 @@ void take_out_of_force(const std::shared_ptr<Rack>& rack);
 
 /// The folder for kept files that MWVIRTUAL_KEEP names; empty if none.
 [[nodiscard]] std::string folder_of_environment();
+/// The folder for the state of modules that MWVIRTUAL_STATE names; empty if none.
+[[nodiscard]] std::string state_folder_of_environment();
 
 } // namespace mwvirtual
 

@@ -89,6 +89,7 @@ Carrier::Carrier() : Carrier{std::make_shared<Rack>()}
 
 Carrier::Carrier(std::shared_ptr<Rack> rack) : rack_{std::move(rack)}
 {
+    rack_->keep_state_in(state_folder_of_environment());
     put_in_force(rack_);
 }
 
@@ -141,6 +142,11 @@ void Carrier::fail_call(Function function, std::uint64_t n, std::uint32_t code, 
 void Carrier::keep_folder(const std::string& path)
 {
     rack_->keep_files_in(path);
+}
+
+void Carrier::state_folder(const std::string& path)
+{
+    rack_->keep_state_in(path);
 }
 
 Contents Carrier::contents(const std::string& type, std::uint16_t number, unsigned slot) const

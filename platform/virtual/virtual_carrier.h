@@ -74,7 +74,8 @@ enum Code : std::uint32_t {
     NO_OPEN_REPLY = 0xE0000011,    ///< data or an end without a started reply
     TOO_MANY_REPLIES = 0xE0000012, ///< too many replies wait to be received
     MESSAGE_EMPTY = 0xE0000013,    ///< a message of pieces ended without any byte
-    KEEP_FAILED = 0xE0000014       ///< a load ended, but its file could not be kept; the text says why
+    KEEP_FAILED = 0xE0000014,      ///< a load ended, but its file could not be kept; the text says why
+    STATE_FAILED = 0xE0000015      ///< the state of a module cannot be read or kept; the text says why
 };
 
 /// A module's verdict on a load: the first byte of its reply.
@@ -260,7 +261,16 @@ public:
     /// The existing folder in which modules keep files (Module::keep) from the next load on; by default the
     /// one that MWVIRTUAL_KEEP named when the carrier was made. Without a folder no file can be kept.
     void keep_folder(const std::string& path);
+    /// The existing folder in which the state of the modules outlives the program; by default the one that
+    /// MWVIRTUAL_STATE named when the carrier was made. Several processes may use it at once. If it cannot be
+    /// used, every MwOpenS fails with STATE_FAILED. State belongs to board and slot, and counts only for a
+    /// module with the same device name. Set it before a board is opened.
+    /// @param path empty for none
+    void state_folder(const std::string& path);
 
+    /// The result of the last load, with a state folder also if it was one of another process; then received
+    /// is empty, and received_bytes 0. Throws RackError if the state folder holds something else than the
+    /// state of the module.
     [[nodiscard]] Contents contents(const std::string& type, std::uint16_t number, unsigned slot) const;
     /// Every call since the beginning, if the journal is kept, which is the default.
     [[nodiscard]] std::vector<Call> journal() const;

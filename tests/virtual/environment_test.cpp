@@ -86,6 +86,21 @@ TEST_F(Environment, FilesAreKeptInTheFolderThatTheUserNames)
               "mwc4a 0: 0x00000000 no error\n");
 }
 
+TEST_F(Environment, AFolderForTheStateThatIsMissingIsToldOnceAndByEveryOpening)
+{
+    Command command{RACK_PROBE, {"mwc4a", "0"}};
+    command.variables["MWVIRTUAL_STATE"] = path("none");
+    const std::string problem =
+        "the folder " + path("none") + " for the state of modules: No such file or directory";
+    EXPECT_EQ(run(command, "", Output::with_errors).output,
+              "mwvirtual: " + problem + "\nmwc4a 0: 0xE0000015 " + problem + "\n");
+    command.variables["MWVIRTUAL_STATE"] = folder.string();
+    EXPECT_EQ(run(command, "", Output::with_errors).output, "mwc4a 0: 0x00000000 no error\n");
+    EXPECT_TRUE(std::filesystem::is_empty(folder)) << "only messages to modules make files";
+    command.variables["MWVIRTUAL_STATE"] = "";
+    EXPECT_EQ(run(command, "", Output::with_errors).output, "mwc4a 0: 0x00000000 no error\n");
+}
+
 TEST_F(Environment, ATraceThatIsNoRegularFileIsToldAndTheRunGoesOn)
 {
     ASSERT_EQ(mkfifo(path("trace").c_str(), 0600), 0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "file/configuration_digest.h"
+#include "hashing/configuration_digest.h"
 
 #include "examples.h"
 #include "file/digest.h"
@@ -9,12 +9,12 @@
 
 namespace
 {
-using kvn::ConfigurationDigest;
+using hashing::ConfigurationDigest;
 using kvn::Failure;
 
 std::string plain_sum(const Bytes& data)
 {
-    kvn::Sha256 sum;
+    hashing::Sha256 sum;
     sum.take(data);
     return sum.finish();
 }

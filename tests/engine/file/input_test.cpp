@@ -4,7 +4,7 @@
 #include "examples.h"
 #include "packing.h"
 
-#include "file/sha256.h"
+#include "hashing/sha256.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -73,7 +73,7 @@ TEST_F(InputTest, KnowsTheSumOfTheFileAsItWasGiven)
     const Input input = input_of(packed, "a.gz");
     EXPECT_EQ(input.stored().size, packed.size());
     EXPECT_EQ(input.stored().packing, Packing::gzip);
-    kvn::Sha256 sum;
+    hashing::Sha256 sum;
     sum.take(as_bytes(packed));
     EXPECT_EQ(input.stored().sha256, sum.finish());
     EXPECT_EQ(content_of(input), "abc");

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // SHA-256 of bytes that come piece by piece.
-#include "file/sha256.h"
+#include "hashing/sha256.h"
 
 #include <array>
 #include <string_view>
 
-namespace kvn
+namespace hashing
 {
 
 Sha256::Sha256() // NOLINT(cppcoreguidelines-pro-type-member-init): by the call
@@ -29,4 +29,4 @@ std::string Sha256::finish()
     return text;
 }
 
-} // namespace kvn
+} // namespace hashing

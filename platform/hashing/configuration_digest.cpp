@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // The digest of configuration data that come piece by piece.
-#include "file/configuration_digest.h"
+#include "hashing/configuration_digest.h"
 
 #include <algorithm>
 #include <array>
 
-namespace kvn
+namespace hashing
 {
 namespace
 {
@@ -55,7 +55,16 @@ std::string ConfigurationDigest::finish(std::uint64_t bits)
         last_ = static_cast<std::uint8_t>(*last_ | ONES << used);
     if (last_)
         hash({&*last_, 1});
+    last_.reset();
+    ones_ = 0;
     return sum_.finish();
 }
 
-} // namespace kvn
+std::string digest_of(std::span<const std::uint8_t> configuration)
+{
+    ConfigurationDigest digest;
+    digest.take(configuration);
+    return digest.finish();
+}
+
+} // namespace hashing

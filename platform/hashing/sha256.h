@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // SHA-256 of bytes that come piece by piece.
-#ifndef KVN_ENGINE_FILE_SHA256_H
-#define KVN_ENGINE_FILE_SHA256_H
+#ifndef HASHING_SHA256_H
+#define HASHING_SHA256_H
 
 #include <nettle/sha2.h>
 
@@ -9,7 +9,7 @@
 #include <span>
 #include <string>
 
-namespace kvn
+namespace hashing
 {
 
 /// Its operations do not fail. One object is for one thread at a time.
@@ -27,6 +27,6 @@ private:
     sha256_ctx context_;
 };
 
-} // namespace kvn
+} // namespace hashing
 
 #endif
