@@ -4,7 +4,7 @@
 // A module has two files, named by its board type, board number and slot: mwc4a-0-2.json is its state, and
 // the beginning of mwc4a-0-2.bits, as long as the state says, its configuration. The state is replaced in one
 // step after the bits are written, so that a process that is killed leaves the state before or the one after.
-// Choice: docs/decisions/0040-state-of-modules.md.
+// Choice: docs/decisions/0032-state-of-modules.md.
 #ifndef MWVIRTUAL_STATE_STORE_H
 #define MWVIRTUAL_STATE_STORE_H
 
