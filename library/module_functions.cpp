@@ -286,8 +286,9 @@ using namespace kvn::c_interface;
 int kvn_list(kvn_session* session, const char* board_type, int board)
 {
     return call(session, Kind::operation, [&](Session& mine) {
-        return list_boards(
-            mine, {.board_type = text_argument(board_type, "board_type"), .board = board_argument(board)});
+        const kvn::ListRequest request{.board_type = text_argument(board_type, "board_type"),
+                                       .board = board_argument(board)};
+        return list_boards(mine, request);
     });
 }
 

@@ -292,8 +292,8 @@ std::string default_target(std::string_view source, Format format)
     if (source == STANDARD_STREAM)
         return STANDARD_STREAM;
     const auto row = std::ranges::find(FORMATS, format, &FormatWord::format);
-    const std::string_view unpacked = without_extension(source, packings);
-    return std::string{without_extension(unpacked, extensions)} + std::string{row->extension};
+    std::string target{without_extension(without_extension(source, packings), extensions)};
+    return target.append(row->extension);
 }
 
 Format format_of_word(std::string_view word)

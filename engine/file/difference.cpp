@@ -64,7 +64,8 @@ Moment moment_of(const Header& header)
     if (header.time || !header.date)
         return {header.date, header.time};
     std::istringstream words{*header.date};
-    const std::vector<std::string> parts{std::istream_iterator<std::string>{words}, {}};
+    const std::vector<std::string> parts(std::istream_iterator<std::string>{words},
+                                         std::istream_iterator<std::string>{});
     constexpr std::string_view months = "JanFebMarAprMayJunJulAugSepOctNovDec";
     if (parts.size() == 2)
         return {parts[0], parts[1]};

@@ -18,7 +18,8 @@ namespace
 void ask_slots(BusSession& session, BoardRow& row)
 {
     for (unsigned slot = FIRST_SLOT; slot <= LAST_SLOT; ++slot) {
-        SlotRow found = session.ask({.board = row.name, .slot = slot});
+        const ModuleName module{.board = row.name, .slot = slot};
+        SlotRow found = session.ask(module);
         if (found.kind == SlotKind::unknown) {
             row.failure = std::move(found.failure);
             row.slots.clear();

@@ -51,7 +51,8 @@ struct Clocks {
 };
 
 /// What goes on while a load runs. For one load at a time; it must outlive it. The members are set before the
-/// load begins; cancel(), withdraw(), is_cancelled() and progress() may be called from any thread at any time.
+/// load begins; cancel(), withdraw(), is_cancelled() and progress() may be called from any thread at any
+/// time.
 class LoadControl
 {
 public:

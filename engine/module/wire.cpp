@@ -12,16 +12,22 @@ namespace
 
 constexpr std::uint64_t NEVER = std::numeric_limits<std::uint64_t>::max();
 
+/// The provider's own function, if it has one.
+decltype(&::MwKSBSendMessageDataEx) sender_of(const mwapi::Platform& provider)
+{
+    const mwapi::Functions* functions = provider.functions();
+    return functions != nullptr ? functions->MwKSBSendMessageDataEx : nullptr;
+}
+
 } // namespace
 
-Wire::Wire(mwapi::Platform& behind, LoadControl& control) : behind_{behind}, control_{control}
+Wire::Wire(mwapi::Platform& behind, LoadControl& control)
+    : behind_{behind}, direct_{sender_of(behind)}, control_{control}
 {
     control_.bytes_ = 0;
     control_.total_ = 0;
     control_.begin_ = LoadControl::NEVER;
     control_.end_ = LoadControl::NEVER;
-    if (const mwapi::Functions* own = behind_.functions())
-        direct_ = own->MwKSBSendMessageDataEx;
     if (!control_.on_progress && !control_.on_sent)
         next_ = NEVER;
 }

@@ -87,7 +87,7 @@ private:
     void report();
 
     mwapi::Platform& behind_;
-    decltype(&::MwKSBSendMessageDataEx) direct_ = nullptr; ///< the provider's own function, if it has one
+    decltype(&::MwKSBSendMessageDataEx) direct_; ///< the provider's own function, if it has one
     LoadControl& control_;
     std::uint64_t data_calls_ = 0;
     std::uint64_t next_ = 0; ///< the count of bytes at which somebody is to be told

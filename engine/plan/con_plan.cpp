@@ -224,7 +224,7 @@ private:
             return {};
         }
         for (const std::string& each : names) {
-            const std::string near = beside(plan_.file, each);
+            std::string near = beside(plan_.file, each);
             if (files_.exists(each)) {
                 if (near != each && near != "./" + each && files_.exists(near))
                     note(each + " lies in the working directory and beside the plan; the one in the working "

@@ -12,7 +12,7 @@ namespace kvn
 namespace
 {
 
-constexpr std::int64_t LONGEST_TIMEOUT = 24 * 60 * 60;
+constexpr std::int64_t LONGEST_TIMEOUT = std::int64_t{24} * 60 * 60;
 constexpr std::int64_t MOST_RETRIES = 100;
 constexpr std::size_t LONGEST_PATH = 4095;
 constexpr std::size_t LONGEST_DEVICE = 26;

@@ -29,8 +29,7 @@ TEST(Failure, OfATopicHasItsCausesAndItsRemedyUnlessItsOwn)
                 continue;
             const Failure failure = kvn::library_failure(entry.number, "text");
             EXPECT_EQ(failure.why, kvn::plain_text(topic->causes)) << entry.number;
-            EXPECT_EQ(failure.remedy,
-                      kvn::plain_text(entry.remedy.empty() ? topic->remedy : entry.remedy))
+            EXPECT_EQ(failure.remedy, kvn::plain_text(entry.remedy.empty() ? topic->remedy : entry.remedy))
                 << entry.number;
         }
 }

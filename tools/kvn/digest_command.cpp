@@ -7,6 +7,7 @@
 
 #include <iostream>
 #include <memory>
+#include <utility>
 #include <variant>
 
 namespace kvn
@@ -42,8 +43,10 @@ Row row_of(const std::string& file)
 
 Json row_json(const Row& row)
 {
-    if (const Failure* failure = std::get_if<Failure>(&row.result))
-        return {{"error", failure_json(*failure)["error"]}, {"file", row.file}};
+    if (const Failure* failure = std::get_if<Failure>(&row.result)) {
+        Json error = failure_json(*failure)["error"];
+        return {{"error", std::move(error)}, {"file", row.file}};
+    }
     const Found& found = std::get<Found>(row.result);
     Json json = to_json(found.inspection, found.digest);
     json.erase("kvn");

@@ -2,8 +2,8 @@
 // Reports what a signal interrupted.
 #include "interruption.h"
 
-#include "errors/catalogue.h"
 #include "console.h"
+#include "errors/catalogue.h"
 
 #include <unistd.h>
 

@@ -9,8 +9,8 @@
 namespace utility
 {
 
-/// Opens closed standard streams. Otherwise the next file opened would become standard output, and the program
-/// would print into it.
+/// Opens closed standard streams. Otherwise the next file opened would become standard output, and the
+/// program would print into it.
 /// @param status that the process ends with when it cannot be done
 inline void open_missing_streams(int status)
 {

@@ -33,10 +33,11 @@ int make(const std::filesystem::path& folder)
             return 1;
         write_whole_file(folder / name, content);
     }
-    write_whole_file(folder / "rack.toml", std::string{"[[board]]\ntype = \"mwc4a\"\nnumber = 0\n"
-                                                       "[[board.slot]]\nnumber = 2\nkind = \"fpga\"\nmodel = 4\n"
-                                                       "compression = \"query\"\ndevice = \""} +
-                                               DEVICE + "\"\n");
+    write_whole_file(folder / "rack.toml",
+                     std::string{"[[board]]\ntype = \"mwc4a\"\nnumber = 0\n"
+                                 "[[board.slot]]\nnumber = 2\nkind = \"fpga\"\nmodel = 4\n"
+                                 "compression = \"query\"\ndevice = \""} +
+                         DEVICE + "\"\n");
     return 0;
 }
 
