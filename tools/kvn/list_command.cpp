@@ -40,10 +40,10 @@ std::vector<std::string> cells(const SlotRow& slot)
         row.insert(row.end(), {module.type_name(), text_of(module.model), text_of(module.version),
                                module.device.value_or(""), name_of(module.compression)});
     }
-    if (slot.failure)
+    if (slot.failure) {
         row.resize(REMARK);
-    if (slot.failure)
         row.push_back(slot.failure->what);
+    }
     return row;
 }
 
