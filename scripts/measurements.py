@@ -49,7 +49,7 @@ SECTIONS = {
     "speed": everything,
     "faults": fault_table,
     "fuzz": everything,
-    "coverage": lines_that(r"^(lines|functions|branches): "),
+    "coverage": lines_that(r"^(coverage of|lines:|functions:|branches:) "),
     "mutation": lines_that(r"^\d+ changes possible, "),
 }
 

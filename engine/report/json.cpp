@@ -115,6 +115,10 @@ const char* failure_kind(ExitStatus status)
         return "bus";
     case ExitStatus::refused:
         return "refused";
+    case ExitStatus::several:
+        return "several";
+    case ExitStatus::rehearsal:
+        return "rehearsal";
     case ExitStatus::cancelled:
         return "cancelled";
     case ExitStatus::timed_out:

@@ -71,6 +71,42 @@ TEST_F(Sessions, GiveTheLastResultAsJson)
     EXPECT_EQ(json::parse(session.json())["provider"]["name"], "virtual");
 }
 
+TEST_F(Sessions, GiveTheJsonOfAFileAsItWasRead)
+{
+    kvn_file* again = nullptr;
+    ASSERT_EQ(kvn_file_open(session, path("design.rbt").c_str(), &again), KVN_DONE)
+        << kvn_error_text(session);
+    const json read = json::parse(session.json());
+    EXPECT_EQ(read["kvn"], "file");
+    EXPECT_EQ(read["error"], nullptr);
+    EXPECT_EQ(read["file"], path("design.rbt"));
+    EXPECT_EQ(read["size"], content("design.rbt").size());
+    EXPECT_EQ(read["stored"]["packing"], "none");
+    EXPECT_EQ(kvn_file_close(again), KVN_DONE);
+}
+
+TEST_F(Sessions, Error9103IsExplainedInJsonAsInTheStructure)
+{
+    auto explanation = sized<kvn_explanation>();
+    ASSERT_EQ(kvn_explain(session, 9103, &explanation), KVN_DONE) << kvn_error_text(session);
+    EXPECT_EQ(explanation.is_answer, 0);
+    EXPECT_EQ(explanation.status, KVN_WRONG_DEVICE);
+    EXPECT_EQ(explanation.state, KVN_STATE_UNTOUCHED);
+    json error = json::parse(session.json());
+    EXPECT_EQ(error["kvn"], "errors");
+    EXPECT_EQ(error["errors"][0]["text"], explanation.text);
+    EXPECT_EQ(error["errors"][0]["meaning"], explanation.meaning);
+    EXPECT_EQ(error["errors"][0]["remedy"][0], explanation.remedy);
+
+    ASSERT_EQ(kvn_explain(session, 4, &explanation), KVN_DONE) << kvn_error_text(session);
+    EXPECT_EQ(explanation.is_answer, 1);
+    EXPECT_EQ(explanation.status, KVN_REFUSED);
+    error = json::parse(session.json());
+    EXPECT_EQ(error["errors"], json::array());
+    EXPECT_EQ(error["statuses"][0]["meaning"], explanation.meaning);
+    EXPECT_EQ(error["statuses"][0]["remedy"], explanation.remedy);
+}
+
 TEST_F(Sessions, GiveTheJsonOfAFailure)
 {
     auto difference = sized<kvn_difference>();

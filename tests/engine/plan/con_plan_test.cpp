@@ -175,6 +175,13 @@ TEST(ConPlan, TheClassicReadingTellsWhatItMakesOfOddLines)
                                          "mwc4a:0/3 video.mcb"));
 }
 
+TEST(ConPlan, AZeroByteEndsALineOfTheClassicReading)
+{
+    const kvn::Plan plan = classic(std::string{"main.rbt mwc4a 0 1\0x\nvideo mwc4a 0 2\n", 37});
+    EXPECT_THAT(told(plan), ElementsAre("rack.con:1: note: a zero byte ends the line"));
+    EXPECT_THAT(named(plan), ElementsAre("mwc4a:0/1 main.rbt", "mwc4a:0/2 video.mcb"));
+}
+
 TEST(ConPlan, TheClassicReadingTellsWhereTheRunEnds)
 {
     const kvn::Plan plan =
