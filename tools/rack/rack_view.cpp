@@ -117,8 +117,9 @@ ModuleView view_of_module(const mwvirtual::StateStore& store, const ModuleName& 
     // In this order: a message that ends in between is seen as ended, and not as left.
     const bool was_receiving = store.is_receiving(name);
     ModuleView view{store.read_all(name).state, was_receiving};
-    if (view.state.message && !was_receiving && store.is_receiving(name))
-        view.is_receiving = true;
+    // One that began in between is seen as under way.
+    if (view.state.message && !view.is_receiving)
+        view.is_receiving = store.is_receiving(name);
     return view;
 }
 
