@@ -129,9 +129,9 @@ TEST_F(DifferenceTest, NamesRegistersThatDiffer)
 {
     Data other = data;
     const std::vector<std::uint8_t> header{0x30, 0x01, 0x20, 0x01}; // one word for COR
-    const auto found = std::ranges::search(other, header);
-    ASSERT_NE(found.begin(), other.end());
-    found.begin()[7] ^= 1;
+    const auto found = std::search(other.begin(), other.end(), header.begin(), header.end());
+    ASSERT_NE(found, other.end());
+    found[7] ^= 1;
     const Difference difference = compare_with(other);
     ASSERT_EQ(difference.registers.size(), 1U);
     EXPECT_EQ(difference.registers[0].name, "COR");
