@@ -53,9 +53,11 @@ Failure too_many(const std::vector<SlotRow>& found, const std::string& command, 
     Failure failure{.status = ExitStatus::usage,
                     .what = "no module is named, and there are " + std::to_string(found.size())};
     for (const SlotRow& slot : found) {
-        failure.remedy += (failure.remedy.empty() ? "" : "\n") + command + " " + to_text(slot.name) + options;
+        std::string& remedy = failure.remedy;
+        remedy.append(remedy.empty() ? "" : "\n").append(command).append(" ").append(to_text(slot.name));
+        remedy.append(options);
         if (slot.module)
-            failure.remedy += "  # " + description(*slot.module);
+            remedy.append("  # ").append(description(*slot.module));
     }
     return failure;
 }
