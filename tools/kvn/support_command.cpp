@@ -167,6 +167,7 @@ Json document(const std::string& target, const std::vector<Part>& parts, std::si
 std::string archive_of(const std::vector<Part>& parts)
 {
     std::vector<ArchiveEntry> entries;
+    entries.reserve(parts.size());
     for (const Part& part : parts)
         entries.push_back(part.entry);
     return make_archive(entries);
