@@ -17,7 +17,7 @@ std::string file_of(const void* address)
 {
     Dl_info holder{};
     const bool found = dladdr(address, &holder) != 0 && holder.dli_fname != nullptr;
-    const std::string file = found ? holder.dli_fname : "";
+    std::string file = found ? holder.dli_fname : "";
     if (file.empty() || file.find('/') != std::string::npos)
         return file;
     // A program that PATH has led to is known by its bare name.

@@ -121,14 +121,22 @@ ExitStatus run_and_report(int argc, char** argv)
     }
 }
 
+ExitStatus run_and_flush(int argc, char** argv)
+{
+    const ExitStatus status = run_and_report(argc, argv);
+    if (std::cout.flush())
+        return status;
+    std::cerr << "kvn_rack: cannot write to standard output\n";
+    return ExitStatus::file;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const ExitStatus status = run_and_report(argc, argv);
-    if (!std::cout.flush()) {
-        std::cerr << "kvn_rack: cannot write to standard output\n";
-        return static_cast<int>(ExitStatus::file);
+    try {
+        return static_cast<int>(run_and_flush(argc, argv));
+    } catch (...) {
+        return static_cast<int>(ExitStatus::internal); // not even the failure could be told
     }
-    return static_cast<int>(status);
 }
