@@ -178,6 +178,8 @@ private:
                 journals_.back().header = journal_header(file);
                 ++history_.journals;
                 scan.run();
+            } else if (!file.damage()) {
+                report_line(name, 1, "it has no end");
             }
         } catch (const EventError& error) {
             report_line(name, file.number(), error.what());
