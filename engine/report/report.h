@@ -5,26 +5,19 @@
 
 #include "module/record.h"
 #include "report/json.h"
+#include "run/event.h"
+#include "run/journal_reader.h"
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
 namespace kvn
 {
-
-/// What a journal says. Nothing in it is trusted: a member of another type than the journal's format gives it
-/// is as good as missing.
-struct RunLog {
-    std::string name;             ///< the journal's file, for people
-    Json header = Json::object(); ///< the first line
-    std::vector<Json> events;     ///< the lines after it, in their order; unknown ones are ignored
-    std::vector<std::string> doubts =
-        {}; ///< why the journal is not to be trusted: a changed line, a torn end
-};
 
 /// A module that was loaded, or should have been, on one host.
 struct ReportRow {
@@ -63,12 +56,14 @@ struct ReportBus {
 /// A run, as its journal has it.
 struct ReportRun {
     std::string journal; ///< name of the file
-    std::string host;
-    Json header;
-    std::vector<std::string> tools;     ///< versions that wrote header and records: "kvn 1.0.0"
+    JournalHeader header;
+    std::vector<std::string> tools;     ///< that wrote journal and records: "kvn 1.0.0"
     std::vector<std::string> providers; ///< "virtual", "libmwapi.so 2.1 (/usr/lib/libmwapi.so)"
     std::vector<ReportBus> buses;       ///< those with a load whose times are known
-    std::optional<int> status; ///< exit status by the last line; null: the run goes on, or was killed
+    std::size_t modules = 0;            ///< of its plan
+    std::optional<int> status;          ///< how it ended; null: it goes on, or was killed
+    bool goes_on = false;               ///< the journal is being written
+    /// Why not to trust the journal, or not all of it: a changed line, a torn end. Sentences.
     std::vector<std::string> doubts;
 };
 
@@ -83,8 +78,6 @@ struct ReportFile {
     std::size_t modules = 0;
 };
 
-inline constexpr std::size_t VERDICTS = 6;
-
 struct Report {
     std::vector<ReportRun> runs;          ///< by begin
     std::vector<ReportRow> rows;          ///< one for each host and module, by host, bus, board and slot
@@ -92,22 +85,32 @@ struct Report {
     std::vector<std::size_t> file_of_row; ///< index into `files` for each row; files.size(): none is known
 
     /// Rows with each verdict, in the order of Verdict.
-    [[nodiscard]] std::array<std::size_t, VERDICTS> counts() const;
+    [[nodiscard]] VerdictCounts counts() const;
     /// Rows of simulated boards.
     [[nodiscard]] std::size_t simulated() const;
     /// The hosts of the rows, in their order.
     [[nodiscard]] std::vector<std::string> hosts() const;
 };
 
-/// Merges runs, of one host or several, resumed ones too.
+/// Merges the journals of runs, of one host or several, of resumed runs too. Nothing that a record says is
+/// trusted to have the type that it should have.
 ///
 /// The runs are put in the order of their begin. For each host and module the last record counts, and the
 /// attempts of all runs are added up. A module that is only planned is `not tried`, and never takes the place
-/// of a record. A module whose last load has no end has the verdict `failed` and the state `interrupted`.
-/// A journal that is given twice, or of which an older copy is given, counts once.
-/// @return a report that depends on the runs only, not on the time or the order of the arguments
+/// of a record. A module whose last load has no end has the verdict `failed` and the state `interrupted`. A
+/// journal that is given twice, or also as an older copy, counts once.
+/// @return a report that depends on the journals only, not on the time or their order
 /// @throws std::bad_alloc
-[[nodiscard]] Report merge_runs(std::vector<RunLog> runs);
+[[nodiscard]] Report merge_journals(std::vector<JournalContent> journals);
+
+/// Reads and merges the journals of these files. One that is damaged counts up to the first line that does
+/// not fit; the report says so.
+/// @throws FailureError as inspect_journal(), std::bad_alloc
+[[nodiscard]] Report read_report(std::span<const std::string> journals);
+
+/// A fact about the module: a member of its record, or of the plan for what was never tried; null when it is
+/// unknown. Valid as long as the row.
+[[nodiscard]] const Json& fact_of(const ReportRow& row, const char* name);
 
 } // namespace kvn
 
