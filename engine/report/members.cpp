@@ -64,8 +64,9 @@ std::optional<std::int64_t> moment_of(std::string_view text)
     for (std::size_t i = 0; i < form.size(); ++i)
         if (form[i] != '0' && text[i] != form[i])
             return {};
-    const std::array fields{digits(text.substr(0, 4)),  digits(text.substr(5, 2)),  digits(text.substr(8, 2)),
-                            digits(text.substr(11, 2)), digits(text.substr(14, 2)), digits(text.substr(17, 2)),
+    const std::array fields{digits(text.substr(0, 4)),  digits(text.substr(5, 2)),
+                            digits(text.substr(8, 2)),  digits(text.substr(11, 2)),
+                            digits(text.substr(14, 2)), digits(text.substr(17, 2)),
                             digits(text.substr(20, 3))};
     for (const auto& field : fields)
         if (!field)
@@ -88,10 +89,10 @@ std::string moment_text(std::int64_t milliseconds)
     const std::chrono::year_month_day date{day};
     const std::chrono::hh_mm_ss time{moment - day};
     std::array<char, 32> text{};
-    (void)std::snprintf(text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d", static_cast<int>(date.year()),
-                        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
-                        static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
-                        static_cast<int>(time.seconds().count()));
+    (void)std::snprintf(text.data(), text.size(), "%04d-%02u-%02u %02d:%02d:%02d",
+                        static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                        static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                        static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()));
     return text.data();
 }
 

@@ -231,7 +231,7 @@ private:
         buses_[row.bus].push_back({row.module, begin, end, verdict});
     }
 
-    /// The member of the header is the provider of what has no record.
+    /// What was never loaded has the provider of its run.
     void settle(Entry& entry) const
     {
         ReportRow& row = entry.row;
@@ -241,7 +241,7 @@ private:
             row.verdict = Verdict::failed;
             row.state = ModuleState::interrupted;
             row.what = "the journal ends while the module was being loaded";
-            row.why = report_.runs[row.run].goes_on ? "the run still goes on" : "the run was killed";
+            row.why = report_.runs[row.run].goes_on ? "the run goes on" : "the run was killed";
             row.remedy = "load it again; a run that continues this journal does";
         } else if (row.record.is_null()) {
             row.what = "the module is in the plan, but its load was never begun";
@@ -277,7 +277,7 @@ void remove_copies(std::vector<JournalContent>& journals)
     journals = std::move(distinct);
 }
 
-/// Texts in which numbers are ordered by their value: board 2 comes before board 10.
+/// The order of rows: numbers count by their value, board 2 before board 10.
 auto place_of(const ReportRow& row)
 {
     const std::optional<ModuleName> name = name_of_module(row.module);
@@ -286,43 +286,57 @@ auto place_of(const ReportRow& row)
                       place.carrier(), place.slot,        row.module};
 }
 
+void sort_by_place(std::vector<ReportRow>& rows)
+{
+    std::vector<std::pair<decltype(place_of(rows.front())), std::size_t>> places;
+    places.reserve(rows.size());
+    for (std::size_t i = 0; i < rows.size(); ++i)
+        places.emplace_back(place_of(rows[i]), i);
+    std::ranges::sort(places);
+    std::vector<ReportRow> sorted;
+    sorted.reserve(rows.size());
+    for (const auto& [place, index] : places)
+        sorted.push_back(std::move(rows[index]));
+    rows = std::move(sorted);
+}
+
+using FileKey = std::tuple<std::string, std::string, std::string>;
+
+/// Name and digests of the file for a module; all empty when none is known.
+FileKey file_key(const ReportRow& row)
+{
+    return {text_fact(row, "file"), text_fact(row, "file_sha256"), text_fact(row, "digest")};
+}
+
+void describe(ReportFile& file, const ReportRow& row)
+{
+    ++file.modules;
+    if (file.format.empty())
+        file.format = text_fact(row, "format");
+    if (file.design.empty())
+        file.design = text_fact(row, "design");
+    if (file.part.empty())
+        file.part = text_fact(row, "part");
+}
+
 /// The bitstreams of the rows, each once.
 void collect_files(Report& report)
 {
-    std::map<std::tuple<std::string, std::string, std::string>, std::size_t> known;
-    for (const ReportRow& row : report.rows) {
-        const auto text = [&row](const char* name) {
-            const Json& fact = fact_of(row, name);
-            return fact.is_string() ? fact.get<std::string>() : std::string{};
-        };
-        const std::tuple key{text("file"), text("file_sha256"), text("digest")};
-        if (!std::get<0>(key).empty() || !std::get<1>(key).empty())
-            known.try_emplace(key, 0);
-    }
+    std::map<FileKey, std::size_t> known;
+    for (const ReportRow& row : report.rows)
+        if (FileKey key = file_key(row); key != FileKey{})
+            known.try_emplace(std::move(key), 0);
     for (auto& [key, index] : known) {
         index = report.files.size();
-        report.files.push_back({.name = std::get<0>(key),
-                                .sha256 = std::get<1>(key),
-                                .digest = std::get<2>(key),
-                                .format = {},
-                                .design = {},
-                                .part = {}});
+        ReportFile file;
+        std::tie(file.name, file.sha256, file.digest) = key;
+        report.files.push_back(std::move(file));
     }
     for (const ReportRow& row : report.rows) {
-        const auto text = [&row](const char* name) {
-            const Json& fact = fact_of(row, name);
-            return fact.is_string() ? fact.get<std::string>() : std::string{};
-        };
-        const auto found = known.find({text("file"), text("file_sha256"), text("digest")});
+        const auto found = known.find(file_key(row));
         report.file_of_row.push_back(found == known.end() ? report.files.size() : found->second);
-        if (found == known.end())
-            continue;
-        ReportFile& file = report.files[found->second];
-        ++file.modules;
-        for (const auto& [name, field] : {std::pair{"format", &ReportFile::format}, {"design", &ReportFile::design},
-                                          {"part", &ReportFile::part}})
-            if ((file.*field).empty())
-                file.*field = text(name);
+        if (found != known.end())
+            describe(report.files[found->second], row);
     }
 }
 
@@ -356,6 +370,12 @@ const Json& fact_of(const ReportRow& row, const char* name)
     return recorded.is_null() ? member(row.planned, name) : recorded;
 }
 
+std::string text_fact(const ReportRow& row, const char* name)
+{
+    const Json& fact = fact_of(row, name);
+    return fact.is_string() ? fact.get<std::string>() : std::string{};
+}
+
 Report merge_journals(std::vector<JournalContent> journals)
 {
     std::ranges::sort(journals, {}, [](const JournalContent& journal) {
@@ -367,7 +387,7 @@ Report merge_journals(std::vector<JournalContent> journals)
     for (JournalContent& journal : journals)
         merger.add(journal);
     merger.move_rows();
-    std::ranges::sort(report.rows, {}, place_of);
+    sort_by_place(report.rows);
     collect_files(report);
     return report;
 }

@@ -8,7 +8,6 @@
 #include "run/event.h"
 #include "run/journal_reader.h"
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -111,6 +110,9 @@ struct Report {
 /// A fact about the module: a member of its record, or of the plan for what was never tried; null when it is
 /// unknown. Valid as long as the row.
 [[nodiscard]] const Json& fact_of(const ReportRow& row, const char* name);
+
+/// A fact that is a text; empty for any other.
+[[nodiscard]] std::string text_fact(const ReportRow& row, const char* name);
 
 } // namespace kvn
 

@@ -66,8 +66,8 @@ bool is_control(std::uint32_t code)
     return code < 0x20 || (code >= 0x7F && code < 0xA0);
 }
 
-/// Marks of direction, separators of lines and paragraphs, invisible operators, the byte order mark, and codes that are
-/// no characters.
+/// Marks of direction, separators of lines and paragraphs, invisible operators, the byte order mark, and
+/// codes that are no characters.
 bool is_hidden(std::uint32_t code)
 {
     constexpr std::array<std::array<std::uint32_t, 2>, 7> ranges{{{0x00AD, 0x00AD},
@@ -78,7 +78,8 @@ bool is_hidden(std::uint32_t code)
                                                                   {0xFDD0, 0xFDEF},
                                                                   {0xFEFF, 0xFEFF}}};
     return (code & 0xFFFEU) == 0xFFFE || (code >= 0xE0000 && code <= 0xE0FFF) ||
-           std::ranges::any_of(ranges, [code](const auto& range) { return code >= range[0] && code <= range[1]; });
+           std::ranges::any_of(ranges,
+                               [code](const auto& range) { return code >= range[0] && code <= range[1]; });
 }
 
 void append_escape(std::string& out, const char* form, std::uint32_t code)
