@@ -19,7 +19,8 @@ constexpr std::string_view HEAD =
     "provider_version,simulated,plan,journal";
 
 /// Signs with which a formula begins, also as they are typed in East Asian scripts.
-constexpr std::array<std::string_view, 9> FORMULA_SIGNS{"=", "+", "-", "@", "'", "\uFF1D", "\uFF0B", "\uFF0D", "\uFF20"};
+constexpr std::array<std::string_view, 9> FORMULA_SIGNS{"=",      "+",      "-",      "@",     "'",
+                                                        "\uFF1D", "\uFF0B", "\uFF0D", "\uFF20"};
 
 bool may_be_formula(std::string_view text)
 {
@@ -44,7 +45,7 @@ public:
     Line& operator=(const Line&) = delete;
 
     void add(std::string_view text) { add_raw(csv_field(text)); }
-    void add(const Json& number) { add_raw(number_field(number)); }
+    void add_number(const Json& number) { add_raw(number_field(number)); }
 
 private:
     void add_raw(const std::string& field)
@@ -70,18 +71,18 @@ void add_row(std::string& out, const Report& report, const ReportRow& row)
     line.add(text_fact(row, "serial_number"));
     line.add(name_of(row.verdict));
     line.add(name_of(row.state));
-    line.add(Json(row.attempts));
-    line.add(member(member(row.record, "failure"), "number"));
+    line.add_number(row.attempts);
+    line.add_number(member(member(row.record, "failure"), "number"));
     line.add(row.what);
     line.add(row.why);
     line.add(row.remedy);
     for (const char* name : {"file", "file_sha256", "digest", "format", "design", "part", "device", "mode"})
         line.add(text_fact(row, name));
-    line.add(fact_of(row, "wire_bytes"));
+    line.add_number(fact_of(row, "wire_bytes"));
     line.add(text_member(row.record, "begin"));
     line.add(text_member(row.record, "end"));
-    line.add(member(row.record, "seconds_on_wire"));
-    line.add(member(row.record, "answer"));
+    line.add_number(member(row.record, "seconds_on_wire"));
+    line.add_number(member(row.record, "answer"));
     line.add(text_fact(row, "operator_name"));
     line.add(text_fact(row, "station"));
     line.add(text_member(row.record, "tool_version"));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The sections of the HTML report. Tags that HTML lets go without saying are left out: pages of 10,000 modules
-// stay small.
+// The sections of the HTML report. Tags that HTML lets go without saying are left out: pages of 10,000
+// modules stay small.
 #ifndef KVN_ENGINE_REPORT_HTML_PARTS_H
 #define KVN_ENGINE_REPORT_HTML_PARTS_H
 

@@ -112,8 +112,8 @@ std::string title_of(const Report& report)
     for (const ReportRun& run : report.runs)
         if (title.find(run.header.plan) == std::string::npos)
             title += (title.empty() ? "" : ", ") + run.header.plan;
-    return std::to_string(report.counts().of(Verdict::configured)) + " of " + std::to_string(report.rows.size()) +
-           " configured" + (title.empty() ? "" : ": " + title);
+    return std::to_string(report.counts().of(Verdict::configured)) + " of " +
+           std::to_string(report.rows.size()) + " configured" + (title.empty() ? "" : ": " + title);
 }
 
 void add_head(std::string& page, const Report& report)
@@ -137,9 +137,10 @@ void add_foot(std::string& page)
 {
     page += "<footer>\n<p>Written by kvn ";
     page += TOOL_VERSION;
-    page += ". All times are UTC. A digest is the SHA-256 of the plain configuration data, equal for all files of one "
-            "design.\n<p>What a module holds now cannot be read back from it: it may have been loaded by other means "
-            "since, or have lost its configuration with the power.\n</footer>\n";
+    page +=
+        ". All times are UTC. A digest is the SHA-256 of the plain configuration data, equal for all files of one "
+        "design.\n<p>What a module holds now cannot be read back from it: it may have been loaded by other means "
+        "since, or have lost its configuration with the power.\n</footer>\n";
 }
 
 } // namespace

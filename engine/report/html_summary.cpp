@@ -35,17 +35,18 @@ std::string circumstances(const Report& report)
     const auto begin = time_text(report.runs.front().header.at);
     if (report.runs.size() == 1) {
         const JournalHeader& header = report.runs.front().header;
-        return "<b>" + markup_text(header.plan) + "</b> on <b>" + host_markup(header.host.value_or("")) + "</b>, begun " +
-               begin + " UTC";
+        return "<b>" + markup_text(header.plan) + "</b> on <b>" + host_markup(header.host.value_or("")) +
+               "</b>, begun " + begin + " UTC";
     }
-    return counted(report.runs.size(), "run") + " on " + counted(report.hosts().size(), "host") + ", begun from " +
-           begin + " to " + time_text(report.runs.back().header.at) + " UTC";
+    return counted(report.runs.size(), "run") + " on " + counted(report.hosts().size(), "host") +
+           ", begun from " + begin + " to " + time_text(report.runs.back().header.at) + " UTC";
 }
 
 void add_share(std::string& page, const Report& report)
 {
     const VerdictCounts counts = report.counts();
-    page += "<svg class=share viewBox=\"0 0 1000 8\" preserveAspectRatio=none width=100% height=8 aria-hidden=true>";
+    page +=
+        "<svg class=share viewBox=\"0 0 1000 8\" preserveAspectRatio=none width=100% height=8 aria-hidden=true>";
     std::size_t before = 0;
     for (const Verdict verdict : all_verdicts) {
         const std::size_t count = counts.of(verdict);
@@ -86,8 +87,9 @@ void add_notices(std::string& page, const Report& report)
                     markup_text(doubt) + ".\n";
     for (const ReportRun& run : report.runs)
         if (!run.status && run.doubts.empty())
-            page += "<p class=\"notice f\"><b>" + std::string{run.goes_on ? "Unfinished run." : "Run cut off."} +
-                    "</b> " + markup_text(run.journal) +
+            page += "<p class=\"notice f\"><b>" +
+                    std::string{run.goes_on ? "Unfinished run." : "Run cut off."} + "</b> " +
+                    markup_text(run.journal) +
                     (run.goes_on ? ": the run goes on; this report shows how far it was.\n"
                                  : ": the journal does not say how the run ended; it was killed.\n");
 }
@@ -125,7 +127,8 @@ void add_remedies(std::string& page, const Report& report)
         page += "<li><p>" + (remedy.empty() ? "No remedy is known" : markup_text(remedy)) + "\n<ul>\n";
         for (const std::size_t i : rows_of[remedy]) {
             const ReportRow& row = report.rows[i];
-            page += std::string{"<li class=\"v "} + class_of(row.verdict) + "\">" + row_link(i, markup_text(row.module));
+            page += std::string{"<li class=\"v "} + class_of(row.verdict) + "\">" +
+                    row_link(i, markup_text(row.module));
             if (several_hosts)
                 page += " <small>" + host_markup(row.host) + "</small>";
             page += std::string{" "} + name_of(row.verdict) + "\n";

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The tables of the HTML report: modules, files, runs. The style sheet and the script count on the order of the columns.
+// The tables of the HTML report: modules, files, runs. The style sheet and the script count on the order of
+// the columns.
 #include "report/html_parts.h"
 #include "report/members.h"
 #include "report/visible_text.h"
@@ -11,11 +12,11 @@ namespace kvn::html
 namespace
 {
 
-constexpr const char* module_columns[] = {"Module", "Verdict",         "State",    "Host",   "Run",     "Serial number", "File",
-                                          "Device", "Mode",            "Bytes",    "Begun",  "Seconds", "Attempts",
-                                          "What went wrong, and what to do"};
-constexpr const char* file_columns[] = {"File",    "Format", "Design", "Part",
-                                        "Modules", "Digest of the configuration", "SHA-256 of the file"};
+constexpr const char* module_columns[] = {
+    "Module", "Verdict", "State", "Host",  "Run",     "Serial number", "File",
+    "Device", "Mode",    "Bytes", "Begun", "Seconds", "Attempts",      "What went wrong, and what to do"};
+constexpr const char* file_columns[] = {
+    "File", "Format", "Design", "Part", "Modules", "Digest of the configuration", "SHA-256 of the file"};
 
 template <std::size_t N>
 void add_columns(std::string& page, const char* const (&names)[N])
@@ -31,7 +32,8 @@ std::string fact_markup(const ReportRow& row, const char* name, const std::strin
 {
     if (markup.empty())
         return "";
-    const std::string source = row.record.is_null() ? "intended" : text_member(member(row.record, "sources"), name);
+    const std::string source =
+        row.record.is_null() ? "intended" : text_member(member(row.record, "sources"), name);
     return source == "given" || source == "intended" ? markup + " <small>" + source + "</small>" : markup;
 }
 
@@ -55,7 +57,8 @@ std::string file_markup(const Report& report, std::size_t index)
     std::string markup = "<a href=#f" + std::to_string(file) + ">" +
                          markup_text(found.name.empty() ? "unnamed" : found.name) + "</a>";
     if (!found.digest.empty())
-        markup += "<small class=mono>" + markup_text(std::string_view{found.digest}.substr(0, short_digest)) + "</small>";
+        markup += "<small class=mono>" + markup_text(std::string_view{found.digest}.substr(0, short_digest)) +
+                  "</small>";
     return markup;
 }
 
@@ -70,7 +73,8 @@ std::string device_markup(const ReportRow& row)
 std::string bytes_markup(const ReportRow& row)
 {
     const Json& bytes = fact_of(row, "wire_bytes");
-    return bytes.is_number_unsigned() ? fact_markup(row, "wire_bytes", grouped(bytes.get<std::uint64_t>())) : "";
+    return bytes.is_number_unsigned() ? fact_markup(row, "wire_bytes", grouped(bytes.get<std::uint64_t>()))
+                                      : "";
 }
 
 struct Times {
@@ -80,9 +84,10 @@ struct Times {
 
 Times times_of(const ReportRow& row)
 {
-    const auto begin = moment_of(text_member(row.record, "begin"));
-    const auto end = moment_of(text_member(row.record, "end"));
-    return {begin ? moment_text(*begin) : "", begin && end && *begin <= *end ? seconds_text(*end - *begin) : ""};
+    const auto begin = moment_member(row.record, "begin");
+    const auto end = moment_member(row.record, "end");
+    return {begin ? moment_text(*begin) : "",
+            begin && end && *begin <= *end ? seconds_text(*end - *begin) : ""};
 }
 
 void add_paragraph(std::string& page, const char* name, const std::string& text)
@@ -116,7 +121,8 @@ void add_row(std::string& page, const Report& report, std::size_t index)
 {
     const ReportRow& row = report.rows[index];
     const std::string letter(1, class_of(row.verdict));
-    page += "<tr id=m" + std::to_string(index) + " class=" + letter + "><th scope=row>" + markup_text(row.module);
+    page +=
+        "<tr id=m" + std::to_string(index) + " class=" + letter + "><th scope=row>" + markup_text(row.module);
     if (!row.label.empty())
         page += " <small>" + markup_text(row.label) + "</small>";
     if (row.simulated)

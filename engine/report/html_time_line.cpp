@@ -36,11 +36,12 @@ struct Axis {
 std::int64_t round_step(std::int64_t milliseconds)
 {
     constexpr std::array<std::int64_t, 30> steps{
-        1,         2,         5,         10,        20,         50,         100,        200,     500,     1'000,
-        2'000,     3'000,     5'000,     10'000,    15'000,     20'000,     30'000,     60'000,  120'000, 300'000,
-        600'000,   900'000,   1'800'000, 3'600'000, 7'200'000,  10'800'000, 21'600'000, 43'200'000,
-        86'400'000, 172'800'000};
-    const auto found = std::ranges::find_if(steps, [&](std::int64_t step) { return step * TICKS >= milliseconds; });
+        1,         2,          5,          10,         20,         50,         100,       200,
+        500,       1'000,      2'000,      3'000,      5'000,      10'000,     15'000,    20'000,
+        30'000,    60'000,     120'000,    300'000,    600'000,    900'000,    1'800'000, 3'600'000,
+        7'200'000, 10'800'000, 21'600'000, 43'200'000, 86'400'000, 172'800'000};
+    const auto found =
+        std::ranges::find_if(steps, [&](std::int64_t step) { return step * TICKS >= milliseconds; });
     constexpr std::int64_t day = 86'400'000;
     return found != steps.end() ? *found : (milliseconds / TICKS / day + 1) * day;
 }
@@ -82,8 +83,9 @@ void add_bar(std::string& page, const Axis& axis, const ReportSpan& span)
     const std::int64_t width = std::max(axis.position(span.end) - left - NARROWEST / 2, NARROWEST);
     page += "<path class=";
     page += class_of(span.verdict);
-    page += " d=M" + std::to_string(left) + ",10h" + std::to_string(width) + "><title>" + markup_text(span.module) + " " +
-            name_of(span.verdict) + ", " + seconds_text(span.end - span.begin) + " s</title></path>";
+    page += " d=M" + std::to_string(left) + ",10h" + std::to_string(width) + "><title>" +
+            markup_text(span.module) + " " + name_of(span.verdict) + ", " +
+            seconds_text(span.end - span.begin) + " s</title></path>";
 }
 
 std::int64_t busy_time(const ReportBus& bus)

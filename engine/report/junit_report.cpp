@@ -34,8 +34,8 @@ Outcome outcome_of(Verdict verdict)
 /// Milliseconds from begin to end; 0 when they are not known.
 std::int64_t duration_of(const ReportRow& row)
 {
-    const auto begin = moment_of(text_member(row.record, "begin"));
-    const auto end = moment_of(text_member(row.record, "end"));
+    const auto begin = moment_member(row.record, "begin");
+    const auto end = moment_member(row.record, "end");
     return begin && end && *begin <= *end ? *end - *begin : 0;
 }
 
@@ -63,8 +63,9 @@ struct Totals {
 
     [[nodiscard]] std::string attributes() const
     {
-        return " tests=\"" + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) + "\" errors=\"" +
-               std::to_string(errors) + "\" skipped=\"0\" time=\"" + seconds(milliseconds) + "\"";
+        return " tests=\"" + std::to_string(tests) + "\" failures=\"" + std::to_string(failures) +
+               "\" errors=\"" + std::to_string(errors) + "\" skipped=\"0\" time=\"" + seconds(milliseconds) +
+               "\"";
     }
 };
 
@@ -76,7 +77,8 @@ std::string attribute(const char* name, const std::string& text)
 void add_property(std::string& out, const char* indent, const char* name, const std::string& value)
 {
     if (!value.empty())
-        out += std::string{indent} + "<property" + attribute("name", name) + attribute("value", value) + "/>\n";
+        out +=
+            std::string{indent} + "<property" + attribute("name", name) + attribute("value", value) + "/>\n";
 }
 
 std::vector<const ReportRow*> rows_of(const Report& report, const std::string& host)
@@ -120,7 +122,8 @@ void add_case_properties(std::string& out, const ReportRow& row)
     add_property(out, indent, "verdict", name_of(row.verdict));
     add_property(out, indent, "state", std::string{name_of(row.state)});
     add_property(out, indent, "attempts", std::to_string(row.attempts));
-    for (const char* name : {"serial_number", "file", "file_sha256", "digest", "design", "part", "device", "mode"})
+    for (const char* name :
+         {"serial_number", "file", "file_sha256", "digest", "design", "part", "device", "mode"})
         add_property(out, indent, name, text_fact(row, name));
     add_property(out, indent, "tool_version", text_member(row.record, "tool_version"));
     add_property(out, indent, "simulated", row.simulated ? "true" : "false");
@@ -187,14 +190,15 @@ std::string case_name(const ReportRow& row)
 void add_case(std::string& out, const ReportRow& row, Names& names)
 {
     out += "    <testcase" + attribute("name", names.unique(case_name(row))) +
-           attribute("classname", row.host.empty() ? "kvn" : row.host) + attribute("time", seconds(duration_of(row))) +
-           ">\n";
+           attribute("classname", row.host.empty() ? "kvn" : row.host) +
+           attribute("time", seconds(duration_of(row))) + ">\n";
     add_case_properties(out, row);
     add_outcome(out, row);
     out += "    </testcase>\n";
 }
 
-void add_suite(std::string& out, const Report& report, const std::vector<const ReportRow*>& rows, Names& names)
+void add_suite(std::string& out, const Report& report, const std::vector<const ReportRow*>& rows,
+               Names& names)
 {
     Totals totals;
     for (const ReportRow* row : rows)
@@ -222,7 +226,8 @@ std::string junit_report(const Report& report)
     Totals totals;
     for (const ReportRow& row : report.rows)
         totals.add(row);
-    std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"kvn\"" + totals.attributes() + ">\n";
+    std::string out =
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuites name=\"kvn\"" + totals.attributes() + ">\n";
     Names names;
     for (const std::string& host : report.hosts())
         add_suite(out, report, rows_of(report, host), names);

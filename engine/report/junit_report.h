@@ -12,8 +12,8 @@ namespace kvn
 
 /// A suite for each host and in it a case for each module, whose name is the only one of its kind in the
 /// document. `configured` passes; `refused`, `failed` and `timed out` are failures; `cancelled` and `not
-/// tried` are errors: a module that does not run never looks like one that does (docs/decisions/0042). Digests
-/// and versions are properties. What XML forbids is shown as in visible_text().
+/// tried` are errors: a module that does not run never looks like one that does (docs/decisions/0042).
+/// Digests and versions are properties. What XML forbids is shown as in visible_text().
 /// @throws std::bad_alloc
 [[nodiscard]] std::string junit_report(const Report& report);
 

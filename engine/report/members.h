@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <string_view>
 
 namespace kvn
 {
@@ -25,9 +24,9 @@ namespace kvn
 /// False for anything but true.
 [[nodiscard]] bool flag_member(const Json& object, const char* name);
 
-/// Reads "2026-11-22T03:44:37.125Z".
+/// A moment as utc_text() writes it.
 /// @return milliseconds since 1970; null for anything else
-[[nodiscard]] std::optional<std::int64_t> moment_of(std::string_view text);
+[[nodiscard]] std::optional<std::int64_t> moment_member(const Json& object, const char* name);
 
 /// "2026-11-22 03:44:37"
 [[nodiscard]] std::string moment_text(std::int64_t milliseconds);

@@ -119,6 +119,7 @@ private:
         run.journal = journal.file;
         run.header = journal.header;
         run.goes_on = journal.is_being_written;
+        run.is_damaged = journal.damage.has_value();
         run.doubts = doubts_of(journal);
         add_once(run.tools, journal.header.tool);
         add_once(run.providers, display_name(journal.header.provider));
@@ -193,7 +194,7 @@ private:
     void begin_load(Entry& entry, const Json& event)
     {
         ++entry.begun;
-        entry.open = OpenLoad{run_index(), moment_of(text_member(event, "at"))};
+        entry.open = OpenLoad{run_index(), moment_member(event, "at")};
         entry.row.run = run_index();
     }
 
@@ -203,8 +204,8 @@ private:
         entry.row.run = run_index();
         entry.recorded = std::max(entry.recorded, number_member(record, "attempts").value_or(0));
         take_record(entry, record);
-        const auto begin = moment_of(text_member(entry.row.record, "begin"));
-        const auto end = moment_of(text_member(entry.row.record, "end"));
+        const auto begin = moment_member(entry.row.record, "begin");
+        const auto end = moment_member(entry.row.record, "end");
         if (begin && end && *begin <= *end && entry.row.verdict != Verdict::not_tried)
             add_span(entry.row, *begin, *end, entry.row.verdict);
     }

@@ -62,6 +62,7 @@ struct ReportRun {
     std::size_t modules = 0;            ///< of its plan
     std::optional<int> status;          ///< how it ended; null: it goes on, or was killed
     bool goes_on = false;               ///< the journal is being written
+    bool is_damaged = false;            ///< a part of the journal does not fit, and is left out
     /// Why not to trust the journal, or not all of it: a changed line, a torn end. Sentences.
     std::vector<std::string> doubts;
 };

@@ -75,7 +75,8 @@ void write_report(const std::string& content, const ReportTarget& target, bool o
 ReportTarget report_target(const std::string& path)
 {
     const std::string extension = lower_case(std::filesystem::path{path}.extension().string());
-    const auto* const found = std::ranges::find(EXTENSIONS, extension, &decltype(EXTENSIONS)::value_type::first);
+    const auto* const found =
+        std::ranges::find(EXTENSIONS, extension, &decltype(EXTENSIONS)::value_type::first);
     if (found == EXTENSIONS.end())
         throw FailureError{{ExitStatus::usage, 0, "the kind of the report " + path + " is not known", "",
                             "name a file with the extension .html, .xml (JUnit), .csv or .json"}};

@@ -2,7 +2,7 @@
 // A report as JSON for programs.
 #include "report/report_json.h"
 
-#include "report/members.h"
+#include "report/utc.h"
 
 namespace kvn
 {
@@ -26,7 +26,6 @@ Json counts_json(const VerdictCounts& counts)
 Json run_json(const ReportRun& run)
 {
     const JournalHeader& header = run.header;
-    std::string begin = time_in_utc(header.at);
     return {{"journal", run.journal},
             {"host", text_or_null(header.host.value_or(""))},
             {"boot_id", text_or_null(header.boot_id.value_or(""))},
@@ -34,7 +33,7 @@ Json run_json(const ReportRun& run)
             {"station", text_or_null(header.station.value_or(""))},
             {"plan", header.plan},
             {"plan_sha256", text_or_null(header.plan_sha256)},
-            {"begin", std::move(begin)},
+            {"begin", utc_text(header.at)},
             {"status", run.status ? Json(*run.status) : Json{}},
             {"goes_on", run.goes_on},
             {"modules", run.modules},
@@ -46,9 +45,12 @@ Json run_json(const ReportRun& run)
 
 Json file_json(const ReportFile& file)
 {
-    return {{"file", text_or_null(file.name)},     {"file_sha256", text_or_null(file.sha256)},
-            {"digest", text_or_null(file.digest)}, {"format", text_or_null(file.format)},
-            {"design", text_or_null(file.design)}, {"part", text_or_null(file.part)},
+    return {{"file", text_or_null(file.name)},
+            {"file_sha256", text_or_null(file.sha256)},
+            {"digest", text_or_null(file.digest)},
+            {"format", text_or_null(file.format)},
+            {"design", text_or_null(file.design)},
+            {"part", text_or_null(file.part)},
             {"modules", file.modules}};
 }
 
