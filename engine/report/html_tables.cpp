@@ -13,8 +13,8 @@ namespace
 {
 
 constexpr const char* module_columns[] = {
-    "Module", "Verdict", "State", "Host",  "Run",     "Serial number", "File",
-    "Device", "Mode",    "Bytes", "Begun", "Seconds", "Attempts",      "What went wrong, and what to do"};
+    "Module", "Verdict", "Host",  "Run",     "Serial number", "File",
+    "Device", "Bytes",   "Begun", "Seconds", "Attempts",      "What went wrong, and what to do"};
 constexpr const char* file_columns[] = {
     "File", "Format", "Design", "Part", "Modules", "Digest of the configuration", "SHA-256 of the file"};
 
@@ -34,7 +34,7 @@ std::string fact_markup(const ReportRow& row, const char* name, const std::strin
         return "";
     const std::string source =
         row.record.is_null() ? "intended" : text_member(member(row.record, "sources"), name);
-    return source == "given" || source == "intended" ? markup + " <small>" + source + "</small>" : markup;
+    return source == "given" || source == "intended" ? markup + " <i>" + source + "</i>" : markup;
 }
 
 std::string identity_text(const Json& identity)
@@ -57,8 +57,8 @@ std::string file_markup(const Report& report, std::size_t index)
     std::string markup = "<a href=#f" + std::to_string(file) + ">" +
                          markup_text(found.name.empty() ? "unnamed" : found.name) + "</a>";
     if (!found.digest.empty())
-        markup += "<small class=mono>" + markup_text(std::string_view{found.digest}.substr(0, short_digest)) +
-                  "</small>";
+        markup += "<small class=mono> " +
+                  markup_text(std::string_view{found.digest}.substr(0, short_digest)) + "</small>";
     return markup;
 }
 
@@ -66,15 +66,18 @@ std::string device_markup(const ReportRow& row)
 {
     std::string markup = fact_markup(row, "device", markup_text(text_fact(row, "device")));
     if (const std::string identity = identity_text(fact_of(row, "identity")); !identity.empty())
-        markup += "<small>" + markup_text(identity) + "</small>";
+        markup += "<small> " + markup_text(identity) + "</small>";
     return markup;
 }
 
+/// The bytes on the wire and, below them, the mode.
 std::string bytes_markup(const ReportRow& row)
 {
-    const Json& bytes = fact_of(row, "wire_bytes");
-    return bytes.is_number_unsigned() ? fact_markup(row, "wire_bytes", grouped(bytes.get<std::uint64_t>()))
-                                      : "";
+    const auto bytes = number_member(row.record.is_null() ? row.planned : row.record, "wire_bytes");
+    std::string markup = bytes ? fact_markup(row, "wire_bytes", grouped(*bytes)) : "";
+    if (const std::string mode = text_fact(row, "mode"); !mode.empty())
+        markup += "<small> " + markup_text(mode) + "</small>";
+    return markup;
 }
 
 struct Times {
@@ -84,10 +87,24 @@ struct Times {
 
 Times times_of(const ReportRow& row)
 {
+    constexpr std::size_t day = 10;
+    Times times;
     const auto begin = moment_member(row.record, "begin");
+    if (!begin)
+        return times;
+    const std::string moment = moment_text(*begin);
+    times.begin = "<small>" + moment.substr(0, day) + " </small>" + moment.substr(day + 1);
     const auto end = moment_member(row.record, "end");
-    return {begin ? moment_text(*begin) : "",
-            begin && end && *begin <= *end ? seconds_text(*end - *begin) : ""};
+    if (end && *begin <= *end)
+        times.seconds = seconds_text(*end - *begin);
+    return times;
+}
+
+std::string verdict_markup(const ReportRow& row)
+{
+    const std::string verdict = name_of(row.verdict);
+    const std::string state{name_of(row.state)};
+    return state == verdict ? verdict : verdict + "<small> " + state + "</small>";
 }
 
 void add_paragraph(std::string& page, const char* name, const std::string& text)
@@ -111,9 +128,11 @@ void add_outcome(std::string& page, const ReportRow& row)
     }
 }
 
-void add_cell(std::string& page, const std::string& markup)
+void add_cell(std::string& page, const std::string& markup, const char* attributes = "")
 {
-    page += "<td>";
+    page += "<td";
+    page += attributes;
+    page += '>';
     page += markup;
 }
 
@@ -124,18 +143,15 @@ void add_row(std::string& page, const Report& report, std::size_t index)
     page +=
         "<tr id=m" + std::to_string(index) + " class=" + letter + "><th scope=row>" + markup_text(row.module);
     if (!row.label.empty())
-        page += " <small>" + markup_text(row.label) + "</small>";
+        page += "<small> " + markup_text(row.label) + "</small>";
     if (row.simulated)
-        page += " <small>simulated</small>";
-    page += "<td class=v>";
-    page += name_of(row.verdict);
-    add_cell(page, std::string{name_of(row.state)});
+        page += "<small> simulated</small>";
+    add_cell(page, verdict_markup(row), " class=v");
     add_cell(page, host_markup(row.host));
     add_cell(page, "<a href=#r" + std::to_string(row.run + 1) + ">" + std::to_string(row.run + 1) + "</a>");
     add_cell(page, markup_text(text_fact(row, "serial_number")));
     add_cell(page, file_markup(report, index));
     add_cell(page, device_markup(row));
-    add_cell(page, fact_markup(row, "mode", markup_text(text_fact(row, "mode"))));
     add_cell(page, bytes_markup(row));
     const Times times = times_of(row);
     add_cell(page, times.begin);

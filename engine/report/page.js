@@ -8,7 +8,7 @@
   const rows = [...body.rows];
   const heads = [...table.tHead.rows[0].cells];
   const collator = new Intl.Collator("en", { numeric: true });
-  const numeric = new Set([9, 11, 12]);
+  const numeric = new Set([7, 9, 10]);
   const texts = new Map();
 
   const make = (tag, properties = {}, ...children) => {
@@ -16,6 +16,7 @@
     element.append(...children);
     return element;
   };
+  const verdictOf = row => row.cells[1].firstChild.data;
   const textOf = row => {
     if (!texts.has(row)) texts.set(row, [...row.cells].map(cell => cell.textContent).join("\n").toLowerCase());
     return texts.get(row);
@@ -45,7 +46,7 @@
 
   // Filters: a text, and a box for each verdict that there is.
   const verdicts = new Map();
-  for (const row of rows) verdicts.set(row.cells[1].textContent, (verdicts.get(row.cells[1].textContent) || 0) + 1);
+  for (const row of rows) verdicts.set(verdictOf(row), (verdicts.get(verdictOf(row)) || 0) + 1);
   const search = make("input", { type: "search", placeholder: "Module, host, file, error \u2026", autocomplete: "off" });
   search.setAttribute("aria-label", "Show only modules with this text");
   const boxes = [...verdicts].map(([verdict, count]) => {
@@ -59,7 +60,7 @@
     const wanted = new Set(boxes.filter(({ box }) => box.checked).map(({ box }) => box.value));
     let count = 0;
     for (const row of rows) {
-      const fits = wanted.has(row.cells[1].textContent) && words.every(word => textOf(row).includes(word));
+      const fits = wanted.has(verdictOf(row)) && words.every(word => textOf(row).includes(word));
       row.hidden = !fits;
       if (fits) ++count;
     }
@@ -87,6 +88,7 @@
   };
   addEventListener("hashchange", reveal);
   document.addEventListener("click", event => {
-    if (event.target.closest("a[href='" + location.hash + "']")) reveal();
+    const link = event.target.closest("a");
+    if (link && link.hash === location.hash) reveal();
   });
 })();

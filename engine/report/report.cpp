@@ -58,6 +58,17 @@ std::optional<ModuleName> name_of_module(const std::string& text)
     }
 }
 
+/// Numbers count by their value: board 2 is before board 10.
+std::tuple<std::string, unsigned> bus_order(const std::string& bus)
+{
+    try {
+        const BoardName board = parse_board_name(bus);
+        return {board.type, board.number};
+    } catch (const FailureError&) {
+        return {bus, 0};
+    }
+}
+
 ReportRow new_row(const std::string& host, const std::string& module)
 {
     ReportRow row;
@@ -136,6 +147,7 @@ private:
             std::ranges::stable_sort(spans, {}, &ReportSpan::begin);
             run().buses.push_back({name, std::move(spans)});
         }
+        std::ranges::sort(run().buses, {}, [](const ReportBus& bus) { return bus_order(bus.name); });
     }
 
     void end_run_of(Entry& entry)

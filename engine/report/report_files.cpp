@@ -42,7 +42,7 @@ bool is_same_target(const ReportTarget& first, const ReportTarget& second)
         return false;
     const auto whole = [](const ReportTarget& target) {
         std::error_code ignored;
-        return std::filesystem::weakly_canonical(target.path, ignored);
+        return std::filesystem::weakly_canonical(std::filesystem::absolute(target.path, ignored), ignored);
     };
     return whole(first) == whole(second) || is_same_file(first.path, second.path);
 }

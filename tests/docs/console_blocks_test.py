@@ -20,6 +20,7 @@ SETUP = """\
   $ kvn_bitgen v300pq240-5 -o old.bit
   $ kvn_bitgen 2v40cs144-4 -o small.bit
   $ MWVIRTUAL_TRACE=run.jsonl kvn list mwc4a:0 >list.txt 2>&1
+  $ kvn_example_journals . run
 """
 BLOCK = re.compile(r"^```console\n(.*?)^```", flags=re.MULTILINE | re.DOTALL)
 SECONDS = re.compile(r"\d+\.\d+ s$")

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What all commands of kvn share: help, examples, unknown words, outputs that fail, colours.
+#include "example_runs.h"
 #include "kvn_fixture.h"
 
 #include <gmock/gmock.h>
@@ -12,7 +13,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 const std::vector<std::string> COMMANDS = {"list", "load",     "convert", "info",  "check",  "digest",
-                                           "diff", "estimate", "explain", "trace", "support"};
+                                           "diff", "estimate", "explain", "trace", "report", "support"};
 
 std::vector<std::string> words_of(const std::string& line)
 {
@@ -45,6 +46,10 @@ protected:
         make("2v3000fg676-4", "design.rbt");
         make("2v3000fg676-4", "design.mcb");
         make("2v3000fg676-4", "other.bit", "flipped-bit");
+        example::ExampleRun example;
+        example.load(example::configured("mwc4a:0/1", 0, 1500)).end(kvn::ExitStatus::done);
+        example.write(path("run.journal"));
+        example.write(path("again.journal"));
         variables["MWVIRTUAL_TRACE"] = "run.jsonl";
         ASSERT_EQ(kvn({"list", "mwc4a:0"}).status, 0);
         variables.erase("MWVIRTUAL_TRACE");

@@ -57,8 +57,16 @@ std::span<const Adder> subcommands()
 
 bool asks_for_json(int argc, char** argv)
 {
-    return std::any_of(argv, argv + argc,
-                       [](const char* argument) { return std::string_view{argument} == "--json"; });
+    // The option of kvn report names a file, which may be standard output.
+    const bool names_file = argc > 1 && std::string_view{argv[1]} == "report";
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word == "--json" && (!names_file || (i + 1 < argc && std::string_view{argv[i + 1]} == "-")))
+            return true;
+        if (word == "--json=-" && names_file)
+            return true;
+    }
+    return false;
 }
 
 void require_known_command(const CLI::App& program, int argc, char** argv)

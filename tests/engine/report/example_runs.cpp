@@ -89,7 +89,7 @@ kvn::Record failing(const std::string& module, std::int64_t begin, std::int64_t 
     return record;
 }
 
-Run::Run(const std::string& file, std::int64_t at)
+ExampleRun::ExampleRun(const std::string& file, std::int64_t at)
 {
     content.file = file;
     content.header.at = moment(at);
@@ -103,7 +103,7 @@ Run::Run(const std::string& file, std::int64_t at)
     content.lines = 2;
 }
 
-Run& Run::plan(const std::string& module, const std::string& label, const std::string& file)
+ExampleRun& ExampleRun::plan(const std::string& module, const std::string& label, const std::string& file)
 {
     kvn::PlannedLoad load;
     load.module = kvn::parse_module_name(module);
@@ -119,21 +119,21 @@ Run& Run::plan(const std::string& module, const std::string& label, const std::s
     return *this;
 }
 
-Run& Run::begin(const std::string& module, std::int64_t at, unsigned attempt)
+ExampleRun& ExampleRun::begin(const std::string& module, std::int64_t at, unsigned attempt)
 {
     content.events.push_back(kvn::begun_event(kvn::parse_module_name(module), attempt, moment(at)));
     ++content.lines;
     return *this;
 }
 
-Run& Run::finish(const kvn::Record& record)
+ExampleRun& ExampleRun::finish(const kvn::Record& record)
 {
     content.events.push_back(kvn::finished_event(kvn::to_json(record)));
     ++content.lines;
     return *this;
 }
 
-Run& Run::load(const kvn::Record& record, const std::string& label)
+ExampleRun& ExampleRun::load(const kvn::Record& record, const std::string& label)
 {
     const std::string module = kvn::to_text(record.module.value);
     plan(module, label, record.file ? record.file->value : "");
@@ -142,7 +142,7 @@ Run& Run::load(const kvn::Record& record, const std::string& label)
     return finish(record);
 }
 
-Run& Run::end(kvn::ExitStatus status)
+ExampleRun& ExampleRun::end(kvn::ExitStatus status)
 {
     kvn::VerdictCounts counts;
     content.events.push_back(kvn::result_event(status, counts));
@@ -151,7 +151,7 @@ Run& Run::end(kvn::ExitStatus status)
     return *this;
 }
 
-void Run::write(const std::string& path) const
+void ExampleRun::write(const std::string& path) const
 {
     write_journal(content, path);
 }
@@ -171,8 +171,8 @@ std::vector<kvn::JournalContent> rack()
     using kvn::Verdict;
     constexpr std::array<const char*, 4> labels{"beam former", "channeliser", "", "recorder"};
     constexpr std::int64_t load_time = 2430;
-    Run first{"rack.con.2026-11-22T03-44-37Z.journal"};
-    Run second{"rack.con.2026-11-22T03-52-10Z.journal", 453'000};
+    ExampleRun first{"rack.con.2026-11-22T03-44-37Z.journal"};
+    ExampleRun second{"rack.con.2026-11-22T03-52-10Z.journal", 453'000};
     for (std::int64_t board = 0; board < 16; ++board)
         for (std::int64_t slot = 1; slot <= 4; ++slot) {
             if ((board == 9 && slot == 4) || (board == 15 && slot > 2))
@@ -187,6 +187,8 @@ std::vector<kvn::JournalContent> rack()
                 record.attempts = 3;
                 first.load(record, label);
                 first.begin(module, begin + 950, 2).begin(module, begin + 1900, 3).finish(record);
+                record.begin = moment(453'100 + slot * load_time);
+                record.end = moment(454'000 + slot * load_time);
                 second.load(slot == 2 ? record
                                       : configured(module, 453'100 + slot * load_time,
                                                    453'080 + (slot + 1) * load_time),
@@ -223,7 +225,7 @@ std::vector<kvn::JournalContent> rack()
             }
         }
     second.plan("mwc4a:9/4", "spare").end(kvn::ExitStatus::several);
-    Run third{"hil.toml.2026-11-22T04-01-00Z.journal", 983'000};
+    ExampleRun third{"hil.toml.2026-11-22T04-01-00Z.journal", 983'000};
     third.content.header.host = "bench-8";
     third.content.header.plan = "hil.toml";
     third.content.header.station = "HIL 2";
@@ -253,10 +255,10 @@ std::vector<kvn::JournalContent> rack()
     return {first.content, second.content, third.content};
 }
 
-Run large(std::size_t modules, bool distinct_files)
+ExampleRun large(std::size_t modules, bool distinct_files)
 {
     constexpr std::size_t boards_of_type = 16;
-    Run run{"large.journal"};
+    ExampleRun run{"large.journal"};
     for (std::size_t i = 0; i < modules; ++i) {
         const std::size_t board = i / 4;
         const std::string module = "rack" + std::to_string(board / boards_of_type) + ":" +

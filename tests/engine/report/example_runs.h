@@ -23,19 +23,19 @@ namespace example
                                   kvn::Verdict verdict, kvn::ModuleState state, kvn::Failure failure);
 
 /// A journal, line by line.
-class Run
+class ExampleRun
 {
 public:
     /// A run on "bench-7" that begins at moment(at).
-    explicit Run(const std::string& file = "rack.journal", std::int64_t at = 0);
+    explicit ExampleRun(const std::string& file = "rack.journal", std::int64_t at = 0);
 
-    Run& plan(const std::string& module, const std::string& label = "",
-              const std::string& file = "design.bit");
-    Run& begin(const std::string& module, std::int64_t at, unsigned attempt = 1);
-    Run& finish(const kvn::Record& record);
+    ExampleRun& plan(const std::string& module, const std::string& label = "",
+                     const std::string& file = "design.bit");
+    ExampleRun& begin(const std::string& module, std::int64_t at, unsigned attempt = 1);
+    ExampleRun& finish(const kvn::Record& record);
     /// Both of a load, planned too.
-    Run& load(const kvn::Record& record, const std::string& label = "");
-    Run& end(kvn::ExitStatus status);
+    ExampleRun& load(const kvn::Record& record, const std::string& label = "");
+    ExampleRun& end(kvn::ExitStatus status);
 
     /// Writes it as a journal on the disk.
     void write(const std::string& path) const;
@@ -48,7 +48,7 @@ public:
 [[nodiscard]] std::vector<kvn::JournalContent> rack();
 
 /// As many modules as are asked for, on buses of 4, each with a file of its own if wanted.
-[[nodiscard]] Run large(std::size_t modules, bool distinct_files);
+[[nodiscard]] ExampleRun large(std::size_t modules, bool distinct_files);
 
 /// Writes any journal to the disk.
 void write_journal(const kvn::JournalContent& content, const std::string& path);

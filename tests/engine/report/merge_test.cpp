@@ -10,8 +10,8 @@ namespace
 {
 
 using example::configured;
+using example::ExampleRun;
 using example::failing;
-using example::Run;
 using kvn::merge_journals;
 using kvn::ModuleState;
 using kvn::Report;
@@ -47,7 +47,8 @@ TEST(MergedReport, IsEmptyWithoutJournals)
 
 TEST(MergedReport, HasTheFactsOfARecord)
 {
-    const Report report = merge_journals({Run{}.load(configured("mwc4a:0/1.2", 100, 2500), "dsp").content});
+    const Report report =
+        merge_journals({ExampleRun{}.load(configured("mwc4a:0/1.2", 100, 2500), "dsp").content});
     ASSERT_EQ(report.rows.size(), 1U);
     const ReportRow& row = report.rows[0];
     EXPECT_EQ(row.host, "bench-7");
@@ -68,7 +69,7 @@ TEST(MergedReport, HasTheFactsOfARecord)
 
 TEST(MergedReport, HasTheFailureOfARecord)
 {
-    const Report report = merge_journals({Run{}.load(bus_failure(MODULE, 0)).content});
+    const Report report = merge_journals({ExampleRun{}.load(bus_failure(MODULE, 0)).content});
     EXPECT_EQ(report.rows[0].what, "the bus failed");
     EXPECT_EQ(report.rows[0].why, "no power");
     EXPECT_EQ(report.rows[0].remedy, "switch it on");
@@ -79,8 +80,8 @@ TEST(MergedReport, TakesTheLastRecordAndAddsUpTheAttempts)
     kvn::Record twice = bus_failure(MODULE, 100);
     twice.attempts = 2;
     const auto first =
-        Run{"1.journal"}.plan(MODULE).begin(MODULE, 1).begin(MODULE, 2, 2).finish(twice).content;
-    const auto second = Run{"2.journal", 60'000}.load(configured(MODULE, 60'100, 62'000)).content;
+        ExampleRun{"1.journal"}.plan(MODULE).begin(MODULE, 1).begin(MODULE, 2, 2).finish(twice).content;
+    const auto second = ExampleRun{"2.journal", 60'000}.load(configured(MODULE, 60'100, 62'000)).content;
     const Report report = merge_journals({second, first}); // by begin, not by the order of the arguments
     ASSERT_EQ(report.rows.size(), 1U);
     EXPECT_EQ(report.rows[0].verdict, Verdict::configured);
@@ -91,7 +92,7 @@ TEST(MergedReport, TakesTheLastRecordAndAddsUpTheAttempts)
 
 TEST(MergedReport, CallsAModuleThatIsOnlyPlannedNotTried)
 {
-    const Report report = merge_journals({Run{}.plan(MODULE, "dsp").content});
+    const Report report = merge_journals({ExampleRun{}.plan(MODULE, "dsp").content});
     EXPECT_EQ(report.rows[0].verdict, Verdict::not_tried);
     EXPECT_EQ(report.rows[0].state, ModuleState::untouched);
     EXPECT_EQ(report.rows[0].attempts, 0U);
@@ -103,8 +104,8 @@ TEST(MergedReport, CallsAModuleThatIsOnlyPlannedNotTried)
 
 TEST(MergedReport, KeepsARecordOverAPlanThatWasNotCarriedOut)
 {
-    const auto first = Run{"1.journal"}.load(configured(MODULE, 1, 2)).content;
-    const auto second = Run{"2.journal", 1000}.plan(MODULE).content;
+    const auto first = ExampleRun{"1.journal"}.load(configured(MODULE, 1, 2)).content;
+    const auto second = ExampleRun{"2.journal", 1000}.plan(MODULE).content;
     const Report report = merge_journals({first, second});
     EXPECT_EQ(report.rows[0].verdict, Verdict::configured);
     EXPECT_EQ(report.rows[0].run, 0U);
@@ -112,7 +113,7 @@ TEST(MergedReport, KeepsARecordOverAPlanThatWasNotCarriedOut)
 
 TEST(MergedReport, CallsALoadWithoutAnEndFailedAndTheModuleInterrupted)
 {
-    auto journal = Run{}.plan(MODULE).begin(MODULE, 500).content;
+    auto journal = ExampleRun{}.plan(MODULE).begin(MODULE, 500).content;
     ReportRow row = merge_journals({journal}).rows[0];
     EXPECT_EQ(row.verdict, Verdict::failed);
     EXPECT_EQ(row.state, ModuleState::interrupted);
@@ -127,7 +128,7 @@ TEST(MergedReport, CallsALoadWithoutAnEndFailedAndTheModuleInterrupted)
 
 TEST(MergedReport, ForgetsTheRecordBeforeALoadWithoutAnEnd)
 {
-    const auto journal = Run{}.load(configured(MODULE, 1, 2)).begin(MODULE, 500, 2).content;
+    const auto journal = ExampleRun{}.load(configured(MODULE, 1, 2)).begin(MODULE, 500, 2).content;
     const Report report = merge_journals({journal});
     EXPECT_EQ(report.rows[0].state, ModuleState::interrupted);
     EXPECT_TRUE(report.rows[0].record.is_null());
@@ -138,12 +139,12 @@ TEST(MergedReport, TakesAKeptRecordOnlyWhereItsOwnRunIsMissing)
 {
     kvn::Record record = configured(MODULE, 1, 2);
     record.attempts = 2;
-    auto second = Run{"2.journal", 1000}.plan(MODULE);
+    auto second = ExampleRun{"2.journal", 1000}.plan(MODULE);
     second.content.events.push_back(kvn::kept_event(to_json(record)));
     EXPECT_EQ(merge_journals({second.content}).rows[0].verdict, Verdict::configured);
     EXPECT_EQ(merge_journals({second.content}).rows[0].attempts, 2U);
 
-    const auto first = Run{"1.journal"}.load(record).content;
+    const auto first = ExampleRun{"1.journal"}.load(record).content;
     const Report report = merge_journals({first, second.content});
     EXPECT_EQ(report.rows[0].attempts, 2U);
     EXPECT_EQ(report.rows[0].run, 0U);
@@ -151,8 +152,9 @@ TEST(MergedReport, TakesAKeptRecordOnlyWhereItsOwnRunIsMissing)
 
 TEST(MergedReport, CountsACopyOfAJournalOnce)
 {
-    const auto whole = Run{"b.journal"}.load(configured(MODULE, 1, 2)).end(kvn::ExitStatus::done).content;
-    auto older = Run{"a.journal"}.plan(MODULE).content;
+    const auto whole =
+        ExampleRun{"b.journal"}.load(configured(MODULE, 1, 2)).end(kvn::ExitStatus::done).content;
+    auto older = ExampleRun{"a.journal"}.plan(MODULE).content;
     older.lines = 2;
     const Report report = merge_journals({whole, older, whole});
     ASSERT_EQ(report.runs.size(), 1U);
@@ -162,10 +164,10 @@ TEST(MergedReport, CountsACopyOfAJournalOnce)
 
 TEST(MergedReport, TellsModulesOfDifferentHostsApart)
 {
-    Run other{"8.journal", 500};
+    ExampleRun other{"8.journal", 500};
     other.content.header.host = "bench-8";
     const Report report = merge_journals(
-        {Run{}.load(configured(MODULE, 1, 2)).content, other.load(bus_failure(MODULE, 600)).content});
+        {ExampleRun{}.load(configured(MODULE, 1, 2)).content, other.load(bus_failure(MODULE, 600)).content});
     EXPECT_THAT(report.hosts(), ElementsAre("bench-7", "bench-8"));
     EXPECT_EQ(report.rows[0].verdict, Verdict::configured);
     EXPECT_EQ(report.rows[1].verdict, Verdict::failed);
@@ -174,7 +176,7 @@ TEST(MergedReport, TellsModulesOfDifferentHostsApart)
 
 TEST(MergedReport, OrdersModulesByTheValueOfTheirNumbers)
 {
-    const Report report = merge_journals({Run{}
+    const Report report = merge_journals({ExampleRun{}
                                               .plan("mwc4a:10/1")
                                               .plan("mwc4a:2/4")
                                               .plan("mwc4a:2/3.1")
@@ -187,7 +189,7 @@ TEST(MergedReport, OrdersModulesByTheValueOfTheirNumbers)
 
 TEST(MergedReport, KeepsWhatIsNoModulesName)
 {
-    Run run;
+    ExampleRun run;
     run.plan(MODULE);
     run.content.planned[0]["module"] = "../../etc";
     const Report report = merge_journals({run.content});
@@ -198,7 +200,7 @@ TEST(MergedReport, KeepsWhatIsNoModulesName)
 
 TEST(MergedReport, TakesWhatHasAnotherTypeForMissing)
 {
-    Run run;
+    ExampleRun run;
     run.content.planned =
         kvn::Json::parse(R"([7, {"module": 7}, {"module": "mwc4a:0/2", "label": [], "file": {}}])");
     run.content.events = {kvn::Json::parse(R"({"event": "finished", "module": "mwc4a:0/2", "record": [1]})"),
@@ -214,7 +216,7 @@ TEST(MergedReport, TakesWhatHasAnotherTypeForMissing)
 
 TEST(MergedReport, SaysWhatOfAJournalIsNotInIt)
 {
-    auto journal = Run{}.plan(MODULE).content;
+    auto journal = ExampleRun{}.plan(MODULE).content;
     journal.damage = {7, "its sum does not fit"};
     journal.torn_bytes = 3;
     const Report report = merge_journals({journal});
@@ -226,7 +228,7 @@ TEST(MergedReport, SaysWhatOfAJournalIsNotInIt)
 
 TEST(MergedReport, HasASpanForEachLoadOnItsBus)
 {
-    const auto journal = Run{}
+    const auto journal = ExampleRun{}
                              .load(configured("mwc4a:0/1", 100, 900))
                              .load(configured("mwc4a:0/1.2", 1000, 2000))
                              .load(configured("mwc4a:1/1", 150, 950))
@@ -246,8 +248,11 @@ TEST(MergedReport, ListsEachFileOnce)
 {
     kvn::Record other = configured("mwc4a:0/3", 5, 6);
     other.file->value = "other.bit";
-    const Report report = merge_journals(
-        {Run{}.load(other).load(configured("mwc4a:0/1", 1, 2)).load(configured("mwc4a:0/2", 3, 4)).content});
+    const Report report = merge_journals({ExampleRun{}
+                                              .load(other)
+                                              .load(configured("mwc4a:0/1", 1, 2))
+                                              .load(configured("mwc4a:0/2", 3, 4))
+                                              .content});
     ASSERT_EQ(report.files.size(), 2U);
     EXPECT_EQ(report.files[0].name, "design.bit");
     EXPECT_EQ(report.files[0].modules, 2U);

@@ -13,8 +13,8 @@ namespace
 {
 
 using example::configured;
+using example::ExampleRun;
 using example::failing;
-using example::Run;
 using kvn::csv_field;
 using kvn::merge_journals;
 using kvn::ModuleState;
@@ -35,7 +35,7 @@ std::size_t occurrences(const std::string& text, const std::string& part)
 
 Report of_verdict(Verdict verdict)
 {
-    return merge_journals({Run{}
+    return merge_journals({ExampleRun{}
                                .load(failing("mwc4a:0/1", 0, 1500, verdict, ModuleState::unknown,
                                              {kvn::ExitStatus::bus, 9114, "what", "why", "remedy"}))
                                .content});
@@ -44,8 +44,8 @@ Report of_verdict(Verdict verdict)
 TEST(CsvReport, HasALineForEachModule)
 {
     EXPECT_EQ(
-        csv_report(
-            merge_journals({Run{}.load(configured("mwc4a:0/1", 0, 1500), "dsp").plan("mwc4a:0/2").content})),
+        csv_report(merge_journals(
+            {ExampleRun{}.load(configured("mwc4a:0/1", 0, 1500), "dsp").plan("mwc4a:0/2").content})),
         "host,module,label,serial_number,verdict,state,attempts,error,what,why,remedy,file,file_sha256,digest,format,"
         "design,part,device,mode,wire_bytes,begin,end,seconds_on_wire,answer,operator,station,tool_version,provider,"
         "provider_version,simulated,plan,journal\r\n"
@@ -55,7 +55,7 @@ TEST(CsvReport, HasALineForEachModule)
         "compressed,21386,2026-11-22T03:44:37.000Z,2026-11-22T03:44:38.500Z,1.5,5,Kim,,1.0.0,virtual,,true,rack.con,"
         "rack.journal\r\n"
         "bench-7,mwc4a:0/2,,,not tried,untouched,0,,\"the module is in the plan, but its load was never begun\",,"
-        "load it; a run that continues this journal does,design.bit,"
+        "\"load it; a run that continues this journal does\",design.bit,"
         "5b4c3a29e1d0f7c6b5a493827160f5e4d3c2b1a09f8e7d6c5b4a392817061504,"
         "1739bca92e53d63c582e8e6af040561c04ece7cb83ae2931a47f33fd60954c43,,,,2v3000fg676-4,compressed,21386,,,,,,,,"
         "virtual,,true,rack.con,rack.journal\r\n");
@@ -91,7 +91,7 @@ TEST(JUnitReport, HasACaseForEachModule)
     record.digest.reset();
     record.design.reset();
     record.part.reset();
-    Run run;
+    ExampleRun run;
     run.load(configured("mwc4a:0/1", 0, 1500), "dsp").finish(record);
     EXPECT_EQ(junit_report(merge_journals({run.content})),
               R"(<?xml version="1.0" encoding="UTF-8"?>
@@ -159,10 +159,10 @@ TEST(JUnitReport, CallsCancelledAndNotTriedAnErrorAndSkipsNothing)
 
 TEST(JUnitReport, NamesNoCaseTwice)
 {
-    Run first; // "a" on host "x b", "b a" ... the same text by another division
+    ExampleRun first; // "a" on host "x b", "b a" ... the same text by another division
     first.content.header.host = "bench 7";
     first.plan("mwc4a:0/1", "dsp");
-    Run second{"2.journal", 1000};
+    ExampleRun second{"2.journal", 1000};
     second.content.header.host = "bench";
     second.plan("mwc4a:0/1");
     second.content.planned[0]["module"] = "7 mwc4a:0/1 dsp";
@@ -173,7 +173,7 @@ TEST(JUnitReport, NamesNoCaseTwice)
 
 TEST(JUnitReport, ShowsWhatXmlForbids)
 {
-    Run run;
+    ExampleRun run;
     run.plan("mwc4a:0/1", "\x01\xEF\xBF\xBE\x1B]]>");
     EXPECT_THAT(junit_report(merge_journals({run.content})),
                 HasSubstr("mwc4a:0/1 \\x01\\u{FFFE}\\x1B]]&gt;\""));
@@ -195,9 +195,13 @@ TEST(HtmlReport, HasVerdictStateAndRemedyOfEachModule)
     EXPECT_THAT(
         page, HasSubstr("<tr id=m0 class=t><th scope=row>mwc4a:0/1 <small>simulated</small><td class=v>timed "
                         "out<td>unknown<td>bench-7<td><a href=#r1>1</a><td>"));
-    EXPECT_THAT(page,
-                HasSubstr("<td>2026-11-22 03:44:37<td>1.500<td>1<td><p>what<p><b>why:</b> why<p><b>try:</b> "
-                          "remedy\n"));
+    EXPECT_THAT(
+        page, HasSubstr("<tr id=m0 class=t><th scope=row>mwc4a:0/1<small> simulated</small><td class=v>timed "
+                        "out<small> unknown</small><td>bench-7<td><a href=#r1>1</a><td><td><a href=#f0>"
+                        "design.bit</a><small class=mono> 1739bca92e53</small><td>2v3000fg676-4<small> "));
+    EXPECT_THAT(
+        page, HasSubstr("<td>21\u202F386<small> compressed</small><td><small>2026-11-22 </small>03:44:37<td>"
+                        "1.500<td>1<td><p>what<p><b>why:</b> why<p><b>try:</b> remedy\n"));
     EXPECT_THAT(
         page,
         HasSubstr("<li class=s><h4>mwc4a:0 <small>simulated</small></h4><ol><li class=m><a class=\"v t\" "
@@ -208,16 +212,14 @@ TEST(HtmlReport, HasVerdictStateAndRemedyOfEachModule)
 
 TEST(HtmlReport, MarksWhatIsNotObserved)
 {
-    const std::string page = html_report(merge_journals({Run{}.plan("mwc4a:0/1").content}));
-    EXPECT_THAT(
-        page,
-        HasSubstr("<td>2v3000fg676-4 <small>intended</small><td>compressed <small>intended</small><td>21"
-                  "\u202F386 <small>intended</small><td><td><td>0<td>"));
+    const std::string page = html_report(merge_journals({ExampleRun{}.plan("mwc4a:0/1").content}));
+    EXPECT_THAT(page, HasSubstr("<td>2v3000fg676-4 <i>intended</i><td>21\u202F386 <i>intended</i><small> "
+                                "compressed</small><td><td><td>0<td>"));
 }
 
 TEST(HtmlReport, ShowsTextsOfJournalsAndExecutesNone)
 {
-    Run run;
+    ExampleRun run;
     run.content.header.plan = "</title><script>1</script>";
     run.plan("mwc4a:0/1", "<img src=x onerror=alert(1)>");
     const std::string page = html_report(merge_journals({run.content}));
@@ -226,9 +228,16 @@ TEST(HtmlReport, ShowsTextsOfJournalsAndExecutesNone)
     EXPECT_THAT(page, HasSubstr("&lt;img src=x onerror=alert(1)&gt;"));
 }
 
+TEST(HtmlReport, TakesAtMostAThousandBytesForAModule)
+{
+    constexpr std::size_t modules = 1000;
+    EXPECT_LE(html_report(merge_journals({example::large(modules, true).content})).size(), modules * 1000);
+}
+
 TEST(ReportJson, HasTheRowsWithTheirRecords)
 {
-    const Report report = merge_journals({Run{}.load(configured("mwc4a:0/1", 0, 1500), "dsp").content});
+    const Report report =
+        merge_journals({ExampleRun{}.load(configured("mwc4a:0/1", 0, 1500), "dsp").content});
     const kvn::Json json = to_json(report);
     EXPECT_EQ(json["kvn"], "report");
     EXPECT_EQ(json["version"], "1.0");
