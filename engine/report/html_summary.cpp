@@ -98,7 +98,7 @@ void add_notices(std::string& page, const Report& report)
 
 void add_summary(std::string& page, const Report& report)
 {
-    page += "<header>\n<h1>" + headline(report) + "</h1>\n<p class=lead>" + circumstances(report) + "\n";
+    page += "<header>\n<h1>" + headline(report) + "</h1>\n<p class=lead>" + circumstances(report) + "</p>\n";
     if (!report.rows.empty())
         add_share(page, report);
     add_counts(page, report);

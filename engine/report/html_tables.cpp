@@ -13,8 +13,8 @@ namespace
 {
 
 constexpr const char* module_columns[] = {
-    "Module", "Verdict", "Host",  "Run",     "Serial number", "File",
-    "Device", "Bytes",   "Begun", "Seconds", "Attempts",      "What went wrong, and what to do"};
+    "Module", "Verdict", "Host",  "Serial number", "File",
+    "Device", "Bytes",   "Begun", "Seconds",       "What went wrong, and what to do"};
 constexpr const char* file_columns[] = {
     "File", "Format", "Design", "Part", "Modules", "Digest of the configuration", "SHA-256 of the file"};
 
@@ -147,16 +147,16 @@ void add_row(std::string& page, const Report& report, std::size_t index)
     if (row.simulated)
         page += "<small> simulated</small>";
     add_cell(page, verdict_markup(row), " class=v");
-    add_cell(page, host_markup(row.host));
-    add_cell(page, "<a href=#r" + std::to_string(row.run + 1) + ">" + std::to_string(row.run + 1) + "</a>");
+    const std::string run = std::to_string(row.run + 1);
+    add_cell(page, host_markup(row.host) + "<small> <a href=#r" + run + ">run " + run + "</a></small>");
     add_cell(page, markup_text(text_fact(row, "serial_number")));
     add_cell(page, file_markup(report, index));
     add_cell(page, device_markup(row));
     add_cell(page, bytes_markup(row));
     const Times times = times_of(row);
     add_cell(page, times.begin);
-    add_cell(page, times.seconds);
-    add_cell(page, std::to_string(row.attempts));
+    add_cell(page, times.seconds +
+                       (row.attempts == 1 ? "" : "<small> " + counted(row.attempts, "attempt") + "</small>"));
     page += "<td>";
     add_outcome(page, row);
     page += '\n';
@@ -214,8 +214,6 @@ void add_modules(std::string& page, const Report& report)
     if (report.rows.empty())
         return;
     std::string classes = "records cards";
-    if (report.hosts().size() == 1)
-        classes += " one-host";
     if (report.runs.size() == 1)
         classes += " one-run";
     if (std::ranges::all_of(report.rows,

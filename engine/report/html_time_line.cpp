@@ -35,11 +35,12 @@ struct Axis {
 /// The smallest round step with which the ticks reach to the end.
 std::int64_t round_step(std::int64_t milliseconds)
 {
-    constexpr std::array<std::int64_t, 30> steps{
-        1,         2,          5,          10,         20,         50,         100,       200,
-        500,       1'000,      2'000,      3'000,      5'000,      10'000,     15'000,    20'000,
-        30'000,    60'000,     120'000,    300'000,    600'000,    900'000,    1'800'000, 3'600'000,
-        7'200'000, 10'800'000, 21'600'000, 43'200'000, 86'400'000, 172'800'000};
+    constexpr std::array<std::int64_t, 33> steps{
+        1,          2,          5,          10,          25,         50,        100,
+        150,        250,        500,        1'000,       1'500,      2'000,     2'500,
+        5'000,      10'000,     15'000,     20'000,      30'000,     60'000,    120'000,
+        300'000,    600'000,    900'000,    1'800'000,   3'600'000,  7'200'000, 10'800'000,
+        21'600'000, 43'200'000, 86'400'000, 172'800'000, 345'600'000};
     const auto found =
         std::ranges::find_if(steps, [&](std::int64_t step) { return step * TICKS >= milliseconds; });
     constexpr std::int64_t day = 86'400'000;

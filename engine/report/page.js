@@ -8,7 +8,7 @@
   const rows = [...body.rows];
   const heads = [...table.tHead.rows[0].cells];
   const collator = new Intl.Collator("en", { numeric: true });
-  const numeric = new Set([7, 9, 10]);
+  const numeric = new Set([6, 8]);
   const texts = new Map();
 
   const make = (tag, properties = {}, ...children) => {
@@ -24,8 +24,10 @@
 
   // Sorting: a button in each head of a column.
   const keyOf = (row, column) => {
-    const text = row.cells[column].textContent;
-    return numeric.has(column) ? (text === "" ? -1 : Number(text.replace(/[^0-9.]/g, ""))) : text;
+    const cell = row.cells[column];
+    if (!numeric.has(column)) return cell.textContent;
+    const text = cell.firstChild instanceof Text ? cell.firstChild.data : "";
+    return text === "" ? -1 : Number(text.replace(/[^0-9.]/g, ""));
   };
   const sortBy = (column, descending) => {
     const keyed = rows.map((row, index) => ({ row, index, key: keyOf(row, column) }));

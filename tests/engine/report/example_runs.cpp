@@ -56,7 +56,7 @@ kvn::Record configured(const std::string& module, std::int64_t begin, std::int64
     record.design = {{"example.ncd", kvn::Source::observed}};
     record.part = {{"2v3000fg676", kvn::Source::observed}};
     kvn::ModuleIdentity identity;
-    identity.type = 1;
+    identity.type = 2;
     identity.model = 4;
     identity.version = 2;
     identity.device = "2v3000fg676-4";
@@ -185,8 +185,8 @@ std::vector<kvn::JournalContent> rack()
                 kvn::Record record = failing(module, begin, begin + 900, Verdict::failed,
                                              ModuleState::interrupted, bus_failure(module));
                 record.attempts = 3;
-                first.load(record, label);
-                first.begin(module, begin + 950, 2).begin(module, begin + 1900, 3).finish(record);
+                first.plan(module, label).begin(module, begin);
+                first.begin(module, begin + 300, 2).begin(module, begin + 600, 3).finish(record);
                 record.begin = moment(453'100 + slot * load_time);
                 record.end = moment(454'000 + slot * load_time);
                 second.load(slot == 2 ? record
@@ -213,8 +213,8 @@ std::vector<kvn::JournalContent> rack()
                 record.wire_bytes.reset();
                 record.attempts = 0;
                 first.load(record, label);
-            } else if (board == 13 && slot == 2) {
-                first.load(failing(module, begin, begin + 6000, Verdict::timed_out, ModuleState::unknown,
+            } else if (board == 13 && slot == 4) {
+                first.load(failing(module, begin, begin + 4000, Verdict::timed_out, ModuleState::unknown,
                                    {kvn::ExitStatus::timed_out, 0, module + ": no byte was moved for 60 s",
                                     "", "switch the board off and on, then load it again"}),
                            label);

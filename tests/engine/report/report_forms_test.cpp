@@ -193,15 +193,13 @@ TEST(HtmlReport, HasVerdictStateAndRemedyOfEachModule)
     const std::string page = html_report(of_verdict(Verdict::timed_out));
     EXPECT_THAT(page, HasSubstr("<h1>0 of 1 module configured</h1>"));
     EXPECT_THAT(
-        page, HasSubstr("<tr id=m0 class=t><th scope=row>mwc4a:0/1 <small>simulated</small><td class=v>timed "
-                        "out<td>unknown<td>bench-7<td><a href=#r1>1</a><td>"));
-    EXPECT_THAT(
-        page, HasSubstr("<tr id=m0 class=t><th scope=row>mwc4a:0/1<small> simulated</small><td class=v>timed "
-                        "out<small> unknown</small><td>bench-7<td><a href=#r1>1</a><td><td><a href=#f0>"
-                        "design.bit</a><small class=mono> 1739bca92e53</small><td>2v3000fg676-4<small> "));
-    EXPECT_THAT(
-        page, HasSubstr("<td>21\u202F386<small> compressed</small><td><small>2026-11-22 </small>03:44:37<td>"
-                        "1.500<td>1<td><p>what<p><b>why:</b> why<p><b>try:</b> remedy\n"));
+        page,
+        HasSubstr("<tr id=m0 class=t><th scope=row>mwc4a:0/1<small> simulated</small><td class=v>timed "
+                  "out<small> unknown</small><td>bench-7<small> <a href=#r1>run 1</a></small><td><td>"
+                  "<a href=#f0>design.bit</a><small class=mono> 1739bca92e53</small><td>2v3000fg676-4"
+                  "<small> KAVRIN-FPGA model 4 version 2</small><td>21\u202F386<small> compressed</small><td>"
+                  "<small>2026-11-22 </small>03:44:37<td>1.500<td><p>what<p><b>why:</b> why<p><b>try:</b> "
+                  "remedy\n"));
     EXPECT_THAT(
         page,
         HasSubstr("<li class=s><h4>mwc4a:0 <small>simulated</small></h4><ol><li class=m><a class=\"v t\" "
@@ -214,7 +212,24 @@ TEST(HtmlReport, MarksWhatIsNotObserved)
 {
     const std::string page = html_report(merge_journals({ExampleRun{}.plan("mwc4a:0/1").content}));
     EXPECT_THAT(page, HasSubstr("<td>2v3000fg676-4 <i>intended</i><td>21\u202F386 <i>intended</i><small> "
-                                "compressed</small><td><td><td>0<td>"));
+                                "compressed</small><td><td><small> 0 attempts</small><td>"));
+}
+
+TEST(HtmlReport, HasALaneForEachBusWithItsLoads)
+{
+    const std::string page = html_report(merge_journals({ExampleRun{}
+                                                             .load(configured("mwc4a:10/1", 0, 1000))
+                                                             .load(configured("mwc4a:9/1", 0, 500))
+                                                             .content}));
+    EXPECT_THAT(page,
+                HasSubstr("<caption>from 2026-11-22 03:44:37 UTC, 1 s</caption>\n<thead><tr><th scope=col>Bus"
+                          "<th scope=col class=axis><span>0 s</span><span>0.25 s</span><span>0.5 s</span>"
+                          "<span>0.75 s</span><th scope=col>Loads\n"));
+    EXPECT_THAT(page, HasSubstr("<tbody>\n<tr><th scope=row>mwc4a:9<td><svg viewBox=\"0 0 4000 20\" "));
+    EXPECT_THAT(
+        page,
+        HasSubstr("<path class=c d=M0,10h1996><title>mwc4a:9/1 configured, 0.500 s</title></path></g></svg>"
+                  "<td>1 load in 0.500 s\n<tr><th scope=row>mwc4a:10<td>"));
 }
 
 TEST(HtmlReport, ShowsTextsOfJournalsAndExecutesNone)
