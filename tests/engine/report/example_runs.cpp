@@ -233,17 +233,17 @@ std::vector<kvn::JournalContent> rack()
         kvn::Record record =
             configured("mwpci:0/1." + std::to_string(slot), 983'200 + slot * 700, 983'800 + slot * 700);
         record.host = {{"bench-8", kvn::Source::observed}};
-        record.provider = {.name = "libmwapi.so",
-                           .file = "/usr/lib/libmwapi.so",
-                           .version = "2.1",
-                           .announcement = "",
-                           .simulated = false};
         record.serial_number = {{"SN-00" + std::to_string(41 + slot), kvn::Source::given}};
         if (slot == 4)
             record =
                 failing("mwpci:0/1.4", 985'900, 986'100, Verdict::cancelled, ModuleState::interrupted,
                         {kvn::ExitStatus::cancelled, 0, "mwpci:0/1.4: design.bit: the load was cancelled", "",
                          "load it again; a run that continues this journal does"});
+        record.provider = {.name = "libmwapi.so",
+                           .file = "/usr/lib/libmwapi.so",
+                           .version = "2.1",
+                           .announcement = "",
+                           .simulated = false};
         third.load(record);
     }
     third.content.header.provider = kvn::to_json(kvn::ProviderIdentity{.name = "libmwapi.so",
