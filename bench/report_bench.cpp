@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// Times the HTML report of many modules against a floor: writing the same records as JSON, which is what a journal costs.
+// Times the HTML report of many modules against a floor: writing the same records as JSON, which is what a
+// journal costs.
 //   kvn_report_bench [MODULES [ROUNDS]]
 #include "example_runs.h"
 #include "report/html_report.h"
