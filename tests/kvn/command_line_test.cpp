@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What all commands of kvn share: help, examples, unknown words, outputs that fail, colours.
+#include "example_runs.h"
 #include "kvn_fixture.h"
 #include "support/journals.h"
 
@@ -14,7 +15,7 @@ using testing::Not;
 
 const std::vector<std::string> COMMANDS = {"list",    "load",    "convert",  "info",    "check",
                                            "digest",  "diff",    "estimate", "explain", "trace",
-                                           "support", "journal", "history"};
+                                           "support", "journal", "history",  "report"};
 
 std::vector<std::string> words_of(const std::string& line)
 {
@@ -47,6 +48,10 @@ protected:
         make("2v3000fg676-4", "design.rbt");
         make("2v3000fg676-4", "design.mcb");
         make("2v3000fg676-4", "other.bit", "flipped-bit");
+        example::ExampleRun example;
+        example.load(example::configured("mwc4a:0/1", 0, 1500)).end(kvn::ExitStatus::done);
+        example.write(path("run.journal"));
+        example.write(path("again.journal"));
         variables["MWVIRTUAL_TRACE"] = "run.jsonl";
         ASSERT_EQ(kvn({"list", "mwc4a:0"}).status, 0);
         variables.erase("MWVIRTUAL_TRACE");
