@@ -12,21 +12,20 @@ namespace
 constexpr const char* BY_ITSELF = " (by its own word)";
 constexpr const char* GIVEN = " (as was given)";
 
-/// "the module in mwc4a:0/2 has a 2v40cs144-4 (by its own word)"
-std::string has_device(const ModuleName& module, const KnownDevice& device)
+} // namespace
+
+std::string device_in_words(const ModuleName& module, const KnownDevice& device)
 {
     return "the module in " + to_text(module) + " has a " + device.name() +
            (device.own.empty() ? GIVEN : BY_ITSELF);
 }
-
-} // namespace
 
 std::optional<Failure> unexpected_device(const ModuleName& module, const KnownDevice& device)
 {
     if (device.own.empty() || device.given.empty() || device.own == device.given)
         return std::nullopt;
     return Failure{.status = ExitStatus::wrong_device,
-                   .what = has_device(module, device) + ", not a " + device.given + GIVEN,
+                   .what = device_in_words(module, device) + ", not a " + device.given + GIVEN,
                    .remedy = "check the slot, and what is given"};
 }
 
@@ -43,7 +42,7 @@ std::optional<Failure> unsuitable_file(const std::string& file, const Inspection
     const bool same_chip = inspection.device != nullptr && inspection.device == fpga::find_device(name);
     return Failure{
         .status = ExitStatus::wrong_device,
-        .what = file + " is for a " + part + family + " (by its header); " + has_device(module, device),
+        .what = file + " is for a " + part + family + " (by its header); " + device_in_words(module, device),
         .why =
             same_chip ? "the chip is the same, but the library compares the whole name before the dash" : "",
         .remedy = "use the bitstream that was made for the module's device"};

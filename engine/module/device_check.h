@@ -22,6 +22,9 @@ struct KnownDevice {
     [[nodiscard]] const std::string& name() const { return own.empty() ? given : own; }
 };
 
+/// "the module in mwc4a:0/2 has a 2v40cs144-4 (by its own word)", or "(as was given)".
+[[nodiscard]] std::string device_in_words(const ModuleName& module, const KnownDevice& device);
+
 /// @return null unless the module names another device than the user
 [[nodiscard]] std::optional<Failure> unexpected_device(const ModuleName& module, const KnownDevice& device);
 

@@ -28,10 +28,14 @@ public:
 private:
     void note_circumstances();
     void perform();
+    void take_up_file();
     void inspect_file();
+    void recall_file(const JudgedFile& judged);
     void find_module();
     void compare_devices();
+    void require_judged_device(const JudgedFile& judged) const;
     void choose_mode();
+    void recall_mode(const JudgedFile& judged);
     void judge_file();
     void send();
 
@@ -97,12 +101,16 @@ void LoadRun::perform()
 {
     require_valid(request_.module);
     require_not_cancelled();
-    inspect_file();
+    take_up_file();
     require_not_cancelled();
     find_module();
     compare_devices();
-    choose_mode();
-    judge_file();
+    if (request_.judged != nullptr) {
+        recall_mode(*request_.judged);
+    } else {
+        choose_mode();
+        judge_file();
+    }
     require_not_cancelled();
     send();
 }
@@ -122,19 +130,46 @@ void LoadRun::note_circumstances()
     record_.provider = provider_.identity();
 }
 
-void LoadRun::inspect_file()
+void LoadRun::take_up_file()
 {
     const Input& file = *request_.file;
     record_.file_size = observed(std::optional{file.stored().size});
     record_.file_sha256 = observed(if_any(file.stored().sha256));
-    inspection_ = inspect(file);
+    if (request_.judged != nullptr)
+        recall_file(*request_.judged);
+    else
+        inspect_file();
+    if (inspection_.format() == Format::unknown)
+        refuse_if_unfit();
+    record_.format = observed(std::optional<std::string>{format_name(inspection_.format())});
+}
+
+/// The bytes are those that were inspected before: so is all that they say.
+void LoadRun::recall_file(const JudgedFile& judged)
+{
+    if (judged.file_sha256 != request_.file->stored().sha256)
+        stop({.status = ExitStatus::rehearsal,
+              .what = file_name() + " is not the file that was approved",
+              .why = "its SHA-256 differs",
+              .remedy = "start the run again"});
+    inspection_.content = judged.format;
+    inspection_.part = judged.part;
+    inspection_.device = fpga::find_device(judged.part);
+    inspection_.other_family = other_family(judged.part);
+    inspection_.problems = judged.problems;
+    record_.problems = judged.problems;
+    record_.digest = observed(if_any(judged.digest));
+    record_.design = observed(judged.design);
+    record_.part = observed(if_any(judged.part));
+}
+
+void LoadRun::inspect_file()
+{
+    inspection_ = inspect(*request_.file);
     record_.problems = inspection_.problems;
     record_.digest = observed(if_any(inspection_.digest));
     record_.design = observed(inspection_.header.design);
     record_.part = observed(if_any(inspection_.part));
-    if (inspection_.format() == Format::unknown)
-        refuse_if_unfit();
-    record_.format = observed(std::optional<std::string>{format_name(inspection_.format())});
 }
 
 void LoadRun::find_module()
@@ -155,8 +190,21 @@ void LoadRun::compare_devices()
     device_ = {.own = session_.core().device_name, .given = request_.device};
     if (auto failure = unexpected_device(request_.module, device_))
         stop(*std::move(failure));
+    if (request_.judged != nullptr)
+        require_judged_device(*request_.judged);
     if (auto failure = unsuitable_file(file_name(), inspection_, request_.module, device_))
         stop(*std::move(failure));
+}
+
+/// A file is judged for a device: a module that was exchanged since has not been approved.
+void LoadRun::require_judged_device(const JudgedFile& judged) const
+{
+    if (device_.name() == judged.device)
+        return;
+    stop({.status = ExitStatus::wrong_device,
+          .what = device_in_words(request_.module, device_) + "; " + file_name() + " was approved for a " +
+                  judged.device,
+          .remedy = "check the slot, and start the run again"});
 }
 
 void LoadRun::choose_mode()
@@ -177,6 +225,19 @@ void LoadRun::choose_mode()
         return;
     record_.wire_bytes = Fact<std::uint64_t>{sizes.chosen().wire_bytes, Source::intended};
     control_.total_ = sizes.chosen().wire_bytes;
+}
+
+void LoadRun::recall_mode(const JudgedFile& judged)
+{
+    if (judged.mode == LoadKind::compressed && session_.core().supports_compressed_loading == 0)
+        stop({.status = ExitStatus::wrong_device,
+              .what = "the module in " + module_text() + " takes no compressed loads any more",
+              .why = "it did when the file was approved",
+              .remedy = "check the slot, and start the run again"});
+    mode_ = judged.mode;
+    record_.mode = Fact<LoadKind>{mode_, Source::intended};
+    record_.wire_bytes = Fact<std::uint64_t>{judged.wire_bytes, Source::intended};
+    control_.total_ = judged.wire_bytes;
 }
 
 /// Only a load that succeeds on a virtual module is tried on a real one.
