@@ -193,6 +193,8 @@ private:
     void judge_load(const Candidate& candidate);
     void tell_problems(const Candidate& candidate, const std::vector<Problem>& problems);
     [[nodiscard]] PlannedLoad load_of(const Candidate& candidate) const;
+    [[nodiscard]] bool may_be_loaded(const Trials& trials) const;
+    [[nodiscard]] std::optional<JudgedFile> judged_file(const Candidate& candidate) const;
     [[nodiscard]] Rehearsal finish();
 
     const RehearsalRequest& request_;
@@ -442,8 +444,7 @@ void Comparison::judge_load(const Candidate& candidate)
         findings_.problem(planned.place,
                           "the module in " + to_text(candidate.name()) + " takes no compressed loads",
                           "plan it without load = \"compressed\"");
-    const bool is_judged = trials.judgement.answer == Answer::yes && !trials.device.empty();
-    if (!is_judged && trials.judgement.answer != Answer::no && !request_.force)
+    if (trials.judgement.answer != Answer::no && !may_be_loaded(trials))
         findings_.problem(planned.place, not_judged(candidate.file.name, candidate.name(), candidate.device,
                                                     trials.judgement.words));
 }
@@ -480,11 +481,40 @@ PlannedLoad Comparison::load_of(const Candidate& candidate) const
     return load;
 }
 
+/// Whether the chip model says that the module would start, or nobody wants to know.
+bool Comparison::may_be_loaded(const Trials& trials) const
+{
+    const Answer answer = trials.judgement.answer;
+    return answer != Answer::no && ((answer == Answer::yes && !trials.device.empty()) || request_.force);
+}
+
+std::optional<JudgedFile> Comparison::judged_file(const Candidate& candidate) const
+{
+    if (!candidate.trials)
+        return std::nullopt;
+    const Trials& trials = trials_[*candidate.trials];
+    const LoadSize& size = trials.sizes.chosen();
+    if (trials.failure || !size.is_loadable || !may_be_loaded(trials))
+        return std::nullopt;
+    const Inspection& inspection = *candidate.file.inspection;
+    return JudgedFile{.file_sha256 = inspection.stored.sha256,
+                      .device = trials.device,
+                      .format = inspection.format(),
+                      .part = inspection.part,
+                      .digest = inspection.digest,
+                      .design = inspection.header.design,
+                      .problems = trials.problems,
+                      .mode = trials.sizes.mode,
+                      .wire_bytes = size.wire_bytes};
+}
+
 Rehearsal Comparison::finish()
 {
-    Rehearsal rehearsal{.findings = findings_.finish(), .planned = {}};
-    for (const Candidate& candidate : candidates_)
+    Rehearsal rehearsal{.findings = findings_.finish(), .planned = {}, .judged = {}};
+    for (const Candidate& candidate : candidates_) {
         rehearsal.planned.push_back(load_of(candidate));
+        rehearsal.judged.push_back(judged_file(candidate));
+    }
     return rehearsal;
 }
 
