@@ -15,7 +15,7 @@ using testing::Not;
 
 const std::vector<std::string> COMMANDS = {"list",    "load",    "convert",  "info",    "check",
                                            "digest",  "diff",    "estimate", "explain", "trace",
-                                           "support", "journal", "history",  "report"};
+                                           "support", "journal", "history",  "report",  "plan"};
 
 std::vector<std::string> words_of(const std::string& line)
 {
@@ -48,6 +48,7 @@ protected:
         make("2v3000fg676-4", "design.rbt");
         make("2v3000fg676-4", "design.mcb");
         make("2v3000fg676-4", "other.bit", "flipped-bit");
+        write("rack.con", "design mwc4a 0 1\n");
         example::ExampleRun example;
         example.load(example::configured("mwc4a:0/1", 0, 1500)).end(kvn::ExitStatus::done);
         example.write(path("run.journal"));
