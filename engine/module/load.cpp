@@ -220,9 +220,10 @@ void LoadRun::require_judged_device(const JudgedFile& judged) const
 {
     if (device_ == judged.device)
         return;
-    stop({.status = ExitStatus::wrong_device,
-          .what = has_device(device_, BY_ITSELF) + "; " + file_name() + " was approved for a " + judged.device,
-          .remedy = "check the slot, and start the run again"});
+    stop(
+        {.status = ExitStatus::wrong_device,
+         .what = has_device(device_, BY_ITSELF) + "; " + file_name() + " was approved for a " + judged.device,
+         .remedy = "check the slot, and start the run again"});
 }
 
 /// "the module in mwc4a:0/2 has a 2v40cs144-4 (by its own word)"

@@ -123,7 +123,7 @@ FileJob read_file_job(const Json& json)
 
 InventoryJob read_inventory_job(const Json& json)
 {
-    InventoryJob job{.bus = parsed(text(json, "bus"), &parse_board_name)};
+    InventoryJob job{.bus = parsed(text(json, "bus"), &parse_board_name), .modules = {}};
     const Json& modules = member(json, "modules");
     if (!modules.is_array())
         wrong("modules");
@@ -152,7 +152,8 @@ std::vector<Problem> read_problems(const Json& json)
     for (const Json& each : json) {
         if (!each.is_object())
             wrong("problems");
-        problems.push_back({.what = text(each, "what"), .remedy = text(each, "remedy"), .stops = Stops::nothing});
+        problems.push_back(
+            {.what = text(each, "what"), .remedy = text(each, "remedy"), .stops = Stops::nothing});
     }
     return problems;
 }
@@ -212,12 +213,11 @@ struct WorkerEventType {
     WorkerEventKind kind;
     void (*check)(const Json&);
 };
-constexpr WorkerEventType WORKER_EVENT_TYPES[] = {
-    {"ready", WorkerEventKind::ready, &check_ready},
-    {"failed", WorkerEventKind::failed, &check_failed},
-    {"received", WorkerEventKind::received, &check_received},
-    {"inventory", WorkerEventKind::inventory, &check_inventory},
-    {"step", WorkerEventKind::step, &check_step}};
+constexpr WorkerEventType WORKER_EVENT_TYPES[] = {{"ready", WorkerEventKind::ready, &check_ready},
+                                                  {"failed", WorkerEventKind::failed, &check_failed},
+                                                  {"received", WorkerEventKind::received, &check_received},
+                                                  {"inventory", WorkerEventKind::inventory, &check_inventory},
+                                                  {"step", WorkerEventKind::step, &check_step}};
 
 /// Of the events that the stream of a run has too.
 WorkerEventKind kind_of(const Event& event)

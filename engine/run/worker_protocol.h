@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a controller and its workers say to each other: jobs in, events out.
 //
-// Jobs are JSON Lines on the worker's standard input; the bytes of a file follow their line. Events are JSON Lines on its
-// standard output: those of run/event.h, and `ready`, `received`, `inventory`, `step` and `failed`.
+// Jobs are JSON Lines on the worker's standard input; the bytes of a file follow their line. Events are JSON
+// Lines on its standard output: those of run/event.h, and `ready`, `received`, `inventory`, `step` and
+// `failed`.
 #ifndef KVN_ENGINE_RUN_WORKER_PROTOCOL_H
 #define KVN_ENGINE_RUN_WORKER_PROTOCOL_H
 
