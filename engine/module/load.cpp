@@ -4,8 +4,8 @@
 
 #include "file/core_load.h"
 #include "file/judgement.h"
-#include "formats/device_match.h"
 #include "module/bus_session.h"
+#include "module/device_check.h"
 #include "module/host.h"
 #include "version.h"
 
@@ -42,7 +42,6 @@ private:
     void require_not_cancelled() const;
     [[noreturn]] void stop(Failure failure) const { throw FailureError{std::move(failure)}; }
     void refuse_if_unfit() const;
-    [[nodiscard]] std::string has_device(const std::string& device, const char* source) const;
     void settle(int error);
     [[nodiscard]] Failure cancelled() const;
     [[nodiscard]] const std::string& file_name() const { return request_.file->name(); }
@@ -53,7 +52,7 @@ private:
     LoadControl& control_;
     BusSession session_;
     Inspection inspection_;
-    std::string device_; ///< of the module, by its own word or as was given; empty: not known
+    KnownDevice device_;
     LoadKind mode_ = LoadKind::plain;
     Record record_;
 };
@@ -80,10 +79,6 @@ std::optional<std::string> if_any(std::string text)
 {
     return text.empty() ? std::nullopt : std::optional{std::move(text)};
 }
-
-constexpr const char* BY_ITSELF = " (by its own word)";
-constexpr const char* GIVEN = " (as was given)";
-constexpr const char* RIGHT_FILE = "use the bitstream that was made for the module's device";
 
 } // namespace
 
@@ -127,6 +122,8 @@ void LoadRun::note_circumstances()
     record_.serial_number = given(request_.serial_number);
     record_.operator_name = given(request_.operator_name);
     record_.station = given(request_.station);
+    record_.approved_by = observed(request_.approved_by);
+    record_.approval_key = observed(request_.approval_key);
     record_.device = given(if_any(request_.device));
     record_.host = observed(host_name());
     record_.tool_version = TOOL_VERSION;
@@ -188,48 +185,26 @@ void LoadRun::find_module()
         stop(slot.failure ? *std::move(slot.failure) : session_.failure());
 }
 
-/// The names as the library compares them.
 void LoadRun::compare_devices()
 {
-    const std::string own = session_.core().device_name;
-    const std::string& expected = request_.device;
-    if (!own.empty() && !expected.empty() && own != expected)
-        stop({.status = ExitStatus::wrong_device,
-              .what = has_device(own, BY_ITSELF) + ", not a " + expected + GIVEN,
-              .remedy = "check the slot, and what is given"});
-    device_ = own.empty() ? expected : own;
+    device_ = {.own = session_.core().device_name, .given = request_.device};
+    if (auto failure = unexpected_device(request_.module, device_))
+        stop(*std::move(failure));
     if (request_.judged != nullptr)
         require_judged_device(*request_.judged);
-    const std::string& part = inspection_.part;
-    if (device_.empty() || part.empty() || suits_device(device_.c_str(), part.c_str()))
-        return;
-    std::string family;
-    if (inspection_.other_family != nullptr)
-        family = " of the family " + std::string{inspection_.other_family->name};
-    const bool same_chip = inspection_.device != nullptr && inspection_.device == fpga::find_device(device_);
-    stop({.status = ExitStatus::wrong_device,
-          .what = file_name() + " is for a " + part + family + " (by its header); " +
-                  has_device(device_, own.empty() ? GIVEN : BY_ITSELF),
-          .why = same_chip ? "the chip is the same, but the library compares the whole name before the dash"
-                           : "",
-          .remedy = RIGHT_FILE});
+    if (auto failure = unsuitable_file(file_name(), inspection_, request_.module, device_))
+        stop(*std::move(failure));
 }
 
 /// A file is judged for a device: a module that was exchanged since has not been approved.
 void LoadRun::require_judged_device(const JudgedFile& judged) const
 {
-    if (device_ == judged.device)
+    if (device_.name() == judged.device)
         return;
-    stop(
-        {.status = ExitStatus::wrong_device,
-         .what = has_device(device_, BY_ITSELF) + "; " + file_name() + " was approved for a " + judged.device,
-         .remedy = "check the slot, and start the run again"});
-}
-
-/// "the module in mwc4a:0/2 has a 2v40cs144-4 (by its own word)"
-std::string LoadRun::has_device(const std::string& device, const char* source) const
-{
-    return "the module in " + module_text() + " has a " + device + source;
+    stop({.status = ExitStatus::wrong_device,
+          .what = device_in_words(request_.module, device_) + "; " + file_name() + " was approved for a " +
+                  judged.device,
+          .remedy = "check the slot, and start the run again"});
 }
 
 void LoadRun::choose_mode()
@@ -240,7 +215,7 @@ void LoadRun::choose_mode()
               .what = "the module in " + module_text() + " takes no compressed loads",
               .remedy = "load the file plain"});
     const Estimate sizes = estimate(*request_.file, inspection_,
-                                    {.device = device_,
+                                    {.device = device_.name(),
                                      .takes_compressed = takes_compressed,
                                      .wish = request_.mode,
                                      .bytes_per_second = std::nullopt});
@@ -268,18 +243,14 @@ void LoadRun::recall_mode(const JudgedFile& judged)
 /// Only a load that succeeds on a virtual module is tried on a real one.
 void LoadRun::judge_file()
 {
-    const Judgement judgement = judge(*request_.file, inspection_, device_, {mode_}, Selection::by_content);
+    const Judgement judgement =
+        judge(*request_.file, inspection_, device_.name(), {mode_}, Selection::by_content);
     record_.problems = inspection_.problems;
     refuse_if_unfit();
     // Without a device the trial was on a module that suits the file, which says nothing of this one.
-    const bool is_judged = judgement.answer == Answer::yes && !device_.empty();
-    if (is_judged || request_.force)
-        return;
-    stop({.status = ExitStatus::rehearsal,
-          .what = "whether the module in " + module_text() + " would start with " + file_name() +
-                  " cannot be judged: " +
-                  (device_.empty() ? "the module does not name its device" : judgement.words),
-          .remedy = "load it by force if the file is known to be right"});
+    const bool is_judged = judgement.answer == Answer::yes && !device_.name().empty();
+    if (!is_judged && !request_.force)
+        stop(not_judged(file_name(), request_.module, device_, judgement.words));
 }
 
 void LoadRun::send()

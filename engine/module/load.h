@@ -51,6 +51,8 @@ struct LoadRequest {
     std::optional<std::string> serial_number = {}; ///< of the module
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};
+    std::optional<std::string> approved_by = {};  ///< who has signed the manifest with the file, if verified
+    std::optional<std::string> approval_key = {}; ///< the key of that signature
 };
 
 /// How far a load is. Bytes are those on the wire: the load's message, header included.

@@ -111,6 +111,8 @@ void add_circumstances(RecordMembers& members, const Record& record)
     members.add("operator_name", record.operator_name);
     members.add("station", record.station);
     members.add("host", record.host);
+    members.add("approved_by", record.approved_by);
+    members.add("approval_key", record.approval_key);
     members.add("tool_version", record.tool_version);
     members.add("provider", to_json(record.provider));
 }

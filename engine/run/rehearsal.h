@@ -7,6 +7,7 @@
 #define KVN_ENGINE_RUN_REHEARSAL_H
 
 #include "file/inspection.h"
+#include "module/load.h"
 #include "plan/plan.h"
 #include "run/event.h"
 #include "run/inventory.h"
@@ -76,6 +77,8 @@ struct Rehearsal {
     /// no line. The place of a finding is a line of the plan, a bus ("mwc4a:0") or a file.
     std::vector<Finding> findings;
     std::vector<PlannedLoad> planned; ///< every module of the plan, in its order; what is unknown is null
+    /// For each of them, what its load needs to know (LoadRequest::judged); null: it must not be loaded.
+    std::vector<std::optional<JudgedFile>> judged;
 
     /// Then nothing must be sent.
     [[nodiscard]] bool has_problem() const;
