@@ -37,6 +37,15 @@ std::string beginning_of(std::string line)
     return line;
 }
 
+BusInventory inventory_in(const Json& json)
+{
+    try {
+        return read_bus_inventory(json);
+    } catch (const FailureError& error) {
+        throw EventError{error.what()};
+    }
+}
+
 /// "12 s", "0.25 s"
 std::string in_seconds(std::chrono::milliseconds duration)
 {
@@ -261,7 +270,7 @@ void BusLink::take(WorkerEvent event)
     case WorkerEventKind::inventory: {
         if (!std::exchange(is_asked_, false))
             throw EventError{"nobody has asked"};
-        BusInventory inventory = read_bus_inventory(event.json["inventory"]);
+        BusInventory inventory = inventory_in(event.json["inventory"]);
         if (inventory.bus != bus_)
             throw EventError{"it is of another bus"};
         return listener_.on_inventory(index_, std::move(inventory));

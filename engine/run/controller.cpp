@@ -36,7 +36,9 @@ LoadJob job_of(const ModuleLoad& load, const RunFacts& facts, const std::string&
             .device = load.device,
             .serial_number = load.serial_number,
             .operator_name = facts.operator_name,
-            .station = facts.station};
+            .station = facts.station,
+            .approved_by = facts.approved_by,
+            .approval_key = facts.approval_key};
 }
 
 Failure because_of(const Failure& failure, const ModuleName& module)
@@ -301,7 +303,9 @@ RunFacts Controller::facts() const
 {
     return {.provider = provider_.value_or(ProviderIdentity{}),
             .operator_name = settings_.operator_name,
-            .station = settings_.station};
+            .station = settings_.station,
+            .approved_by = settings_.approved_by,
+            .approval_key = settings_.approval_key};
 }
 
 const std::string& Controller::sha256_of(const Input& file)

@@ -32,9 +32,11 @@ struct RunSettings {
     bool stop_on_failure = false;
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};
-    std::string lock_folder;
+    std::optional<std::string> approved_by = {};  ///< who has signed the manifest
+    std::optional<std::string> approval_key = {}; ///< of that signature
+    std::string lock_folder = {};
     /// lock_prefix() of the provider; not empty.
-    std::function<std::optional<std::string>(const ProviderIdentity&)> lock_prefix;
+    std::function<std::optional<std::string>(const ProviderIdentity&)> lock_prefix = {};
 };
 
 /// Hears what happens in a run, on the thread of the run.

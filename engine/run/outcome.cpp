@@ -46,6 +46,8 @@ Record record_of(const ModuleLoad& load, const RunFacts& facts)
     record.serial_number = fact(load.serial_number, Source::given);
     record.operator_name = fact(facts.operator_name, Source::given);
     record.station = fact(facts.station, Source::given);
+    record.approved_by = fact(facts.approved_by, Source::observed);
+    record.approval_key = fact(facts.approval_key, Source::observed);
     record.host = fact(host_name(), Source::observed);
     record.tool_version = TOOL_VERSION;
     record.provider = facts.provider;

@@ -32,6 +32,8 @@ struct RunFacts {
     ProviderIdentity provider = {};
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};
+    std::optional<std::string> approved_by = {};  ///< who has signed the manifest
+    std::optional<std::string> approval_key = {}; ///< of that signature
 };
 
 /// What is known of a load whose worker has ended in it.

@@ -349,7 +349,9 @@ private:
                                     .device = job.device,
                                     .serial_number = job.serial_number,
                                     .operator_name = job.operator_name,
-                                    .station = job.station},
+                                    .station = job.station,
+                                    .approved_by = job.approved_by,
+                                    .approval_key = job.approval_key},
                                    *control);
         events_.finish(to_json(record));
     }

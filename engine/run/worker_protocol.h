@@ -49,6 +49,8 @@ struct LoadJob {
     std::optional<std::string> serial_number = {};
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};
+    std::optional<std::string> approved_by = {};
+    std::optional<std::string> approval_key = {};
 };
 
 enum class JobKind {
