@@ -414,6 +414,16 @@ void seed_traces()
     seed("trace", "version", "{\"trace\":\"mwapi\",\"version\":2}\n");
     seed("trace", "no_trace", "{}\n");
 }
+
+void seed_journals()
+{
+    const std::string good = read_file(DOCS "/journals/rack.journal");
+    seed("journal", "empty", "");
+    seed("journal", "good", good);
+    seed("journal", "torn", good.substr(0, good.size() - 9));
+    seed("journal", "header", good.substr(0, good.find('\n') + 1));
+    seed("journal", "another_result", good + "{\"event\":\"result\",\"status\":0}\n");
+}
 #endif
 } // namespace
 
@@ -438,6 +448,7 @@ int main(int argc, char** argv)
     seed_calls();
     seed_rack_states();
     seed_traces();
+    seed_journals();
 #endif
     return 0;
 }

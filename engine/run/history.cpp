@@ -3,6 +3,7 @@
 #include "run/history.h"
 
 #include "errors/failure.h"
+#include "report/utc.h"
 #include "run/event.h"
 #include "run/journal_file.h"
 
@@ -41,14 +42,39 @@ struct KnownJournal {
 /// How a line begins that this program has written. Any other line is read as a whole.
 constexpr std::string_view FINISHED = R"({"event":"finished","module":")";
 constexpr std::string_view PLANNED = R"({"event":"planned",)";
+constexpr std::string_view BEGUN = R"({"event":"begun","module":")";
+constexpr std::string_view BEFORE_AT = R"(,"at":")";
 
-std::optional<std::string_view> module_of_finished(std::string_view line)
+/// The text at the beginning of a line, after `before` and up to the next quote; null for any other line.
+std::optional<std::string_view> text_after(std::string_view line, std::string_view before)
 {
-    if (!line.starts_with(FINISHED))
+    if (!line.starts_with(before))
         return std::nullopt;
-    line.remove_prefix(FINISHED.size());
+    line.remove_prefix(before.size());
     line = line.substr(0, line.find('"'));
     return line.find('\\') == std::string_view::npos ? std::optional{line} : std::nullopt;
+}
+
+struct Begun {
+    std::string_view module;
+    std::string_view at;
+};
+
+/// Reads {"event":"begun","module":"...","attempt":1,"at":"...",...}; null for any other line.
+std::optional<Begun> read_begun(std::string_view line)
+{
+    const auto module = text_after(line, BEGUN);
+    const std::size_t place = line.find(BEFORE_AT);
+    if (!module || place == std::string_view::npos)
+        return std::nullopt;
+    const std::string_view attempt =
+        line.substr(BEGUN.size() + module->size(), place - BEGUN.size() - module->size());
+    constexpr std::string_view BEFORE_ATTEMPT = R"(","attempt":)";
+    const bool is_plain =
+        attempt.starts_with(BEFORE_ATTEMPT) &&
+        attempt.find_first_not_of("0123456789", BEFORE_ATTEMPT.size()) == std::string_view::npos;
+    const auto at = text_after(line.substr(place), BEFORE_AT);
+    return is_plain && at && utc_time(*at) ? std::optional{Begun{*module, *at}} : std::nullopt;
 }
 
 /// Notes where the loads of one journal are.
@@ -78,8 +104,10 @@ private:
     void take_line()
     {
         const std::string_view line = file_.line();
-        if (const auto module = module_of_finished(line))
+        if (const auto module = text_after(line, FINISHED))
             take_finished(std::string{*module});
+        else if (const auto begun = read_begun(line))
+            take_begun(std::string{begun->module}, std::string{begun->at});
         else if (line.starts_with(PLANNED))
             journal_.planned = here();
         else
@@ -89,17 +117,16 @@ private:
     void take_event(const Event& event)
     {
         if (event.kind == EventKind::begun)
-            take_begun(event);
+            take_begun(event.module(), event.json.at("at").get<std::string>());
         else if (event.kind == EventKind::finished)
             take_finished(event.module());
         else if (event.kind == EventKind::planned)
             journal_.planned = here();
     }
 
-    void take_begun(const Event& event)
+    void take_begun(const std::string& module, std::string at)
     {
-        loads_[event.module()].push_back(
-            {event.json.at("at").get<std::string>(), place_, here(), std::nullopt});
+        loads_[module].push_back({std::move(at), place_, here(), std::nullopt});
     }
 
     /// The record of the load that was begun last; there is none for a module that was not tried.
@@ -227,10 +254,10 @@ private:
                       .line = candidate.finished.value_or(candidate.begun).number};
         try {
             JournalFile file{path_of(journal.name)};
-            if (journal.planned)
-                load.planned = planned_of(key.second, event_at(file, *journal.planned));
             if (candidate.finished)
                 load.record = event_at(file, *candidate.finished).at("record");
+            else if (journal.planned)
+                load.planned = planned_of(key.second, event_at(file, *journal.planned));
         } catch (const EventError& error) {
             report_line(journal.name, load.line, error.what());
             return false;

@@ -25,7 +25,8 @@ struct SeenLoad {
     std::string module;              ///< "mwc4a:0/2"
     std::string begun_at;            ///< "2026-11-22T03:44:37.125Z"
     Json record;                     ///< null: the load was begun and not finished
-    Json planned;                    ///< what the load was to be; null when the plan does not name the module
+    Json planned; ///< what the load was to be, where there is no record; null when the plan does not name the
+                  ///< module
     std::optional<std::string> operator_name;
     std::optional<std::string> station;
     std::string journal;  ///< file name in the folder

@@ -49,6 +49,8 @@ Action add_estimate(CLI::App& program);
 Action add_explain(CLI::App& program);
 Action add_trace(CLI::App& program);
 Action add_support(CLI::App& program);
+Action add_journal(CLI::App& program);
+Action add_history(CLI::App& program);
 
 } // namespace kvn
 
