@@ -48,7 +48,9 @@ std::string text_or_none(const Json& json, const char* name)
 template <class Number>
 Number number_in(const Json& value, const char* name, std::uint64_t most)
 {
-    if (!value.is_number_unsigned() || value.get<std::uint64_t>() > most)
+    const bool is_natural =
+        value.is_number_unsigned() || (value.is_number_integer() && value.get<std::int64_t>() >= 0);
+    if (!is_natural || value.get<std::uint64_t>() > most)
         no_inventory(std::string{name} + " is no number from 0 to " + std::to_string(most));
     return static_cast<Number>(value.get<std::uint64_t>());
 }

@@ -37,9 +37,9 @@ struct PolicyPlace {
 
 /// The files about approval that a user names; empty: none.
 struct ApprovalFiles {
-    std::string manifest;
-    std::string signature;
-    std::string signers;
+    std::string manifest = {};
+    std::string signature = {};
+    std::string signers = {};
 };
 
 /// A manifest, and who has signed it.

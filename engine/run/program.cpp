@@ -7,7 +7,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
-#include <sys/pidfd.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -167,7 +167,7 @@ public:
                                         pointers_to(words).data(), pointers_to(variables).data());
         if (error != 0)
             fail(error, call.program.c_str());
-        watch_ = Descriptor{::pidfd_open(id_, 0)};
+        watch_ = Descriptor{static_cast<int>(::syscall(SYS_pidfd_open, id_, 0))};
     }
     ~Child()
     {

@@ -66,6 +66,8 @@ std::string words_of(const Failure& failure)
     return adds_why ? failure.what + "; " + failure.why : failure.what;
 }
 
+constexpr const char* CHECK_THE_FILE = "check the file, its name and who may read it";
+
 /// Findings in the order in which people look for them, each once.
 class Findings
 {
@@ -86,7 +88,7 @@ public:
     {
         const auto [place, is_new] = of_files_.try_emplace({what, severity}, all_.size(), 0);
         if (is_new)
-            all_.push_back({severity, module.place, what, remedy});
+            all_.push_back({severity, module.place, what, remedy.empty() ? CHECK_THE_FILE : remedy});
         else
             ++place->second.second;
     }

@@ -61,7 +61,7 @@ std::string find_program(const Package& package, const Verifiers& verifiers)
 /// The first line, with which both programs say what matters.
 std::string first_line(const std::string& text)
 {
-    return text.substr(0, text.find('\n'));
+    return text.substr(0, text.find_first_of("\r\n"));
 }
 
 [[noreturn]] void refuse(const Question& question, const std::string& why)

@@ -12,9 +12,9 @@ namespace
 using testing::HasSubstr;
 using testing::Not;
 
-const std::vector<std::string> COMMANDS = {"list",    "load",    "convert",  "info",    "check",
-                                           "digest",  "diff",    "estimate", "explain", "trace",
-                                           "support", "journal", "history"};
+const std::vector<std::string> COMMANDS = {"list",  "load",    "run",     "plan",   "worker",   "convert",
+                                           "info",  "check",   "digest",  "diff",   "estimate", "explain",
+                                           "trace", "support", "journal", "history"};
 
 std::vector<std::string> words_of(const std::string& line)
 {
@@ -47,6 +47,7 @@ protected:
         make("2v3000fg676-4", "design.rbt");
         make("2v3000fg676-4", "design.mcb");
         make("2v3000fg676-4", "other.bit", "flipped-bit");
+        write("rack.con", "design mwc4a 0 1\n");
         variables["MWVIRTUAL_TRACE"] = "run.jsonl";
         ASSERT_EQ(kvn({"list", "mwc4a:0"}).status, 0);
         variables.erase("MWVIRTUAL_TRACE");

@@ -40,6 +40,7 @@ Action add_list(CLI::App& program);
 Action add_load(CLI::App& program);
 Action add_run(CLI::App& program);
 Action add_worker(CLI::App& program);
+Action add_plan(CLI::App& program);
 Action add_convert(CLI::App& program);
 Action add_info(CLI::App& program);
 Action add_check(CLI::App& program);
