@@ -421,6 +421,28 @@ void seed_rehearsals()
         R"("compression":"yes"},"failure":{"status":7,"number":9061,"what":"w","why":null,"remedy":"r"}}]})");
 }
 
+void seed_reports()
+{
+    const std::string planned = R"({"module":"mwc4a:0/2","label":"dsp","file":"design.bit"})"
+                                "\n";
+    const std::string begun =
+        R"({"event":"begun","module":"mwc4a:0/2","attempt":1,"at":"2026-11-22T03:44:37.125Z"})"
+        "\n";
+    const std::string finished =
+        R"({"event":"finished","module":"mwc4a:0/2","record":{"verdict":"failed","state":"interrupted","attempts":1,)"
+        R"("begin":"2026-11-22T03:44:37.125Z","end":"2026-11-22T03:44:39.000Z","wire_bytes":21386,"device":"2v40cs144",)"
+        R"("failure":{"number":9114,"what":"<b>","why":"","remedy":"=1+1"},"problems":[{"what":"a","fatal":true}]}})"
+        "\n";
+    seed("report", "planned", planned);
+    seed("report", "begun", planned + begun);
+    seed("report", "finished", planned + begun + finished + R"({"event":"result","status":7})");
+    seed("report", "no_json", "mwc4a:0/1\n</script>\x1B\xFF\xE2\x80\xAE");
+    seed("report", "types",
+         R"([1,{"module":7}])"
+         "\n"
+         R"({"event":"finished","module":"a","record":[]})");
+}
+
 void seed_traces()
 {
     constexpr std::uint8_t configured = 5;
@@ -467,6 +489,7 @@ int main(int argc, char** argv)
     seed_calls();
     seed_rack_states();
     seed_rehearsals();
+    seed_reports();
     seed_traces();
     seed_journals();
 #endif

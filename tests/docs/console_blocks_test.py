@@ -22,6 +22,7 @@ SETUP = """\
   $ kvn_bitgen 2v40cs144-4 -o small.bit
   $ MWVIRTUAL_TRACE=run.jsonl kvn list mwc4a:0 >list.txt 2>&1
   $ mkdir journals && cp "$DOCS/journals/rack.journal" rack.journal && cp rack.journal journals
+  $ kvn_example_journals . run
 """
 BLOCK = re.compile(r"^```console\n(.*?)^```", flags=re.MULTILINE | re.DOTALL)
 SECONDS = re.compile(r"\d+\.\d+ s$")

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // What all commands of kvn share: help, examples, unknown words, outputs that fail, colours.
+#include "example_runs.h"
 #include "kvn_fixture.h"
 #include "support/journals.h"
 
@@ -12,9 +13,9 @@ namespace
 using testing::HasSubstr;
 using testing::Not;
 
-const std::vector<std::string> COMMANDS = {"list",  "load",    "run",     "plan",   "worker",   "convert",
-                                           "info",  "check",   "digest",  "diff",   "estimate", "explain",
-                                           "trace", "support", "journal", "history"};
+const std::vector<std::string> COMMANDS = {"list",  "load",   "run",     "plan",    "worker",   "convert",
+                                           "info",  "check",  "digest",  "diff",    "estimate", "explain",
+                                           "trace", "report", "support", "journal", "history"};
 
 std::vector<std::string> words_of(const std::string& line)
 {
@@ -48,6 +49,10 @@ protected:
         make("2v3000fg676-4", "design.mcb");
         make("2v3000fg676-4", "other.bit", "flipped-bit");
         write("rack.con", "design mwc4a 0 1\n");
+        example::ExampleRun example;
+        example.load(example::configured("mwc4a:0/1", 0, 1500)).end(kvn::ExitStatus::done);
+        example.write(path("run.journal"));
+        example.write(path("again.journal"));
         variables["MWVIRTUAL_TRACE"] = "run.jsonl";
         ASSERT_EQ(kvn({"list", "mwc4a:0"}).status, 0);
         variables.erase("MWVIRTUAL_TRACE");

@@ -49,6 +49,7 @@ Action add_diff(CLI::App& program);
 Action add_estimate(CLI::App& program);
 Action add_explain(CLI::App& program);
 Action add_trace(CLI::App& program);
+Action add_report(CLI::App& program);
 Action add_support(CLI::App& program);
 Action add_journal(CLI::App& program);
 Action add_history(CLI::App& program);
