@@ -3,6 +3,8 @@
 #include "commands.h"
 #include "interruption.h"
 #include "provider_options.h"
+#include "report/report.h"
+#include "report/report_files.h"
 #include "run/descriptor.h"
 #include "run/plan_run.h"
 #include "run_display.h"
@@ -30,6 +32,7 @@ struct Request {
     bool keep_going = false;
     double module_timeout = 60;
     std::vector<std::string> serial_numbers;
+    std::vector<std::string> reports;
     std::string progress = "auto";
     bool json = false;
 };
@@ -124,6 +127,30 @@ ExitStatus end_with(RunDisplay& display, const Failure& failure)
     return failure.status;
 }
 
+/// By the extensions of their names.
+std::vector<ReportTarget> reports_of(const Request& request)
+{
+    std::vector<ReportTarget> targets;
+    for (const std::string& path : request.reports)
+        targets.push_back(report_target(path));
+    require_writable(targets, false);
+    return targets;
+}
+
+/// @return the status of the run, or of a report that cannot be written after a good one
+ExitStatus report(const PlanRunResult& result, const std::vector<ReportTarget>& targets)
+{
+    if (!result.journal || targets.empty())
+        return result.status;
+    try {
+        write_reports(read_report(std::vector{*result.journal}), targets, false);
+    } catch (const FailureError& error) {
+        tell_failure("", error.failure());
+        return result.status == ExitStatus::done ? error.failure().status : result.status;
+    }
+    return result.status;
+}
+
 ExitStatus run_plan(const Request& request)
 {
     const Signals signals;
@@ -131,9 +158,11 @@ ExitStatus run_plan(const Request& request)
     if (request.json)
         std::cout << event_line(stream_head()) << std::flush;
     try {
-        const PlanRunResult result = run_plan(complete(request), display, signals);
+        const PlanRunRequest run = complete(request);
+        const std::vector<ReportTarget> reports = reports_of(request);
+        const PlanRunResult result = run_plan(run, display, signals);
         display.show(result, request.run.dry_run);
-        return Interruption::status_after(result.status);
+        return Interruption::status_after(report(result, reports));
     } catch (const FailureError& error) {
         return end_with(display, error.failure());
     }
@@ -168,6 +197,10 @@ void add_record_options(CLI::App& command, Request& request)
     command.add_option("--journal", run.journal, "The new file for the journal; default: beside the plan");
     command.add_option("--resume", run.resume, "Load only what this journal leaves to do");
     command.add_flag("--resume-anyway", run.resume_anyway, "Resume although plan or files have changed");
+    command
+        .add_option("--report", request.reports,
+                    "A report of the run: .html, .xml (JUnit), .csv or .json; may be repeated")
+        ->allow_extra_args(false);
     command.add_option("--manifest", run.approval.manifest,
                        "The approved files, as sha256sum writes them: others are not loaded");
     command.add_option("--signature", run.approval.signature, "The signature of the manifest");
