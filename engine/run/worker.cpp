@@ -271,7 +271,7 @@ private:
                 return static_cast<std::size_t>(size);
             if (size < 0 && errno == EINTR)
                 continue;
-            throw NoMoreJobs{ExitStatus::cancelled};
+            throw NoMoreJobs{events_.tell_progress() ? ExitStatus::cancelled : ExitStatus::done};
         }
     }
 

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// kvn run and kvn worker on virtual boards that outlive their processes: what they say, and what the modules hold.
+// kvn run and kvn worker on virtual boards that outlive their processes: what they say, and what the modules
+// hold.
 #include "kvn_fixture.h"
 #include "report/module_json.h"
 #include "run/bus_lock.h"
@@ -104,7 +105,8 @@ protected:
     }
 };
 
-constexpr const char* ALL_RUNNING = "mwc4a:0/1 running, mwc4a:0/2 running, mwc4a:1/1 running, mwc4a:1/2 running";
+constexpr const char* ALL_RUNNING =
+    "mwc4a:0/1 running, mwc4a:0/2 running, mwc4a:1/1 running, mwc4a:1/2 running";
 
 TEST_F(KvnRun, LoadsEveryModuleOfAPlan)
 {
@@ -153,9 +155,10 @@ TEST_F(KvnRun, SendsNothingWhenTheRehearsalFindsAProblem)
 
 TEST_F(KvnRun, EndsWithAResultOnEveryPath)
 {
-    for (const std::vector<std::string>& wrong :
-         {std::vector<std::string>{"run"}, {"run", "--jobs"}, {"run", "rack.toml.plan.toml", "--jobz", "3"},
-          {"run", "rack.toml.plan.toml", "--serial", "x"}}) {
+    for (const std::vector<std::string>& wrong : {std::vector<std::string>{"run"},
+                                                  {"run", "--jobs"},
+                                                  {"run", "rack.toml.plan.toml", "--jobz", "3"},
+                                                  {"run", "rack.toml.plan.toml", "--serial", "x"}}) {
         const std::vector<Line> all = events(wrong, 2);
         EXPECT_THAT(names(all), ElementsAre("head ", "result "));
         EXPECT_EQ(all.back()["failure"]["status"], 2);
@@ -190,11 +193,10 @@ TEST_F(KvnRun, GoesOnAfterARefusal)
 
 TEST_F(KvnRun, SeveralOutcomesHaveAStatusOfTheirOwn)
 {
-    write("rack.toml",
-          "[[board]]\ntype = \"mwc4a\"\nnumber = 0\n"
-          "[[board.slot]]\nnumber = 1\nkind = \"fpga\"\nmodel = 4\ndevice = \"2v40cs144-4\"\n"
-          "[[board.slot]]\nnumber = 2\nkind = \"fpga\"\nmodel = 4\ndevice = \"2v40cs144-4\"\n"
-          "[[board.slot.fault]]\nkind = \"wrong-status\"\nstatus = 7\n");
+    write("rack.toml", "[[board]]\ntype = \"mwc4a\"\nnumber = 0\n"
+                       "[[board.slot]]\nnumber = 1\nkind = \"fpga\"\nmodel = 4\ndevice = \"2v40cs144-4\"\n"
+                       "[[board.slot]]\nnumber = 2\nkind = \"fpga\"\nmodel = 4\ndevice = \"2v40cs144-4\"\n"
+                       "[[board.slot.fault]]\nkind = \"wrong-status\"\nstatus = 7\n");
     plan({"mwc4a:0/1", "mwc4a:0/2"});
     const std::vector<Line> all = events(words({}), 9);
     EXPECT_EQ(all.back()["counts"]["refused"], 1);
@@ -276,7 +278,8 @@ TEST_F(KvnRun, GoesOnWhereAJournalEnds)
 {
     plan({"mwc4a:0/1", "mwc4a:0/2"});
     ASSERT_EQ(run_plan({"--journal", "first.journal", "--progress", "none"}).status, 0);
-    const std::vector<Line> all = events(words({"--resume", "first.journal", "--journal", "second.journal"}), 0);
+    const std::vector<Line> all =
+        events(words({"--resume", "first.journal", "--journal", "second.journal"}), 0);
     EXPECT_THAT(names(all), Not(Contains("begun mwc4a:0/1")));
     EXPECT_THAT(names(all), Contains("kept mwc4a:0/1"));
     EXPECT_EQ(all.back()["counts"]["configured"], 2);
@@ -393,6 +396,6 @@ TEST_F(KvnWorker, ToleratesNothingForeign)
 
 TEST_F(KvnWorker, EndsWhenTheJobsEndWithoutWarning)
 {
-    EXPECT_EQ(answers("", 11).size(), 2U);
+    EXPECT_EQ(answers("", 0).size(), 2U);
 }
 } // namespace

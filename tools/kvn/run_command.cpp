@@ -232,7 +232,7 @@ Action add_run(CLI::App& program)
         ->default_str("auto");
     add_provider_options(*command, request->provider);
     add_json(*command, request->json);
-    add_examples(*command, {"kvn run rack.con --dry-run", "kvn run rack.toml --retries 2 --json"});
+    add_examples(*command, {"kvn run rack.con --dry-run", "kvn run rack.con --retries 2 --report rack.html"});
     return [request] { return run_plan(*request); };
 }
 

@@ -43,7 +43,7 @@ Action add_worker(CLI::App& program)
     CLI::App* command = program.add_subcommand(
         "worker", "Works on one bus for kvn run: jobs on standard input, events on standard output");
     add_provider_options(*command, *provider);
-    add_examples(*command, {"kvn worker --provider virtual < jobs", "kvn worker --help"});
+    add_examples(*command, {"kvn worker --provider virtual", "kvn worker --provider replay:run.jsonl"});
     return [provider] { return work(*provider); };
 }
 

@@ -151,11 +151,10 @@ TEST_F(ControllerTest, LoadsOneBusAfterTheOtherWithOneJob)
 {
     settings.jobs = 1;
     run({}, 3);
-    EXPECT_THAT(watcher.lines,
-                ElementsAre("begun mwc4a:0/1", "finished mwc4a:0/1", "begun mwc4a:0/2", "finished mwc4a:0/2",
-                            "begun mwc4a:1/1", "finished mwc4a:1/1", "begun mwc4a:1/2", "finished mwc4a:1/2",
-                            "begun mwc4a:2/1", "finished mwc4a:2/1", "begun mwc4a:2/2",
-                            "finished mwc4a:2/2"));
+    EXPECT_THAT(watcher.lines, ElementsAre("begun mwc4a:0/1", "finished mwc4a:0/1", "begun mwc4a:0/2",
+                                           "finished mwc4a:0/2", "begun mwc4a:1/1", "finished mwc4a:1/1",
+                                           "begun mwc4a:1/2", "finished mwc4a:1/2", "begun mwc4a:2/1",
+                                           "finished mwc4a:2/1", "begun mwc4a:2/2", "finished mwc4a:2/2"));
 }
 
 TEST_F(ControllerTest, AsksEveryModule)
@@ -171,9 +170,8 @@ TEST_F(ControllerTest, ToleratesBannersBeforeAndBetweenEvents)
 {
     run({"99=prints-banner", "0=prints"});
     EXPECT_EQ(outcome(0), CONFIGURED);
-    EXPECT_THAT(watcher.texts,
-                ElementsAre("mwc4a:0: Welcome to the boards", "mwc4a:0: version 7 ",
-                            "mwc4a:0: text without an end", "mwc4a:0: text without an end"));
+    EXPECT_THAT(watcher.texts, ElementsAre("mwc4a:0: Welcome to the boards", "mwc4a:0: version 7 ",
+                                           "mwc4a:0: text without an end", "mwc4a:0: text without an end"));
 }
 
 TEST_F(ControllerTest, AWorkerThatDiesInALoadCostsItsOwnBus)
@@ -336,9 +334,8 @@ TEST_F(ControllerTest, TriesAgainAfterAFailureOfTheBus)
     settings.retries = 1;
     run({"0=fails-by-bus-once"});
     EXPECT_EQ(outcome(0), "configured, configured, 0, 2");
-    EXPECT_THAT(watcher.lines,
-                ElementsAre("begun mwc4a:0/1", "begun mwc4a:0/1", "finished mwc4a:0/1", "begun mwc4a:0/2",
-                            "begun mwc4a:0/2", "finished mwc4a:0/2"));
+    EXPECT_THAT(watcher.lines, ElementsAre("begun mwc4a:0/1", "begun mwc4a:0/1", "finished mwc4a:0/1",
+                                           "begun mwc4a:0/2", "begun mwc4a:0/2", "finished mwc4a:0/2"));
 }
 
 TEST_F(ControllerTest, GivesUpAfterAsManyAttemptsAsAllowed)

@@ -46,7 +46,8 @@ TEST(Event, TheHeadStatesTheStream)
 TEST(Event, BegunNamesModuleAttemptAndTime)
 {
     const std::string line = event_line(begun_event(MODULE, 2, MOMENT));
-    EXPECT_EQ(line, R"({"event":"begun","module":"mwc4a:0/2","attempt":2,"at":")" + utc_text(MOMENT) + "\"}\n");
+    EXPECT_EQ(line,
+              R"({"event":"begun","module":"mwc4a:0/2","attempt":2,"at":")" + utc_text(MOMENT) + "\"}\n");
     const Event event = read_event(line);
     EXPECT_EQ(event.kind, EventKind::begun);
     EXPECT_EQ(event.module(), "mwc4a:0/2");
@@ -65,9 +66,10 @@ TEST(Event, PlannedSaysWhatIsNotKnownByNull)
 
 TEST(Event, ProblemSaysWhereWhatAndRemedy)
 {
-    EXPECT_EQ(event_line(problem_event(Severity::problem, "rack.con:3", "no file", "")),
-              R"({"event":"problem","severity":"problem","where":"rack.con:3","what":"no file","remedy":null})"
-              "\n");
+    EXPECT_EQ(
+        event_line(problem_event(Severity::problem, "rack.con:3", "no file", "")),
+        R"({"event":"problem","severity":"problem","where":"rack.con:3","what":"no file","remedy":null})"
+        "\n");
 }
 
 TEST(Event, ResultCountsEveryVerdict)
@@ -119,10 +121,12 @@ TEST(Event, MembersOfOtherTypesAreRefused)
               "begun: module is no module");
     EXPECT_EQ(problem_of(R"({"event":"begun","module":"mwc4a:0/2","attempt":-1,"at":"x"})"),
               "begun: attempt is no whole number");
-    EXPECT_EQ(problem_of(R"({"event":"begun","module":"mwc4a:0/2","attempt":1,"at":"2026-13-01T00:00:00.000Z"})"),
-              "begun: at is no time");
-    EXPECT_EQ(problem_of(R"({"event":"progress","module":"mwc4a:0/2","bytes":1,"total":2,"seconds_left":-1})"),
-              "progress: seconds_left is no number of seconds");
+    EXPECT_EQ(
+        problem_of(R"({"event":"begun","module":"mwc4a:0/2","attempt":1,"at":"2026-13-01T00:00:00.000Z"})"),
+        "begun: at is no time");
+    EXPECT_EQ(
+        problem_of(R"({"event":"progress","module":"mwc4a:0/2","bytes":1,"total":2,"seconds_left":-1})"),
+        "progress: seconds_left is no number of seconds");
     EXPECT_EQ(problem_of(R"({"event":"finished","module":"mwc4a:0/2","record":{"module":"mwc4a:0/1"}})"),
               "record: module is not that of the event");
     EXPECT_EQ(problem_of(R"({"event":"result","status":13,"class":"x","counts":{}})"),
@@ -227,7 +231,8 @@ TEST(WorkerEvents, AreReadBack)
 {
     const Failure failure{.status = ExitStatus::bus, .number = 9114, .what = "w", .why = "y", .remedy = "r"};
     EXPECT_EQ(read_failure(to_json(failure)), failure);
-    const ProviderIdentity provider{.name = "virtual", .file = "/lib/x.so", .announcement = "a", .simulated = true};
+    const ProviderIdentity provider{
+        .name = "virtual", .file = "/lib/x.so", .announcement = "a", .simulated = true};
     EXPECT_EQ(read_provider(to_json(provider)), provider);
     EXPECT_EQ(read_worker_event(event_line(step_event(MODULE, LoadStep::end))).kind, WorkerEventKind::step);
     EXPECT_EQ(read_worker_event(event_line(received_event("a"))).kind, WorkerEventKind::received);

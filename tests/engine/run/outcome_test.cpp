@@ -19,9 +19,8 @@ protected:
                           .file = &file,
                           .judged = {.device = "2v40cs144-4", .wire_bytes = 4711},
                           .serial_number = "0815"};
-    const RunFacts facts{.provider = {.name = "virtual", .simulated = true},
-                         .operator_name = "Pat",
-                         .station = "7"};
+    const RunFacts facts{
+        .provider = {.name = "virtual", .simulated = true}, .operator_name = "Pat", .station = "7"};
 
     [[nodiscard]] std::string lost_as(const LostLoad& seen, ExitStatus status) const
     {
