@@ -456,6 +456,36 @@ void seed_traces()
     seed("trace", "no_trace", "{}\n");
 }
 
+void seed_events()
+{
+    seed("events", "worker",
+         "{\"kvn\":\"events\",\"version\":\"1.0\",\"tool\":\"kvn 1.0.0\"}\n"
+         R"({"event":"step","module":"mwc4a:0/1","step":"begin"})"
+         "\n"
+         R"({"event":"progress","module":"mwc4a:0/1","bytes":1,"total":null,"seconds_left":0.5})"
+         "\n"
+         R"({"event":"finished","module":"mwc4a:0/1","record":{"module":"mwc4a:0/1","verdict":"failed",)"
+         R"("state":"interrupted","attempts":1,"failure":{"status":7}}})"
+         "\n");
+    seed(
+        "events", "jobs",
+        R"({"job":"file","name":"a.bit","name_states_format":true,"size":4,"sha256":"aa",)"
+        R"("stored":{"size":4,"sha256":"aa","packing":"none"}})"
+        "\n"
+        R"({"job":"inventory","bus":"mwc4a:0","modules":["mwc4a:0/1.2"]})"
+        "\n"
+        R"({"job":"load","module":"mwc4a:0/1","file":"aa","judged":{"file_sha256":"aa","device":"d","format":"BIT",)"
+        R"("part":"p","digest":"","design":null,"problems":[{"what":"w","remedy":"r"}],"mode":"plain",)"
+        R"("wire_bytes":7},"device":"","serial_number":"1","operator_name":null,"station":null,)"
+        R"("approved_by":null,"approval_key":null})"
+        "\n"
+        R"({"job":"cancel"})"
+        "\n");
+    seed(
+        "events", "result",
+        R"({"event":"result","status":9,"class":"c","counts":{"configured":1,"refused":0,"failed":0,"cancelled":0,)"
+        R"("timed out":1,"not tried":0},"failure":null})");
+}
 void seed_journals()
 {
     const std::string good = read_file(DOCS "/journals/rack.journal");
@@ -491,6 +521,7 @@ int main(int argc, char** argv)
     seed_reports();
     seed_rehearsals();
     seed_traces();
+    seed_events();
     seed_journals();
 #endif
     return 0;

@@ -38,8 +38,8 @@ struct JudgedFile {
 struct LoadRequest {
     ModuleName module;
     const Input* file = nullptr; ///< not null; must outlive the load
-    /// Then the file is not inspected, measured and tried again, and `mode` and `force` are without effect. The
-    /// module is asked all the same. Null: nothing is known yet. Must outlive the load.
+    /// Then the file is not inspected, measured and tried again, and `mode` and `force` are without effect.
+    /// The module is asked all the same. Null: nothing is known yet. Must outlive the load.
     const JudgedFile* judged = nullptr;
     /// A module that does not take compressed loads is a failure for ModeWish::compressed.
     ModeWish mode = ModeWish::as_taken;
@@ -88,8 +88,8 @@ public:
     std::function<void(const Progress&)> on_progress;
     /// The least number of bytes between two calls of on_progress; 0: at each call of data.
     std::uint64_t progress_step = 4096;
-    /// Called on the load's thread just before each of the two calls. An exception that it throws fails the load
-    /// as a failing platform call does. Null: not called.
+    /// Called on the load's thread just before each of the two calls. An exception that it throws fails the
+    /// load as a failing platform call does. Null: not called.
     std::function<void(LoadStep)> on_step;
     /// Called on the load's thread with the bytes of each call of data that the provider took: together the
     /// exact message that went out. Null: not called. Exceptions as above.

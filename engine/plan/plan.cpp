@@ -3,6 +3,7 @@
 #include "plan/plan.h"
 
 #include "file/text_file.h"
+#include "hashing/sha256.h"
 #include "plan/plan_findings.h"
 
 #include <algorithm>
@@ -74,8 +75,12 @@ Plan read_plan(const std::string& path, ConReading reading, const FileFinder& fi
 {
     const std::string text =
         read_text_file(path, {.what = "plan", .remedy = "name a plan: a .con file, or a plan file in .toml"});
-    return path.ends_with(".toml") ? read_toml_plan(text, path, files)
-                                   : read_con_plan(text, path, reading, files);
+    Plan plan = path.ends_with(".toml") ? read_toml_plan(text, path, files)
+                                        : read_con_plan(text, path, reading, files);
+    hashing::Sha256 sum;
+    sum.take({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    plan.sha256 = sum.finish();
+    return plan;
 }
 
 } // namespace kvn

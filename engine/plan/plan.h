@@ -59,7 +59,8 @@ struct PlannedModule {
 };
 
 struct Plan {
-    std::string file; ///< as it was named
+    std::string file;        ///< as it was named
+    std::string sha256 = {}; ///< of its bytes, by read_plan(): 64 hexadecimal digits
     std::vector<PlannedModule>
         modules; ///< in the order of the plan; those with a problem of their own are left out
     std::vector<Finding> findings; ///< in the order of the plan's lines

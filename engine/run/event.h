@@ -83,8 +83,9 @@ private:
 [[nodiscard]] Json begun_event(const ModuleName& module, unsigned attempt,
                                std::chrono::system_clock::time_point at);
 
-/// {"event":"progress","module","bytes","total","seconds_left"}: how far a load is; at most ten a second and
-/// module. "total" and "seconds_left" may be null.
+/// {"event":"progress","module","bytes","total","seconds_left","run_seconds_left"}: how far a load is, and
+/// how long the whole run still takes; at most ten a second and module. "total" and the seconds may be null,
+/// the last may be missing.
 [[nodiscard]] Json progress_event(const ModuleName& module, const Progress& progress);
 
 /// {"event":"finished","module","record":{...}}: the module's record, as to_json(const Record&) makes it.

@@ -123,7 +123,7 @@ FileJob read_file_job(const Json& json)
 
 InventoryJob read_inventory_job(const Json& json)
 {
-    InventoryJob job{.bus = parsed(text(json, "bus"), &parse_board_name)};
+    InventoryJob job{.bus = parsed(text(json, "bus"), &parse_board_name), .modules = {}};
     const Json& modules = member(json, "modules");
     if (!modules.is_array())
         wrong("modules");
@@ -179,7 +179,9 @@ LoadJob read_load_job(const Json& json)
             .device = text(json, "device"),
             .serial_number = optional_text(json, "serial_number"),
             .operator_name = optional_text(json, "operator_name"),
-            .station = optional_text(json, "station")};
+            .station = optional_text(json, "station"),
+            .approved_by = optional_text(json, "approved_by"),
+            .approval_key = optional_text(json, "approval_key")};
 }
 
 void check_ready(const Json& json)
@@ -289,7 +291,9 @@ Json load_job(const LoadJob& job)
             {"device", job.device},
             {"serial_number", text_or_null(job.serial_number)},
             {"operator_name", text_or_null(job.operator_name)},
-            {"station", text_or_null(job.station)}};
+            {"station", text_or_null(job.station)},
+            {"approved_by", text_or_null(job.approved_by)},
+            {"approval_key", text_or_null(job.approval_key)}};
 }
 
 Json cancel_job()

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // What a controller and its workers say to each other: jobs in, events out.
 //
-// Jobs are JSON Lines on the worker's standard input; the bytes of a file follow their line. Events are JSON Lines on its
-// standard output: those of run/event.h, and `ready`, `received`, `inventory`, `step` and `failed`.
+// Jobs are JSON Lines on the worker's standard input; the bytes of a file follow their line. Events are JSON
+// Lines on its standard output: those of run/event.h, and `ready`, `received`, `inventory`, `step` and
+// `failed`.
 #ifndef KVN_ENGINE_RUN_WORKER_PROTOCOL_H
 #define KVN_ENGINE_RUN_WORKER_PROTOCOL_H
 
@@ -48,6 +49,8 @@ struct LoadJob {
     std::optional<std::string> serial_number = {};
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};
+    std::optional<std::string> approved_by = {};
+    std::optional<std::string> approval_key = {};
 };
 
 enum class JobKind {

@@ -13,9 +13,9 @@ namespace
 using testing::HasSubstr;
 using testing::Not;
 
-const std::vector<std::string> COMMANDS = {"list",    "load",    "convert",  "info",    "check",
-                                           "digest",  "diff",    "estimate", "explain", "trace",
-                                           "support", "journal", "history",  "report",  "plan"};
+const std::vector<std::string> COMMANDS = {"list",  "load",   "run",     "plan",    "worker",   "convert",
+                                           "info",  "check",  "digest",  "diff",    "estimate", "explain",
+                                           "trace", "report", "support", "journal", "history"};
 
 std::vector<std::string> words_of(const std::string& line)
 {

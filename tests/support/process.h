@@ -69,6 +69,7 @@ public:
     void type(std::string_view keys);
     /// Sends the program a signal.
     void signal(int number) const;
+    [[nodiscard]] pid_t process() const { return child_; }
     /// Reads to the end of the program. @return its exit status, or 128 and the signal
     int finish();
     /// All that was shown.

@@ -38,6 +38,8 @@ void add_json(CLI::App& command, bool& json);
 /// Each adds its subcommand and options to the program.
 Action add_list(CLI::App& program);
 Action add_load(CLI::App& program);
+Action add_run(CLI::App& program);
+Action add_worker(CLI::App& program);
 Action add_plan(CLI::App& program);
 Action add_convert(CLI::App& program);
 Action add_info(CLI::App& program);

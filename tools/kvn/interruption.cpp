@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -23,7 +24,10 @@ constexpr std::array SIGNALS{SIGINT, SIGTERM};
 // The handler finds them without a call that might allocate.
 std::atomic<LoadControl*> stopped_load{nullptr};
 std::atomic<int> first_signal{0};
-static_assert(std::atomic<LoadControl*>::is_always_lock_free && std::atomic<int>::is_always_lock_free);
+std::atomic<int> woken{-1}; ///< an eventfd
+std::atomic<unsigned> signals{0};
+static_assert(std::atomic<LoadControl*>::is_always_lock_free && std::atomic<int>::is_always_lock_free &&
+              std::atomic<unsigned>::is_always_lock_free);
 
 constexpr std::string_view FIRST_WORDS =
     "\nkvn: what is under way is finished first; a second signal cuts it off\n";
@@ -57,11 +61,16 @@ void note(int signal)
 {
     const int kept = errno;
     LoadControl* const load = stopped_load;
+    ++signals;
+    if (woken != -1) {
+        const std::uint64_t one = 1;
+        (void)!write(woken, &one, sizeof one);
+    }
     int none = 0;
     if (first_signal.compare_exchange_strong(none, signal)) {
         if (load != nullptr)
             load->withdraw();
-        else
+        else if (woken == -1)
             set_actions(SIG_DFL);
         write_words(FIRST_WORDS);
     } else {
@@ -81,10 +90,22 @@ Interruption::Interruption(LoadControl* load)
     set_actions(&note);
 }
 
+Interruption::Interruption(int wake_up)
+{
+    woken = wake_up;
+    set_actions(&note);
+}
+
 Interruption::~Interruption()
 {
     set_actions(SIG_DFL);
     stopped_load = nullptr;
+    woken = -1;
+}
+
+unsigned Interruption::count()
+{
+    return signals;
 }
 
 const char* Interruption::signal_name()

@@ -16,9 +16,16 @@ public:
     /// @param load withdrawn by the first signal, cancelled by the second; may be null: then the second
     ///        signal ends the process
     explicit Interruption(LoadControl* load = nullptr);
+    /// @param wake_up an eventfd, to which each signal adds 1; then the second does not end the process. It
+    /// must
+    ///        outlive this.
+    explicit Interruption(int wake_up);
     ~Interruption();
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
+
+    /// How many signals have come.
+    [[nodiscard]] static unsigned count();
 
     /// The first signal that came: "SIGINT", "SIGTERM"; null for none.
     [[nodiscard]] static const char* signal_name();

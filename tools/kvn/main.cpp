@@ -4,6 +4,7 @@
 #include "commands.h"
 #include "errors/failure.h"
 #include "report/json.h"
+#include "run/event.h"
 #include "streams.h"
 #include "utility/standard_streams.h"
 #include "version.h"
@@ -11,6 +12,7 @@
 #include <csignal>
 #include <iostream>
 #include <sstream>
+#include <string_view>
 #include <vector>
 
 namespace
@@ -64,25 +66,36 @@ ExitStatus run(int argc, char** argv)
     return ExitStatus::internal;
 }
 
-ExitStatus report_failure(const kvn::Failure& failure, bool as_json)
+/// kvn run writes a stream of events, also where it does not get as far as a run.
+void print_failure(const kvn::Failure& failure, bool is_run)
+{
+    if (is_run)
+        std::cout << kvn::event_line(kvn::stream_head())
+                  << kvn::event_line(kvn::result_event(failure.status, {}, failure));
+    else
+        kvn::print_json(std::cout, kvn::failure_json(failure));
+}
+
+ExitStatus report_failure(const kvn::Failure& failure, bool as_json, bool is_run)
 {
     kvn::tell_failure("", failure);
     if (as_json)
-        kvn::print_json(std::cout, kvn::failure_json(failure));
+        print_failure(failure, is_run);
     return failure.status;
 }
 
 ExitStatus run_and_report(int argc, char** argv)
 {
     const bool as_json = kvn::asks_for_json(argc, argv);
+    const bool is_run = argc > 1 && std::string_view{argv[1]} == "run";
     try {
         return run(argc, argv);
     } catch (const kvn::UsageError& error) {
-        return report_failure({.status = ExitStatus::usage, .what = error.what()}, as_json);
+        return report_failure({.status = ExitStatus::usage, .what = error.what()}, as_json, is_run);
     } catch (const kvn::FailureError& error) {
-        return report_failure(error.failure(), as_json);
+        return report_failure(error.failure(), as_json, is_run);
     } catch (const std::exception& error) {
-        return report_failure({.status = ExitStatus::internal, .what = error.what()}, as_json);
+        return report_failure({.status = ExitStatus::internal, .what = error.what()}, as_json, is_run);
     }
 }
 

@@ -44,14 +44,23 @@ std::string as_words(const ProviderOptions& options)
     return words;
 }
 
-std::shared_ptr<Provider> open_provider(const ProviderOptions& options)
+std::shared_ptr<Provider> open_provider_silently(const ProviderOptions& options)
 {
     if (!options.rack.empty())
         (void)setenv("MWVIRTUAL_RACK", options.rack.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
-    auto provider = Provider::open(name_of(options), reinterpret_cast<const void*>(&open_provider));
-    const ProviderIdentity& identity = provider->identity();
-    if (!identity.announcement.empty())
-        tell("provider " + identity.name + ": " + identity.announcement);
+    return Provider::open(name_of(options), reinterpret_cast<const void*>(&open_provider));
+}
+
+void announce(const ProviderIdentity& provider)
+{
+    if (!provider.announcement.empty())
+        tell("provider " + provider.name + ": " + provider.announcement);
+}
+
+std::shared_ptr<Provider> open_provider(const ProviderOptions& options)
+{
+    auto provider = open_provider_silently(options);
+    announce(provider->identity());
     return provider;
 }
 

@@ -24,6 +24,13 @@ void add_provider_options(CLI::App& command, ProviderOptions& options);
 /// The same options on a command line that a hint prints, with a blank before each.
 [[nodiscard]] std::string as_words(const ProviderOptions& options);
 
+/// Opens the provider. Its record says if it simulates.
+/// @throws FailureError
+[[nodiscard]] std::shared_ptr<Provider> open_provider_silently(const ProviderOptions& options);
+
+/// Says on standard error if a provider simulates.
+void announce(const ProviderIdentity& provider);
+
 /// Opens the provider and says on standard error if it simulates.
 /// @throws FailureError
 [[nodiscard]] std::shared_ptr<Provider> open_provider(const ProviderOptions& options);

@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: Apache-2.0
+// The process of a worker, as its controller holds it: started, talked to without waiting, ended.
+#ifndef KVN_ENGINE_RUN_WORKER_PROCESS_H
+#define KVN_ENGINE_RUN_WORKER_PROCESS_H
+
+#include "file/input.h"
+#include "run/descriptor.h"
+#include "run/line_splitter.h"
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kvn
+{
+
+/// What is started as a worker.
+struct WorkerProgram {
+    std::string program;                     ///< path
+    std::vector<std::string> arguments = {}; ///< without the program's name
+};
+
+/// It has a process group of its own, so that Ctrl-C does not reach it, and takes signals as programs do that
+/// were started by hand. Its standard input closes when the controller ends, however it ends. Of what is open
+/// in this process it inherits nothing else.
+class WorkerProcess
+{
+public:
+    /// @throws FailureError (ExitStatus::internal) when it cannot be started
+    explicit WorkerProcess(const WorkerProgram& program);
+    /// Kills it, if it runs.
+    ~WorkerProcess();
+    WorkerProcess(const WorkerProcess&) = delete;
+    WorkerProcess& operator=(const WorkerProcess&) = delete;
+
+    [[nodiscard]] pid_t id() const { return process_; }
+
+    // For poll(2); -1 when closed.
+    [[nodiscard]] int input() const { return input_.number(); }
+    [[nodiscard]] int output() const { return output_.number(); }
+    [[nodiscard]] int errors() const { return errors_.number(); }
+
+    /// Puts a line, or the content of a file, behind what is to be sent.
+    void send(std::string line);
+    /// @param content kept until it is sent
+    void send(const Input& content);
+    [[nodiscard]] bool has_to_send() const { return !outgoing_.empty(); }
+    /// Bytes that were sent so far.
+    [[nodiscard]] std::uint64_t sent() const { return sent_; }
+    /// Sends what can be sent without waiting. A worker that does not listen any more is noticed by its
+    /// output.
+    void write_some();
+    /// Closes its standard input when everything is sent: it ends then.
+    void end_input();
+
+    /// Reads what is there. @return false at the end
+    [[nodiscard]] bool read_output(LineSplitter& to) { return read_some(output_, to); }
+    [[nodiscard]] bool read_errors(LineSplitter& to) { return read_some(errors_, to); }
+
+    void kill();
+    /// Waits for the end of a process that was killed or has closed its output.
+    /// @return "ended with status 3", "was ended by signal 11 (Segmentation fault)"
+    [[nodiscard]] std::string wait();
+
+private:
+    /// A line, or a file with what is left of it.
+    struct Outgoing {
+        std::string line = {};
+        std::size_t written = 0;
+        std::optional<File> file = {};
+    };
+
+    [[nodiscard]] static bool read_some(Descriptor& from, LineSplitter& to);
+    [[nodiscard]] ssize_t write_front();
+
+    pid_t process_ = -1;
+    Descriptor input_;
+    Descriptor output_;
+    Descriptor errors_;
+    std::deque<Outgoing> outgoing_;
+    std::uint64_t sent_ = 0;
+    bool ends_ = false;
+};
+
+} // namespace kvn
+
+#endif

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+// Lines between a controller and its workers, of any bytes: events, jobs, words of workers.
+#include "require.h"
+#include "run/event.h"
+#include "run/line_splitter.h"
+#include "run/worker_protocol.h"
+#include "target.h"
+
+#include <string_view>
+
+namespace
+{
+
+void check_event(std::string_view line)
+{
+    try {
+        const kvn::Event event = kvn::read_event(line);
+        const kvn::Event again = kvn::read_event(kvn::event_line(event.json));
+        require(again.kind == event.kind && again.json == event.json, "an event is written as it was read");
+        (void)event.module();
+    } catch (const kvn::EventError&) {
+        return;
+    }
+}
+
+void check_worker_event(std::string_view line)
+{
+    try {
+        const kvn::WorkerEvent event = kvn::read_worker_event(line);
+        require(event.json.is_object(), "an event is an object");
+    } catch (const kvn::EventError&) {
+        return;
+    }
+}
+
+void check_job(std::string_view line)
+{
+    try {
+        const kvn::Job job = kvn::read_job(line);
+        if (job.kind == kvn::JobKind::load)
+            require(kvn::read_job(kvn::event_line(kvn::load_job(job.load))).load.judged == job.load.judged,
+                    "a job is read as it was written");
+    } catch (const kvn::EventError&) {
+        return;
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    constexpr std::size_t longest = 4096;
+    kvn::LineSplitter lines{longest};
+    lines.take({reinterpret_cast<const char*>(data), size});
+    while (const auto line = lines.next()) {
+        check_event(*line);
+        check_worker_event(*line);
+        check_job(*line);
+    }
+    check_event(lines.rest());
+    return 0;
+}
