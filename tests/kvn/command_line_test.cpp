@@ -11,8 +11,8 @@ namespace
 using testing::HasSubstr;
 using testing::Not;
 
-const std::vector<std::string> COMMANDS = {"list", "load",     "convert", "info",  "check",  "digest",
-                                           "diff", "estimate", "explain", "trace", "support"};
+const std::vector<std::string> COMMANDS = {"list", "load",     "convert", "info",  "check",   "digest",
+                                           "diff", "estimate", "explain", "trace", "support", "completion"};
 
 std::vector<std::string> words_of(const std::string& line)
 {

@@ -47,6 +47,7 @@ Action add_estimate(CLI::App& program);
 Action add_explain(CLI::App& program);
 Action add_trace(CLI::App& program);
 Action add_support(CLI::App& program);
+Action add_completion(CLI::App& program);
 
 } // namespace kvn
 
