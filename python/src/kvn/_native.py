@@ -2,7 +2,9 @@
 """kvn.h in ctypes: constants, structures and functions. tests/python/header_test.py compares each with the header."""
 import ctypes
 from ctypes import POINTER, c_char_p, c_double, c_int, c_int32, c_int64, c_size_t, c_uint32, c_uint64, c_void_p
-from typing import Any, Final
+from typing import Any, Final, TypeVar
+
+Sized = TypeVar("Sized", bound=ctypes.Structure)
 
 INTERFACE_VERSION: Final = 1
 DIGEST_SIZE: Final = 65
@@ -360,7 +362,6 @@ def declare(library: ctypes.CDLL) -> None:
         function.argtypes = arguments
 
 
-def sized(structure: ctypes.Structure) -> ctypes.Structure:
-    """The structure, which states its size."""
-    structure.size = ctypes.sizeof(structure)  # type: ignore[attr-defined]
-    return structure
+def sized(kind: type[Sized]) -> Sized:
+    """A structure that states its size and is zero otherwise."""
+    return kind(ctypes.sizeof(kind))

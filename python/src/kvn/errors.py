@@ -32,6 +32,11 @@ class KvnError(Exception):
 
     #: The class of the failure.
     status: ClassVar[Status]
+    #: The name of the class, such as "wrong device".
+    kind: ClassVar[str]
+
+    def __init_subclass__(cls) -> None:
+        cls.kind = cls.status.name.lower().replace("_", " ")
 
     def __init__(
         self,
@@ -52,11 +57,6 @@ class KvnError(Exception):
         self.number = number
         #: Of a load: what is known of the module after it, or None.
         self.record = record
-
-    @property
-    def kind(self) -> str:
-        """The name of the class, such as "wrong device"."""
-        return self.status.name.lower().replace("_", " ")
 
     def __str__(self) -> str:
         lines = [self.what]

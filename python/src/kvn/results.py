@@ -11,10 +11,10 @@ import enum
 import functools
 import types
 import typing
-from collections.abc import Mapping
+from collections.abc import Hashable, Mapping
 from typing import Any, TypeVar, Union
 
-from kvn.errors import Status
+from kvn.errors import KvnError, error_class
 
 T = TypeVar("T")
 
@@ -109,9 +109,9 @@ class Failure:
     remedy: str | None
 
     @property
-    def kind(self) -> Status:
-        """The class of the failure."""
-        return Status(self.status)
+    def kind(self) -> str:
+        """The name of the class, such as "wrong device"."""
+        return error_class(self.status).kind
 
 
 @dataclasses.dataclass(frozen=True)
@@ -302,7 +302,7 @@ class Check:
     compressed: TriedLoad | None
     result: str  #: "yes", "no" or "unknown"
     words: str
-    failure: Failure | None = None  #: why it would not start, or why that is not known
+    error: KvnError | None = None  #: why it would not start, or why that is not known
 
     @property
     def starts(self) -> bool | None:
@@ -556,16 +556,17 @@ class Progress:
 
 
 @functools.cache
-def _hints(kind: type[Any]) -> dict[str, Any]:
+def _hints(kind: Hashable) -> dict[str, Any]:
     return typing.get_type_hints(kind)
 
 
 def _dataclass(kind: type[Any], value: Mapping[str, Any]) -> Any:
     members = {}
+    hints = _hints(typing.cast(Hashable, kind))
     for field in dataclasses.fields(kind):
         name = field.name.rstrip("_")
         if name in value:
-            members[field.name] = _value(_hints(kind)[field.name], value[name])
+            members[field.name] = _value(hints[field.name], value[name])
     return kind(**members)
 
 
