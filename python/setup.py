@@ -8,7 +8,7 @@ import pathlib
 import shutil
 from typing import Any
 
-from setuptools import setup
+from setuptools import Distribution, setup
 from setuptools.command.build_py import build_py
 from wheel.bdist_wheel import bdist_wheel
 
@@ -38,12 +38,15 @@ class BuildWithLibraries(build_py):
             shutil.copyfile(installed(PREFIX, library), target / library)
 
 
+class PackageForThePlatform(Distribution):
+    """Goes where compiled modules do, if libraries are in it."""
+
+    def has_ext_modules(self) -> bool:
+        return PREFIX is not None
+
+
 class WheelForThePlatform(bdist_wheel):
     """Names the platform of the libraries; the modules are for any Python 3."""
-
-    def finalize_options(self) -> None:
-        super().finalize_options()
-        self.root_is_pure = PREFIX is None
 
     def get_tag(self) -> Any:
         if PREFIX is None:
@@ -51,4 +54,4 @@ class WheelForThePlatform(bdist_wheel):
         return ("py3", "none", super().get_tag()[2])
 
 
-setup(cmdclass={"build_py": BuildWithLibraries, "bdist_wheel": WheelForThePlatform})
+setup(distclass=PackageForThePlatform, cmdclass={"build_py": BuildWithLibraries, "bdist_wheel": WheelForThePlatform})
