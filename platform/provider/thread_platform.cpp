@@ -10,8 +10,8 @@ namespace mwapi
 namespace
 {
 
-// Each call of a load's data looks here, so it must cost no call of its own in a shared library.
-[[gnu::tls_model("initial-exec")]] constinit thread_local Platform* used = nullptr;
+// Not of the model initial-exec: a program that opens a library while it runs has little room for such data.
+constinit thread_local Platform* used = nullptr;
 
 class ThreadPlatform final : public UniformPlatform<ThreadPlatform>
 {
