@@ -2,7 +2,8 @@
 # Where things are installed, beside the folders of GNUInstallDirs.
 include(GNUInstallDirs)
 
-# Libraries that programs load by name: in a folder of their own, because no linker looks for them.
+# Choice: libraries that programs load by name are in a folder of their own, where no linker finds them in place of the
+# board maker's (docs/decisions/0047-providers-in-a-folder-of-their-own.md).
 set(KVN_INSTALL_PROVIDERDIR ${CMAKE_INSTALL_LIBDIR}/kvn_fpga CACHE STRING "Virtual carriers, recorder and replay")
 # The board maker has a header of the same name: ours must never be found in place of it.
 set(KVN_INSTALL_MWAPIDIR ${CMAKE_INSTALL_INCLUDEDIR}/kvn_fpga CACHE STRING "The header mwapi.h")

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
-// The scripts by which shells complete command lines of kvn. They hold no names: each asks kvn itself, whose
-// answer has a first line "files" or "words", then a line for each candidate, with its description after a
-// tab.
+// The scripts by which shells complete command lines of kvn. Each asks kvn itself, whose answer has a first line
+// "files" or "words", then a line for each candidate, with its description after a tab.
 #include "completion.h"
 
 namespace kvn
 {
 namespace
 {
+
+// Choice: the scripts hold no names (docs/decisions/0048-completion-asks.md).
 
 // The words are taken from the line, because bash cuts them at ':' and '=', and replaces only the last piece.
 constexpr std::string_view BASH = R"script(# Completes command lines of kvn in bash: source this file.
