@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-// The scripts by which shells complete command lines of kvn. Each asks kvn itself, whose answer has a first line
-// "files" or "words", then a line for each candidate, with its description after a tab.
+// The scripts by which shells complete command lines of kvn. Each asks kvn itself, whose answer has a first
+// line "files" or "words", then a line for each candidate, with its description after a tab.
 #include "completion.h"
 
 namespace kvn
