@@ -1,0 +1,83 @@
+# SPDX-License-Identifier: Apache-2.0
+"""Compares what `kvn COMMAND --help` lists with docs/kvn/COMMAND.md: every option stands in both.
+
+Options that several commands share are described once, in docs/kvn/index.md.
+"""
+import os
+import pathlib
+import re
+import subprocess
+import unittest
+
+PAGES = pathlib.Path(__file__).resolve().parent.parent.parent / "docs" / "kvn"
+PROGRAM = os.environ["KVN"]
+BLOCK = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
+SPAN = re.compile(r"`([^`\n]+)`")
+OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
+
+
+def help_of(*command):
+    return subprocess.run([PROGRAM, *command, "--help"], capture_output=True, text=True, check=True).stdout
+
+
+def options_of(command):
+    """The options that begin a line of the help."""
+    return set(re.findall(r"^  (?:-\w,)?(--[a-z][a-z-]*)", help_of(command), flags=re.MULTILINE))
+
+
+def commands():
+    """The commands that the help of the program lists."""
+    listed = help_of().partition("Subcommands:")[2].partition("\n\n")[0]
+    return re.findall(r"^  ([a-z]+) ", listed, flags=re.MULTILINE)
+
+
+def read(name):
+    return BLOCK.sub("", (PAGES / f"{name}.md").read_text(encoding="utf-8"))
+
+
+def stated(name):
+    """The options that a page names as those of its command: title and spans of code that name no other program."""
+    text = read(name)
+    options = set(OPTION.findall(text.splitlines()[0]))
+    for span in SPAN.findall(text):
+        other = re.match(r"(?!kvn COMMAND )(?:kvn ([a-z]+)|\w[\w-]*) ", span)
+        if not other or other[1] == name:
+            options.update(OPTION.findall(span))
+    return options
+
+
+class Help(unittest.TestCase):
+    def test_each_command_has_a_page_and_a_row_in_the_overview(self):
+        overview = read("index")
+        pages = {path.stem for path in PAGES.glob("*.md")} - {"index"}
+        self.assertEqual(set(commands()) - pages, set())
+        for page in pages:  # also those of commands that the program's help leaves out
+            self.assertIn("Usage: kvn " + page, help_of(page))
+        for command in commands():
+            self.assertIn(f"| [`kvn {command}`]({command}.md) |", overview)
+
+    def test_each_option_of_a_command_is_described(self):
+        shared = stated("index")
+        for command in commands():
+            self.assertEqual(options_of(command) - stated(command) - shared, set(), command)
+
+    def test_each_option_of_a_page_exists(self):
+        for command in commands():
+            self.assertEqual(stated(command) - options_of(command) - {"--version"}, set(), command)
+
+    def test_each_shared_option_exists_in_some_command(self):
+        known = set().union(*(options_of(command) for command in commands())) | {"--version"}
+        self.assertEqual(stated("index") - known, set())
+
+    def test_options_of_other_commands_are_named_rightly(self):
+        for page in sorted(PAGES.parent.rglob("*.md")):
+            text = BLOCK.sub("", page.read_text(encoding="utf-8"))
+            for span in SPAN.findall(text):
+                command = re.match(r"kvn ([a-z]+) ", span)
+                if command and command[1] in commands():
+                    unknown = set(OPTION.findall(span)) - options_of(command[1])
+                    self.assertEqual(unknown, set(), f"{page.name}: {span}")
+
+
+if __name__ == "__main__":
+    unittest.main()
