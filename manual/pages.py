@@ -20,6 +20,7 @@ COMMAND = re.compile(r"(?<!\[)(?<!`)(?<!# )`kvn ([a-z]+)`(?![^\[\n]*\]\()")
 LINK = re.compile(r"(!?\[[^\]]*\])\(([^)\s]+)\)")
 PICTURE = re.compile(r"^!\[([^\]]*)\]\((\S+\.svg)\)$", re.MULTILINE)
 ERROR_ROW = re.compile(r"^\| (\d{4}) \| (.*?) \| (.*) \| (.*) \| (\d+) \| (.*) \|$", re.MULTILINE)
+HOME_HAS_NO_LISTS = "---\nhide: [navigation, toc]\n---\n"
 LANGUAGES = {".cpp": "cpp", ".h": "cpp", ".c": "c", ".py": "python", ".rs": "rust", ".cs": "csharp", ".toml": "toml",
              ".txt": "cmake", ".yml": "yaml", ".json": "json", ".sh": "sh"}
 
@@ -145,6 +146,8 @@ def collect(folder, doxygen_folder):
         if source == "docs/errors.md":
             text = with_error_headings(text)
         text = with_commands(with_links(text, source, place), place)
+        if place == "index.md":
+            text = HOME_HAS_NO_LISTS + text
         write(folder / place, with_pictures(text, (ROOT / source).parent))
     for path in (ROOT / "docs").rglob("*"):
         if path.suffix in (".svg", ".toml"):
