@@ -14,10 +14,33 @@ local function describes_names(table)
   return second == "Type" or second == "Value" or second == ""
 end
 
+-- Columns as wide as what is in them asks for. A long text can be broken, and leaves room to the others.
+local function wish(length)
+  return length <= 20 and length + 3 or 23 + 0.4 * (math.min(length, 80) - 20)
+end
+
+local function share_width(table)
+  local lengths, sum = {}, 0
+  for column = 1, #table.colspecs do
+    lengths[column] = 6
+    for _, row in ipairs(table.bodies[1].body) do
+      local length = utf8.len(pandoc.utils.stringify(row.cells[column].contents))
+      lengths[column] = math.max(lengths[column], wish(length))
+    end
+    sum = sum + lengths[column]
+  end
+  local specs = {}
+  for column, spec in ipairs(table.colspecs) do
+    specs[column] = {spec[1], lengths[column] / sum}
+  end
+  table.colspecs = specs
+  return table
+end
+
 -- A table of two columns, or of names, is a list of terms; any other stays a table.
 function Table(table)
   local named = describes_names(table)
-  if #table.colspecs ~= 2 and not named then return nil end
+  if #table.colspecs ~= 2 and not named then return share_width(table) end
   local items = {}
   for _, row in ipairs(table.bodies[1].body) do
     local term = inlines(row.cells[1])

@@ -12,13 +12,16 @@ BLOCK = re.compile(r"(^```.*?^```\n?)", re.MULTILINE | re.DOTALL)
 USER, CALLS, FILES = "User commands", "Library calls", "File formats"
 CHAPTERS = {1: USER, 3: CALLS, 5: FILES}
 
-# Name, chapter, source below docs/ (or a header), one line, further sections: heading and where they come from.
+# Name, chapter, source (a page; after # the heading of a part of it), one line, and further sections: heading, page, and
+# "body" for all of that page instead of its first table.
 ENVIRONMENT = ("Environment", "environment.md", "")
 PAGES = [
     ("KVN_FPGA", 1, "command-line.md", "load and convert bitstreams for KAVRIN-FPGA and KAVRIN-IO modules",
      [ENVIRONMENT]),
     ("kvn", 1, "kvn/index.md", "list and load KAVRIN-FPGA and KAVRIN-IO modules; inspect, convert and compare files",
      [("Exit status", "exit-status.md", ""), ENVIRONMENT]),
+    ("kvn_bitgen", 1, "bitgen.md", "write example bitstreams, good and damaged ones", []),
+    ("kvn_rack", 1, "virtual-carrier.md#kvn_rack", "show what the modules of virtual boards hold", []),
     ("kvn_fpga", 3, "headers/kvn_fpga.md", "load and convert bitstreams from a C++ program", []),
     ("kvn", 3, "c-interface.md", "list and load modules, inspect and convert bitstream files from a C program",
      [("Reference", "headers/kvn.md", "body")]),
@@ -27,11 +30,14 @@ PAGES = [
     ("kvn-mcb", 5, "formats/mcb.md", "run-coded bitstream files", []),
     ("kvn-journal", 5, "journal.md", "journals: what a run leaves", []),
 ]
-ELSEWHERE = {"command-line.md": "KVN_FPGA(1)", "kvn/index.md": "kvn(1)", "c-interface.md": "kvn(3)",
+ELSEWHERE = {"command-line.md": "KVN_FPGA(1)", "bitgen.md": "kvn_bitgen(1)", "virtual-carrier.md": "kvn_rack(1)",
+             "kvn/index.md": "kvn(1)", "c-interface.md": "kvn(3)",
              "headers/kvn_fpga.md": "kvn_fpga(3)", "headers/kvn.md": "kvn(3)", "plans.md": "kvn-plan(5)",
              "formats/con.md": "kvn-con(5)", "formats/mcb.md": "kvn-mcb(5)", "journal.md": "kvn-journal(5)"}
 SYNOPSES = {"kvn/index.md": "**kvn** *COMMAND* [*ARGUMENTS*]\n\n**kvn** [*COMMAND*] **\\--help**\n\n"
                             "**kvn** **\\--version**",
+            "bitgen.md": "**kvn_bitgen** *DEVICE* **-o** *FILE* \\[*options*\\]\n\n**kvn_bitgen** **\\--list**",
+            "virtual-carrier.md#kvn_rack": "**kvn_rack** *FOLDER* \\[**\\--power-cycle**\\] \\[**\\--json**\\]",
             "headers/kvn_fpga.md": "**#include <kvn_fpga.h>**\n\nLink with *-lkvn_fpga*.",
             "c-interface.md": "**#include <kvn.h>**\n\nLink with *-lkvn*."}
 COMMON = ("Options that several commands share, the names of boards and modules, the exit statuses and the environment "
@@ -43,7 +49,8 @@ def outside_blocks(text, change):
 
 
 def body_of(text):
-    """A page without its title."""
+    """A page without its title and its pictures."""
+    text = re.sub(r'<figure class="picture">.*?</figure>\n+', "", text, flags=re.DOTALL)
     return re.sub(r"\A# .*\n", "", text).strip() + "\n"
 
 
@@ -109,11 +116,21 @@ def see_also(name, chapter, source, text):
     return ", ".join("**{}**({})".format(*entry[:-1].split("(")) for entry in sorted(found, key=str.lower))
 
 
+def page_text(folder, source):
+    """A page, or the part of it below a heading of the third level, as a page of its own."""
+    file, _, heading = source.partition("#")
+    text = (folder / file).read_text(encoding="utf-8")
+    if not heading:
+        return text
+    part = re.search(rf"^### {heading}\n(.*?)^##", text, flags=re.MULTILINE | re.DOTALL)
+    return f"# {heading}\n{part[1]}"
+
+
 def compose(name, chapter, source, line, further, folder, existing):
     """The Markdown of a manual page."""
-    text = (folder / source).read_text(encoding="utf-8")
-    version = "KVN_FPGA 2.7" if name in ("KVN_FPGA", "kvn_fpga") else "kvn 1.0"
-    parts = [f'---\ntitle: {name.upper() if chapter == 1 and name != "KVN_FPGA" else name}\nsection: "{chapter}"\n'
+    text = page_text(folder, source)
+    version = "KVN_FPGA 2.7" if name in ("KVN_FPGA", "kvn_fpga", "kvn_bitgen", "kvn_rack") else "kvn 1.0"
+    parts = [f'---\ntitle: {name.upper() if chapter == 1 else name}\nsection: "{chapter}"\n'
              f'header: {CHAPTERS[chapter]}\nfooter: {version}\ndate: "{DATE}"\n---\n',
              f"# NAME\n\n{name} - {line}\n"]
     if calls := synopsis(source, text):
@@ -150,7 +167,7 @@ def commands(folder):
 def build(output):
     """Writes output/man/manN/NAME.N for every page whose source exists."""
     folder = output / "pages"
-    entries = [entry for entry in PAGES + list(commands(folder)) if (folder / entry[2]).exists()]
+    entries = [entry for entry in PAGES + list(commands(folder)) if (folder / entry[2].partition("#")[0]).exists()]
     existing = {f"{entry[0]}({entry[1]})" for entry in entries}
     for name, chapter, source, line, further in entries:
         text = compose(name, chapter, source, line, further, folder, existing)

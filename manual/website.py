@@ -2,6 +2,7 @@
 """Builds the site: collects the pages, gives each its place, and runs mkdocs."""
 import os
 import re
+import shutil
 import subprocess
 import sys
 
@@ -69,6 +70,13 @@ def write_index_for_files(site):
     (site / "search" / "search_index.js").write_text(f"window.searchIndexOfManual = {index};\n", encoding="utf-8")
 
 
+def leave_out_what_nothing_loads(site):
+    """Removes the maps for the theme's developers and the words of languages that the search does not speak."""
+    for path in (site / "assets").rglob("*.map"):
+        path.unlink()
+    shutil.rmtree(site / "assets" / "javascripts" / "lunr")
+
+
 def build(output):
     """Builds the site in output/site from the pages in output/pages."""
     settings = {"docs_dir": str(output / "pages"), "site_dir": str(output / "site"), "nav": places(output / "pages")}
@@ -79,3 +87,4 @@ def build(output):
                     "--config-file", str(configuration)],
                    check=True, env={**os.environ, "PYTHONDONTWRITEBYTECODE": "1"})
     write_index_for_files(output / "site")
+    leave_out_what_nothing_loads(output / "site")

@@ -26,7 +26,7 @@ class ManualPages(unittest.TestCase):
         cls.pages = {path.name: shown(path) for path in sorted(MAN.glob("man?/*"))}
 
     def test_programs_commands_libraries_and_formats_have_their_pages(self):
-        expected = {"KVN_FPGA.1", "kvn.1", "kvn_fpga.3", "kvn.3", "kvn-con.5", "kvn-mcb.5"}
+        expected = {"KVN_FPGA.1", "kvn.1", "kvn_bitgen.1", "kvn_rack.1", "kvn_fpga.3", "kvn.3", "kvn-con.5", "kvn-mcb.5"}
         expected |= {f"kvn-{path.stem}.1" for path in (ROOT / "docs" / "kvn").glob("*.md") if path.stem != "index"}
         expected |= {f"kvn-{name}.5" for source, name in (("plans", "plan"), ("journal", "journal"))
                      if (ROOT / "docs" / f"{source}.md").exists()}
@@ -44,6 +44,10 @@ class ManualPages(unittest.TestCase):
     def test_none_shows_what_only_a_page_in_a_browser_can_have(self):
         for name, (text, _) in self.pages.items():
             self.assertNotRegex(text, r"\]\(|<!--|\{:|title: ", name)
+            words = " ".join(text.split())
+            for picture in (ROOT / "docs" / "pictures").glob("*.svg"):
+                title = re.search(r"<title[^>]*>(.*?)</title>", picture.read_text(encoding="utf-8"))[1]
+                self.assertNotIn(title, words, name)
 
     def test_the_options_of_the_utility_are_explained_where_they_begin_a_line(self):
         text, _ = self.pages["KVN_FPGA.1"]
