@@ -16,7 +16,7 @@ TOP_PAGES = {"README.md": "index.md", "CHANGELOG.md": "changes.md", "CONTRIBUTIN
 HEADERS = {"include/kvn_fpga.h": "headers/kvn_fpga.md", "include/kvn.h": "headers/kvn.md",
            "platform/mwapi.h": "headers/mwapi.md"}
 # A command, but not in a link or in a heading.
-COMMAND = re.compile(r"(?<!\[)(?<!`)(?<!# )`kvn ([a-z]+)`(?![^\[\n]*\]\()")
+COMMAND = re.compile(r"(?<!\[)(?<!`)(?<!# )`kvn ([a-z]+)(?: [^`\n]*)?`(?![^\[\n]*\]\()")
 LINK = re.compile(r"(!?\[[^\]]*\])\(([^)\s]+)\)")
 PICTURE = re.compile(r"^!\[([^\]]*)\]\((\S+\.svg)\)$", re.MULTILINE)
 ERROR_ROW = re.compile(r"^\| (\d{4}) \| (.*?) \| (.*) \| (.*) \| (\d+) \| (.*) \|$", re.MULTILINE)

@@ -20,15 +20,16 @@ def help_of(*command):
     return subprocess.run([PROGRAM, *command, "--help"], capture_output=True, text=True, check=True).stdout
 
 
-def options_of(command):
-    """The options that begin a line of the help."""
-    return set(re.findall(r"^  (?:-\w,)?(--[a-z][a-z-]*)", help_of(command), flags=re.MULTILINE))
-
-
-def commands():
-    """The commands that the help of the program lists."""
-    listed = help_of().partition("Subcommands:")[2].partition("\n\n")[0]
+def commands(*command):
+    """The commands that the help of the program, or of a command of several parts, lists."""
+    listed = help_of(*command).partition("Subcommands:")[2].partition("\n\n")[0]
     return re.findall(r"^  ([a-z]+) ", listed, flags=re.MULTILINE)
+
+
+def options_of(*command):
+    """The options that begin a line of the help of a command, or of one of its parts."""
+    options = set(re.findall(r"^  (?:-\w,)?(--[a-z][a-z-]*)", help_of(*command), flags=re.MULTILINE))
+    return options.union(*(options_of(*command, part) for part in commands(*command)))
 
 
 def read(name):
