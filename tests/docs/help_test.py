@@ -1,21 +1,25 @@
 # SPDX-License-Identifier: Apache-2.0
-"""Compares what `kvn COMMAND --help` lists with docs/kvn/COMMAND.md: every option stands in both.
+"""Compares what programs list in their help with their pages: every option stands in both.
 
-Options that several commands share are described once, in docs/kvn/index.md.
+`kvn COMMAND --help` is compared with docs/kvn/COMMAND.md. Options that several commands share are described once, in
+docs/kvn/index.md.
 """
+import functools
 import os
 import pathlib
 import re
 import subprocess
 import unittest
 
-PAGES = pathlib.Path(__file__).resolve().parent.parent.parent / "docs" / "kvn"
+DOCS = pathlib.Path(__file__).resolve().parent.parent.parent / "docs"
+PAGES = DOCS / "kvn"
 PROGRAM = os.environ["KVN"]
 BLOCK = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
 SPAN = re.compile(r"`([^`\n]+)`")
 OPTION = re.compile(r"(?<![\w-])--[a-z][a-z-]*")
 
 
+@functools.cache
 def help_of(*command):
     return subprocess.run([PROGRAM, *command, "--help"], capture_output=True, text=True, check=True).stdout
 
@@ -78,6 +82,37 @@ class Help(unittest.TestCase):
                 if command and command[1] in commands():
                     unknown = set(OPTION.findall(span)) - options_of(command[1])
                     self.assertEqual(unknown, set(), f"{page.name}: {span}")
+
+
+class OtherPrograms(unittest.TestCase):
+    def help_of(self, variable):
+        return subprocess.run([os.environ[variable], "--help"], input="\n" * 4, capture_output=True, text=True,
+                              check=True).stdout
+
+    def rows(self, page, heading=""):
+        """The code in the first cells of a page's tables, from a heading on."""
+        text = (DOCS / page).read_text(encoding="utf-8").partition(heading)[2] if heading else (DOCS / page).read_text(
+            encoding="utf-8")
+        for row in re.findall(r"^\| (`[^|]*) \|", text, flags=re.MULTILINE):
+            yield from SPAN.findall(row)
+
+    def test_the_page_of_the_utility_has_the_options_of_its_help(self):
+        listed = re.findall(r"^(-[a-z](?:<\w+>)?) ", self.help_of("KVN_FPGA"), flags=re.MULTILINE)
+        described = [span for span in self.rows("command-line.md") if re.fullmatch(r"-[a-z](?:<\w+>)?", span)]
+        self.assertEqual(sorted(described), sorted(listed + ["-h"]))  # -h is the program's own, the help the library's
+        self.assertEqual(len(listed), 10)
+
+    def test_the_page_of_the_generator_has_its_options_and_defects(self):
+        text = self.help_of("KVN_BITGEN")
+        described = set(self.rows("bitgen.md"))
+        options = set(OPTION.findall(text)) - {"--help"}
+        self.assertEqual({span for span in described if span.startswith("--")}, options)
+        defects = set(re.search(r"--defect TEXT:\{(.*?)\}", text)[1].split(","))
+        self.assertEqual({span for span in described if not span.startswith("-")}, defects)
+
+    def test_the_section_of_kvn_rack_has_its_options(self):
+        described = {span for span in self.rows("virtual-carrier.md", "### kvn_rack") if span.startswith("--")}
+        self.assertEqual(described, set(OPTION.findall(self.help_of("KVN_RACK"))))
 
 
 if __name__ == "__main__":
