@@ -150,7 +150,7 @@ def collect(folder, doxygen_folder):
             text = HOME_HAS_NO_LISTS + text
         write(folder / place, with_pictures(text, (ROOT / source).parent))
     for path in (ROOT / "docs").rglob("*"):
-        if path.suffix in (".svg", ".toml"):
+        if path.is_file() and path.suffix != ".md":
             target = folder / path.relative_to(ROOT / "docs")
             target.parent.mkdir(parents=True, exist_ok=True)
             shutil.copyfile(path, target)

@@ -83,8 +83,10 @@ def build(output):
     common = (HERE / "mkdocs.yml").read_text(encoding="utf-8").replace("THEME", str(HERE / "theme"))
     configuration = output / "mkdocs.yml"
     configuration.write_text(common + yaml.safe_dump(settings, sort_keys=False), encoding="utf-8")
-    subprocess.run([sys.executable, "-W", "ignore::DeprecationWarning", "-m", "mkdocs", "build", "--strict", "--quiet",
-                    "--config-file", str(configuration)],
-                   check=True, env={**os.environ, "PYTHONDONTWRITEBYTECODE": "1"})
+    run = subprocess.run([sys.executable, "-W", "ignore::DeprecationWarning", "-m", "mkdocs", "build", "--strict",
+                          "--config-file", str(configuration)],
+                         stderr=subprocess.PIPE, text=True, check=False, env={**os.environ, "PYTHONDONTWRITEBYTECODE": "1"})
+    if run.returncode != 0:
+        raise pages.Problem("mkdocs: " + "\n".join(line for line in run.stderr.splitlines() if "INFO" not in line))
     write_index_for_files(output / "site")
     leave_out_what_nothing_loads(output / "site")

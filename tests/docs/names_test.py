@@ -8,6 +8,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent.parent
 HEADERS = {"kvn.h": ROOT / "include" / "kvn.h", "kvn_fpga.h": ROOT / "include" / "kvn_fpga.h",
            "mwapi.h": ROOT / "platform" / "mwapi.h"}
 QUOTED = re.compile(r"`(kvn_[a-z_]+|Mw[A-Z]\w+|KVN_[A-Z_]+)(?:\(.*?\))?`")
+SUFFIXES = ("", ".h", ".c", ".cpp", ".cs", ".rs", ".py", ".txt", ".cmake", ".in")
 BLOCK = re.compile(r"^```.*?^```", re.MULTILINE | re.DOTALL)
 
 
@@ -18,6 +19,15 @@ def read(path):
 def pages():
     yield from ROOT.glob("*.md")
     yield from (ROOT / "docs").rglob("*.md")
+
+
+def sources_of_the_tree():
+    """What is no page: sources, scripts and parts of the build."""
+    yield ROOT / "CMakeLists.txt"
+    for folder in ROOT.iterdir():
+        if folder.is_dir() and not folder.name.startswith((".", "build", "docs", "manual")):
+            yield from (path for path in folder.rglob("*")
+                        if path.is_file() and path.suffix in SUFFIXES and path.name != "names_test.py")
 
 
 class Names(unittest.TestCase):
@@ -39,9 +49,7 @@ class Names(unittest.TestCase):
         self.assertEqual({name for name in names if f"`{name}`" not in page}, set())
 
     def test_each_name_that_a_page_quotes_exists(self):
-        sources = "\n".join(read(path) for folder in ("include", "platform", "src", "engine", "tools", "library", "cmake", "tests", "bench")
-                            for path in (ROOT / folder).rglob("*") if path.suffix in (".h", ".cpp", ".txt", ".cmake"))
-        sources += read(ROOT / "CMakeLists.txt")
+        sources = "\n".join(path.read_text(encoding="utf-8", errors="replace") for path in sources_of_the_tree())
         unknown = [f"{page.relative_to(ROOT)}: {name}" for page in sorted(pages())
                    for name in QUOTED.findall(BLOCK.sub("", read(page))) if name not in sources]
         self.assertEqual(unknown, [])
