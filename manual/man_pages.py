@@ -98,7 +98,8 @@ def synopsis(source, text):
                "| **-?** | **\\--version**"
     if source.startswith("kvn/"):
         title = text.splitlines()[0].removeprefix("# ").replace("`", "")
-        return in_line(title) + (" \\[*options*\\]" if "[" not in title else "")
+        calls = title.replace(", kvn ", "\nkvn ").splitlines()
+        return "\n\n".join(in_line(call) + (" \\[*options*\\]" if "[" not in call else "") for call in calls)
     return ""
 
 
@@ -158,7 +159,7 @@ def commands(folder):
         if row:
             line = row[1]
         else:
-            first = re.search(r"\A# .*\n+(.*?[.:])(?:\s|$)", path.read_text(encoding="utf-8"), flags=re.DOTALL)[1]
+            first = re.search(r"\A# [^\n]*\n+(.*?[.:])(?:\s|$)", path.read_text(encoding="utf-8"), flags=re.DOTALL)[1]
             line = re.sub(r"\[([^\]]*)\]\([^)]*\)", r"\1", " ".join(first.split())).rstrip(".:")
             line = line[0].lower() + line[1:]
         yield f"kvn-{path.stem}", 1, f"kvn/{path.name}", line.replace("`", ""), []

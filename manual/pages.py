@@ -15,8 +15,8 @@ TOP_PAGES = {"README.md": "index.md", "CHANGELOG.md": "changes.md", "CONTRIBUTIN
              "SECURITY.md": "security.md"}
 HEADERS = {"include/kvn_fpga.h": "headers/kvn_fpga.md", "include/kvn.h": "headers/kvn.md",
            "platform/mwapi.h": "headers/mwapi.md"}
-# A command, but not in a link or in a heading.
-COMMAND = re.compile(r"(?<!\[)(?<!`)(?<!# )`kvn ([a-z]+)(?: [^`\n]*)?`(?![^\[\n]*\]\()")
+# A command or a header, but not in a link or in a heading.
+NAME = re.compile(r"(?<!\[)(?<!`)(?<!# )`(?:kvn ([a-z]+)(?: [^`\n]*)?|(kvn|kvn_fpga|mwapi)\.h)`(?![^\[\n]*\]\()")
 LINK = re.compile(r"(!?\[[^\]]*\])\(([^)\s]+)\)")
 PICTURE = re.compile(r"^!\[([^\]]*)\]\((\S+\.svg)\)$", re.MULTILINE)
 ERROR_ROW = re.compile(r"^\| (\d{4}) \| (.*?) \| (.*) \| (.*) \| (\d+) \| (.*) \|$", re.MULTILINE)
@@ -69,17 +69,23 @@ def with_links(text, source, place):
     return outside_blocks(text, lambda part: LINK.sub(moved, part))
 
 
-def with_commands(text, place):
-    """The text with a link at the first mention of each command that has a page, unless it is this one."""
-    seen = {pathlib.PurePosixPath(place).stem} if place.startswith("kvn/") else set()
+def with_names(text, place):
+    """The text with a link at the first mention of each command and header that has a page, unless it is this one."""
+    seen = {place}
 
     def linked(match):
-        command = match[1]
-        if command in seen or not (ROOT / "docs" / "kvn" / f"{command}.md").exists():
+        command, header = match.groups()
+        if header:
+            goal = f"headers/{header}.md"
+        else:
+            goal = f"kvn/{command}.md"
+            if not (ROOT / "docs" / goal).exists():
+                return match[0]
+        if goal in seen:
             return match[0]
-        seen.add(command)
-        return f"[{match[0]}]({os.path.relpath(f'kvn/{command}.md', os.path.dirname(place))})"
-    return outside_blocks(text, lambda part: COMMAND.sub(linked, part))
+        seen.add(goal)
+        return f"[{match[0]}]({os.path.relpath(goal, os.path.dirname(place))})"
+    return outside_blocks(text, lambda part: NAME.sub(linked, part))
 
 
 def with_pictures(text, folder):
@@ -145,7 +151,7 @@ def collect(folder, doxygen_folder):
         text = (ROOT / source).read_text(encoding="utf-8")
         if source == "docs/errors.md":
             text = with_error_headings(text)
-        text = with_commands(with_links(text, source, place), place)
+        text = with_names(with_links(text, source, place), place)
         if place == "index.md":
             text = HOME_HAS_NO_LISTS + text
         write(folder / place, with_pictures(text, (ROOT / source).parent))

@@ -39,7 +39,7 @@ class ManualPages(unittest.TestCase):
         for path in MAN.glob("man?/*"):
             run = subprocess.run(["lexgrog", str(path)], capture_output=True, text=True, check=False)
             self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
-            self.assertIn(f'"{path.stem} - ', run.stdout)
+            self.assertRegex(run.stdout, rf'"{path.stem} - [A-Za-z-][^"|]{{10,100}}"')
 
     def test_none_shows_what_only_a_page_in_a_browser_can_have(self):
         for name, (text, _) in self.pages.items():
