@@ -18,6 +18,7 @@ HEADERS = {"include/kvn_fpga.h": "headers/kvn_fpga.md", "include/kvn.h": "header
 # A command or a header, but not in a link or in a heading.
 NAME = re.compile(r"(?<!\[)(?<!`)(?<!# )`(?:kvn ([a-z]+)(?: [^`\n]*)?|(kvn|kvn_fpga|mwapi)\.h)`(?![^\[\n]*\]\()")
 LINK = re.compile(r"(!?\[[^\]]*\])\(([^)\s]+)\)")
+FILE_LINK = re.compile(r"\[[\w/.-]+\.md\]\(([^)\s]+)\)")
 PICTURE = re.compile(r"^!\[([^\]]*)\]\((\S+\.svg)\)$", re.MULTILINE)
 ERROR_ROW = re.compile(r"^\| (\d{4}) \| (.*?) \| (.*) \| (.*) \| (\d+) \| (.*) \|$", re.MULTILINE)
 HOME_HAS_NO_LISTS = "---\nhide: [navigation, toc]\n---\n"
@@ -133,6 +134,23 @@ def write(path, text):
     path.write_text(text, encoding="utf-8")
 
 
+def title_of(path):
+    """How a page is called in lists and in links."""
+    if path.parent.name == "kvn" and path.stem != "index":
+        return f"kvn {path.stem}"
+    return re.search(r"^# (.*)$", path.read_text(encoding="utf-8"), flags=re.MULTILINE)[1].replace("`", "")
+
+
+def name_links_by_titles(folder):
+    """Changes links whose words are the name of a file: readers of the manual see no files."""
+    for path in folder.rglob("*.md"):
+        def titled(match, here=path.parent):
+            page = here / match[1].partition("#")[0]
+            return f"[{title_of(page)}]({match[1]})"
+        text = path.read_text(encoding="utf-8")
+        write(path, outside_blocks(text, lambda part, titled=titled: FILE_LINK.sub(titled, part)))
+
+
 def page_sources():
     """Path from the top, and place, of every page that is written by hand."""
     for path in sorted((ROOT / "docs").rglob("*.md")):
@@ -168,3 +186,4 @@ def collect(folder, doxygen_folder):
             write(folder / "examples" / f"{example.name}.md", example_page(example))
     for source, text in headers.pages(ROOT, list(HEADERS), doxygen_folder).items():
         write(folder / HEADERS[source], text)
+    name_links_by_titles(folder)

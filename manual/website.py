@@ -1,7 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """Builds the site: collects the pages, gives each its place, and runs mkdocs."""
 import os
-import re
 import shutil
 import subprocess
 import sys
@@ -11,15 +10,6 @@ import yaml
 import pages
 
 HERE = pages.ROOT / "manual"
-
-
-def title_of(path):
-    """How a page is called in the list of pages."""
-    heading = re.search(r"^# (.*)$", path.read_text(encoding="utf-8"), flags=re.MULTILINE)[1]
-    heading = heading.replace("`", "")
-    if path.parent.name == "kvn":
-        return f"kvn {path.stem}"
-    return heading
 
 
 def named(entries):
@@ -40,7 +30,7 @@ def placed(entries, folder, taken):
             for path in sorted(folder.glob(entry + ".md")):
                 name = str(path.relative_to(folder))
                 if name not in taken:
-                    result.append({title_of(path): name})
+                    result.append({pages.title_of(path): name})
             continue
         (title, value), = entry.items()
         if isinstance(value, list):
