@@ -402,6 +402,47 @@ void seed_calls()
              open + provider + file + "\x00\x00"s + call + std::string(24, '\0') + open);
 }
 
+void seed_reports()
+{
+    const std::string planned = R"({"module":"mwc4a:0/2","label":"dsp","file":"design.bit"})"
+                                "\n";
+    const std::string begun =
+        R"({"event":"begun","module":"mwc4a:0/2","attempt":1,"at":"2026-11-22T03:44:37.125Z"})"
+        "\n";
+    const std::string finished =
+        R"({"event":"finished","module":"mwc4a:0/2","record":{"verdict":"failed","state":"interrupted","attempts":1,)"
+        R"("begin":"2026-11-22T03:44:37.125Z","end":"2026-11-22T03:44:39.000Z","wire_bytes":21386,"device":"2v40cs144",)"
+        R"("failure":{"number":9114,"what":"<b>","why":"","remedy":"=1+1"},"problems":[{"what":"a","fatal":true}]}})"
+        "\n";
+    seed("report", "planned", planned);
+    seed("report", "begun", planned + begun);
+    seed("report", "finished", planned + begun + finished + R"({"event":"result","status":7})");
+    seed("report", "no_json", "mwc4a:0/1\n</script>\x1B\xFF\xE2\x80\xAE");
+    seed("report", "types",
+         R"([1,{"module":7}])"
+         "\n"
+         R"({"event":"finished","module":"a","record":[]})");
+}
+
+void seed_rehearsals()
+{
+    const std::string digest(64, 'a');
+    seed("rehearsal", "con", "c\" comment\ndesign mwc4a 0 1\nfilter.mcb mwc4a 1 0x12\r\n design mwc4a 0 2\n");
+    seed("rehearsal", "classic", "odesign mwc4a 0 1x\n\tdesign mwc4a 17 3\n design mwc4a\n");
+    seed("rehearsal", "toml",
+         "t[defaults]\nload = \"plain\"\n[[module]]\nname = \"a\\\"b\"\nmodule = \"mwc4a:0/1.2\"\n"
+         "file = \"a.bit\"\ndevice = \"2v40cs144-4\"\ndigest = \"" +
+             digest + "\"\nserial = \"ask\"\ntimeout = 3\nretries = 0\n[[module]]\nmodule = 3\n");
+    seed("rehearsal", "manifest",
+         "m" + digest + "  a.bit\n" + digest + " *b.bit\r\n\\" + digest + "  c\\\\\\n.bit\n");
+    seed("rehearsal", "manifest_of_few_digits", "maaaa  a.bit\n");
+    seed(
+        "rehearsal", "inventory",
+        R"(i{"bus":"mwc4a:0","failure":null,"slots":[{"module":"mwc4a:0/1","slot":1,"kind":"module",)"
+        R"("info_words":[1,0,1,0,0],"identity":{"type":2,"model":4,"version":2,"device":"2v40cs144-4",)"
+        R"("compression":"yes"},"failure":{"status":7,"number":9061,"what":"w","why":null,"remedy":"r"}}]})");
+}
+
 void seed_traces()
 {
     constexpr std::uint8_t configured = 5;
@@ -413,6 +454,16 @@ void seed_traces()
     seed("trace", "cut", good.substr(0, good.size() / 2));
     seed("trace", "version", "{\"trace\":\"mwapi\",\"version\":2}\n");
     seed("trace", "no_trace", "{}\n");
+}
+
+void seed_journals()
+{
+    const std::string good = read_file(DOCS "/journals/rack.journal");
+    seed("journal", "empty", "");
+    seed("journal", "good", good);
+    seed("journal", "torn", good.substr(0, good.size() - 9));
+    seed("journal", "header", good.substr(0, good.find('\n') + 1));
+    seed("journal", "another_result", good + "{\"event\":\"result\",\"status\":0}\n");
 }
 #endif
 } // namespace
@@ -437,7 +488,10 @@ int main(int argc, char** argv)
     seed_conversions();
     seed_calls();
     seed_rack_states();
+    seed_reports();
+    seed_rehearsals();
     seed_traces();
+    seed_journals();
 #endif
     return 0;
 }

@@ -5,7 +5,8 @@ set(KVN_FUZZ_DIR ${CMAKE_CURRENT_LIST_DIR})
 set(KVN_FUZZ_TARGETS rbt bit mcb con command_line environment console_answers callback_answers module_replies
                      runs)
 if(KVN_BUILD_TOOLS)
-  list(APPEND KVN_FUZZ_TARGETS c_interface configuration_port conversion input rack rack_state trace)
+  list(APPEND KVN_FUZZ_TARGETS c_interface configuration_port conversion input journal rack rack_state rehearsal report
+       trace)
 endif()
 
 include(${PROJECT_SOURCE_DIR}/tests/support/basics.cmake)
@@ -48,7 +49,7 @@ function(kvn_fuzz_target program name)
     add_dependencies(${program} mwvirtual)
   elseif(name STREQUAL "trace")
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwtrace_core kvn_warnings)
-  elseif(name STREQUAL "conversion" OR name STREQUAL "input")
+  elseif(name MATCHES "^(conversion|input|journal|rehearsal|report)$")
     target_link_libraries(${program} PRIVATE kvn_engine kvn_fuzz_common kvn_warnings)
   elseif(name STREQUAL "configuration_port")
     target_link_libraries(${program} PRIVATE kvn_fuzz_platform kvn_fpga_devices kvn_warnings)

@@ -227,6 +227,23 @@ Input Input::from_bytes(std::span<const std::uint8_t> bytes, const std::string& 
     return fill(name, limits, !name.empty(), [&](Filling& filling) { filling.take(bytes); });
 }
 
+Input Input::from_content(std::span<const std::uint8_t> content_bytes, const std::string& name,
+                          bool name_states_format, const Stored& stored)
+{
+    try {
+        const auto content = std::make_shared<Content>();
+        content->name = name;
+        content->file.append(content_bytes);
+        content->file.seal();
+        content->stored = stored;
+        content->unpacked_name = without_packing_extension(name, stored.packing);
+        content->name_states_format = name_states_format;
+        return Input{content};
+    } catch (const std::system_error& error) {
+        fail_to_read(name, error.code());
+    }
+}
+
 const std::string& Input::name() const
 {
     return content_->name;

@@ -34,6 +34,12 @@ struct InputLimits {
 class Input
 {
 public:
+    struct Stored {
+        std::uint64_t size = 0;
+        std::string sha256; ///< 64 lower-case hexadecimal digits
+        Packing packing = Packing::none;
+    };
+
     /// Reads a file to its end and closes it.
     ///
     /// A regular file, a named pipe (waits for its writer), or "-" for standard input, whatever that is.
@@ -52,6 +58,12 @@ public:
     [[nodiscard]] static Input from_bytes(std::span<const std::uint8_t> bytes, const std::string& name,
                                           const InputLimits& limits = {});
 
+    /// Takes the content of an input of another process, as open() reads it there; it is copied.
+    /// @param name, name_states_format, stored of that input
+    /// Throws FailureError of ExitStatus::file when there is no room to hold it, and std::bad_alloc.
+    [[nodiscard]] static Input from_content(std::span<const std::uint8_t> content, const std::string& name,
+                                            bool name_states_format, const Stored& stored);
+
     /// The name as it was given: the path, or "-".
     [[nodiscard]] const std::string& name() const;
 
@@ -66,11 +78,6 @@ public:
     [[nodiscard]] std::uint64_t size() const;
 
     /// The bytes as they were given, before unpacking.
-    struct Stored {
-        std::uint64_t size = 0;
-        std::string sha256; ///< 64 lower-case hexadecimal digits
-        Packing packing = Packing::none;
-    };
     [[nodiscard]] const Stored& stored() const;
 
     /// Opens the content for reading, from its beginning. Each stream has a position of its own, may be moved

@@ -52,6 +52,7 @@ struct Problem {
     ExitStatus status = ExitStatus::damaged; ///< of a program that the problem stops
 
     [[nodiscard]] bool is_fatal() const { return stops != Stops::nothing; }
+    friend bool operator==(const Problem&, const Problem&) = default;
 };
 
 struct Inspection {

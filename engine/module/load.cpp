@@ -4,8 +4,8 @@
 
 #include "file/core_load.h"
 #include "file/judgement.h"
-#include "formats/device_match.h"
 #include "module/bus_session.h"
+#include "module/device_check.h"
 #include "module/host.h"
 #include "version.h"
 
@@ -28,17 +28,20 @@ public:
 private:
     void note_circumstances();
     void perform();
+    void take_up_file();
     void inspect_file();
+    void recall_file(const JudgedFile& judged);
     void find_module();
     void compare_devices();
+    void require_judged_device(const JudgedFile& judged) const;
     void choose_mode();
+    void recall_mode(const JudgedFile& judged);
     void judge_file();
     void send();
 
     void require_not_cancelled() const;
     [[noreturn]] void stop(Failure failure) const { throw FailureError{std::move(failure)}; }
     void refuse_if_unfit() const;
-    [[nodiscard]] std::string has_device(const std::string& device, const char* source) const;
     void settle(int error);
     [[nodiscard]] Failure cancelled() const;
     [[nodiscard]] const std::string& file_name() const { return request_.file->name(); }
@@ -49,7 +52,7 @@ private:
     LoadControl& control_;
     BusSession session_;
     Inspection inspection_;
-    std::string device_; ///< of the module, by its own word or as was given; empty: not known
+    KnownDevice device_;
     LoadKind mode_ = LoadKind::plain;
     Record record_;
 };
@@ -77,10 +80,6 @@ std::optional<std::string> if_any(std::string text)
     return text.empty() ? std::nullopt : std::optional{std::move(text)};
 }
 
-constexpr const char* BY_ITSELF = " (by its own word)";
-constexpr const char* GIVEN = " (as was given)";
-constexpr const char* RIGHT_FILE = "use the bitstream that was made for the module's device";
-
 } // namespace
 
 Record LoadRun::run()
@@ -102,12 +101,16 @@ void LoadRun::perform()
 {
     require_valid(request_.module);
     require_not_cancelled();
-    inspect_file();
+    take_up_file();
     require_not_cancelled();
     find_module();
     compare_devices();
-    choose_mode();
-    judge_file();
+    if (request_.judged != nullptr) {
+        recall_mode(*request_.judged);
+    } else {
+        choose_mode();
+        judge_file();
+    }
     require_not_cancelled();
     send();
 }
@@ -119,25 +122,54 @@ void LoadRun::note_circumstances()
     record_.serial_number = given(request_.serial_number);
     record_.operator_name = given(request_.operator_name);
     record_.station = given(request_.station);
+    record_.approved_by = observed(request_.approved_by);
+    record_.approval_key = observed(request_.approval_key);
     record_.device = given(if_any(request_.device));
     record_.host = observed(host_name());
     record_.tool_version = TOOL_VERSION;
     record_.provider = provider_.identity();
 }
 
-void LoadRun::inspect_file()
+void LoadRun::take_up_file()
 {
     const Input& file = *request_.file;
     record_.file_size = observed(std::optional{file.stored().size});
     record_.file_sha256 = observed(if_any(file.stored().sha256));
-    inspection_ = inspect(file);
+    if (request_.judged != nullptr)
+        recall_file(*request_.judged);
+    else
+        inspect_file();
+    if (inspection_.format() == Format::unknown)
+        refuse_if_unfit();
+    record_.format = observed(std::optional<std::string>{format_name(inspection_.format())});
+}
+
+/// The bytes are those that were inspected before: so is all that they say.
+void LoadRun::recall_file(const JudgedFile& judged)
+{
+    if (judged.file_sha256 != request_.file->stored().sha256)
+        stop({.status = ExitStatus::rehearsal,
+              .what = file_name() + " is not the file that was approved",
+              .why = "its SHA-256 differs",
+              .remedy = "start the run again"});
+    inspection_.content = judged.format;
+    inspection_.part = judged.part;
+    inspection_.device = fpga::find_device(judged.part);
+    inspection_.other_family = other_family(judged.part);
+    inspection_.problems = judged.problems;
+    record_.problems = judged.problems;
+    record_.digest = observed(if_any(judged.digest));
+    record_.design = observed(judged.design);
+    record_.part = observed(if_any(judged.part));
+}
+
+void LoadRun::inspect_file()
+{
+    inspection_ = inspect(*request_.file);
     record_.problems = inspection_.problems;
     record_.digest = observed(if_any(inspection_.digest));
     record_.design = observed(inspection_.header.design);
     record_.part = observed(if_any(inspection_.part));
-    if (inspection_.format() == Format::unknown)
-        refuse_if_unfit();
-    record_.format = observed(std::optional<std::string>{format_name(inspection_.format())});
 }
 
 void LoadRun::find_module()
@@ -153,35 +185,26 @@ void LoadRun::find_module()
         stop(slot.failure ? *std::move(slot.failure) : session_.failure());
 }
 
-/// The names as the library compares them.
 void LoadRun::compare_devices()
 {
-    const std::string own = session_.core().device_name;
-    const std::string& expected = request_.device;
-    if (!own.empty() && !expected.empty() && own != expected)
-        stop({.status = ExitStatus::wrong_device,
-              .what = has_device(own, BY_ITSELF) + ", not a " + expected + GIVEN,
-              .remedy = "check the slot, and what is given"});
-    device_ = own.empty() ? expected : own;
-    const std::string& part = inspection_.part;
-    if (device_.empty() || part.empty() || suits_device(device_.c_str(), part.c_str()))
-        return;
-    std::string family;
-    if (inspection_.other_family != nullptr)
-        family = " of the family " + std::string{inspection_.other_family->name};
-    const bool same_chip = inspection_.device != nullptr && inspection_.device == fpga::find_device(device_);
-    stop({.status = ExitStatus::wrong_device,
-          .what = file_name() + " is for a " + part + family + " (by its header); " +
-                  has_device(device_, own.empty() ? GIVEN : BY_ITSELF),
-          .why = same_chip ? "the chip is the same, but the library compares the whole name before the dash"
-                           : "",
-          .remedy = RIGHT_FILE});
+    device_ = {.own = session_.core().device_name, .given = request_.device};
+    if (auto failure = unexpected_device(request_.module, device_))
+        stop(*std::move(failure));
+    if (request_.judged != nullptr)
+        require_judged_device(*request_.judged);
+    if (auto failure = unsuitable_file(file_name(), inspection_, request_.module, device_))
+        stop(*std::move(failure));
 }
 
-/// "the module in mwc4a:0/2 has a 2v40cs144-4 (by its own word)"
-std::string LoadRun::has_device(const std::string& device, const char* source) const
+/// A file is judged for a device: a module that was exchanged since has not been approved.
+void LoadRun::require_judged_device(const JudgedFile& judged) const
 {
-    return "the module in " + module_text() + " has a " + device + source;
+    if (device_.name() == judged.device)
+        return;
+    stop({.status = ExitStatus::wrong_device,
+          .what = device_in_words(request_.module, device_) + "; " + file_name() + " was approved for a " +
+                  judged.device,
+          .remedy = "check the slot, and start the run again"});
 }
 
 void LoadRun::choose_mode()
@@ -192,7 +215,7 @@ void LoadRun::choose_mode()
               .what = "the module in " + module_text() + " takes no compressed loads",
               .remedy = "load the file plain"});
     const Estimate sizes = estimate(*request_.file, inspection_,
-                                    {.device = device_,
+                                    {.device = device_.name(),
                                      .takes_compressed = takes_compressed,
                                      .wish = request_.mode,
                                      .bytes_per_second = std::nullopt});
@@ -204,21 +227,30 @@ void LoadRun::choose_mode()
     control_.total_ = sizes.chosen().wire_bytes;
 }
 
+void LoadRun::recall_mode(const JudgedFile& judged)
+{
+    if (judged.mode == LoadKind::compressed && session_.core().supports_compressed_loading == 0)
+        stop({.status = ExitStatus::wrong_device,
+              .what = "the module in " + module_text() + " takes no compressed loads any more",
+              .why = "it did when the file was approved",
+              .remedy = "check the slot, and start the run again"});
+    mode_ = judged.mode;
+    record_.mode = Fact<LoadKind>{mode_, Source::intended};
+    record_.wire_bytes = Fact<std::uint64_t>{judged.wire_bytes, Source::intended};
+    control_.total_ = judged.wire_bytes;
+}
+
 /// Only a load that succeeds on a virtual module is tried on a real one.
 void LoadRun::judge_file()
 {
-    const Judgement judgement = judge(*request_.file, inspection_, device_, {mode_}, Selection::by_content);
+    const Judgement judgement =
+        judge(*request_.file, inspection_, device_.name(), {mode_}, Selection::by_content);
     record_.problems = inspection_.problems;
     refuse_if_unfit();
     // Without a device the trial was on a module that suits the file, which says nothing of this one.
-    const bool is_judged = judgement.answer == Answer::yes && !device_.empty();
-    if (is_judged || request_.force)
-        return;
-    stop({.status = ExitStatus::rehearsal,
-          .what = "whether the module in " + module_text() + " would start with " + file_name() +
-                  " cannot be judged: " +
-                  (device_.empty() ? "the module does not name its device" : judgement.words),
-          .remedy = "load it by force if the file is known to be right"});
+    const bool is_judged = judgement.answer == Answer::yes && !device_.name().empty();
+    if (!is_judged && !request_.force)
+        stop(not_judged(file_name(), request_.module, device_, judgement.words));
 }
 
 void LoadRun::send()

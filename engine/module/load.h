@@ -20,9 +20,27 @@
 namespace kvn
 {
 
+/// What was found out about a file for modules with one device, before the load: inspection, size and trial.
+struct JudgedFile {
+    std::string file_sha256; ///< of the file as stored; another one is not loaded
+    std::string device;      ///< that the module of the trial had; a module with another one is not loaded
+    Format format = Format::unknown;
+    std::string part;                       ///< as the file names it; may be empty
+    std::string digest;                     ///< of the plain configuration data
+    std::optional<std::string> design = {}; ///< as the file names it
+    std::vector<Problem> problems = {};     ///< that stop nothing
+    LoadKind mode = LoadKind::plain;
+    std::uint64_t wire_bytes = 0;
+
+    friend bool operator==(const JudgedFile&, const JudgedFile&) = default;
+};
+
 struct LoadRequest {
     ModuleName module;
     const Input* file = nullptr; ///< not null; must outlive the load
+    /// Then the file is not inspected, measured and tried again, and `mode` and `force` are without effect. The
+    /// module is asked all the same. Null: nothing is known yet. Must outlive the load.
+    const JudgedFile* judged = nullptr;
     /// A module that does not take compressed loads is a failure for ModeWish::compressed.
     ModeWish mode = ModeWish::as_taken;
     /// Loads although it cannot be judged whether the module would start. Damage and another device always
@@ -33,6 +51,8 @@ struct LoadRequest {
     std::optional<std::string> serial_number = {}; ///< of the module
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};
+    std::optional<std::string> approved_by = {};  ///< who has signed the manifest with the file, if verified
+    std::optional<std::string> approval_key = {}; ///< the key of that signature
 };
 
 /// How far a load is. Bytes are those on the wire: the load's message, header included.
@@ -42,6 +62,12 @@ struct Progress {
     double seconds = 0;                          ///< since the message was begun
     std::optional<double> bytes_per_second = {}; ///< null before there is a measurable time
     std::optional<double> seconds_left = {};     ///< at this rate; null when unknown
+};
+
+/// The two calls of a load's message that change what a module holds at once.
+enum class LoadStep {
+    begin, ///< up to here the module has been sent nothing
+    end    ///< from here on the module may start
 };
 
 /// The clocks of a load; tests set their own.
@@ -62,6 +88,9 @@ public:
     std::function<void(const Progress&)> on_progress;
     /// The least number of bytes between two calls of on_progress; 0: at each call of data.
     std::uint64_t progress_step = 4096;
+    /// Called on the load's thread just before each of the two calls. An exception that it throws fails the load
+    /// as a failing platform call does. Null: not called.
+    std::function<void(LoadStep)> on_step;
     /// Called on the load's thread with the bytes of each call of data that the provider took: together the
     /// exact message that went out. Null: not called. Exceptions as above.
     std::function<void(std::span<const std::uint8_t>)> on_sent;

@@ -84,6 +84,8 @@ struct Record {
     std::optional<Fact<std::string>> operator_name;
     std::optional<Fact<std::string>> station;
     std::optional<Fact<std::string>> host;
+    std::optional<Fact<std::string>> approved_by;  ///< who has signed the manifest that holds the file
+    std::optional<Fact<std::string>> approval_key; ///< the key of that signature
     std::string tool_version;
     ProviderIdentity provider;
 

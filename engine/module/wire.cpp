@@ -71,6 +71,7 @@ std::uint32_t Wire::start_send(MW_HANDLE* handle, std::uint32_t board, std::uint
 {
     if (control_.must_not_begin())
         return cut_off();
+    tell(LoadStep::begin);
     const std::uint32_t result = behind_.start_send(handle, board, slot, timeout);
     watch_.note_start(result, board, slot);
     if (result == 0)
@@ -117,6 +118,7 @@ std::uint32_t Wire::end_send(MW_HANDLE* handle, std::uint32_t timeout)
         report();
     if (control_.is_cancelled())
         return cut_off();
+    tell(LoadStep::end);
     watch_.note_end();
     const std::uint32_t result = behind_.end_send(handle, timeout);
     note_end();
@@ -200,6 +202,12 @@ void Wire::tell(const void* data, std::uint32_t length)
         next_ = bytes() + control_.progress_step;
     if (control_.on_progress && (!reported_ || bytes() >= *reported_ + control_.progress_step))
         report();
+}
+
+void Wire::tell(LoadStep step)
+{
+    if (control_.on_step)
+        control_.on_step(step);
 }
 
 void Wire::report()

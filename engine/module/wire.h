@@ -84,6 +84,7 @@ private:
     std::uint32_t cut_off();
     void note_end();
     void tell(const void* data, std::uint32_t length);
+    void tell(LoadStep step);
     void report();
 
     mwapi::Platform& behind_;

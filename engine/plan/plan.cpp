@@ -2,9 +2,8 @@
 // What both kinds of plans have in common.
 #include "plan/plan.h"
 
-#include "errors/failure.h"
+#include "file/text_file.h"
 #include "plan/plan_findings.h"
-#include "regular_file.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -15,8 +14,6 @@ namespace kvn
 namespace
 {
 
-constexpr std::size_t LARGEST_PLAN = std::size_t{1} << 20;
-
 class RealFiles final : public FileFinder
 {
 public:
@@ -26,34 +23,6 @@ public:
         return std::filesystem::exists(path, unused);
     }
 };
-
-[[noreturn]] void cannot_read(const std::string& path, const std::string& why)
-{
-    throw FailureError{{.status = ExitStatus::file,
-                        .what = path + ": the plan cannot be read: " + why,
-                        .remedy = "name a plan: a .con file, or a plan file in .toml"}};
-}
-
-std::string read_text(const std::string& path)
-{
-    auto file = mwtrace::RegularFile::to_read(path.c_str());
-    if (!file.is_open())
-        cannot_read(path, file.problem());
-    std::string text(LARGEST_PLAN + 1, '\0');
-    std::size_t size = 0;
-    while (size < text.size()) {
-        const auto count = file.read(text.data() + size, text.size() - size);
-        if (!count)
-            cannot_read(path, file.problem());
-        if (*count == 0)
-            break;
-        size += *count;
-    }
-    if (size > LARGEST_PLAN)
-        cannot_read(path, "it is larger than a megabyte");
-    text.resize(size);
-    return text;
-}
 
 /// Two names of one module: of the bus only the type of its boards counts, since a board can be reached over
 /// several.
@@ -103,7 +72,8 @@ std::string beside(const std::string& plan, const std::string& name)
 
 Plan read_plan(const std::string& path, ConReading reading, const FileFinder& files)
 {
-    const std::string text = read_text(path);
+    const std::string text =
+        read_text_file(path, {.what = "plan", .remedy = "name a plan: a .con file, or a plan file in .toml"});
     return path.ends_with(".toml") ? read_toml_plan(text, path, files)
                                    : read_con_plan(text, path, reading, files);
 }

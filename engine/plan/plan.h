@@ -67,6 +67,9 @@ struct Plan {
     [[nodiscard]] bool has_problem() const;
 };
 
+/// The word for a mode in a plan file: "as-module", "plain", "compressed", "smallest".
+[[nodiscard]] const char* name_of(ModeWish mode);
+
 /// How a .con file is read.
 enum class ConReading {
     strict, ///< whatever the classic way skips or misreads is a problem

@@ -21,7 +21,7 @@ constexpr const char* ASK = "ask";
 
 struct ModeWord {
     ModeWish mode;
-    std::string_view word;
+    const char* word;
 };
 constexpr ModeWord mode_words[] = {{ModeWish::as_taken, "as-module"},
                                    {ModeWish::plain, "plain"},
@@ -171,6 +171,11 @@ std::string toml_text(std::string_view text)
 
 } // namespace
 
+const char* name_of(ModeWish mode)
+{
+    return std::ranges::find(mode_words, mode, &ModeWord::mode)->word;
+}
+
 Plan read_toml_plan(const std::string& text, const std::string& file, const FileFinder& files)
 {
     Plan plan;
@@ -208,9 +213,8 @@ std::string write_plan(const std::vector<PlannedModule>& modules, const std::str
             add("name", toml_text(module.label));
         add("module", toml_text(to_text(module.module)));
         add("file", toml_text(module.file));
-        const auto* mode = std::ranges::find(mode_words, module.mode, &ModeWord::mode);
         if (module.mode != ModeWish::as_taken)
-            add("load", toml_text(mode->word));
+            add("load", toml_text(name_of(module.mode)));
         if (module.device)
             add("device", toml_text(*module.device));
         if (module.digest)

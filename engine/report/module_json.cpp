@@ -3,10 +3,7 @@
 #include "report/module_json.h"
 
 #include "file/judgement.h"
-
-#include <array>
-#include <cstdio>
-#include <ctime>
+#include "report/utc.h"
 
 namespace kvn
 {
@@ -35,16 +32,7 @@ Json utc(const std::optional<std::chrono::system_clock::time_point>& moment)
 {
     if (!moment)
         return nullptr;
-    const auto since = std::chrono::floor<std::chrono::milliseconds>(moment->time_since_epoch());
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(since);
-    const std::time_t whole = seconds.count();
-    std::tm parts{};
-    (void)gmtime_r(&whole, &parts);
-    std::array<char, 32> day{};
-    (void)std::strftime(day.data(), day.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    std::array<char, 8> rest{};
-    (void)std::snprintf(rest.data(), rest.size(), ".%03dZ", static_cast<int>((since - seconds).count()));
-    return std::string{day.data()} + rest.data();
+    return utc_text(*moment);
 }
 
 /// The members of a record, and where those that are known are from.
@@ -123,6 +111,8 @@ void add_circumstances(RecordMembers& members, const Record& record)
     members.add("operator_name", record.operator_name);
     members.add("station", record.station);
     members.add("host", record.host);
+    members.add("approved_by", record.approved_by);
+    members.add("approval_key", record.approval_key);
     members.add("tool_version", record.tool_version);
     members.add("provider", to_json(record.provider));
 }

@@ -34,6 +34,8 @@ public:
     RegularFile& operator=(RegularFile&&) = delete;
 
     [[nodiscard]] bool is_open() const { return descriptor_ != -1; }
+    /// -1 if it is not open. The file keeps it.
+    [[nodiscard]] int descriptor() const { return descriptor_; }
     /// Why the file was refused or the last operation failed, in words of static lifetime; null if none did.
     [[nodiscard]] const char* problem() const { return problem_; }
 

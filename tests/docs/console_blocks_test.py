@@ -13,6 +13,7 @@ import subprocess
 import sys
 import tempfile
 
+DOCS = pathlib.Path(__file__).resolve().parent.parent.parent / "docs"
 SETUP = """\
   $ kvn_bitgen 2v3000fg676-4 -o design.bit
   $ kvn_bitgen 2v3000fg676-4 -o design.rbt
@@ -20,6 +21,8 @@ SETUP = """\
   $ kvn_bitgen v300pq240-5 -o old.bit
   $ kvn_bitgen 2v40cs144-4 -o small.bit
   $ MWVIRTUAL_TRACE=run.jsonl kvn list mwc4a:0 >list.txt 2>&1
+  $ mkdir journals && cp "$DOCS/journals/rack.journal" rack.journal && cp rack.journal journals
+  $ kvn_example_journals . run
 """
 BLOCK = re.compile(r"^```console\n(.*?)^```", flags=re.MULTILINE | re.DOTALL)
 SECONDS = re.compile(r"\d+\.\d+ s$")
@@ -53,6 +56,7 @@ def main(page, build):
                        if not name.startswith(("KVN_", "MWAPI", "MWVIRTUAL_"))}
         environment["PATH"] = f"{pathlib.Path(build).resolve()}/bin:" + environment["PATH"]
         environment["KVN_MWAPI"] = "virtual"
+        environment["DOCS"] = str(DOCS)
         return subprocess.run([sys.executable, "-m", "cram", "--preserve-env", str(session)], env=environment,
                               cwd=folder, check=False).returncode
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What all commands of kvn share: help, examples, unknown words, outputs that fail, colours.
+#include "example_runs.h"
 #include "kvn_fixture.h"
+#include "support/journals.h"
 
 #include <gmock/gmock.h>
 
@@ -11,8 +13,9 @@ namespace
 using testing::HasSubstr;
 using testing::Not;
 
-const std::vector<std::string> COMMANDS = {"list", "load",     "convert", "info",  "check",  "digest",
-                                           "diff", "estimate", "explain", "trace", "support"};
+const std::vector<std::string> COMMANDS = {"list",    "load",    "convert",  "info",    "check",
+                                           "digest",  "diff",    "estimate", "explain", "trace",
+                                           "support", "journal", "history",  "report",  "plan"};
 
 std::vector<std::string> words_of(const std::string& line)
 {
@@ -45,9 +48,17 @@ protected:
         make("2v3000fg676-4", "design.rbt");
         make("2v3000fg676-4", "design.mcb");
         make("2v3000fg676-4", "other.bit", "flipped-bit");
+        write("rack.con", "design mwc4a 0 1\n");
+        example::ExampleRun example;
+        example.load(example::configured("mwc4a:0/1", 0, 1500)).end(kvn::ExitStatus::done);
+        example.write(path("run.journal"));
+        example.write(path("again.journal"));
         variables["MWVIRTUAL_TRACE"] = "run.jsonl";
         ASSERT_EQ(kvn({"list", "mwc4a:0"}).status, 0);
         variables.erase("MWVIRTUAL_TRACE");
+        std::filesystem::create_directory(folder / "journals");
+        journals::write_good(path("rack.journal"));
+        journals::write_good(path("journals/rack.journal"));
     }
 };
 
@@ -120,6 +131,8 @@ TEST_F(KvnCommandLine, AFullOutputIsReportedByEveryCommand)
                                                         {"estimate", "design.bit"},
                                                         {"explain", "9103"},
                                                         {"trace", "run.jsonl"},
+                                                        {"journal", "show", "rack.journal"},
+                                                        {"history"},
                                                         {"--version"},
                                                         {"--help"}};
     for (const auto& arguments : runs) {

@@ -56,17 +56,23 @@ protected:
     }
 
     /// Keeps a document where schema_test.py finds it.
-    static void keep_document(const std::string& text)
+    static void keep_document(const std::string& text) { keep(text, ".json"); }
+    /// The same for JSON Lines.
+    static void keep_lines(const std::string& text) { keep(text, ".jsonl"); }
+
+private:
+    static void keep(const std::string& text, const char* extension)
     {
         static std::atomic<int> number{0};
         const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
         std::string name = std::string{test.test_suite_name()} + "." + test.name() + "-" +
-                           std::to_string(++number) + ".json";
+                           std::to_string(++number) + extension;
         std::ranges::replace(name, '/', '_');
         std::filesystem::create_directories(KVN_DOCUMENTS);
         write_whole_file(std::filesystem::path{KVN_DOCUMENTS} / name, text);
     }
 
+protected:
     /// The environment of runs.
     std::map<std::string, std::string> variables;
 };

@@ -34,8 +34,11 @@ def read_schemas(folder):
     return schemas
 
 
-def mistakes(document, schemas):
-    kind = document.get("kvn") if isinstance(document, dict) else None
+def kind_of(document):
+    return document.get("kvn") if isinstance(document, dict) else None
+
+
+def mistakes(document, kind, schemas):
     schema = schemas.get(f"{kind}.schema.json")
     if schema is None:
         return [f"no schema describes a document of the kind {kind}"]
@@ -44,21 +47,37 @@ def mistakes(document, schemas):
     return [f"{list(error.absolute_path)}: {error.message[:300]}" for error in validator.iter_errors(document)]
 
 
+def mistakes_of_lines(lines, kind, schemas):
+    """Those of JSON Lines, of which the first states the kind, and of the records in them."""
+    for line in lines:
+        yield from mistakes(line, kind, schemas)
+        if "record" in line:
+            record = {"kvn": "record", "version": "1.0", "error": None, **line["record"]}
+            yield from mistakes(record, "record", schemas)
+
+
 def main(schema_folder, document_folder, program):
     schemas = read_schemas(pathlib.Path(schema_folder))
     built = pathlib.Path(program).stat().st_mtime
     seen = set()
     bad = 0
-    for file in sorted(pathlib.Path(document_folder).glob("*.json")):
+    for file in sorted(pathlib.Path(document_folder).glob("*.json*")):
         if file.stat().st_mtime < built:
             file.unlink()
             continue
-        document = json.loads(file.read_text(encoding="utf-8"))
-        for mistake in mistakes(document, schemas):
+        text = file.read_text(encoding="utf-8")
+        if file.suffix == ".jsonl":
+            lines = [json.loads(line) for line in text.splitlines()]
+            kind = kind_of(lines[0])
+            found = list(mistakes_of_lines(lines, kind, schemas))
+        else:
+            document = json.loads(text)
+            kind = kind_of(document)
+            found = mistakes(document, kind, schemas)
+        for mistake in found:
             print(f"{file.name}: {mistake}")
             bad += 1
-        if isinstance(document, dict):
-            seen.add(f"{document.get('kvn')}.schema.json")
+        seen.add(f"{kind}.schema.json")
     for name in sorted(set(schemas) - seen - {"common.schema.json"}):
         print(f"{name}: no test has got such a document")
         bad += 1

@@ -24,4 +24,4 @@ add_library(kvn_test_system_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/system_fault
 target_link_libraries(kvn_test_system_faults PUBLIC kvn_test_basics PRIVATE kvn_warnings)
 target_link_options(kvn_test_system_faults INTERFACE
   LINKER:--wrap=open LINKER:--wrap=write LINKER:--wrap=fsync LINKER:--wrap=close LINKER:--wrap=rename
-  LINKER:--wrap=renameat2 LINKER:--wrap=link)
+  LINKER:--wrap=renameat2 LINKER:--wrap=link LINKER:--wrap=fdatasync LINKER:--wrap=ftruncate)

@@ -23,6 +23,8 @@ int __real_close(int descriptor);
 int __real_rename(const char* from, const char* to);
 int __real_renameat2(int from_folder, const char* from, int to_folder, const char* to, unsigned flags);
 int __real_link(const char* from, const char* to);
+int __real_fdatasync(int descriptor);
+int __real_ftruncate(int descriptor, off_t size);
 }
 
 namespace
@@ -104,12 +106,23 @@ int __wrap_link(const char* from, const char* to)
 {
     return fails(SystemCall::link) ? -1 : __real_link(from, to);
 }
+
+int __wrap_fdatasync(int descriptor)
+{
+    return fails(SystemCall::fdatasync) ? -1 : __real_fdatasync(descriptor);
+}
+
+int __wrap_ftruncate(int descriptor, off_t size)
+{
+    return fails(SystemCall::ftruncate) ? -1 : __real_ftruncate(descriptor, size);
+}
 }
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 const char* name_of(SystemCall call)
 {
-    constexpr const char* names[] = {"open", "write", "fsync", "close", "rename", "renameat2", "link"};
+    constexpr const char* names[] = {"open",      "write", "fsync",     "close",    "rename",
+                                     "renameat2", "link",  "fdatasync", "ftruncate"};
     return names[static_cast<std::size_t>(call)];
 }
 

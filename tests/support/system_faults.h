@@ -9,7 +9,7 @@
 #include <functional>
 #include <vector>
 
-enum class SystemCall { open, write, fsync, close, rename, renameat2, link };
+enum class SystemCall { open, write, fsync, close, rename, renameat2, link, fdatasync, ftruncate };
 
 /// "fsync"
 const char* name_of(SystemCall call);

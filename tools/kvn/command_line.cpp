@@ -11,8 +11,9 @@ namespace kvn
 namespace
 {
 
-constexpr Adder all_subcommands[] = {add_list, add_load,     add_convert, add_info,  add_check,  add_digest,
-                                     add_diff, add_estimate, add_explain, add_trace, add_support};
+constexpr Adder all_subcommands[] = {add_list,    add_load,    add_convert,  add_info,    add_check,
+                                     add_digest,  add_diff,    add_estimate, add_explain, add_trace,
+                                     add_support, add_journal, add_history,  add_report,  add_plan};
 
 /// "; did you mean load?", or the end of the sentence.
 std::string did_you_mean(std::string_view word, const std::vector<std::string>& known)
@@ -57,8 +58,16 @@ std::span<const Adder> subcommands()
 
 bool asks_for_json(int argc, char** argv)
 {
-    return std::any_of(argv, argv + argc,
-                       [](const char* argument) { return std::string_view{argument} == "--json"; });
+    // The option of kvn report names a file, which may be standard output.
+    const bool names_file = argc > 1 && std::string_view{argv[1]} == "report";
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view word = argv[i];
+        if (word == "--json" && (!names_file || (i + 1 < argc && std::string_view{argv[i + 1]} == "-")))
+            return true;
+        if (word == "--json=-" && names_file)
+            return true;
+    }
+    return false;
 }
 
 void require_known_command(const CLI::App& program, int argc, char** argv)

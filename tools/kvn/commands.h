@@ -38,6 +38,7 @@ void add_json(CLI::App& command, bool& json);
 /// Each adds its subcommand and options to the program.
 Action add_list(CLI::App& program);
 Action add_load(CLI::App& program);
+Action add_plan(CLI::App& program);
 Action add_convert(CLI::App& program);
 Action add_info(CLI::App& program);
 Action add_check(CLI::App& program);
@@ -46,7 +47,10 @@ Action add_diff(CLI::App& program);
 Action add_estimate(CLI::App& program);
 Action add_explain(CLI::App& program);
 Action add_trace(CLI::App& program);
+Action add_report(CLI::App& program);
 Action add_support(CLI::App& program);
+Action add_journal(CLI::App& program);
+Action add_history(CLI::App& program);
 
 } // namespace kvn
 

@@ -3,8 +3,10 @@
 #include "commands.h"
 #include "interruption.h"
 #include "module_choice.h"
+#include "plan_findings.h"
 #include "provider_options.h"
 #include "report/documents.h"
+#include "report/plan_json.h"
 #include "streams.h"
 #include "table.h"
 
@@ -19,9 +21,11 @@ namespace
 
 /// The column that says why less is known than could be.
 constexpr std::size_t REMARK = 7;
+constexpr std::size_t DEVICE = 5;
 
 struct Request {
     std::string what;
+    std::string plan; ///< that the boards are compared with; empty: none
     ProviderOptions provider;
     bool all = false;
     bool json = false;
@@ -123,6 +127,55 @@ ExitStatus list_module(const Provider& provider, const ModuleName& module, const
     return slot.failure->status;
 }
 
+std::vector<BusInventory> inventory_of(const Plan& plan, const Provider& provider)
+{
+    std::vector<BusInventory> inventory;
+    for (const BoardName& bus : buses_of(plan.modules))
+        inventory.push_back(take_inventory(provider, bus, modules_on(bus, plan.modules)));
+    return inventory;
+}
+
+/// By the plan, else by the file.
+std::string expected_device(const PlannedModule& module, const RehearsedFiles& files)
+{
+    const auto& inspection = files.of(module).inspection;
+    return module.device.value_or(inspection ? inspection->part : "");
+}
+
+void print_comparison(const Plan& plan, const RehearsedFiles& files,
+                      const std::vector<BusInventory>& inventory)
+{
+    Table table{{"Module", "Kind", "Type", "Model", "Version", "Device", "Expected", "File"}};
+    for (const PlannedModule& module : plan.modules) {
+        std::vector<std::string> row{to_text(module.module), "not read"};
+        for (const BusInventory& bus : inventory)
+            if (const SlotRow* slot = bus.find(module.module))
+                row = cells(*slot);
+        row.resize(DEVICE + 1);
+        row.insert(row.end(), {expected_device(module, files), module.file});
+        table.add(std::move(row));
+    }
+    table.print(std::cout);
+}
+
+/// The part of a rehearsal that concerns the modules.
+ExitStatus compare_with_plan(const Request& request)
+{
+    if (!request.what.empty())
+        throw UsageError{"the plan names the boards; leave out " + request.what};
+    const Plan plan = read_plan(request.plan);
+    const auto provider = open_provider(request.provider);
+    const RehearsedFiles files = read_files(plan.modules);
+    const std::vector<BusInventory> inventory = inventory_of(plan, *provider);
+    const Rehearsal comparison = compare_inventory({.plan = &plan, .files = &files, .inventory = inventory});
+    if (request.json)
+        print_json(std::cout, inventory_document(provider->identity(), plan, inventory, comparison));
+    else
+        print_comparison(plan, files, inventory);
+    tell_findings(comparison.findings);
+    return comparison.has_problem() ? ExitStatus::rehearsal : ExitStatus::done;
+}
+
 [[noreturn]] void refuse_to_guess(const Request& request)
 {
     throw FailureError{{.status = ExitStatus::usage,
@@ -134,6 +187,8 @@ ExitStatus list_module(const Provider& provider, const ModuleName& module, const
 ExitStatus show(const Request& request)
 {
     const Interruption interruption;
+    if (!request.plan.empty())
+        return Interruption::status_after(compare_with_plan(request));
     const bool is_module = request.what.find('/') != std::string::npos;
     const auto module = is_module ? std::optional{parse_module_name(request.what)} : std::nullopt;
     const auto boards = is_module ? std::nullopt : chosen_boards(request.what);
@@ -155,6 +210,8 @@ Action add_list(CLI::App& program)
                         "mwc4a:0/1.2 for slot 2 of board 1 over board 0); default: MWAPIKSB or MWAPIJTAG");
     add_provider_options(*command, request->provider);
     command->add_flag("--all", request->all, "Show the boards that cannot be opened too");
+    command->add_option("--expect", request->plan,
+                        "A plan: asks its modules, and compares them with what it expects");
     add_json(*command, request->json);
     add_examples(*command, {"kvn list mwc4a:0", "kvn list mwc4a --provider virtual --json"});
     return [request] { return show(*request); };

@@ -9,6 +9,7 @@
 #include "progress_display.h"
 #include "provider_options.h"
 #include "report/documents.h"
+#include "run/policy.h"
 
 #include <iostream>
 #include <memory>
@@ -136,8 +137,19 @@ void tell_outcome(const Record& record, bool json)
         tell(to_text(record.module.value) + ": the module is " + state_words(record));
 }
 
+/// Under a policy that requires a manifest nothing is loaded without one.
+void require_no_policy()
+{
+    const Policy policy = read_policy();
+    if (policy.require_manifest)
+        throw FailureError{{.status = ExitStatus::rehearsal,
+                            .what = policy.file + " demands a manifest, which kvn load does not take",
+                            .remedy = "load by kvn run, with --manifest"}};
+}
+
 ExitStatus load_file(const Request& request)
 {
+    require_no_policy();
     const auto named =
         request.module.empty() ? std::nullopt : std::optional{parse_module_name(request.module)};
     const Input file = Input::from_path(request.file);

@@ -172,6 +172,8 @@ TEST_F(Load, RecordsTheFactsWithTheirSources)
     control.clocks.system = [&] {
         return std::chrono::system_clock::time_point{std::chrono::seconds{++seconds}};
     };
+    request.approved_by = "ann@example.com";
+    request.approval_key = "ED25519 SHA256:k";
     const Record record = load(good);
     EXPECT_EQ(record.module, (Fact<kvn::ModuleName>{request.module, Source::given}));
     EXPECT_EQ(record.file, (Fact<std::string>{"design.bit", Source::given}));
@@ -192,6 +194,8 @@ TEST_F(Load, RecordsTheFactsWithTheirSources)
     EXPECT_EQ(record.serial_number, (Fact<std::string>{"S17", Source::given}));
     EXPECT_EQ(record.operator_name, (Fact<std::string>{"Jo", Source::given}));
     EXPECT_EQ(record.station, std::nullopt);
+    EXPECT_EQ(record.approved_by, (Fact<std::string>{"ann@example.com", Source::observed}));
+    EXPECT_EQ(record.approval_key, (Fact<std::string>{"ED25519 SHA256:k", Source::observed}));
     EXPECT_EQ(record.tool_version, "1.0.0");
     EXPECT_EQ(record.provider, provider.identity());
 }

@@ -90,7 +90,7 @@ TEST(ModuleJson, HasEachFactOfARecordAndItsSource)
     EXPECT_EQ(names,
               "module file file_size file_sha256 digest format design part problems identity device mode "
               "wire_bytes begin end seconds_on_wire attempts verdict state answer failure serial_number "
-              "operator_name station host tool_version provider sources ");
+              "operator_name station host approved_by approval_key tool_version provider sources ");
 }
 
 TEST(Verdict, HasAWord)

@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+// Moments as documents state them.
+#include "report/utc.h"
+
+#include <array>
+#include <cstdio>
+#include <ctime>
+
+namespace kvn
+{
+namespace
+{
+
+std::optional<unsigned> digits(std::string_view text)
+{
+    unsigned number = 0;
+    for (const char c : text) {
+        if (c < '0' || c > '9')
+            return std::nullopt;
+        number = number * 10 + static_cast<unsigned>(c - '0');
+    }
+    return number;
+}
+
+} // namespace
+
+std::string utc_text(std::chrono::system_clock::time_point moment)
+{
+    const auto since = std::chrono::floor<std::chrono::milliseconds>(moment.time_since_epoch());
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(since);
+    const std::time_t whole = seconds.count();
+    std::tm parts{};
+    (void)gmtime_r(&whole, &parts);
+    std::array<char, 32> day{};
+    (void)std::strftime(day.data(), day.size(), "%Y-%m-%dT%H:%M:%S", &parts);
+    std::array<char, 8> rest{};
+    (void)std::snprintf(rest.data(), rest.size(), ".%03dZ", static_cast<int>((since - seconds).count()));
+    return std::string{day.data()} + rest.data();
+}
+
+std::optional<std::chrono::system_clock::time_point> utc_time(std::string_view text)
+{
+    constexpr std::string_view shape = "0000-00-00T00:00:00.000Z";
+    if (text.size() != shape.size())
+        return std::nullopt;
+    for (std::size_t i = 0; i < shape.size(); ++i)
+        if (shape[i] != '0' && shape[i] != text[i])
+            return std::nullopt;
+    const auto number = [&](std::size_t from, std::size_t size) { return digits(text.substr(from, size)); };
+    const auto year = number(0, 4);
+    const auto month = number(5, 2);
+    const auto day = number(8, 2);
+    const auto hour = number(11, 2);
+    const auto minute = number(14, 2);
+    const auto second = number(17, 2);
+    const auto thousandth = number(20, 3);
+    if (!year || !month || !day || !hour || !minute || !second || !thousandth)
+        return std::nullopt;
+    const std::chrono::year_month_day date{std::chrono::year{static_cast<int>(*year)},
+                                           std::chrono::month{*month}, std::chrono::day{*day}};
+    if (!date.ok() || *hour > 23 || *minute > 59 || *second > 59)
+        return std::nullopt;
+    return std::chrono::sys_days{date} + std::chrono::hours{*hour} + std::chrono::minutes{*minute} +
+           std::chrono::seconds{*second} + std::chrono::milliseconds{*thousandth};
+}
+
+} // namespace kvn

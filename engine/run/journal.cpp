@@ -1,0 +1,223 @@
+// SPDX-License-Identifier: Apache-2.0
+// Writes the journal of a run: what was planned, and a line on the disk before and after each load.
+#include "run/journal.h"
+
+#include "errors/failure.h"
+#include "report/utc.h"
+#include "run/event.h"
+#include "run/journal_line.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+namespace kvn
+{
+namespace
+{
+
+template <class Value>
+Json value_or_null(const std::optional<Value>& value)
+{
+    return value ? Json(*value) : Json{};
+}
+
+std::string words_of(int error)
+{
+    return std::generic_category().message(error);
+}
+
+[[noreturn]] void fail_to_write(const std::string& path, const std::string& why)
+{
+    throw FailureError{
+        {ExitStatus::file, 0, "cannot write the journal " + path + ": " + why, "",
+         "see that its folder exists, may be written and has room, or name another file by --journal"}};
+}
+
+[[noreturn]] void fail_over_existing(const std::string& path)
+{
+    throw FailureError{
+        {ExitStatus::file, 0, path + " exists already, and is kept", "", "name another file by --journal"}};
+}
+
+/// @return the descriptor, or -1 with the error in errno
+int create(const std::string& path)
+{
+    constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC;
+    constexpr mode_t RIGHTS = 0644;
+    return ::open(path.c_str(), FLAGS, RIGHTS);
+}
+
+/// @return 0, or the number of the error
+int lock(int descriptor)
+{
+    struct flock whole {
+    };
+    whole.l_type = F_WRLCK;
+    whole.l_whence = SEEK_SET;
+    return ::fcntl(descriptor, F_OFD_SETLK, &whole) == 0 ? 0 : errno;
+}
+
+/// Flushes the names in a file's folder. @return 0, or the number of the error
+int flush_folder_of(const std::string& path)
+{
+    const std::filesystem::path folder = std::filesystem::path{path}.parent_path();
+    const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (descriptor < 0)
+        return errno;
+    const int error = ::fsync(descriptor) == 0 ? 0 : errno;
+    (void)::close(descriptor);
+    return error;
+}
+
+/// @return 0, or the number of the error
+int write_all(int descriptor, std::string_view content)
+{
+    while (!content.empty()) {
+        const ssize_t written = ::write(descriptor, content.data(), content.size());
+        if (written >= 0)
+            content.remove_prefix(static_cast<std::size_t>(written));
+        else if (errno != EINTR)
+            return errno;
+    }
+    return 0;
+}
+
+Json header_json(const JournalHeader& header)
+{
+    return {{"kvn", "journal"},
+            {"version", JOURNAL_VERSION},
+            {"tool", header.tool},
+            {"at", utc_text(header.at)},
+            {"host", value_or_null(header.host)},
+            {"boot_id", value_or_null(header.boot_id)},
+            {"operator_name", value_or_null(header.operator_name)},
+            {"station", value_or_null(header.station)},
+            {"plan", header.plan},
+            {"plan_sha256", header.plan_sha256},
+            {"provider", header.provider},
+            {"continues", header.continues ? Json(header.continues->file) : Json{}}};
+}
+
+} // namespace
+
+Json kept_event(const Json& record)
+{
+    return {{"event", "kept"}, {"module", record.at("module")}, {"record", record}};
+}
+
+std::string journal_name(const std::string& plan, std::chrono::system_clock::time_point at, unsigned n)
+{
+    constexpr std::size_t SECONDS = std::string_view{"2026-11-22T03:44:37"}.size();
+    std::string moment = utc_text(at).substr(0, SECONDS);
+    std::ranges::replace(moment, ':', '-');
+    return plan + '.' + moment + 'Z' + (n > 1 ? '-' + std::to_string(n) : "") + ".journal";
+}
+
+std::optional<std::string> boot_id_of_host(const std::string& file)
+{
+    const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (descriptor < 0)
+        return std::nullopt;
+    std::array<char, 64> text{};
+    const ssize_t size = ::read(descriptor, text.data(), text.size());
+    (void)::close(descriptor);
+    std::string id{text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
+    id.erase(id.find_last_not_of(" \n") + 1);
+    return id.empty() ? std::nullopt : std::optional{std::move(id)};
+}
+
+Journal::Journal(const std::string& path, const JournalHeader& header, const Json& planned)
+    : Journal{path, create(path), header, planned}
+{
+}
+
+Journal Journal::beside_plan(const JournalHeader& header, const Json& planned)
+{
+    for (unsigned n = 1;; ++n) {
+        const std::string path = journal_name(header.plan, header.at, n);
+        const int descriptor = create(path);
+        if (descriptor >= 0 || errno != EEXIST)
+            return {path, descriptor, header, planned};
+    }
+}
+
+Journal::Journal(std::string path, int descriptor, const JournalHeader& header, const Json& planned)
+    : path_{std::move(path)}, descriptor_{descriptor}
+{
+    if (descriptor_ < 0 && errno == EEXIST)
+        fail_over_existing(path_);
+    if (descriptor_ < 0)
+        fail_to_write(path_, words_of(errno));
+    try {
+        begin(header, planned);
+    } catch (...) {
+        (void)::close(descriptor_);
+        (void)::unlink(path_.c_str());
+        throw;
+    }
+}
+
+void Journal::begin(const JournalHeader& header, const Json& planned)
+{
+    if (const int error = lock(descriptor_))
+        fail_to_write(path_, words_of(error));
+    write_line(header_json(header), header.continues ? std::optional{header.continues->head} : std::nullopt);
+    append(planned);
+    if (const int error = flush_folder_of(path_))
+        fail_to_write(path_, words_of(error));
+}
+
+Journal::~Journal()
+{
+    if (descriptor_ >= 0)
+        (void)::close(descriptor_);
+}
+
+Journal::Journal(Journal&& other) noexcept
+    : path_{std::move(other.path_)},
+      head_{std::move(other.head_)},
+      size_{other.size_},
+      descriptor_{std::exchange(other.descriptor_, -1)},
+      failure_{std::move(other.failure_)}
+{
+}
+
+void Journal::append(const Json& event)
+{
+    if (!failure_.empty())
+        fail_to_write(path_, failure_);
+    write_line(event, head_);
+}
+
+void Journal::write_line(const Json& members, const std::optional<std::string>& previous)
+{
+    const SealedLine line = seal_line(members, previous);
+    if (line.text.size() > LONGEST_EVENT_LINE)
+        fail("a line of it would be longer than 16 MiB");
+    if (const int error = write_all(descriptor_, line.text))
+        fail(words_of(error));
+    if (::fdatasync(descriptor_) != 0)
+        fail(words_of(errno));
+    size_ += line.text.size();
+    head_ = line.sha256;
+}
+
+void Journal::fail(std::string why)
+{
+    failure_ = std::move(why);
+    // Part of the line may be in the file, or all of it and not on the disk.
+    if (::ftruncate(descriptor_, static_cast<off_t>(size_)) == 0)
+        (void)::fdatasync(descriptor_);
+    fail_to_write(path_, failure_);
+}
+
+} // namespace kvn

@@ -1,0 +1,341 @@
+// SPDX-License-Identifier: Apache-2.0
+// What a journal holds on the disk after each call, and what is left of it when a call fails.
+#include "errors/failure.h"
+#include "hashing/sha256.h"
+#include "run/journal.h"
+#include "run/journal_reader.h"
+#include "support/folder_test.h"
+#include "support/journals.h"
+#include "support/system_faults.h"
+
+#include <gmock/gmock.h>
+
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+
+namespace
+{
+using kvn::ExitStatus;
+using kvn::Failure;
+using kvn::Journal;
+using kvn::Json;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+std::string sha256_of(const std::string& text)
+{
+    hashing::Sha256 sum;
+    sum.take({reinterpret_cast<const std::uint8_t*>(text.data()), text.size()});
+    return sum.finish();
+}
+
+std::optional<Failure> failure_of(const std::function<void()>& action)
+{
+    try {
+        action();
+    } catch (const kvn::FailureError& error) {
+        return error.failure();
+    }
+    return std::nullopt;
+}
+
+class JournalTest : public FolderTest
+{
+protected:
+    [[nodiscard]] std::string file() const { return path("rack.journal"); }
+    [[nodiscard]] Journal begin() const { return {file(), journals::header(), journals::planned(2)}; }
+};
+
+TEST_F(JournalTest, BeginsWithHeaderAndPlan)
+{
+    const Journal journal = begin();
+    const std::vector<std::string> all = lines("rack.journal");
+    ASSERT_EQ(all.size(), 2U);
+    Json header = Json::parse(all[0]);
+    EXPECT_EQ(header["sum"], sha256_of(all[0].substr(0, all[0].find(",\"sum\""))));
+    header.erase("sum");
+    EXPECT_EQ(header, (Json{{"kvn", "journal"},
+                            {"version", "1.0"},
+                            {"tool", "kvn 1.0.0"},
+                            {"at", "2026-11-22T03:44:37.125Z"},
+                            {"host", "line-3"},
+                            {"boot_id", journals::BOOT},
+                            {"operator_name", "operator 7"},
+                            {"station", "station 2"},
+                            {"plan", "rack.con"},
+                            {"plan_sha256", std::string(64, 'b')},
+                            {"provider", to_json(journals::provider())},
+                            {"continues", nullptr},
+                            {"previous", nullptr}}));
+    Json planned = Json::parse(all[1]);
+    EXPECT_EQ(planned["previous"], sha256_of(all[0]));
+    planned.erase("previous");
+    planned.erase("sum");
+    EXPECT_EQ(planned, journals::planned(2));
+}
+
+TEST_F(JournalTest, EachLineRepeatsTheHashOfTheLineBeforeAndIsOnTheDiskWhenTheCallReturns)
+{
+    Journal journal = begin();
+    const std::string before = lines("rack.journal").back();
+    {
+        const SystemCalls calls;
+        journal.append(journals::begun(0));
+        EXPECT_THAT(calls.made, ElementsAre(SystemCall::write, SystemCall::fdatasync));
+    }
+    const std::string line = lines("rack.journal").back();
+    EXPECT_EQ(line, R"({"event":"begun","module":"mwc4a:0/1","attempt":1,"at":"2026-11-22T03:44:37.125Z",)"
+                    R"("previous":")" +
+                        sha256_of(before) + R"(","sum":")" +
+                        sha256_of(line.substr(0, line.find(",\"sum\""))) + "\"}");
+    EXPECT_EQ(journal.head(), sha256_of(line));
+}
+
+TEST_F(JournalTest, TheFolderIsFlushedWhenTheFileIsMade)
+{
+    const SystemCalls calls;
+    const Journal journal = begin();
+    EXPECT_THAT(calls.made,
+                ElementsAre(SystemCall::open, SystemCall::write, SystemCall::fdatasync, SystemCall::write,
+                            SystemCall::fdatasync, SystemCall::open, SystemCall::fsync, SystemCall::close));
+}
+
+TEST_F(JournalTest, CanBeReadByEveryoneAndWrittenByItsOwner)
+{
+    const mode_t before = ::umask(022);
+    const Journal journal = begin();
+    (void)::umask(before);
+    struct stat status {
+    };
+    ASSERT_EQ(::stat(file().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777U, 0644U);
+}
+
+TEST_F(JournalTest, AFileThatExistsIsKept)
+{
+    write("rack.journal", "precious\n");
+    const auto failure = failure_of([&] { (void)begin(); });
+    EXPECT_EQ(failure, (Failure{ExitStatus::file, 0, file() + " exists already, and is kept", "",
+                                "name another file by --journal"}));
+    EXPECT_EQ(content("rack.journal"), "precious\n");
+}
+
+TEST_F(JournalTest, AFolderThatIsMissingIsReported)
+{
+    const std::string missing = path("none/rack.journal");
+    const auto failure = failure_of([&] {
+        const Journal journal{missing, journals::header(), journals::planned(1)};
+    });
+    EXPECT_EQ(
+        failure,
+        (Failure{
+            ExitStatus::file, 0, "cannot write the journal " + missing + ": No such file or directory", "",
+            "see that its folder exists, may be written and has room, or name another file by --journal"}));
+}
+
+TEST_F(JournalTest, AContinuedJournalIsTheLineBeforeTheHeader)
+{
+    kvn::JournalHeader header = journals::header();
+    header.continues = {"old.journal", std::string(64, 'a')};
+    const Journal journal{file(), header, journals::planned(1)};
+    const Json line = Json::parse(lines("rack.journal").front());
+    EXPECT_EQ(line["continues"], "old.journal");
+    EXPECT_EQ(line["previous"], std::string(64, 'a'));
+    EXPECT_EQ(kvn::read_journal(file()).header, header);
+}
+
+TEST_F(JournalTest, AFullDiskLeavesTheWholeLines)
+{
+    Journal journal = begin();
+    journal.append(journals::begun(0));
+    const std::string good = content("rack.journal");
+    const std::string head = journal.head();
+    for (int n = 1; n <= 4; ++n) { // each failing write leaves 50 bytes of the line for every write before it
+        SCOPED_TRACE(n);
+        Journal copy{path("copy" + std::to_string(n)), journals::header(), journals::planned(2)};
+        copy.append(journals::begun(0));
+        const ShortWrites pieces{50};
+        const SystemFault full{SystemCall::write, n, ENOSPC};
+        const auto failure = failure_of([&] { copy.append(journals::finished(0)); });
+        ASSERT_TRUE(failure);
+        EXPECT_EQ(failure->status, ExitStatus::file);
+        EXPECT_EQ(failure->what, "cannot write the journal " + copy.path() + ": No space left on device");
+        EXPECT_EQ(content("copy" + std::to_string(n)), good);
+        EXPECT_EQ(copy.head(), head);
+        EXPECT_EQ(failure_of([&] { copy.append(journals::finished(0)); }), failure) << "there is room again";
+        EXPECT_EQ(content("copy" + std::to_string(n)), good);
+    }
+}
+
+TEST_F(JournalTest, ALineThatDidNotReachTheDiskIsCutOff)
+{
+    Journal journal = begin();
+    const std::string good = content("rack.journal");
+    const SystemFault broken{SystemCall::fdatasync, 1, EIO};
+    const auto failure = failure_of([&] { journal.append(journals::begun(0)); });
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->what, "cannot write the journal " + file() + ": Input/output error");
+    EXPECT_EQ(content("rack.journal"), good);
+    EXPECT_EQ(kvn::read_journal(file()).lines, 2U);
+}
+
+TEST_F(JournalTest, AFileThatCannotBeCutEndsInATornLineThatReadersLeaveOut)
+{
+    Journal journal = begin();
+    const ShortWrites pieces{50};
+    const SystemFault full{SystemCall::write, 2, ENOSPC};
+    const SystemFailure stuck{SystemCall::ftruncate, EIO};
+    EXPECT_TRUE(failure_of([&] { journal.append(journals::begun(0)); }));
+    const kvn::JournalContent read = kvn::read_journal(file());
+    EXPECT_EQ(read.lines, 2U);
+    EXPECT_EQ(read.torn_bytes, 50U);
+}
+
+TEST_F(JournalTest, WritesThatASignalCutsShortGoOn)
+{
+    {
+        const ShortWrites pieces{7};
+        const SystemFault interrupted{SystemCall::write, 3, EINTR};
+        journals::write_good(file());
+    }
+    EXPECT_EQ(kvn::read_journal(file()).lines, 7U);
+}
+
+TEST_F(JournalTest, AJournalThatCannotBeBegunIsRemoved)
+{
+    const std::pair<SystemCall, int> faults[] = {{SystemCall::write, 1}, {SystemCall::fdatasync, 1},
+                                                 {SystemCall::write, 2}, {SystemCall::fdatasync, 2},
+                                                 {SystemCall::open, 2},  {SystemCall::fsync, 1}};
+    for (const auto& [call, n] : faults) {
+        SCOPED_TRACE(name_of(call));
+        const SystemFault fault{call, n, EIO};
+        const auto failure = failure_of([&] { (void)begin(); });
+        ASSERT_TRUE(failure);
+        EXPECT_EQ(failure->what, "cannot write the journal " + file() + ": Input/output error");
+        EXPECT_FALSE(std::filesystem::exists(file()));
+    }
+}
+
+TEST_F(JournalTest, ALineThatNoReaderWouldTakeIsRefused)
+{
+    Journal journal = begin();
+    Json long_event = journals::begun(0);
+    long_event["text"] = std::string(kvn::LONGEST_EVENT_LINE, 'x');
+    const auto failure = failure_of([&] { journal.append(long_event); });
+    ASSERT_TRUE(failure);
+    EXPECT_EQ(failure->what,
+              "cannot write the journal " + file() + ": a line of it would be longer than 16 MiB");
+    EXPECT_EQ(kvn::read_journal(file()).lines, 2U);
+}
+
+TEST_F(JournalTest, BytesThatAreNoUtf8DoNotSpoilALine)
+{
+    Journal journal = begin();
+    journal.append(kvn::problem_event(kvn::Severity::note, "rack.con:3", "a\xFF\nb", ""));
+    EXPECT_EQ(kvn::read_journal(file()).events.back()["what"], "a\uFFFD\nb");
+}
+
+TEST_F(JournalTest, OthersSeeThatItIsBeingWritten)
+{
+    {
+        Journal journal = begin();
+        EXPECT_TRUE(kvn::inspect_journal(file()).is_being_written);
+        const Journal moved = std::move(journal);
+        EXPECT_TRUE(kvn::inspect_journal(file()).is_being_written);
+    }
+    EXPECT_FALSE(kvn::inspect_journal(file()).is_being_written);
+}
+
+/// Writes a journal in another process, kills that after so many lines, and returns the lines that it knew to
+/// be written.
+std::size_t lines_before_kill(const std::string& file, std::size_t lines)
+{
+    int ends[2] = {-1, -1};
+    if (::pipe(ends) != 0)
+        throw std::runtime_error{"no pipe"};
+    const pid_t writer = ::fork();
+    if (writer == 0) {
+        Journal journal{file, journals::header(), journals::planned(2)};
+        for (unsigned i = 0;; ++i) {
+            journal.append(i % 2 == 0 ? journals::begun(0) : journals::finished(0));
+            (void)!::write(ends[1], "x", 1);
+        }
+    }
+    (void)::close(ends[1]);
+    std::size_t written = 0;
+    char each = 0;
+    while (written < lines && ::read(ends[0], &each, 1) == 1)
+        ++written;
+    (void)::kill(writer, SIGKILL);
+    while (::read(ends[0], &each, 1) == 1)
+        ++written;
+    (void)::close(ends[0]);
+    (void)::waitpid(writer, nullptr, 0);
+    return written;
+}
+
+TEST_F(JournalTest, AKillLosesNoLineThatWasWritten)
+{
+    for (std::size_t lines = 1; lines <= 20; ++lines) {
+        SCOPED_TRACE(lines);
+        const std::string killed = path("killed" + std::to_string(lines));
+        const std::size_t written = lines_before_kill(killed, lines);
+        const kvn::JournalContent read = kvn::read_journal(killed);
+        EXPECT_GE(read.events.size(), written);
+        EXPECT_LE(read.events.size(), written + 1) << "and the one that was being written";
+        EXPECT_FALSE(read.is_being_written) << "the lock is freed";
+        EXPECT_EQ(kvn::modules_of(read)[0].state,
+                  read.events.size() % 2 == 0 ? kvn::ModuleState::configured : kvn::ModuleState::interrupted);
+    }
+}
+
+TEST_F(JournalTest, HasANameBesideItsPlan)
+{
+    EXPECT_EQ(kvn::journal_name("racks/rack.con", journals::moment()),
+              "racks/rack.con.2026-11-22T03-44-37Z.journal");
+    EXPECT_EQ(kvn::journal_name("rack.toml", journals::moment(), 2),
+              "rack.toml.2026-11-22T03-44-37Z-2.journal");
+}
+
+TEST_F(JournalTest, TwoRunsInOneSecondHaveTwoJournals)
+{
+    kvn::JournalHeader header = journals::header();
+    header.plan = path("rack.con");
+    const Journal first = Journal::beside_plan(header, journals::planned(1));
+    const Journal second = Journal::beside_plan(header, journals::planned(1));
+    const Journal third = Journal::beside_plan(header, journals::planned(1));
+    EXPECT_EQ(first.path(), path("rack.con.2026-11-22T03-44-37Z.journal"));
+    EXPECT_EQ(second.path(), path("rack.con.2026-11-22T03-44-37Z-2.journal"));
+    EXPECT_EQ(third.path(), path("rack.con.2026-11-22T03-44-37Z-3.journal"));
+    EXPECT_EQ(kvn::read_journal(second.path()).lines, 2U);
+}
+
+TEST_F(JournalTest, NoPlaceBesideThePlanIsReported)
+{
+    kvn::JournalHeader header = journals::header();
+    header.plan = path("none/rack.con");
+    const auto failure = failure_of([&] { (void)Journal::beside_plan(header, journals::planned(1)); });
+    ASSERT_TRUE(failure);
+    EXPECT_THAT(failure->what, EndsWith("rack.con.2026-11-22T03-44-37Z.journal: No such file or directory"));
+}
+
+TEST_F(JournalTest, KnowsTheBootOfItsHost)
+{
+    write("boot_id", "6c0a8f9e\n");
+    write("empty", "");
+    EXPECT_EQ(kvn::boot_id_of_host(path("boot_id")), "6c0a8f9e");
+    EXPECT_EQ(kvn::boot_id_of_host(path("empty")), std::nullopt);
+    EXPECT_EQ(kvn::boot_id_of_host(path("none")), std::nullopt);
+    EXPECT_EQ(kvn::boot_id_of_host(folder.string()), std::nullopt);
+    EXPECT_EQ(kvn::boot_id_of_host()->size(), 36U);
+}
+} // namespace
