@@ -22,11 +22,11 @@ namespace kvn
 
 /// What was found out about a file for modules with one device, before the load: inspection, size and trial.
 struct JudgedFile {
-    std::string file_sha256; ///< of the file as stored; another one is not loaded
-    std::string device;      ///< that the module of the trial had; a module with another one is not loaded
+    std::string file_sha256 = {}; ///< of the file as stored; another one is not loaded
+    std::string device = {}; ///< that the module of the trial had; a module with another one is not loaded
     Format format = Format::unknown;
-    std::string part;                       ///< as the file names it; may be empty
-    std::string digest;                     ///< of the plain configuration data
+    std::string part = {};                  ///< as the file names it; may be empty
+    std::string digest = {};                ///< of the plain configuration data
     std::optional<std::string> design = {}; ///< as the file names it
     std::vector<Problem> problems = {};     ///< that stop nothing
     LoadKind mode = LoadKind::plain;

@@ -113,7 +113,7 @@ void BusLink::cancel()
 
 void BusLink::end()
 {
-    if (!is_running())
+    if (!is_running() || is_ending_)
         return;
     is_ending_ = true;
     note_sign_of_life();

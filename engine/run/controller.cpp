@@ -241,7 +241,7 @@ void Controller::finish_load(std::size_t bus, Json record)
     const std::size_t load = *work.current;
     work.current.reset();
     work.done_bytes += loads_[load].judged.wire_bytes;
-    remaining_->note(bus, work.done_bytes);
+    remaining_->note(bus, work.done_bytes, BusLink::Clock::now());
     if (work.attempt > 1)
         record["attempts"] = work.attempt;
     const ExitStatus status = status_in(record);
@@ -352,8 +352,8 @@ void Controller::on_progress(std::size_t bus, std::uint64_t bytes, Json event)
 {
     BusWork& work = buses_[bus];
     const std::uint64_t total = loads_[*work.current].judged.wire_bytes;
-    remaining_->note(bus, work.done_bytes + std::min(bytes, total));
     const auto now = BusLink::Clock::now();
+    remaining_->note(bus, work.done_bytes + std::min(bytes, total), now);
     if (now - work.told_at < BETWEEN_PROGRESS)
         return;
     work.told_at = now;

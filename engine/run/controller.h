@@ -67,7 +67,7 @@ public:
     [[nodiscard]] virtual unsigned count() const = 0;
 };
 
-/// The phases are called in their order, each once. Waits in poll(2) only.
+/// The phases are called in their order, each once. Waits in poll(2) only. The process must ignore SIGPIPE.
 class Controller final : BusListener
 {
 public:

@@ -20,7 +20,7 @@ namespace kvn
 struct ModuleLoad {
     ModuleName module;
     const Input* file = nullptr; ///< not null; must outlive the run
-    JudgedFile judged;
+    JudgedFile judged = {};
     std::string device = {}; ///< that the user expects; empty: none
     std::optional<std::string> serial_number = {};
     std::optional<std::chrono::milliseconds> timeout = {}; ///< in place of the run's
@@ -38,8 +38,8 @@ struct RunFacts {
 
 /// What is known of a load whose worker has ended in it.
 struct LostLoad {
-    std::chrono::system_clock::time_point begin;
-    std::chrono::system_clock::time_point end;
+    std::chrono::system_clock::time_point begin = {};
+    std::chrono::system_clock::time_point end = {};
     bool was_begun = false;      ///< its message may have been begun
     std::uint64_t bytes = 0;     ///< that have reached the module, at the least
     bool may_have_ended = false; ///< its message may have been ended

@@ -29,9 +29,10 @@ void RemainingTime::begin(std::size_t bus, Time now)
         buses_[bus].begin = now;
 }
 
-void RemainingTime::note(std::size_t bus, std::uint64_t bytes)
+void RemainingTime::note(std::size_t bus, std::uint64_t bytes, Time now)
 {
     buses_[bus].done = std::min(bytes, buses_[bus].bytes);
+    buses_[bus].noted = now;
 }
 
 void RemainingTime::end(std::size_t bus, Time now)
@@ -39,20 +40,26 @@ void RemainingTime::end(std::size_t bus, Time now)
     buses_[bus].end = now;
 }
 
-std::optional<double> RemainingTime::Bus::rate(Time now) const
+std::optional<double> RemainingTime::Bus::rate() const
 {
-    const Time last = end.value_or(now);
-    if (!begin || done == 0 || last <= *begin)
+    if (!begin || !noted || done == 0 || *noted <= *begin)
         return std::nullopt;
-    return static_cast<double>(done) / seconds(last - *begin);
+    return static_cast<double>(done) / seconds(*noted - *begin);
 }
 
-std::optional<double> RemainingTime::common_rate(Time now) const
+/// What the bus has done since it last told is not known, only that it has gone on.
+double RemainingTime::Bus::seconds_left(double rate, Time now) const
+{
+    const double left = static_cast<double>(bytes - done) / rate;
+    return noted ? std::max(0.0, left - seconds(now - *noted)) : left;
+}
+
+std::optional<double> RemainingTime::common_rate() const
 {
     double sum = 0;
     double count = 0;
     for (const Bus& bus : buses_)
-        if (const auto rate = bus.rate(now)) {
+        if (const auto rate = bus.rate()) {
             sum += *rate;
             ++count;
         }
@@ -61,18 +68,18 @@ std::optional<double> RemainingTime::common_rate(Time now) const
 
 std::optional<double> RemainingTime::seconds_left(Time now) const
 {
-    const auto common = common_rate(now);
+    const auto common = common_rate();
     std::vector<double> ends; // of the places that buses are worked on in
     std::vector<double> waiting;
     for (const Bus& bus : buses_) {
         if (bus.end)
             continue;
-        auto rate = bus.rate(now);
+        auto rate = bus.rate();
         if (!rate)
             rate = common;
         if (!rate)
             return std::nullopt;
-        (bus.begin ? ends : waiting).push_back(bus.rest() / *rate);
+        (bus.begin ? ends : waiting).push_back(bus.seconds_left(*rate, now));
     }
     while (ends.size() < jobs_)
         ends.push_back(0);

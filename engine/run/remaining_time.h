@@ -28,7 +28,7 @@ public:
     /// A bus begins its first module; further calls are without effect.
     void begin(std::size_t bus, Time now);
     /// @param bytes that the bus has sent of what it has to send, with all that need not be sent any more
-    void note(std::size_t bus, std::uint64_t bytes);
+    void note(std::size_t bus, std::uint64_t bytes, Time now);
     /// A bus has nothing more to do.
     void end(std::size_t bus, Time now);
 
@@ -40,13 +40,14 @@ private:
         std::uint64_t bytes = 0;
         std::uint64_t done = 0;
         std::optional<Time> begin = {};
+        std::optional<Time> noted = {}; ///< when that was so
         std::optional<Time> end = {};
 
-        [[nodiscard]] double rest() const { return static_cast<double>(bytes - done); }
-        [[nodiscard]] std::optional<double> rate(Time now) const;
+        [[nodiscard]] std::optional<double> rate() const;
+        [[nodiscard]] double seconds_left(double rate, Time now) const;
     };
 
-    [[nodiscard]] std::optional<double> common_rate(Time now) const;
+    [[nodiscard]] std::optional<double> common_rate() const;
 
     std::vector<Bus> buses_;
     std::size_t jobs_;

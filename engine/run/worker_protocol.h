@@ -43,7 +43,7 @@ struct InventoryJob {
 struct LoadJob {
     ModuleName module;
     std::string file; ///< SHA-256 of its content, as in FileJob
-    JudgedFile judged;
+    JudgedFile judged = {};
     /// That is expected; empty: none.
     std::string device = {};
     std::optional<std::string> serial_number = {};

@@ -10,6 +10,7 @@
 
 #include <sys/eventfd.h>
 
+#include <csignal>
 #include <map>
 #include <string>
 #include <vector>
@@ -76,6 +77,8 @@ private:
 class ControllerTest : public testing::Test
 {
 protected:
+    ControllerTest() { (void)std::signal(SIGPIPE, SIG_IGN); }
+
     /// @param faults such as "0=dies-in-load"
     void run(std::vector<std::string> faults, unsigned boards = 1)
     {

@@ -27,9 +27,10 @@ TEST(RemainingTime, IsThatOfTheSlowestBus)
     RemainingTime time{{100, 100}, 0};
     time.begin(0, at(0));
     time.begin(1, at(0));
-    time.note(0, 50);
-    time.note(1, 10);
+    time.note(0, 50, at(1));
+    time.note(1, 10, at(1));
     EXPECT_DOUBLE_EQ(*time.seconds_left(at(1)), 9);
+    EXPECT_DOUBLE_EQ(*time.seconds_left(at(3)), 7);
 }
 
 TEST(RemainingTime, ABusWithoutBytesGoesAtTheRateOfTheOthers)
@@ -37,7 +38,7 @@ TEST(RemainingTime, ABusWithoutBytesGoesAtTheRateOfTheOthers)
     RemainingTime time{{100, 300}, 0};
     time.begin(0, at(0));
     time.begin(1, at(0));
-    time.note(0, 50);
+    time.note(0, 50, at(1));
     EXPECT_DOUBLE_EQ(*time.seconds_left(at(1)), 6);
 }
 
@@ -46,8 +47,8 @@ TEST(RemainingTime, BusesThatWaitTakeTheFirstPlaceThatIsFree)
     RemainingTime time{{100, 100, 100}, 2};
     time.begin(0, at(0));
     time.begin(1, at(0));
-    time.note(0, 20);
-    time.note(1, 20);
+    time.note(0, 20, at(2));
+    time.note(1, 20, at(2));
     EXPECT_DOUBLE_EQ(*time.seconds_left(at(2)), 8 + 10);
 }
 
@@ -55,7 +56,7 @@ TEST(RemainingTime, ABusThatHasEndedStillTellsItsRate)
 {
     RemainingTime time{{100, 50}, 1};
     time.begin(0, at(0));
-    time.note(0, 100);
+    time.note(0, 100, at(10));
     time.end(0, at(10));
     EXPECT_DOUBLE_EQ(*time.seconds_left(at(20)), 5);
     time.end(1, at(30));
@@ -66,7 +67,7 @@ TEST(RemainingTime, MoreBytesThanPlannedDoNoHarm)
 {
     RemainingTime time{{100}, 0};
     time.begin(0, at(0));
-    time.note(0, 500);
+    time.note(0, 500, at(1));
     EXPECT_DOUBLE_EQ(*time.seconds_left(at(1)), 0);
 }
 
