@@ -17,6 +17,7 @@ int main(int argc, char** argv)
         return 1;
     }
     kvn_fpga fpga;
+    fpga.kvn_fpga_set_userprint([](char*) {}); // without this each step is printed
     char board[] = "mwc4a";
     if (fpga.kvn_fpga_board(board, 0, 1, argv[2], 0, 0) != 0) {
         (void)std::fprintf(stderr, "%s\n", fpga.kvn_fpga_getlasterr());

@@ -17,7 +17,7 @@ file(REMOVE_RECURSE ${folder})
 run(${CMAKE_COMMAND} -S ${source} -B ${folder}/build -G ${generator} -DKVN_BUILD_TOOLS=OFF -DCMAKE_BUILD_TYPE=Debug
     -DCMAKE_INSTALL_LIBDIR=lib -DCMAKE_CXX_COMPILER=${compiler} -DCMAKE_CXX_FLAGS_DEBUG=-O0)
 run(${CMAKE_COMMAND} --build ${folder}/build)
-file(TOUCH ${folder}/prefix/include/foreign.h)
+file(WRITE ${folder}/prefix/include/foreign.h "")
 run(${CMAKE_COMMAND} --install ${folder}/build --prefix ${folder}/prefix)
 string(REGEX MATCH "^[0-9]+" major ${version})
 expect_files(
