@@ -2,6 +2,7 @@
 // What a run that was not finished leaves to do.
 #include "run/resume.h"
 
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
@@ -198,7 +199,7 @@ private:
     }
 
     void change(std::string sentence) { result_.changes.push_back(std::move(sentence)); }
-    void note(std::string sentence) { result_.notes.push_back(std::move(sentence)); }
+    void note(std::string_view sentence) { result_.notes.emplace_back(sentence); }
 
     const JournalContent& journal_;
     const ResumeRequest& request_;
