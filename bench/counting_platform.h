@@ -12,6 +12,9 @@ inline constexpr const char* COUNTING_COMPRESSED = "KVN_COUNTING_COMPRESSED";
 /// The environment variable that names the module's device.
 inline constexpr const char* COUNTING_DEVICE = "KVN_COUNTING_DEVICE";
 
+/// The environment variable that names a file for the process's memory at its end.
+inline constexpr const char* COUNTING_MEMORY = "KVN_COUNTING_MEMORY";
+
 /// The data calls since the last message began, including that of the load header.
 struct SentData {
     std::uint64_t calls = 0;

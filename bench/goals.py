@@ -59,7 +59,9 @@ LARGEST_DEVICE_BITS = 34_292_768
 HUGE_BITS = 342_927_680
 
 # A load by kvn against one by KVN_FPGA: instructions with virtual carriers as a multiple; instructions per byte sent
-# beyond KVN_FPGA's, as each piece of 8 passes the thread's platform and the wire that counts it; KiB of heap and stack.
+# beyond KVN_FPGA's, as each piece of 8 passes the thread's platform and the wire that counts it; KiB of heap and stack;
+# KiB resident that are not shared with other processes.
 KVN_LOAD = 1.05
 KVN_LOAD_BYTE = 7.0
 KVN_LOAD_MEMORY = 3 * 1024
+KVN_LOAD_RESIDENT = 1024

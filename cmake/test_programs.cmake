@@ -2,7 +2,6 @@
 # Builds the test programs quickly: unoptimised, with precompiled headers, linked by gold. What they test is built
 # as the preset says. Include it after all folders of tests.
 include(CheckLinkerFlag)
-option(KVN_PRECOMPILE "Precompile the headers that the tests share" ON)
 check_linker_flag(CXX -fuse-ld=gold KVN_HAS_GOLD)
 
 add_library(kvn_test_quickly INTERFACE)
@@ -22,9 +21,7 @@ if(KVN_PRECOMPILE)
   # The same options as the programs that use them.
   set_target_properties(kvn_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
   target_compile_options(kvn_test_headers PRIVATE -fPIE)
-  # Lets ccache distinguish precompiled headers.
-  target_compile_options(kvn_test_quickly INTERFACE
-    $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess> "$<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>")
+  target_compile_options(kvn_test_quickly INTERFACE ${KVN_PRECOMPILED_OPTIONS})
 endif()
 
 # Sets `programs` to the programs of a folder, and of those in it, that are linked with GoogleTest.

@@ -402,25 +402,6 @@ void seed_calls()
              open + provider + file + "\x00\x00"s + call + std::string(24, '\0') + open);
 }
 
-void seed_rehearsals()
-{
-    const std::string digest(64, 'a');
-    seed("rehearsal", "con", "c\" comment\ndesign mwc4a 0 1\nfilter.mcb mwc4a 1 0x12\r\n design mwc4a 0 2\n");
-    seed("rehearsal", "classic", "odesign mwc4a 0 1x\n\tdesign mwc4a 17 3\n design mwc4a\n");
-    seed("rehearsal", "toml",
-         "t[defaults]\nload = \"plain\"\n[[module]]\nname = \"a\\\"b\"\nmodule = \"mwc4a:0/1.2\"\n"
-         "file = \"a.bit\"\ndevice = \"2v40cs144-4\"\ndigest = \"" +
-             digest + "\"\nserial = \"ask\"\ntimeout = 3\nretries = 0\n[[module]]\nmodule = 3\n");
-    seed("rehearsal", "manifest",
-         "m" + digest + "  a.bit\n" + digest + " *b.bit\r\n\\" + digest + "  c\\\\\\n.bit\n");
-    seed("rehearsal", "manifest_of_few_digits", "maaaa  a.bit\n");
-    seed(
-        "rehearsal", "inventory",
-        R"(i{"bus":"mwc4a:0","failure":null,"slots":[{"module":"mwc4a:0/1","slot":1,"kind":"module",)"
-        R"("info_words":[1,0,1,0,0],"identity":{"type":2,"model":4,"version":2,"device":"2v40cs144-4",)"
-        R"("compression":"yes"},"failure":{"status":7,"number":9061,"what":"w","why":null,"remedy":"r"}}]})");
-}
-
 void seed_reports()
 {
     const std::string planned = R"({"module":"mwc4a:0/2","label":"dsp","file":"design.bit"})"
@@ -441,6 +422,25 @@ void seed_reports()
          R"([1,{"module":7}])"
          "\n"
          R"({"event":"finished","module":"a","record":[]})");
+}
+
+void seed_rehearsals()
+{
+    const std::string digest(64, 'a');
+    seed("rehearsal", "con", "c\" comment\ndesign mwc4a 0 1\nfilter.mcb mwc4a 1 0x12\r\n design mwc4a 0 2\n");
+    seed("rehearsal", "classic", "odesign mwc4a 0 1x\n\tdesign mwc4a 17 3\n design mwc4a\n");
+    seed("rehearsal", "toml",
+         "t[defaults]\nload = \"plain\"\n[[module]]\nname = \"a\\\"b\"\nmodule = \"mwc4a:0/1.2\"\n"
+         "file = \"a.bit\"\ndevice = \"2v40cs144-4\"\ndigest = \"" +
+             digest + "\"\nserial = \"ask\"\ntimeout = 3\nretries = 0\n[[module]]\nmodule = 3\n");
+    seed("rehearsal", "manifest",
+         "m" + digest + "  a.bit\n" + digest + " *b.bit\r\n\\" + digest + "  c\\\\\\n.bit\n");
+    seed("rehearsal", "manifest_of_few_digits", "maaaa  a.bit\n");
+    seed(
+        "rehearsal", "inventory",
+        R"(i{"bus":"mwc4a:0","failure":null,"slots":[{"module":"mwc4a:0/1","slot":1,"kind":"module",)"
+        R"("info_words":[1,0,1,0,0],"identity":{"type":2,"model":4,"version":2,"device":"2v40cs144-4",)"
+        R"("compression":"yes"},"failure":{"status":7,"number":9061,"what":"w","why":null,"remedy":"r"}}]})");
 }
 
 void seed_traces()
@@ -518,8 +518,8 @@ int main(int argc, char** argv)
     seed_conversions();
     seed_calls();
     seed_rack_states();
-    seed_rehearsals();
     seed_reports();
+    seed_rehearsals();
     seed_traces();
     seed_events();
     seed_journals();

@@ -57,13 +57,6 @@ Input input_in_memory(const void* bytes, std::size_t size, const char* name)
                              optional_text_argument(name, "name"));
 }
 
-/// The first problem that stops loads; null if there is none.
-const Problem* fatal_problem(const Inspection& inspection)
-{
-    const auto found = std::ranges::find_if(inspection.problems, &Problem::is_fatal);
-    return found == inspection.problems.end() ? nullptr : &*found;
-}
-
 void tell_header(const Inspection& inspection, Texts& texts, kvn_inspection& info)
 {
     info.design = texts.keep_known(inspection.header.design);
@@ -96,7 +89,7 @@ kvn_inspection as_inspection(const Inspection& inspection, Texts& texts)
     }
     tell_header(inspection, texts, info);
     tell_data(inspection, texts, info);
-    const Problem* fatal = fatal_problem(inspection);
+    const Problem* fatal = first_fatal(inspection.problems);
     info.is_loadable = fatal == nullptr ? 1 : 0;
     info.status = fatal == nullptr ? KVN_DONE : static_cast<std::int32_t>(fatal->status);
     info.problem_count = static_cast<std::uint32_t>(inspection.problems.size());
@@ -158,27 +151,6 @@ kvn_judgement as_judgement(const Inspection& inspection, const Judgement& judgem
     told.problem_count = static_cast<std::uint32_t>(inspection.problems.size());
     told.words = texts.keep(judgement.words);
     return told;
-}
-
-/// The class of what stops a load; the first such problem decides.
-Ending ending_of(const Inspection& inspection, const Judgement& judgement)
-{
-    const std::string what = inspection.path + ": " + judgement.words;
-    if (judgement.answer == Answer::yes)
-        return {};
-    if (judgement.answer == Answer::unknown)
-        return {ExitStatus::usage, Failure{.status = ExitStatus::usage,
-                                           .what = what,
-                                           .why = "the device is not known",
-                                           .remedy = "name the module's device"}};
-    const Problem* fatal = fatal_problem(inspection);
-    const ExitStatus status = fatal == nullptr ? ExitStatus::damaged : fatal->status;
-    Failure failure{.status = status, .what = what};
-    if (fatal != nullptr) {
-        failure.why = fatal->what;
-        failure.remedy = fatal->remedy;
-    }
-    return {status, std::move(failure)};
 }
 
 kvn_difference as_difference(const Difference& difference, Texts& texts)
@@ -373,7 +345,8 @@ int kvn_check(kvn_session* session, const kvn_file* file, const char* device, in
         mine.result.document = [inspection, judgement] { return to_json(*inspection, *judgement); };
         mine.result.keep(inspection->problems);
         receiver.take(as_judgement(*inspection, *judgement, mine.result.texts));
-        return ending_of(*inspection, *judgement);
+        std::optional<kvn::Failure> failure = failure_of(*inspection, *judgement);
+        return failure ? Ending{failure->status, std::move(failure)} : Ending{};
     });
 }
 

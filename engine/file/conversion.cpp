@@ -173,11 +173,11 @@ void require_loadable(const Input& source, const Input& made, Inspection inspect
         judge(made, inspection, "", {LoadKind::plain, LoadKind::compressed}, Selection::by_content);
     if (judgement.answer == Answer::yes)
         return;
-    const auto problem = std::ranges::find_if(inspection.problems, &Problem::is_fatal);
-    const bool is_told = problem != inspection.problems.end();
+    const Problem* problem = first_fatal(inspection.problems);
     refuse(ExitStatus::damaged,
-           source.name() + " cannot be made loadable: " + (is_told ? problem->what : judgement.words),
-           is_told ? problem->remedy : MAKE_AGAIN);
+           source.name() +
+               " cannot be made loadable: " + (problem == nullptr ? judgement.words : problem->what),
+           problem == nullptr ? MAKE_AGAIN : problem->remedy);
 }
 
 /// Compares the data of a file with those that it is to have.

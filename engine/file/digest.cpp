@@ -4,8 +4,6 @@
 
 #include "errors/failure.h"
 
-#include <algorithm>
-
 namespace kvn
 {
 namespace
@@ -20,14 +18,12 @@ bool has_all_data(const Inspection& inspection)
 
 [[noreturn]] void fail_without_data(const Inspection& inspection)
 {
-    const auto& problems = inspection.problems;
-    auto problem = std::ranges::find_if(problems, &Problem::is_fatal);
-    if (problem == problems.end())
-        problem = problems.begin();
-    const bool is_told = problem != problems.end();
+    const Problem* problem = first_fatal(inspection.problems);
+    if (problem == nullptr && !inspection.problems.empty())
+        problem = &inspection.problems.front();
     throw FailureError{{ExitStatus::damaged, 0,
                         inspection.path + ": the configuration data are missing, cut or damaged",
-                        is_told ? problem->what : "", is_told ? problem->remedy : ""}};
+                        problem == nullptr ? "" : problem->what, problem == nullptr ? "" : problem->remedy}};
 }
 
 } // namespace

@@ -20,12 +20,12 @@ FrameImage::FrameImage(const fpga::Device& device) : device_{device}, reader_{de
 
 void FrameImage::take(std::span<const std::uint8_t> bytes)
 {
-    for (const std::uint8_t byte : bytes) {
-        if (ended_)
-            return;
-        if (const auto packet = reader_.take(byte))
-            obey(*packet);
-    }
+    if (ended_)
+        return;
+    reader_.take(bytes, [this](const fpga::PacketWord& packet) {
+        obey(packet);
+        return !ended_;
+    });
 }
 
 void FrameImage::obey(const fpga::PacketWord& packet)

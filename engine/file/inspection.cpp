@@ -170,9 +170,10 @@ std::string device_text(const fpga::Device& device)
     return std::string{device.name} + " (" + std::string{fpga::family_name(device.family)} + ")";
 }
 
-bool Inspection::has_fatal_problem() const
+const Problem* first_fatal(const std::vector<Problem>& problems)
 {
-    return std::ranges::any_of(problems, &Problem::is_fatal);
+    const auto found = std::ranges::find_if(problems, &Problem::is_fatal);
+    return found == problems.end() ? nullptr : &*found;
 }
 
 bool has_unread_packets(const Inspection& inspection)

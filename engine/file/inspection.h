@@ -55,6 +55,10 @@ struct Problem {
     friend bool operator==(const Problem&, const Problem&) = default;
 };
 
+/// The first problem that stops loads, which decides how a program ends; null if there is none. It is valid
+/// as long as the problems are.
+[[nodiscard]] const Problem* first_fatal(const std::vector<Problem>& problems);
+
 struct Inspection {
     std::string path;                 ///< the input's name as it was given
     std::uint64_t file_size = 0;      ///< after unpacking
@@ -77,7 +81,7 @@ struct Inspection {
     bool data_are_damaged = false;        ///< a problem explains why the device does not start
     std::vector<Problem> problems;
 
-    [[nodiscard]] bool has_fatal_problem() const;
+    [[nodiscard]] bool has_fatal_problem() const { return first_fatal(problems) != nullptr; }
     [[nodiscard]] Format format() const { return content != Format::unknown || is_foreign ? content : named; }
     [[nodiscard]] bool is_serial() const
     {

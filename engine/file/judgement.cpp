@@ -140,4 +140,21 @@ Judgement judge(const Input& input, Inspection& inspection, const std::string& d
     return judgement;
 }
 
+std::optional<Failure> failure_of(const Inspection& inspection, const Judgement& judgement)
+{
+    if (judgement.answer == Answer::yes)
+        return std::nullopt;
+    Failure failure{.status = ExitStatus::damaged, .what = inspection.path + ": " + judgement.words};
+    if (judgement.answer == Answer::unknown) {
+        failure.status = ExitStatus::usage;
+        failure.why = "the device is not known";
+        failure.remedy = "name the module's device";
+    } else if (const Problem* fatal = first_fatal(inspection.problems)) {
+        failure.status = fatal->status;
+        failure.why = fatal->what;
+        failure.remedy = fatal->remedy;
+    }
+    return failure;
+}
+
 } // namespace kvn

@@ -3,9 +3,11 @@
 #ifndef KVN_ENGINE_FILE_JUDGEMENT_H
 #define KVN_ENGINE_FILE_JUDGEMENT_H
 
+#include "errors/failure.h"
 #include "file/inspection.h"
 #include "file/trial.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -45,6 +47,11 @@ enum class Selection {
 /// Throws as Input::open, and std::bad_alloc.
 [[nodiscard]] Judgement judge(const Input& input, Inspection& inspection, const std::string& device,
                               const std::vector<LoadKind>& loads, Selection selection = Selection::by_name);
+
+/// Why a module would not start, or why that is not known; null if it would. The first problem that stops
+/// loads decides.
+/// @param inspection as judge() has left it
+[[nodiscard]] std::optional<Failure> failure_of(const Inspection& inspection, const Judgement& judgement);
 
 } // namespace kvn
 

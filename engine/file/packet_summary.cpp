@@ -23,12 +23,12 @@ std::string name_of(std::span<const char* const> names, std::size_t index)
 
 void PacketSummary::take(std::span<const std::uint8_t> bytes)
 {
-    for (const std::uint8_t byte : bytes) {
-        if (ended_)
-            return;
-        if (const auto packet = reader_.take(byte))
-            note(*packet);
-    }
+    if (ended_)
+        return;
+    reader_.take(bytes, [this](const fpga::PacketWord& packet) {
+        note(packet);
+        return !ended_;
+    });
 }
 
 void PacketSummary::note(const fpga::PacketWord& packet)

@@ -49,10 +49,8 @@ const Problem* decisive_problem(const Inspection& inspection)
     const auto mask = std::ranges::find(problems, Stops::use, &Problem::stops);
     if (mask != problems.end())
         return &*mask;
-    if (inspection.found_bits == 0) {
-        const auto first = std::ranges::find_if(problems, &Problem::is_fatal);
-        return first == problems.end() ? nullptr : &*first;
-    }
+    if (inspection.found_bits == 0)
+        return first_fatal(problems);
     if (!inspection.data_are_damaged)
         return nullptr;
     // What damages the data is found behind what is wrong with the header.

@@ -9,8 +9,6 @@
 #include "module/host.h"
 #include "version.h"
 
-#include <algorithm>
-
 namespace kvn
 {
 
@@ -298,8 +296,7 @@ Failure LoadRun::cancelled() const
 
 void LoadRun::refuse_if_unfit() const
 {
-    const auto fatal = std::ranges::find_if(inspection_.problems, &Problem::is_fatal);
-    if (fatal != inspection_.problems.end())
+    if (const Problem* fatal = first_fatal(inspection_.problems))
         stop({.status = fatal->status, .what = file_name() + ": " + fatal->what, .remedy = fatal->remedy});
 }
 

@@ -83,7 +83,7 @@ std::optional<ModuleName> find_module(std::string_view text)
     throw FailureError{{.status = ExitStatus::usage, .what = std::move(what), .remedy = std::move(remedy)}};
 }
 
-std::string quoted(std::string_view text)
+std::string in_quotes(std::string_view text)
 {
     std::string quoted_text{'"'};
     return quoted_text.append(text).append(1, '"');
@@ -105,7 +105,7 @@ EnvironmentBoard board_in(const char* variable, std::string_view value)
     const auto [digits, nothing] = first_word(rest);
     const auto number = board_number_in(digits);
     if (!is_board_type(type) || (!digits.empty() && !number) || !nothing.empty())
-        refuse(std::string{variable} + " is " + quoted(value) + ", which names no board",
+        refuse(std::string{variable} + " is " + in_quotes(value) + ", which names no board",
                "set it to a board's type and number, such as \"mwc4a 0\"");
     return {std::string{type}, number};
 }
@@ -132,7 +132,7 @@ BoardName parse_board_name(std::string_view text)
 {
     if (auto board = find_board(text))
         return *std::move(board);
-    refuse(quoted(text) + " names no board", "write type and number (0 to 15), such as mwc4a:0");
+    refuse(in_quotes(text) + " names no board", "write type and number (0 to 15), such as mwc4a:0");
 }
 
 ModuleName parse_module_name(std::string_view text)
@@ -140,7 +140,7 @@ ModuleName parse_module_name(std::string_view text)
     if (auto module = find_module(text))
         return *std::move(module);
     refuse(
-        quoted(text) + " names no module",
+        in_quotes(text) + " names no module",
         "write board type, board (0 to 15) and slot (1 to 4), such as mwc4a:0/2, or mwc4a:0/1.2 for slot 2 "
         "of board 1 over the bus of board 0");
 }
@@ -148,7 +148,7 @@ ModuleName parse_module_name(std::string_view text)
 void require_valid(const BoardName& board)
 {
     if (!is_board_type(board.type))
-        refuse(quoted(board.type) + " is no board type", "name one such as mwc4a");
+        refuse(in_quotes(board.type) + " is no board type", "name one such as mwc4a");
     if (!is_board(board.number))
         refuse("boards are numbered 0 to 15, not " + std::to_string(board.number), "");
 }

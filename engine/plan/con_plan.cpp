@@ -37,7 +37,7 @@ Fields fields_of(std::string_view line)
     }
 }
 
-std::string quoted(std::string_view text)
+std::string in_quotes(std::string_view text)
 {
     return '"' + std::string{text} + '"';
 }
@@ -182,13 +182,13 @@ private:
         const auto board = whole_number(fields[2], 10);
         const bool board_is_good = board && is_board(*board);
         if (!board_is_good)
-            problem("the board number " + quoted(fields[2]) + " is no whole number from 0 to 15",
+            problem("the board number " + in_quotes(fields[2]) + " is no whole number from 0 to 15",
                     "write the number of the board whose bus is opened");
         const auto address = slot_address(fields[3]);
         const bool slot_is_good = address && is_slot(slot_of(static_cast<int>(*address)));
         if (!slot_is_good)
             problem(
-                "the slot address " + quoted(fields[3]) + " names no slot",
+                "the slot address " + in_quotes(fields[3]) + " names no slot",
                 "write the slot, 1 to 4, plus 16 times the number of the board with the module: 2, or 0x12");
         const std::string file = find_file(std::string{fields[0]});
         if (!type_is_good || !board_is_good || !slot_is_good || file.empty())
@@ -207,7 +207,8 @@ private:
         const bool is_good =
             type.size() <= LONGEST_BOARD_TYPE && type.find_first_of(":/") == std::string_view::npos;
         if (!is_good)
-            problem(quoted(type) + " is no board type", "write a type such as mwc4a, of up to 31 characters");
+            problem(in_quotes(type) + " is no board type",
+                    "write a type such as mwc4a, of up to 31 characters");
         return is_good;
     }
 
@@ -276,7 +277,7 @@ private:
     void tell_reading(std::string_view text, unsigned taken, std::optional<unsigned> meant)
     {
         if (!text.empty() && meant != taken)
-            note(quoted(text) + " is taken for " + std::to_string(taken));
+            note(in_quotes(text) + " is taken for " + std::to_string(taken));
     }
 
     std::string classic_file(const std::string& name)

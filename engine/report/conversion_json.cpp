@@ -22,10 +22,6 @@ Json to_json(const Conversion& conversion)
     Json changes = Json::array();
     for (const Change& change : conversion.changes)
         changes.push_back({{"kind", name_of(change.kind)}, {"count", change.count}, {"what", change.what}});
-    Json problems = Json::array();
-    for (const Problem& problem : conversion.problems)
-        problems.push_back(
-            {{"what", problem.what}, {"remedy", problem.remedy}, {"fatal", problem.is_fatal()}});
     return {{"kvn", "conversion"},
             {"version", JSON_VERSION},
             {"error", nullptr},
@@ -41,7 +37,7 @@ Json to_json(const Conversion& conversion)
             {"lost", fields_json(conversion.lost)},
             {"normalised", conversion.normalised},
             {"changes", std::move(changes)},
-            {"problems", std::move(problems)}};
+            {"problems", problems_json(conversion.problems)}};
 }
 
 } // namespace kvn

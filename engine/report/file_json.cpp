@@ -51,7 +51,7 @@ Json load_json(const LoadSize& size, LoadKind kind)
                  {"bus_bytes", size.wire_bytes}};
     json[kind == LoadKind::plain ? "words" : "pairs"] = size.units;
     json["held_back"] = size.held_back;
-    json["seconds"] = size.seconds ? Json(*size.seconds) : Json{};
+    json["seconds"] = value_or_null(size.seconds);
     return json;
 }
 
@@ -84,7 +84,7 @@ Json to_json(const Input& first, const Input& second, const Difference& differen
     json["frames"] = frames_json(difference);
     json["registers"] = registers_json(difference);
     json["bits"] = difference.bits;
-    json["first_bit"] = difference.first_bit ? Json(*difference.first_bit) : Json{};
+    json["first_bit"] = value_or_null(difference.first_bit);
     json["words"] = difference.words;
     return json;
 }
@@ -95,10 +95,10 @@ Json to_json(const Inspection& inspection, const EstimateRequest& request, const
     json["file"] = inspection.path;
     json["format"] = format_name(inspection.format());
     json["device"] = request.device.empty() ? inspection.part : request.device;
-    json["takes_compressed"] = request.takes_compressed ? Json(*request.takes_compressed) : Json{};
+    json["takes_compressed"] = value_or_null(request.takes_compressed);
     json["mode"] = kind_name(estimate.mode);
     json["why"] = estimate.why;
-    json["bytes_per_second"] = estimate.bytes_per_second ? Json(*estimate.bytes_per_second) : Json{};
+    json["bytes_per_second"] = value_or_null(estimate.bytes_per_second);
     json["plain"] = load_json(estimate.plain, LoadKind::plain);
     json["compressed"] = load_json(estimate.compressed, LoadKind::compressed);
     return json;

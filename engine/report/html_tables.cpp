@@ -33,7 +33,7 @@ std::string fact_markup(const ReportRow& row, const char* name, const std::strin
     if (markup.empty())
         return "";
     const std::string source =
-        row.record.is_null() ? "intended" : text_member(member(row.record, "sources"), name);
+        member(row.record, name).is_null() ? "intended" : text_member(member(row.record, "sources"), name);
     return source == "given" || source == "intended" ? markup + " <i>" + source + "</i>" : markup;
 }
 

@@ -2,6 +2,7 @@
 // The JSON documents about journals.
 #include "report/journal_json.h"
 
+#include "report/json.h"
 #include "report/utc.h"
 
 #include <utility>
@@ -10,12 +11,6 @@ namespace kvn
 {
 namespace
 {
-
-template <class Value>
-Json value_or_null(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json{};
-}
 
 Json header_json(const JournalHeader& header)
 {

@@ -32,18 +32,13 @@ Json packets_json(const Inspection& inspection)
     return packets;
 }
 
-Json text_json(const std::optional<std::string>& text)
-{
-    return text ? Json(*text) : Json{};
-}
-
 Json header_json(const Header& header)
 {
-    return {{"tool", text_json(header.tool)},
-            {"design", text_json(header.design)},
-            {"architecture", text_json(header.architecture)},
-            {"date", text_json(header.date)},
-            {"time", text_json(header.time)},
+    return {{"tool", value_or_null(header.tool)},
+            {"design", value_or_null(header.design)},
+            {"architecture", value_or_null(header.architecture)},
+            {"date", value_or_null(header.date)},
+            {"time", value_or_null(header.time)},
             {"other", header.other}};
 }
 
@@ -57,12 +52,7 @@ Json configuration_json(const Inspection& inspection)
             {"reason", port.reason},
             {"frames", {{"written", port.frames_written}, {"expected", port.frames_expected}}},
             {"crc", {{"verdict", crc_verdict(port)}, {"checks_passed", port.crc_checks_passed}}},
-            {"length_count", port.length_count ? Json(*port.length_count) : Json{}}};
-}
-
-Json number_json(const std::optional<double>& number)
-{
-    return number ? Json(*number) : Json{};
+            {"length_count", value_or_null(port.length_count)}};
 }
 
 Json device_json(const fpga::Device* device)
@@ -157,13 +147,21 @@ std::string unread_packets(const Inspection& inspection)
            " are not known here";
 }
 
+Json text_or_null(const std::string& text)
+{
+    return text.empty() ? Json{} : Json(text);
+}
+
+Json problems_json(const std::vector<Problem>& problems)
+{
+    Json all = Json::array();
+    for (const Problem& problem : problems)
+        all.push_back({{"what", problem.what}, {"remedy", problem.remedy}, {"fatal", problem.is_fatal()}});
+    return all;
+}
+
 Json to_json(const Inspection& inspection, const std::optional<Estimate>& estimate)
 {
-    Json problems = Json::array();
-    for (const Problem& problem : inspection.problems)
-        problems.push_back(
-            {{"what", problem.what}, {"remedy", problem.remedy}, {"fatal", problem.is_fatal()}});
-
     Json candidates = Json::array();
     for (const fpga::Device* candidate : inspection.candidates)
         candidates.push_back(candidate->name);
@@ -179,11 +177,11 @@ Json to_json(const Inspection& inspection, const std::optional<Estimate>& estima
     json["device"] = device_json(inspection.device);
     json["devices_by_data"] = std::move(candidates);
     json["other_family"] = inspection.other_family != nullptr ? Json(inspection.other_family->name) : Json{};
-    json["stated_bits"] = inspection.stated_bits ? Json(*inspection.stated_bits) : Json{};
+    json["stated_bits"] = value_or_null(inspection.stated_bits);
     json["found_bits"] = inspection.found_bits;
-    json["digest"] = inspection.digest.empty() ? Json{} : Json(inspection.digest);
+    json["digest"] = text_or_null(inspection.digest);
     json["packets"] = packets_json(inspection);
-    json["packets_unread"] = has_unread_packets(inspection) ? Json(unread_packets(inspection)) : Json{};
+    json["packets_unread"] = text_or_null(unread_packets(inspection));
     json["configuration"] = configuration_json(inspection);
     json["run_coded"] = nullptr;
     if (inspection.found_bits != 0)
@@ -191,9 +189,9 @@ Json to_json(const Inspection& inspection, const std::optional<Estimate>& estima
     json["bus_time"] = nullptr;
     if (estimate && estimate->bytes_per_second)
         json["bus_time"] = {{"bytes_per_second", *estimate->bytes_per_second},
-                            {"plain_seconds", number_json(estimate->plain.seconds)},
-                            {"compressed_seconds", number_json(estimate->compressed.seconds)}};
-    json["problems"] = std::move(problems);
+                            {"plain_seconds", value_or_null(estimate->plain.seconds)},
+                            {"compressed_seconds", value_or_null(estimate->compressed.seconds)}};
+    json["problems"] = problems_json(inspection.problems);
     return json;
 }
 

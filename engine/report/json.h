@@ -13,6 +13,7 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kvn
 {
@@ -29,6 +30,16 @@ using Json = nlohmann::ordered_json;
 [[nodiscard]] const char* crc_verdict(const fpga::PortReport& port);
 /// Why the packets of a file are not told; empty if they are.
 [[nodiscard]] std::string unread_packets(const Inspection& inspection);
+
+/// A value, or null.
+template <class Value>
+[[nodiscard]] Json value_or_null(const std::optional<Value>& value)
+{
+    return value ? Json(*value) : Json{};
+}
+/// A text, or null if it is empty.
+[[nodiscard]] Json text_or_null(const std::string& text);
+[[nodiscard]] Json problems_json(const std::vector<Problem>& problems);
 
 /// Of every JSON document: what is added raises the second number, what changes the first.
 inline constexpr const char* JSON_VERSION = "1.0";

@@ -3,23 +3,13 @@
 #include "report/module_json.h"
 
 #include "file/judgement.h"
+#include "report/json.h"
 #include "report/utc.h"
 
 namespace kvn
 {
 namespace
 {
-
-Json text_or_null(const std::string& text)
-{
-    return text.empty() ? Json{} : Json(text);
-}
-
-template <class Value>
-Json value_or_null(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json{};
-}
 
 template <class Part>
 Json part_or_null(const std::optional<Part>& part)
@@ -64,14 +54,6 @@ private:
     Json members_ = Json::object();
     Json sources_ = Json::object();
 };
-
-Json problems_json(const std::vector<Problem>& problems)
-{
-    Json all = Json::array();
-    for (const Problem& problem : problems)
-        all.push_back({{"what", problem.what}, {"remedy", problem.remedy}, {"fatal", problem.is_fatal()}});
-    return all;
-}
 
 void add_file(RecordMembers& members, const Record& record)
 {

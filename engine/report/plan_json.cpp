@@ -2,23 +2,13 @@
 // The JSON documents about plans and inventories.
 #include "report/plan_json.h"
 
+#include "report/json.h"
 #include "report/module_json.h"
 
 namespace kvn
 {
 namespace
 {
-
-template <class Value>
-Json value_or_null(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json{};
-}
-
-Json text_or_null(const std::string& text)
-{
-    return text.empty() ? Json{} : Json(text);
-}
 
 template <class Part>
 Json list_of(std::span<const Part> parts)

@@ -2,17 +2,13 @@
 // A report as JSON for programs.
 #include "report/report_json.h"
 
+#include "report/json.h"
 #include "report/utc.h"
 
 namespace kvn
 {
 namespace
 {
-
-Json text_or_null(const std::string& text)
-{
-    return text.empty() ? Json{} : Json(text);
-}
 
 Json counts_json(const VerdictCounts& counts)
 {

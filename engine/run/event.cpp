@@ -3,6 +3,7 @@
 #include "run/event.h"
 
 #include "file/judgement.h"
+#include "report/json.h"
 #include "report/module_json.h"
 #include "report/utc.h"
 #include "version.h"
@@ -25,17 +26,6 @@ constexpr std::array VERDICTS{Verdict::configured, Verdict::refused,   Verdict::
                               Verdict::cancelled,  Verdict::timed_out, Verdict::not_tried};
 constexpr std::array STATES{ModuleState::untouched, ModuleState::interrupted, ModuleState::refused,
                             ModuleState::configured, ModuleState::unknown};
-
-template <class Value>
-Json value_or_null(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json{};
-}
-
-Json text_or_null(const std::string& text)
-{
-    return text.empty() ? Json{} : Json(text);
-}
 
 Json planned_json(const PlannedLoad& load)
 {

@@ -3,6 +3,7 @@
 #include "run/journal.h"
 
 #include "errors/failure.h"
+#include "report/json.h"
 #include "report/utc.h"
 #include "run/event.h"
 #include "run/journal_line.h"
@@ -23,12 +24,6 @@ namespace kvn
 {
 namespace
 {
-
-template <class Value>
-Json value_or_null(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json{};
-}
 
 std::string words_of(int error)
 {

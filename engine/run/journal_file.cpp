@@ -99,9 +99,10 @@ bool JournalFile::read_at(std::uint64_t offset)
     if (!find_line())
         return false;
     std::optional<LineSeal> seal = check_seal(line_);
-    if (seal)
-        seal_ = *std::move(seal);
-    return seal.has_value();
+    if (!seal)
+        return false;
+    seal_ = *std::move(seal);
+    return true;
 }
 
 /// Sets line_ to what ends at the next line feed.

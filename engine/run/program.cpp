@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -146,10 +147,8 @@ private:
 
 std::vector<char*> pointers_to(std::vector<std::string>& texts)
 {
-    std::vector<char*> pointers;
-    for (std::string& text : texts)
-        pointers.push_back(text.data());
-    pointers.push_back(nullptr);
+    std::vector<char*> pointers(texts.size() + 1, nullptr);
+    std::ranges::transform(texts, pointers.begin(), [](std::string& text) { return text.data(); });
     return pointers;
 }
 

@@ -4,6 +4,7 @@
 
 #include "file/judgement.h"
 #include "hashing/sha256.h"
+#include "report/json.h"
 #include "report/module_json.h"
 
 #include <algorithm>
@@ -23,11 +24,6 @@ constexpr std::array STEPS{LoadStep::begin, LoadStep::end};
 const char* step_name(LoadStep step)
 {
     return step == LoadStep::begin ? "begin" : "end";
-}
-
-Json text_or_null(const std::optional<std::string>& text)
-{
-    return text ? Json(*text) : Json{};
 }
 
 const Json& member(const Json& json, const char* name)
@@ -133,14 +129,6 @@ InventoryJob read_inventory_job(const Json& json)
         job.modules.push_back(parsed(each.get<std::string>(), &parse_module_name));
     }
     return job;
-}
-
-Json problems_json(const std::vector<Problem>& problems)
-{
-    Json all = Json::array();
-    for (const Problem& problem : problems)
-        all.push_back({{"what", problem.what}, {"remedy", problem.remedy}});
-    return all;
 }
 
 /// Only what stops nothing is left of a file that was approved.
@@ -284,16 +272,16 @@ Json load_job(const LoadJob& job)
               {"format", format_name(judged.format)},
               {"part", judged.part},
               {"digest", judged.digest},
-              {"design", text_or_null(judged.design)},
+              {"design", value_or_null(judged.design)},
               {"problems", problems_json(judged.problems)},
               {"mode", kind_name(judged.mode)},
               {"wire_bytes", judged.wire_bytes}}},
             {"device", job.device},
-            {"serial_number", text_or_null(job.serial_number)},
-            {"operator_name", text_or_null(job.operator_name)},
-            {"station", text_or_null(job.station)},
-            {"approved_by", text_or_null(job.approved_by)},
-            {"approval_key", text_or_null(job.approval_key)}};
+            {"serial_number", value_or_null(job.serial_number)},
+            {"operator_name", value_or_null(job.operator_name)},
+            {"station", value_or_null(job.station)},
+            {"approved_by", value_or_null(job.approved_by)},
+            {"approval_key", value_or_null(job.approval_key)}};
 }
 
 Json cancel_job()

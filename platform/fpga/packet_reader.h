@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 
 namespace fpga
 {
@@ -45,6 +46,16 @@ public:
     /// Takes a byte in transmission order: its first configuration bit is bit 0.
     /// @return the word that it completes, if that means anything
     std::optional<PacketWord> take(std::uint8_t byte);
+
+    /// Takes bytes in transmission order until a word ends the reading.
+    /// @param obey is called with each word that means anything, and returns whether to read on
+    template <class Obey>
+    void take(std::span<const std::uint8_t> bytes, Obey obey)
+    {
+        for (const std::uint8_t byte : bytes)
+            if (const auto word = take(byte); word && !obey(*word))
+                return;
+    }
 
     /// The bit at which the first synchronisation word begins; nothing before one was found.
     [[nodiscard]] std::optional<std::uint64_t> sync_bit() const { return sync_bit_; }

@@ -4,6 +4,7 @@
 
 #include <dlfcn.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -11,6 +12,15 @@ namespace mwapi
 {
 namespace
 {
+
+constexpr const char* VIRTUAL_CARRIERS = "libmwvirtual.so";
+constexpr const char* REPLAY = "libmwreplay.so";
+constexpr std::string_view OWN_LIBRARIES[] = {VIRTUAL_CARRIERS, REPLAY, "libmwtrace.so"};
+
+/// Where these libraries are, seen from a library of this project, from a program, and from a program in the
+/// build tree.
+constexpr const char* PROVIDER_FOLDERS[] = {KVN_PROVIDERS_FROM_LIBRARIES, KVN_PROVIDERS_FROM_PROGRAMS,
+                                            "../lib"};
 
 /// The library or program that holds an address; empty if there is none.
 std::string file_of(const void* address)
@@ -73,13 +83,22 @@ std::unique_ptr<LoadedPlatform> open_provider(const std::string& name, const voi
     if (name.empty())
         return std::make_unique<LoadedPlatform>(USUAL_PROVIDER);
     if (name == "virtual")
-        return std::make_unique<LoadedPlatform>(file_beside(beside, "libmwvirtual.so"));
+        return std::make_unique<LoadedPlatform>(file_beside(beside, VIRTUAL_CARRIERS));
     if (name.starts_with(REPLAY_PREFIX)) {
         (void)setenv("MWREPLAY_FILE", name.c_str() + REPLAY_PREFIX.size(),
                      1); // NOLINT(concurrency-mt-unsafe)
-        return std::make_unique<LoadedPlatform>(file_beside(beside, "libmwreplay.so"));
+        return std::make_unique<LoadedPlatform>(file_beside(beside, REPLAY));
     }
-    return std::make_unique<LoadedPlatform>(name);
+    return std::make_unique<LoadedPlatform>(library_of(name, beside));
+}
+
+std::string library_of(const std::string& name, const void* beside)
+{
+    if (std::ranges::find(OWN_LIBRARIES, name) == std::end(OWN_LIBRARIES))
+        return name;
+    const std::string own = file_beside(beside, name.c_str());
+    std::error_code unknown;
+    return std::filesystem::exists(own, unknown) ? own : name;
 }
 
 // A bare name would be searched for in the caller's own run path, but not under a sanitizer, which opens
@@ -90,11 +109,12 @@ std::string file_beside(const void* address, const char* name)
     if (holder.empty())
         return name;
     const std::filesystem::path beside = holder.parent_path() / name;
-    // The libraries of a program are in the folder beside its own.
-    for (const char* folder : {KVN_LIBRARY_FOLDER, "../lib"}) {
+    std::error_code unknown;
+    if (exists(beside, unknown))
+        return beside.string();
+    for (const char* folder : PROVIDER_FOLDERS) {
         const std::filesystem::path library = holder.parent_path() / folder / name;
-        std::error_code unknown;
-        if (!exists(beside, unknown) && exists(library, unknown))
+        if (exists(library, unknown))
             return library.string();
     }
     return beside.string();

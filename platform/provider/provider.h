@@ -78,15 +78,19 @@ inline constexpr std::string_view REPLAY_PREFIX = "replay:";
 
 /// Opens a provider. Its library stays loaded until the process ends.
 /// @param name "virtual" for the virtual carriers, "replay:FILE" for a recording, else the path or soname of
-///        a library; empty for USUAL_PROVIDER. A recording's name is put into the environment, where the
-///        replaying library finds it; so no other thread may use the environment meanwhile, and there can be
-///        one recording in a process.
+///        a library, those of this project being found without a path; empty for USUAL_PROVIDER. A
+///        recording's name is put into the environment, where the replaying library finds it; so no other
+///        thread may use the environment meanwhile, and there can be one recording in a process.
 /// @param beside an address in the library or program beside which this project's own libraries lie
 /// @throws ProviderError
 [[nodiscard]] std::unique_ptr<LoadedPlatform> open_provider(const std::string& name, const void* beside);
 
-/// The path of a file in the folder of the library or program that holds an address, or, where it is not
-/// there, in the folder that a program's libraries are in; the bare name when no folder is known.
+/// What to load for the name of a library: a library of this project from where they lie, even if the system
+/// would not find it there; any other name unchanged.
+[[nodiscard]] std::string library_of(const std::string& name, const void* beside);
+
+/// The path of a library of this project: in the folder of the library or program that holds an address, or,
+/// where it is not there, in the folder that they are installed in; the bare name when no folder is known.
 [[nodiscard]] std::string file_beside(const void* address, const char* name);
 
 } // namespace mwapi

@@ -10,8 +10,12 @@ namespace mwapi
 namespace
 {
 
-// Each call of a load's data looks here, so it must cost no call of its own in a shared library.
-[[gnu::tls_model("initial-exec")]] constinit thread_local Platform* used = nullptr;
+// Each call of a load's data looks here, so in programs it must cost no call of its own. A library that
+// running programs open cannot have this model: they have little room for all its thread-local data.
+#ifndef MWAPI_THREAD_MODEL
+#define MWAPI_THREAD_MODEL "initial-exec"
+#endif
+[[gnu::tls_model(MWAPI_THREAD_MODEL)]] constinit thread_local Platform* used = nullptr;
 
 class ThreadPlatform final : public UniformPlatform<ThreadPlatform>
 {

@@ -8,7 +8,6 @@
 #include <dlfcn.h>
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace mwtrace
 {
@@ -40,25 +39,16 @@ bool is_our_own(decltype(&::MwOpenS) function)
            dladdr(in_this_library(), &ours) != 0 && given.dli_fbase == ours.dli_fbase;
 }
 
-/// The virtual carriers in the folder of this library, else wherever the system finds them.
-std::string virtual_carriers()
-{
-    const std::string beside = mwapi::file_beside(in_this_library(), "libmwvirtual.so");
-    std::error_code unreadable;
-    return std::filesystem::exists(beside, unreadable) ? beside : "libmwvirtual.so";
-}
-
 /// A recorder of the named provider. Nothing of it is destroyed: the host may call until the process ends.
 mwapi::Platform* make_platform(const std::string& wish)
 {
     const std::string provider = wish.empty()        ? mwapi::USUAL_PROVIDER
-                                 : wish == "virtual" ? virtual_carriers()
+                                 : wish == "virtual" ? "libmwvirtual.so"
                                                      : wish;
-    auto loaded = std::make_unique<mwapi::LoadedPlatform>(provider);
+    auto loaded = std::make_unique<mwapi::LoadedPlatform>(mwapi::library_of(provider, in_this_library()));
     if (is_our_own(loaded->functions()->MwOpenS))
         return new mwapi::MissingPlatform{NO_PROVIDER, "MWTRACE_PROVIDER names the recorder itself"};
-    auto recorder =
-        recorder_from_environment("MWTRACE_FILE", wish == "virtual" ? "libmwvirtual.so" : provider);
+    auto recorder = recorder_from_environment("MWTRACE_FILE", provider);
     if (recorder == nullptr) {
         if (variable("MWTRACE_FILE").empty())
             (void)std::fputs("mwtrace: MWTRACE_FILE is not set; the run goes on unrecorded\n", stderr);

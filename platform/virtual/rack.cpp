@@ -128,6 +128,20 @@ void Rack::plan(PlannedFailure failure)
     planned_.push_back(std::move(failure));
 }
 
+std::vector<BoardSummary> Rack::boards() const
+{
+    const std::lock_guard lock{mutex_};
+    std::vector<BoardSummary> summaries;
+    for (const auto& board : boards_) {
+        BoardSummary& summary =
+            summaries.emplace_back(BoardSummary{board->settings.name, board->settings.reached_over, {}});
+        for (std::size_t slot = 0; slot < SLOTS; ++slot)
+            if (board->slots[slot] != nullptr)
+                summary.devices[slot] = board->slots[slot]->device_name();
+    }
+    return summaries;
+}
+
 Contents Rack::contents(const BoardName& name, unsigned slot) const
 {
     const std::lock_guard lock{mutex_};

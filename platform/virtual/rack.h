@@ -46,6 +46,14 @@ struct BoardState {
     std::chrono::nanoseconds owed{0}; ///< time of its bus still to be waited for
 };
 
+/// A board, and the device of the module in each slot that has one; empty for a module without a name of it,
+/// and for an empty slot.
+struct BoardSummary {
+    BoardName name;
+    std::vector<BoardName> reached_over;
+    std::array<std::string, SLOTS> devices;
+};
+
 /// Locks itself for each call, so that its boards can be used on several threads. The operations answer the
 /// codes of virtual_carrier.h.
 class Rack final : public mwapi::Platform
@@ -70,6 +78,8 @@ public:
     [[nodiscard]] std::string state_problem() const;
     void plan(PlannedFailure failure);
 
+    /// All boards, in the order of their description.
+    [[nodiscard]] std::vector<BoardSummary> boards() const;
     /// Throws RackError if the state of the module is kept, and cannot be read.
     [[nodiscard]] Contents contents(const BoardName& name, unsigned slot) const;
     [[nodiscard]] std::vector<Call> journal() const;

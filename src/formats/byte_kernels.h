@@ -149,7 +149,6 @@ inline void write_line(char* line, const std::uint8_t* word)
 namespace fastest
 {
 using namespace sse2;
-using portable::reverse_block; // compilers make vectors of it
 
 template <std::size_t Lines>
 bool read_plain_lines(std::uint8_t* out, const char* line)

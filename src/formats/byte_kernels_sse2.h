@@ -26,6 +26,16 @@ inline __m128i repeat(int byte)
     return _mm_set1_epi8(static_cast<char>(byte));
 }
 
+inline void reverse_block(std::uint8_t* out, const std::uint8_t* in)
+{
+    const auto exchange = [](__m128i v, int mask, int distance) {
+        const __m128i low = _mm_and_si128(v, repeat(mask));
+        const __m128i high = _mm_and_si128(_mm_srli_epi16(v, distance), repeat(mask));
+        return _mm_or_si128(_mm_slli_epi16(low, distance), high);
+    };
+    store(out, exchange(exchange(exchange(load(in), 0x0F, 4), 0x33, 2), 0x55, 1));
+}
+
 template <std::size_t Lines>
 bool read_plain_lines(std::uint8_t* out, const char* line)
 {

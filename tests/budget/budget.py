@@ -120,6 +120,14 @@ class Program:
         small, large = (self.load_instructions(folder, file, device) for file, device in zip(files, DEVICES))
         return (large - small) / bytes_more
 
+    def resident(self, folder, file, device):
+        """What is resident at the end, in KiB: the process's own memory, and all with the pages of files."""
+        note = pathlib.Path(folder) / "memory"
+        self.environment["KVN_COUNTING_MEMORY"] = str(note)
+        self.run(folder, file, device)
+        kinds = dict(re.findall(r"^(\w+):\s*(\d+) kB$", note.read_text(encoding="utf-8"), re.MULTILINE))
+        return int(kinds["RssAnon"]) + int(kinds["RssShmem"]), int(kinds["VmHWM"])
+
     def memory(self, folder, file, device):
         """Heap and stack at their highest together, in bytes."""
         snapshots = pathlib.Path(folder) / "massif.out"
@@ -153,15 +161,20 @@ def check_kvn(kvn, kvn_fpga, bitgen, provider, form, mode):
         alone = [program.slope(folder, files, more) for program in counting]
         whole = [program.slope(folder, files, more) for program in virtual]
         memory = [program.memory(folder, files[1], DEVICES[1]) / 1024 for program in counting]
+        resident = [program.resident(folder, files[1], DEVICES[1]) for program in counting]
     print(f"instructions per configuration byte: {alone[0]:.2f} by KVN_FPGA, {alone[1]:.2f} by kvn; "
           f"with virtual carriers {whole[0]:.2f} and {whole[1]:.2f}")
     print(f"heap and stack in KiB: {memory[0]:.0f} by KVN_FPGA, {memory[1]:.0f} by kvn")
+    # Which pages of programs and libraries are mapped depends on what the system has cached.
+    print(f"resident in KiB with the pages of programs and libraries: {resident[0][1]} by KVN_FPGA, "
+          f"{resident[1][1]} by kvn")
     budget = Budget()
     budget.limit("instructions with virtual carriers against KVN_FPGA", whole[1] / whole[0], goals.KVN_LOAD)
     # Frames of random bits are sent as pairs of two bytes each.
     sent = 2 if mode == "compressed" else 1
     budget.limit("instructions per byte sent beyond KVN_FPGA", (alone[1] - alone[0]) / sent, goals.KVN_LOAD_BYTE)
     budget.limit("KiB of heap and stack beyond KVN_FPGA", memory[1] - memory[0], goals.KVN_LOAD_MEMORY)
+    budget.limit("KiB of its own resident beyond KVN_FPGA", resident[1][0] - resident[0][0], goals.KVN_LOAD_RESIDENT)
     return budget.kept
 
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <set>
 #include <string>
 
@@ -83,6 +84,19 @@ TEST(Catalogue, PlainTextsNameThePagesOfLinks)
     EXPECT_EQ(kvn::plain_text("[open](never"), "open (docs/never)");
     EXPECT_EQ(kvn::plain_text("2 * 3"), "2 * 3");
     EXPECT_EQ(kvn::plain_text(""), "");
+}
+
+// Programs with other options, and applications, show these.
+TEST(Catalogue, ErrorsOfModulesAndOfReadingFilesNameNoOption)
+{
+    const auto sections = kvn::error_sections();
+    const auto first = std::ranges::find(sections, "Opening the bus", &kvn::ErrorSection::title);
+    ASSERT_NE(first, sections.end());
+    for (auto section = first; section != sections.end(); ++section)
+        for (const kvn::ErrorEntry& entry : section->entries) {
+            EXPECT_EQ(entry.meaning.find("`-"), std::string_view::npos) << entry.number;
+            EXPECT_EQ(entry.remedy.find("`-"), std::string_view::npos) << entry.number;
+        }
 }
 
 TEST(Catalogue, EveryTopicThatAnEntryNamesHasCausesAndRemedy)

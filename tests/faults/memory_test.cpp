@@ -1,62 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs without memory: the C library's own allocations fail in turn, and the public object cannot be made.
 #include "kvn_fpga.h"
+#include "support/allocation_faults.h"
 #include "support/bitstreams.h"
 #include "support/run_fixture.h"
 
-#include <dlfcn.h>
-
-#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <new>
 #include <set>
-
-// NOLINTNEXTLINE(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): a name of the C library
-extern "C" void* __libc_malloc(std::size_t size);
-
-namespace
-{
-// Counts down to the failing allocation; 0 for none.
-thread_local int allocations_left = 0;
-thread_local int allocations = 0;
-thread_local bool watching = false;
-thread_local bool next_allocation_fails = false;
-thread_local bool next_new_fails = false;
-
-/// Whether code of the C library has called: streams allocate themselves and their buffers there.
-bool is_in_c_library(const void* caller)
-{
-    static const void* const library = [] {
-        Dl_info info{};
-        dladdr(reinterpret_cast<const void*>(&__libc_malloc), &info);
-        return info.dli_fbase;
-    }();
-    Dl_info info{};
-    return dladdr(caller, &info) != 0 && info.dli_fbase == library;
-}
-} // namespace
-
-extern "C" {
-/// Replaces the C library's own, which its streams also call.
-void* malloc(std::size_t size)
-{
-    if (std::exchange(next_allocation_fails, false))
-        return nullptr;
-    if (next_new_fails && !is_in_c_library(__builtin_return_address(0))) {
-        next_new_fails = false;
-        return nullptr;
-    }
-    if (watching && is_in_c_library(__builtin_return_address(0))) {
-        ++allocations;
-        if (allocations_left > 0 && --allocations_left == 0) {
-            errno = ENOMEM;
-            return nullptr;
-        }
-    }
-    return __libc_malloc(size);
-}
-}
 
 namespace
 {
@@ -65,17 +17,12 @@ class Memory : public RunFixture
 protected:
     Module& module{platform.board("mwc4a", 0).slot(2, fpga_module(3))};
 
-    Result run_with_failing_allocation(int n, const std::vector<std::string>& arguments)
+    /// A run in which an allocation of the C library fails as planned.
+    Result run(AllocationPlan& plan, const std::vector<std::string>& arguments)
     {
         module.loads.clear();
-        allocations = 0;
-        allocations_left = n;
-        watching = true;
         Arguments line{arguments};
-        const Result outcome = result(session.kvn_fpga(nullptr, line.argc(), line.argv()));
-        watching = false;
-        allocations_left = 0;
-        return outcome;
+        return result(plan.during([&] { return session.kvn_fpga(nullptr, line.argc(), line.argv()); }));
     }
 };
 
@@ -123,14 +70,16 @@ TEST_P(MemoryRuns, FailToOpenOrSucceedSlowly)
     BitFile{}.write();
     McbFile{}.write();
     write_file("rack.con", "design.rbt mwc4a 0 2\n");
-    ASSERT_EQ(run_with_failing_allocation(0, GetParam().arguments), Succeeds());
-    const int count = allocations;
+    AllocationPlan none{0, Allocator::c_library};
+    ASSERT_EQ(run(none, GetParam().arguments), Succeeds());
+    const long count = none.allocations();
     const std::vector<Bytes> loads = module.loads;
     const std::string output = content_of_output();
     ASSERT_GT(count, 0);
     std::set<int> errors;
-    for (int n = 1; n <= count; ++n) {
-        const Result outcome = run_with_failing_allocation(n, GetParam().arguments);
+    for (long n = 1; n <= count; ++n) {
+        AllocationPlan plan{n, Allocator::c_library};
+        const Result outcome = run(plan, GetParam().arguments);
         EXPECT_EQ(platform.open_handles(), 0);
         if (outcome.number != 0) {
             errors.insert(outcome.number);
@@ -152,9 +101,9 @@ TEST_F(Memory, Error9242WhenThereIsNoneToCompareTheOutputWithTheInput)
     std::strcpy(session.bitstream_file, "a_name_that_needs_memory.rbt");
     session.kvn_fpga_set_userprint([](char*) {});
     FILE* stream = std::fopen("a_name_that_needs_memory.rbt", "r");
-    next_new_fails = true;
-    const int number = session.Make_mcb_file_rbt(stream);
-    EXPECT_FALSE(std::exchange(next_new_fails, false));
+    AllocationPlan plan{1, Allocator::others};
+    const int number = plan.during([&] { return session.Make_mcb_file_rbt(stream); });
+    EXPECT_TRUE(plan.has_failed());
     EXPECT_EQ(result(number), Fails("Error 9242. Cannot open/create MCB file a_name_that_needs_memory.mcb."));
     EXPECT_FALSE(file_exists("a_name_that_needs_memory.mcb"));
 }
@@ -162,8 +111,8 @@ TEST_F(Memory, Error9242WhenThereIsNoneToCompareTheOutputWithTheInput)
 // The only failure reported by an exception: no object exists yet to keep a message.
 TEST_F(Memory, AnObjectThatCannotBeMadeThrowsBadAlloc)
 {
-    next_allocation_fails = true;
-    EXPECT_THROW(kvn_fpga{}, std::bad_alloc);
+    AllocationPlan plan{1};
+    EXPECT_THROW(plan.during([] { const kvn_fpga none; }), std::bad_alloc);
     kvn_fpga next;
     EXPECT_STREQ(next.kvn_fpga_getlasterr(), "");
 }

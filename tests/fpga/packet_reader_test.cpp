@@ -8,6 +8,7 @@
 
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 namespace
 {
@@ -80,6 +81,23 @@ TEST(PacketReader, AZeroWordDoesNothingInTheVirtexClassAlone)
     EXPECT_EQ(kinds(Architecture::virtex, {0, fpga::NOOP_WORD}), "--");
     EXPECT_EQ(kinds(std::nullopt, {0}), "-");
     EXPECT_EQ(kinds(Architecture::virtex2, {0}), "f");
+}
+
+TEST(PacketReader, TakesBytesUntilAWordEndsTheReading)
+{
+    PacketReader reader{Architecture::virtex};
+    std::vector<std::uint8_t> bytes;
+    for (const std::uint32_t word : {fpga::SYNC_WORD, 0x30008002U, 1U, 2U})
+        for (int shift = 24; shift >= 0; shift -= 8)
+            bytes.push_back(fpga::reverse_bits(static_cast<std::uint8_t>(word >> shift)));
+    std::vector<std::uint32_t> words;
+    const auto obey = [&](const fpga::PacketWord& word) {
+        words.push_back(word.word);
+        return word.kind != Kind::data;
+    };
+    reader.take(bytes, obey);
+    EXPECT_EQ(words, (std::vector<std::uint32_t>{0x30008002U, 1U}));
+    EXPECT_EQ(reader.bits_read(), 96U);
 }
 
 TEST(PacketReader, FaultsAreTold)

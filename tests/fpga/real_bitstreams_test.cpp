@@ -5,8 +5,8 @@
 #include "packet_reader.h"
 #include "packets.h"
 #include "port_support.h"
-#include "support/files.h"
 #include "support/process.h"
+#include "support/real_files.h"
 
 #include <gtest/gtest.h>
 
@@ -21,35 +21,15 @@ namespace
 namespace fs = std::filesystem;
 using Bytes = std::vector<std::uint8_t>;
 
-const char* folder()
-{
-    return std::getenv("KVN_REAL_BITSTREAMS");
-}
-
 /// Files whose names begin with a device that modules carry; the others serve as wrong devices.
 std::vector<fs::path> files(bool of_known_devices)
 {
-    std::vector<fs::path> found;
-    if (folder() == nullptr || !fs::is_directory(folder()))
-        return found;
-    for (const auto& entry : fs::directory_iterator(folder())) {
-        const std::string name = entry.path().filename().string();
-        const bool bitstream =
-            name.find(".bit") != std::string::npos || name.find(".rbt") != std::string::npos;
-        const fpga::Device* device = fpga::find_device(name);
-        const bool known = device != nullptr && device->carried_by_modules();
-        if (bitstream && known == of_known_devices)
-            found.push_back(entry.path());
-    }
-    std::ranges::sort(found);
+    std::vector<fs::path> found = real_files();
+    std::erase_if(found, [&](const fs::path& file) {
+        const fpga::Device* device = fpga::find_device(file.filename().string());
+        return (device != nullptr && device->carried_by_modules()) != of_known_devices;
+    });
     return found;
-}
-
-Bytes read(const fs::path& path)
-{
-    const std::string content =
-        path.extension() == ".xz" ? run({"xz", {"-dc", path.string()}}).output : read_whole_file(path);
-    return {content.begin(), content.end()};
 }
 
 // Data lines hold nothing but 0 and 1.
@@ -95,7 +75,8 @@ bool converted(const Bytes& content)
 
 Bytes data_of(const fs::path& path)
 {
-    const Bytes content = read(path);
+    const std::string text = real_content(path);
+    const Bytes content{text.begin(), text.end()};
     if (path.filename().string().find(".rbt") == std::string::npos)
         return bit_data(content);
     return converted(content) ? fpga::reverse_each(rbt_data(content)) : rbt_data(content);
@@ -188,13 +169,14 @@ INSTANTIATE_TEST_SUITE_P(Files, EachForeignBitstream, testing::ValuesIn(files(fa
 
 TEST(RealBitstreams, AreTestedWhereTheirFolderIsGiven)
 {
-    if (folder() == nullptr) {
+    const char* folder = std::getenv("KVN_REAL_BITSTREAMS");
+    if (folder == nullptr) {
         std::cout << "KVN_REAL_BITSTREAMS is not set: no real bitstream was tested.\n";
         SUCCEED();
         return;
     }
     std::cout << "Real bitstreams tested: " << files(true).size() << " of known devices, "
-              << files(false).size() << " of others, from " << folder() << ".\n";
+              << files(false).size() << " of others, from " << folder << ".\n";
     EXPECT_FALSE(files(true).empty()) << "KVN_REAL_BITSTREAMS names a folder without bitstreams";
 }
 

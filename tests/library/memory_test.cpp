@@ -1,72 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // The C interface without memory: allocations fail in turn, in the library and in all that it calls.
 #include "library_fixture.h"
+#include "support/allocation_faults.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <functional>
 #include <iostream>
 #include <set>
-
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): names of the C library
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* block, std::size_t size);
-void __libc_free(void* block);
-}
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
-
-namespace
-{
-thread_local bool watching = false;
-thread_local long allocations = 0;
-thread_local long failing = 0; ///< which allocation fails, from 1; 0: none
-thread_local long blocks = 0;  ///< allocated and not released
-
-/// Whether the allocation in hand fails.
-bool fails()
-{
-    if (!watching)
-        return false;
-    return ++allocations == failing;
-}
-
-void* counted(void* block)
-{
-    if (block != nullptr)
-        ++blocks;
-    return block;
-}
-} // namespace
-
-extern "C" {
-void* malloc(std::size_t size)
-{
-    if (!fails())
-        return counted(__libc_malloc(size));
-    errno = ENOMEM;
-    return nullptr;
-}
-void* calloc(std::size_t count, std::size_t size)
-{
-    return counted(__libc_calloc(count, size));
-}
-void* realloc(void* block, std::size_t size)
-{
-    void* const moved = __libc_realloc(block, size);
-    if (block == nullptr)
-        return counted(moved);
-    return moved;
-}
-void free(void* block)
-{
-    if (block != nullptr)
-        --blocks;
-    __libc_free(block);
-}
-}
 
 namespace
 {
@@ -88,11 +28,9 @@ protected:
     int run(const std::function<int(kvn_session*)>& operation, long number)
     {
         const Session session;
-        allocations = 0;
-        failing = number;
-        watching = true;
-        const int status = operation(session);
-        watching = false;
+        AllocationPlan plan{number};
+        const int status = plan.during([&] { return operation(session); });
+        allocations_ = plan.allocations();
         if (status != KVN_DONE) {
             EXPECT_STRNE(kvn_error_text(session), "") << "allocation " << number;
         } else {
@@ -107,7 +45,7 @@ protected:
     {
         EXPECT_EQ(run(operation, 0), KVN_DONE);
         EXPECT_EQ(run(operation, 0), KVN_DONE);
-        const long count = allocations;
+        const long count = allocations_;
         EXPECT_GT(count, 0);
         std::set<int> statuses;
         for (long number = 1; number <= count; number += std::max(1L, (number - TRIALS / 2) * 2 / TRIALS))
@@ -121,24 +59,23 @@ protected:
     std::set<int> fail_without_a_leak(const std::function<int(kvn_session*)>& operation)
     {
         EXPECT_EQ(run(operation, 0), KVN_DONE);
-        const long before = blocks;
+        const long before = blocks_from_malloc();
         std::set<int> statuses = fail_in_turn(operation);
         const long nodes_of_the_set = static_cast<long>(statuses.size());
         // The C library also allocates by functions that are not counted.
-        EXPECT_LE(blocks - nodes_of_the_set, before);
+        EXPECT_LE(blocks_from_malloc() - nodes_of_the_set, before);
         return statuses;
     }
+
+private:
+    long allocations_ = 0; ///< of the last operation
 };
 
 TEST_F(NoMemory, ToOpenASession)
 {
     for (long number = 1; number <= 5; ++number) {
         kvn_session* session = nullptr;
-        allocations = 0;
-        failing = number;
-        watching = true;
-        const int status = kvn_open(&session);
-        watching = false;
+        const int status = AllocationPlan{number}.during([&] { return kvn_open(&session); });
         if (status == KVN_DONE) {
             EXPECT_EQ(kvn_close(session), KVN_DONE);
             continue;
@@ -197,11 +134,7 @@ TEST_F(NoMemory, ToGiveTheJson)
     auto difference = sized<kvn_difference>();
     ASSERT_EQ(kvn_compare(session, file, file, &difference), KVN_DONE);
     const char* json = nullptr;
-    allocations = 0;
-    failing = 1;
-    watching = true;
-    EXPECT_EQ(kvn_result_json(session, &json), KVN_INTERNAL);
-    watching = false;
+    EXPECT_EQ(AllocationPlan{1}.during([&] { return kvn_result_json(session, &json); }), KVN_INTERNAL);
     EXPECT_EQ(json, nullptr);
     EXPECT_STREQ(difference.words, "same configuration");
     EXPECT_EQ(kvn_result_json(session, &json), KVN_DONE);

@@ -263,6 +263,56 @@ TEST_F(Sessions, GiveUtf8WhateverAFileIsCalled)
     EXPECT_EQ(kvn_file_close(odd), KVN_DONE);
 }
 
+TEST_F(Sessions, ReplaceEachByteThatIsNoCharacter)
+{
+    constexpr const char* R = "\xEF\xBF\xBD";
+    struct Case {
+        std::string name;
+        std::string given;
+    };
+    const Case cases[] = {{"\xE0\xA0\x80", "\xE0\xA0\x80"},
+                          {"\xE0\x9F\x80", std::string{R} + R + R},
+                          {"\xED\x9F\xBF", "\xED\x9F\xBF"},
+                          {"\xF0\x90\x80\x80", "\xF0\x90\x80\x80"},
+                          {"\xF0\x8F\x80\x80", std::string{R} + R + R + R},
+                          {"\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"},
+                          {"\xF4\x90\x80\x80", std::string{R} + R + R + R},
+                          {"\xF5\x80", std::string{R} + R},
+                          {"\xC1\x80", std::string{R} + R},
+                          {"\xE2\x82", std::string{R} + R},
+                          {"\xE2\x82z", std::string{R} + R + "z"},
+                          {"\x80", R}};
+    const std::string data = content("design.rbt");
+    for (const Case& row : cases) {
+        kvn_file* odd = nullptr;
+        ASSERT_EQ(kvn_file_from_memory(session, data.data(), data.size(), row.name.c_str(), &odd), KVN_DONE);
+        auto inspection = sized<kvn_inspection>();
+        EXPECT_EQ(kvn_inspect(session, odd, &inspection), KVN_DONE);
+        EXPECT_EQ(inspection.name, row.given);
+        EXPECT_EQ(kvn_file_close(odd), KVN_DONE);
+    }
+}
+
+TEST_F(Sessions, GiveTheTextsOfTheThreadWhileACallRuns)
+{
+    auto options = load_options();
+    kvn_session* const running = session;
+    options.user_data = running;
+    options.progress = [](void* data, const kvn_progress_info*) {
+        auto* const own = static_cast<kvn_session*>(data);
+        EXPECT_EQ(kvn_list(own, "mwc4a", 0), KVN_USAGE);
+        EXPECT_STREQ(kvn_error_text(own), "another call is running in this session");
+        EXPECT_STREQ(kvn_error_why(own),
+                     "a session serves one call at a time, and none from within its own progress function");
+        EXPECT_STREQ(kvn_error_remedy(own), "use a session for each thread");
+        EXPECT_EQ(kvn_error_number(own), 0);
+        return 0;
+    };
+    auto record = sized<kvn_record>();
+    EXPECT_EQ(kvn_load(session, file, &options, &record), KVN_DONE);
+    EXPECT_STREQ(kvn_error_text(session), "");
+}
+
 TEST_F(Sessions, CutTheTextsOfAThreadBetweenCharacters)
 {
     std::string path;

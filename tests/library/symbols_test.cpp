@@ -59,6 +59,11 @@ TEST(LibraryFile, HasTheSonameOfItsInterface)
     EXPECT_THAT(run({READELF, {"-dW", KVN_LIBRARY}}).output, testing::HasSubstr("soname: [libkvn.so.0]"));
 }
 
+TEST(LibraryFile, CanBeOpenedByAProgramThatRuns)
+{
+    EXPECT_THAT(run({READELF, {"-dW", KVN_LIBRARY}}).output, testing::Not(testing::HasSubstr("STATIC_TLS")));
+}
+
 TEST(EveryFunction, IsUsedByTheProgramInC)
 {
     const auto used = found_in(read_whole_file(EVERY_FUNCTION_SOURCE), R"(\b(kvn_\w+)\()");

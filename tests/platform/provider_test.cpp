@@ -31,6 +31,16 @@ TEST(Provider, OfThisProjectLiesBesideAnAddress)
     EXPECT_EQ(mwapi::file_beside(nullptr, "libother.so"), "libother.so");
 }
 
+TEST(Provider, OfThisProjectIsFoundWithoutAPathAndNoOther)
+{
+    const auto* here = reinterpret_cast<const void*>(&problem_of);
+    const std::string own = mwapi::library_of("libmwvirtual.so", here);
+    EXPECT_TRUE(own.ends_with("/lib/libmwvirtual.so")) << own;
+    EXPECT_EQ(mwapi::library_of("libmwvirtual.so", nullptr), "libmwvirtual.so");
+    EXPECT_EQ(mwapi::library_of("libkvn_fpga.so", here), "libkvn_fpga.so") << "no provider";
+    EXPECT_EQ(mwapi::library_of("./libmwtrace.so", here), "./libmwtrace.so");
+}
+
 TEST(Provider, ThatIsMissingFailsEveryCallAndSaysWhy)
 {
     mwapi::MissingPlatform platform{41, "no boards here"};

@@ -8,8 +8,8 @@ add_library(kvn_test_basics STATIC ${CMAKE_CURRENT_LIST_DIR}/bitstreams.cpp ${CM
 target_include_directories(kvn_test_basics PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(kvn_test_basics PRIVATE kvn_warnings)
 
-# Programs as processes.
-add_library(kvn_test_process STATIC ${CMAKE_CURRENT_LIST_DIR}/process.cpp)
+# Programs as processes, and real bitstreams, which one of them unpacks.
+add_library(kvn_test_process STATIC ${CMAKE_CURRENT_LIST_DIR}/process.cpp ${CMAKE_CURRENT_LIST_DIR}/real_files.cpp)
 target_link_libraries(kvn_test_process PUBLIC kvn_test_basics PRIVATE kvn_warnings)
 
 # Faults of files and of allocation. Only a program that links this has its calls of the C library wrapped.
@@ -25,3 +25,10 @@ target_link_libraries(kvn_test_system_faults PUBLIC kvn_test_basics PRIVATE kvn_
 target_link_options(kvn_test_system_faults INTERFACE
   LINKER:--wrap=open LINKER:--wrap=write LINKER:--wrap=fsync LINKER:--wrap=close LINKER:--wrap=rename
   LINKER:--wrap=renameat2 LINKER:--wrap=link LINKER:--wrap=fdatasync LINKER:--wrap=ftruncate)
+
+# Faults of allocation: of the operators new, and of malloc. All objects are linked, to take their names' place.
+foreach(allocator new malloc)
+  add_library(kvn_test_${allocator}_faults OBJECT EXCLUDE_FROM_ALL ${CMAKE_CURRENT_LIST_DIR}/allocation_faults.cpp
+                                                                 ${CMAKE_CURRENT_LIST_DIR}/${allocator}_faults.cpp)
+  target_link_libraries(kvn_test_${allocator}_faults PUBLIC kvn_test_basics PRIVATE kvn_warnings)
+endforeach()

@@ -37,6 +37,11 @@ bool is_ours(std::string_view variable)
            variable.starts_with("MWVIRTUAL_");
 }
 
+std::string name_of(std::string_view variable)
+{
+    return std::string{variable.substr(0, variable.find('='))};
+}
+
 /// Argument and environment lists as the system takes them.
 class Image
 {
@@ -45,7 +50,7 @@ public:
     {
         words_.insert(words_.begin(), command.program);
         for (char** variable = environ; *variable != nullptr; ++variable)
-            if (!is_ours(*variable))
+            if (!is_ours(*variable) && !command.variables.contains(name_of(*variable)))
                 variables_.emplace_back(*variable);
         for (const auto& [name, value] : command.variables)
             variables_.push_back(name + "=" + value);

@@ -2,68 +2,13 @@
 // Allocations fail, each in turn, while calls are recorded and replayed.
 #include "recording_platform.h"
 #include "replaying_platform.h"
+#include "support/allocation_faults.h"
 #include "trace_support.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <cstring>
-#include <new>
 #include <optional>
-
-namespace
-{
-/// Which allocations of this thread fail: none while it is 0, otherwise counted down to the first one.
-thread_local std::size_t allocations_left = 0;
-thread_local bool all_later_fail = false;
-thread_local bool one_has_failed = false;
-
-/// Lets allocations fail during a call, not in the test around it.
-thread_local bool in_call = false;
-
-bool fails_now()
-{
-    if (!in_call)
-        return false;
-    if (one_has_failed)
-        return all_later_fail;
-    one_has_failed = allocations_left != 0 && --allocations_left == 0;
-    return one_has_failed;
-}
-
-void* allocate(std::size_t size)
-{
-    void* memory = fails_now() ? nullptr : std::malloc(size);
-    if (memory == nullptr)
-        throw std::bad_alloc{};
-    return memory;
-}
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    return allocate(size);
-}
-void* operator new[](std::size_t size)
-{
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
-void operator delete[](void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
 
 namespace
 {
@@ -72,22 +17,6 @@ using mwapi::Platform;
 constexpr std::size_t CALLS_OF_A_RUN = 15;
 constexpr std::size_t ERROR_TEXT_AT = 2; // of these calls
 using Results = std::array<std::uint32_t, CALLS_OF_A_RUN>;
-
-template <class Action>
-auto with_faults(Action action)
-{
-    in_call = true;
-    auto result = action();
-    in_call = false;
-    return result;
-}
-
-void plan_fault(std::size_t nth, bool later_too)
-{
-    allocations_left = nth;
-    all_later_fail = later_too;
-    one_has_failed = false;
-}
 
 /// Answers each call in turn with its number, and allocates nothing.
 class CountingPlatform final : public mwapi::UniformPlatform<CountingPlatform>
@@ -109,7 +38,7 @@ public:
 };
 
 /// The calls of a run with every kind of value.
-Results run_on(Platform& platform)
+Results run_on(Platform& platform, AllocationPlan& plan)
 {
     static constexpr std::array<std::uint8_t, 100> DATA{1, 2, 3};
     MW_HANDLE* handle = nullptr;
@@ -120,7 +49,7 @@ Results run_on(Platform& platform)
     std::array<std::uint8_t, 40> buffer{};
     Results results{};
     std::size_t next = 0;
-    const auto call = [&](auto action) { results.at(next++) = with_faults(action); };
+    const auto call = [&](auto action) { results.at(next++) = plan.during(action); };
     call([&] { return platform.open("a board type of many letters", 0, "ksb", &handle, &word); });
     call([&] { return platform.board_info("a board type of many letters", 0, record.data()); });
     call([&] { return platform.error_text(5, text.data()); });
@@ -145,25 +74,22 @@ const Results GOOD = [] {
 class Memory : public FolderTest
 {
 protected:
-    ~Memory() override { plan_fault(0, false); }
-
     /// Records a run with a fault. @return what was reported
-    std::string record() const
+    std::string record()
     {
         testing::internal::CaptureStderr();
         {
             CountingPlatform counting;
             mwtrace::Recorder recorder{path("trace"), "test"};
             mwtrace::RecordingPlatform recording{counting, recorder};
-            EXPECT_EQ(run_on(recording), GOOD);
+            EXPECT_EQ(run_on(recording, plan), GOOD);
             EXPECT_EQ(counting.calls, CALLS_OF_A_RUN);
-            (void)with_faults([&] {
-                recorder.attempt([&] { recorder.flush(); });
-                return 0;
-            });
+            plan.during([&] { recorder.attempt([&] { recorder.flush(); }); });
         }
         return testing::internal::GetCapturedStderr();
     }
+
+    AllocationPlan plan;
 };
 
 TEST_F(Memory, WithoutItARecordingEndsAndEveryCallIsMade)
@@ -171,32 +97,32 @@ TEST_F(Memory, WithoutItARecordingEndsAndEveryCallIsMade)
     const std::string told =
         "mwtrace: cannot write " + path("trace") + ": no memory is left; the run goes on unrecorded\n";
     for (const bool later_too : {false, true}) {
-        std::size_t nth = 0;
+        long nth = 0;
         do {
-            plan_fault(++nth, later_too);
+            plan = AllocationPlan{++nth, Allocator::any, later_too};
             const std::string reported = record();
-            EXPECT_EQ(reported, one_has_failed ? told : "") << nth;
-        } while (one_has_failed);
-        EXPECT_GT(nth, 100U);
+            EXPECT_EQ(reported, plan.has_failed() ? told : "") << nth;
+        } while (plan.has_failed());
+        EXPECT_GT(nth, 100);
     }
 }
 
 TEST_F(Memory, WithoutItARecordingCannotBeginAndIsReported)
 {
     ASSERT_EQ(setenv("KVN_TEST_TRACE", path("trace").c_str(), 1), 0);
-    std::size_t nth = 0;
+    long nth = 0;
     do {
-        plan_fault(++nth, true);
+        plan = AllocationPlan{++nth, Allocator::any, true};
         testing::internal::CaptureStderr();
         const auto recorder =
-            with_faults([] { return mwtrace::recorder_from_environment("KVN_TEST_TRACE", "test"); });
+            plan.during([] { return mwtrace::recorder_from_environment("KVN_TEST_TRACE", "test"); });
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                  one_has_failed ? "mwtrace: cannot write " + path("trace") +
-                                       ": no memory is left; the run goes on unrecorded\n"
-                                 : "")
+                  plan.has_failed() ? "mwtrace: cannot write " + path("trace") +
+                                          ": no memory is left; the run goes on unrecorded\n"
+                                    : "")
             << nth;
-    } while (one_has_failed);
-    EXPECT_GT(nth, 3U);
+    } while (plan.has_failed());
+    EXPECT_GT(nth, 3);
     (void)unsetenv("KVN_TEST_TRACE");
 }
 
@@ -205,13 +131,13 @@ TEST_F(Memory, WithoutItAReplayAnswersACodeWithAText)
     EXPECT_EQ(record(), "");
     const std::string trace = path("trace");
     for (const bool later_too : {false, true}) {
-        std::size_t nth = 0;
+        long nth = 0;
         do {
-            plan_fault(++nth, later_too);
+            plan = AllocationPlan{++nth, Allocator::any, later_too};
             std::optional<mwtrace::ReplayingPlatform> replaying;
-            (void)with_faults([&] { return &replaying.emplace(trace); });
-            const Results results = run_on(*replaying);
-            if (!one_has_failed) {
+            plan.during([&] { replaying.emplace(trace); });
+            const Results results = run_on(*replaying, plan);
+            if (!plan.has_failed()) {
                 EXPECT_EQ(results, GOOD);
                 break;
             }
@@ -222,11 +148,11 @@ TEST_F(Memory, WithoutItAReplayAnswersACodeWithAText)
                 return each == mwtrace::NO_MEMORY || &each == &results[ERROR_TEXT_AT];
             })) << nth;
             std::array<char, mwapi::ERROR_TEXT_SIZE> text{};
-            EXPECT_EQ(with_faults([&] { return replaying->error_text(mwtrace::NO_MEMORY, text.data()); }),
+            EXPECT_EQ(plan.during([&] { return replaying->error_text(mwtrace::NO_MEMORY, text.data()); }),
                       0U);
             EXPECT_STREQ(text.data(), "no memory is left for the replay");
-        } while (one_has_failed);
-        EXPECT_GT(nth, 100U);
+        } while (plan.has_failed());
+        EXPECT_GT(nth, 100);
     }
 }
 } // namespace

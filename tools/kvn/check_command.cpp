@@ -4,7 +4,6 @@
 #include "file/judgement.h"
 #include "report.h"
 
-#include <algorithm>
 #include <iostream>
 #include <memory>
 
@@ -20,17 +19,6 @@ struct Request {
     bool json = false;
 };
 
-/// The class of what stops a load; the first such problem decides.
-ExitStatus exit_status(const Inspection& inspection, Answer answer)
-{
-    if (answer == Answer::yes)
-        return ExitStatus::done;
-    if (answer == Answer::unknown)
-        return ExitStatus::usage;
-    const auto fatal = std::ranges::find_if(inspection.problems, &Problem::is_fatal);
-    return fatal == inspection.problems.end() ? ExitStatus::damaged : fatal->status;
-}
-
 ExitStatus check(const Request& request)
 {
     const Input input = Input::from_path(request.file);
@@ -40,7 +28,8 @@ ExitStatus check(const Request& request)
         print_json(std::cout, to_json(inspection, judgement));
     else
         print_judgement(std::cout, inspection, judgement);
-    return exit_status(inspection, judgement.answer);
+    const auto failure = failure_of(inspection, judgement);
+    return failure ? failure->status : ExitStatus::done;
 }
 
 } // namespace

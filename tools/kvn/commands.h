@@ -53,6 +53,7 @@ Action add_report(CLI::App& program);
 Action add_support(CLI::App& program);
 Action add_journal(CLI::App& program);
 Action add_history(CLI::App& program);
+Action add_completion(CLI::App& program);
 
 } // namespace kvn
 

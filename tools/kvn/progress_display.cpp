@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <iostream>
 
 namespace kvn
 {
@@ -52,7 +51,7 @@ void ProgressDisplay::show(const Progress& progress)
 
 void ProgressDisplay::show_row(const Progress& progress)
 {
-    const auto now = Clock::now();
+    const auto now = now_();
     const bool is_last = progress.total && progress.bytes >= *progress.total;
     if (shown_at_ && !is_last && now - *shown_at_ < BETWEEN_ROWS)
         return;
@@ -61,17 +60,17 @@ void ProgressDisplay::show_row(const Progress& progress)
     const std::size_t size = row.size();
     row.resize(std::max(size, row_size_), ' '); // covers a longer row
     row_size_ = size;
-    std::cerr << '\r' << row << std::flush;
+    out_ << '\r' << row << std::flush;
 }
 
 void ProgressDisplay::show_line(const Progress& progress)
 {
-    const auto now = Clock::now();
+    const auto now = now_();
     if (!shown_at_) {
         const std::string total = progress.total ? ", " + std::to_string(*progress.total) + " bytes" : "";
-        std::cerr << module_ << ": loading " << file_ << total << '\n';
+        out_ << module_ << ": loading " << file_ << total << '\n';
     } else if (now - *shown_at_ >= BETWEEN_LINES) {
-        std::cerr << module_ << ": " << state_of(progress) << '\n';
+        out_ << module_ << ": " << state_of(progress) << '\n';
     } else {
         return;
     }
@@ -83,9 +82,9 @@ void ProgressDisplay::end(const Record& record)
     if (!shown_at_)
         return;
     if (style_ == ProgressStyle::bar)
-        std::cerr << '\n';
+        out_ << '\n';
     if (style_ == ProgressStyle::lines)
-        std::cerr << module_ << ": " << name_of(record.verdict) << '\n';
+        out_ << module_ << ": " << name_of(record.verdict) << '\n';
 }
 
 } // namespace kvn

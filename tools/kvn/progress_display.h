@@ -6,6 +6,8 @@
 #include "module/load.h"
 
 #include <chrono>
+#include <functional>
+#include <iostream>
 #include <optional>
 #include <string>
 
@@ -13,7 +15,7 @@ namespace kvn
 {
 
 enum class ProgressStyle {
-    bar,   ///< one row that is written anew
+    bar,   ///< one row, written again at most every 100 ms, and when all is sent
     lines, ///< a line at begin and end, and at most one in ten seconds between
     none
 };
@@ -24,9 +26,14 @@ enum class ProgressStyle {
 class ProgressDisplay
 {
 public:
+    using Clock = std::chrono::steady_clock;
+
     /// @param module and file as they are shown, without control characters
-    ProgressDisplay(ProgressStyle style, std::string module, std::string file)
-        : style_{style}, module_{std::move(module)}, file_{std::move(file)}
+    /// @param now tells the time
+    /// @param out outlives the display
+    ProgressDisplay(ProgressStyle style, std::string module, std::string file,
+                    std::function<Clock::time_point()> now = &Clock::now, std::ostream& out = std::cerr)
+        : style_{style}, module_{std::move(module)}, file_{std::move(file)}, now_{std::move(now)}, out_{out}
     {
     }
 
@@ -36,14 +43,14 @@ public:
     void end(const Record& record);
 
 private:
-    using Clock = std::chrono::steady_clock;
-
     void show_row(const Progress& progress);
     void show_line(const Progress& progress);
 
     ProgressStyle style_;
     std::string module_;
     std::string file_;
+    std::function<Clock::time_point()> now_;
+    std::ostream& out_;
     std::optional<Clock::time_point> shown_at_; ///< null before the first time
     std::size_t row_size_ = 0;
 };

@@ -13,17 +13,6 @@ namespace
 
 constexpr const char* VIRTUAL = "virtual";
 
-/// A rack is one of virtual carriers: who names it asks for them.
-std::string name_of(const ProviderOptions& options)
-{
-    if (!options.provider.empty())
-        return options.provider;
-    const char* wish = std::getenv("KVN_MWAPI"); // NOLINT(concurrency-mt-unsafe): the only thread
-    if (wish != nullptr && *wish != '\0')
-        return wish;
-    return options.rack.empty() ? "" : VIRTUAL;
-}
-
 } // namespace
 
 void add_provider_options(CLI::App& command, ProviderOptions& options)
@@ -32,6 +21,17 @@ void add_provider_options(CLI::App& command, ProviderOptions& options)
                        "The library with the Mw... functions, virtual, or replay:FILE; default: KVN_MWAPI");
     command.add_option("--rack", options.rack,
                        "The TOML file that describes the virtual boards; default: MWVIRTUAL_RACK");
+}
+
+// A rack is one of virtual carriers: who names it asks for them.
+std::string provider_name(const ProviderOptions& options)
+{
+    if (!options.provider.empty())
+        return options.provider;
+    const char* wish = std::getenv("KVN_MWAPI"); // NOLINT(concurrency-mt-unsafe): the only thread
+    if (wish != nullptr && *wish != '\0')
+        return wish;
+    return options.rack.empty() ? "" : VIRTUAL;
 }
 
 std::string as_words(const ProviderOptions& options)
@@ -48,7 +48,7 @@ std::shared_ptr<Provider> open_provider_silently(const ProviderOptions& options)
 {
     if (!options.rack.empty())
         (void)setenv("MWVIRTUAL_RACK", options.rack.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
-    return Provider::open(name_of(options), reinterpret_cast<const void*>(&open_provider));
+    return Provider::open(provider_name(options), reinterpret_cast<const void*>(&open_provider));
 }
 
 void announce(const ProviderIdentity& provider)

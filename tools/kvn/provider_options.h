@@ -21,6 +21,9 @@ struct ProviderOptions {
 /// The options --provider and --rack.
 void add_provider_options(CLI::App& command, ProviderOptions& options);
 
+/// The provider by the options and the environment; empty: the usual one.
+[[nodiscard]] std::string provider_name(const ProviderOptions& options);
+
 /// The same options on a command line that a hint prints, with a blank before each.
 [[nodiscard]] std::string as_words(const ProviderOptions& options);
 

@@ -23,12 +23,6 @@ std::optional<std::uint64_t> sum(const std::optional<std::uint64_t>& left,
     return left || right ? std::optional{sum(left.value_or(0), right.value_or(0))} : std::nullopt;
 }
 
-template <class Value>
-Json value_or_null(const std::optional<Value>& value)
-{
-    return value ? Json(*value) : Json{};
-}
-
 /// A value of a trace as one of a document. Their nesting is limited by the reader.
 Json converted(const mwtrace::Json& value)
 {

@@ -2,11 +2,9 @@
 // Real bitstreams, in the folder that KVN_REAL_BITSTREAMS names: into every form, and back.
 #include "conversion_fixture.h"
 #include "file/trial.h"
+#include "support/real_files.h"
 
 #include <gmock/gmock.h>
-
-#include <cstdlib>
-#include <iostream>
 
 namespace
 {
@@ -14,23 +12,6 @@ namespace fs = std::filesystem;
 using kvn::Conversion;
 using kvn::Format;
 using kvn::Input;
-
-std::vector<fs::path> real_files()
-{
-    std::vector<fs::path> found;
-    const char* folder = std::getenv("KVN_REAL_BITSTREAMS");
-    if (folder == nullptr || !fs::is_directory(folder)) {
-        std::cout << "KVN_REAL_BITSTREAMS names no folder: nothing is tried\n";
-        return found;
-    }
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        const std::string name = entry.path().filename().string();
-        if (name.find(".bit") != std::string::npos || name.find(".rbt") != std::string::npos)
-            found.push_back(entry.path());
-    }
-    std::ranges::sort(found);
-    return found;
-}
 
 /// The part that the file is for, which its name begins with.
 std::string part_of(const fs::path& file)

@@ -105,6 +105,16 @@ TEST_F(FileJson, OfADifference)
                     {"words", "1 bit of configuration differs, in 1 of 404 frames"}}));
 }
 
+TEST_F(FileJson, OfADifferenceOfARegister)
+{
+    kvn::Difference difference;
+    difference.device = &device("2v40");
+    difference.registers = {{"COR", {0x00003FE5}, {0x00003FE4, 0x1}}, {"MASK", {}, {0xFFFFFFFF}}};
+    EXPECT_EQ(kvn::to_json(input, input, difference)["registers"],
+              (Json{{{"name", "COR"}, {"first", {"00003FE5"}}, {"second", {"00003FE4", "00000001"}}},
+                    {{"name", "MASK"}, {"first", Json::array()}, {"second", {"FFFFFFFF"}}}}));
+}
+
 TEST_F(FileJson, OfADifferenceByOffset)
 {
     BitFile file{64};

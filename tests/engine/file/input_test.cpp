@@ -259,6 +259,43 @@ TEST_F(InputTest, DamageOfAPackedFileIsFound)
               "unknown compression method");
 }
 
+/// Puts the check sum of a part of an xz stream behind it.
+void seal(std::string& packed, std::size_t begin, std::size_t end)
+{
+    const std::uint32_t sum = lzma_crc32(as_bytes(packed) + begin, end - begin, 0);
+    for (std::size_t i = 0; i < sizeof sum; ++i)
+        packed[end + i] = static_cast<char>(sum >> 8 * i);
+}
+
+TEST_F(InputTest, SaysWhyXzDataAreDamaged)
+{
+    const std::string good = xz("abc");
+    std::string newer = good; // a flag that is reserved
+    newer[7] = 0x10;
+    seal(newer, 6, 8);
+    std::string large = good; // a dictionary of 256 MiB
+    ASSERT_EQ(large[12], 2)
+        << "a block header of 12 bytes, of which the seventh is the size of the dictionary";
+    large[18] = 32;
+    seal(large, 12, 20);
+    std::string sum = good; // of the block
+    sum[sum.size() - 40] ^= 1;
+    struct Case {
+        std::string packed;
+        const char* why;
+    };
+    const Case cases[] = {{good + "\xFD is no stream header", "the beginning of a stream is not one of xz"},
+                          {newer, "the data need a newer xz"},
+                          {large, "unpacking needs more than 128 MiB of memory"},
+                          {sum, "a check sum or a code is wrong"}};
+    for (const Case& row : cases) {
+        const Failure failure = failure_of([&] { (void)input_of(row.packed, "a"); });
+        EXPECT_EQ(failure.status, ExitStatus::damaged) << row.why;
+        EXPECT_EQ(failure.what, "a: the xz data are damaged");
+        EXPECT_EQ(failure.why, row.why);
+    }
+}
+
 TEST_F(InputTest, WhatFollowsPackedDataIsAFailure)
 {
     struct Tail {

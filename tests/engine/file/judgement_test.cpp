@@ -11,6 +11,7 @@
 namespace
 {
 using kvn::Answer;
+using kvn::ExitStatus;
 using kvn::Inspection;
 using kvn::Judgement;
 using kvn::LoadKind;
@@ -108,6 +109,113 @@ TEST_F(JudgementTest, WhatHasNoLoaderIsNotTried)
     EXPECT_EQ(judgement.words, "no module would start");
     EXPECT_TRUE(judgement.loads.empty());
     EXPECT_TRUE(inspection.has_fatal_problem());
+}
+
+TEST_F(JudgementTest, TellsHowALoadEnds)
+{
+    const auto ended = [](bool starts, const char* error, const char* module_says, std::uint64_t bytes,
+                          std::uint64_t loaded) {
+        return kvn::Trial{starts, 0, error, module_says, bytes, loaded};
+    };
+    const std::pair<kvn::Trial, const char*> cases[] = {
+        {ended(true, "", "", 102, 100), "starts, after 102 bytes on the bus"},
+        {ended(true, "", "", 86, 84),
+         "starts, after 86 bytes on the bus, without the last 16 bytes, which the library holds back"},
+        {ended(false, "Error 9118. No.", "a CRC word differs", 102, 100),
+         "Error 9118. No. The module: a CRC word differs"},
+        {ended(false, "Error 9107. Cut.", "", 0, 0), "Error 9107. Cut."},
+    };
+    Inspection inspection;
+    inspection.counted_bits = 800;
+    for (const auto& [trial, words] : cases)
+        EXPECT_EQ(kvn::what_happens(inspection, trial), words);
+}
+
+// The library holds back the tail of plain loads, without which these devices do not start.
+TEST_F(JudgementTest, AProblemOfPlainLoadsIsANoteWhereNoneIsTried)
+{
+    struct Case {
+        std::vector<LoadKind> loads;
+        Answer answer;
+    };
+    const Case cases[] = {
+        {BOTH, Answer::no}, {{LoadKind::plain}, Answer::no}, {{LoadKind::compressed}, Answer::yes}};
+    const fpga::Device& spartan = device("s10");
+    const kvn::Input input = bit(spartan, fpga::make_stream(spartan), "serial.bit");
+    for (const Case& row : cases) {
+        Inspection inspection = kvn::inspect(input);
+        EXPECT_EQ(kvn::judge(input, inspection, "", row.loads).answer, row.answer);
+        ASSERT_EQ(inspection.problems.size(), 1U);
+        EXPECT_EQ(inspection.problems[0].is_fatal(), row.answer == Answer::no);
+    }
+}
+
+TEST_F(JudgementTest, WhatStopsALoadWithoutAnyProblemOfTheFileIsOne)
+{
+    Data broken = data;
+    broken[broken.size() / 2] ^= 1;
+    fpga::write_bit(path("b.bit"), broken, labels(v2));
+    const kvn::Input input = kvn::Input::from_path(path("b.bit"));
+    Inspection inspection = kvn::inspect(input);
+    inspection.problems.clear();
+    EXPECT_EQ(kvn::judge(input, inspection, "", {LoadKind::compressed}).answer, Answer::no);
+    ASSERT_EQ(inspection.problems.size(), 1U);
+    EXPECT_TRUE(inspection.problems[0].what.starts_with("a compressed load fails: Error 9"))
+        << inspection.problems[0].what;
+}
+
+TEST_F(JudgementTest, WithoutADeviceThatModulesCarryNothingIsTried)
+{
+    struct Case {
+        const char* part; ///< of the file
+        const char* device;
+        Answer answer;
+        const char* words;
+        ExitStatus status;
+        const char* why;
+    };
+    const Case cases[] = {
+        {"2v40fg1", "3s50cp132-4", Answer::no, "no module carries a 3s50cp132-4 (Spartan-3)",
+         ExitStatus::wrong_device, "no module carries a 3s50cp132-4"},
+        {"3s50cp132", "", Answer::no, "no module carries a 3s50cp132 (Spartan-3)", ExitStatus::wrong_device,
+         ""},
+        {"2v40fg1", "9x99-1", Answer::unknown, "no device 9x99-1 is known", ExitStatus::usage,
+         "the device is not known"},
+        {"", "", Answer::unknown, "the file names no device; name the module's by --device",
+         ExitStatus::usage, "the device is not known"},
+    };
+    for (const Case& row : cases) {
+        fpga::write_bit(path("b.bit"), data, {row.part, "family"});
+        const kvn::Input input = kvn::Input::from_path(path("b.bit"));
+        Inspection inspection = kvn::inspect(input);
+        const Judgement judgement = kvn::judge(input, inspection, row.device, BOTH);
+        EXPECT_EQ(judgement.answer, row.answer) << row.words;
+        EXPECT_EQ(judgement.words, row.words);
+        EXPECT_TRUE(judgement.loads.empty());
+        const auto failure = kvn::failure_of(inspection, judgement);
+        ASSERT_TRUE(failure) << row.words;
+        EXPECT_EQ(failure->status, row.status) << row.words;
+        EXPECT_EQ(failure->what, path("b.bit") + ": " + row.words);
+        if (*row.why != '\0') {
+            EXPECT_EQ(failure->why, row.why);
+        }
+    }
+}
+
+TEST_F(JudgementTest, AFailureIsThatOfTheFirstProblemThatStopsLoads)
+{
+    Inspection inspection;
+    inspection.path = "a.bit";
+    inspection.problems = {{"a note", "none", kvn::Stops::nothing, ExitStatus::file},
+                           {"it is cut", "copy it", kvn::Stops::loads, ExitStatus::damaged},
+                           {"wrong", "another", kvn::Stops::use, ExitStatus::wrong_device}};
+    Judgement judgement;
+    judgement.words = "no module would start";
+    judgement.answer = Answer::no;
+    EXPECT_EQ(kvn::failure_of(inspection, judgement),
+              (kvn::Failure{ExitStatus::damaged, 0, "a.bit: no module would start", "it is cut", "copy it"}));
+    judgement.answer = Answer::yes;
+    EXPECT_EQ(kvn::failure_of(inspection, judgement), std::nullopt);
 }
 
 TEST_F(JudgementTest, Error9103NamesTheFileAsTheUserDid)

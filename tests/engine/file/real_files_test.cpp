@@ -5,31 +5,11 @@
 #include "file/digest.h"
 #include "file/estimate.h"
 #include "packing.h"
-
-#include <algorithm>
-#include <cstdlib>
-#include <iostream>
+#include "support/real_files.h"
 
 namespace
 {
 namespace fs = std::filesystem;
-
-std::vector<fs::path> real_files()
-{
-    std::vector<fs::path> found;
-    const char* folder = std::getenv("KVN_REAL_BITSTREAMS");
-    if (folder == nullptr || !fs::is_directory(folder)) {
-        std::cout << "KVN_REAL_BITSTREAMS names no folder: nothing is tried\n";
-        return found;
-    }
-    for (const auto& entry : fs::directory_iterator(folder)) {
-        const std::string name = entry.path().filename().string();
-        if (name.find(".bit") != std::string::npos || name.find(".rbt") != std::string::npos)
-            found.push_back(entry.path());
-    }
-    std::ranges::sort(found);
-    return found;
-}
 
 /// The data in file order.
 class Collector final : public kvn::DataTaker

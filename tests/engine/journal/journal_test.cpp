@@ -11,10 +11,14 @@
 #include <gmock/gmock.h>
 
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <functional>
 #include <optional>
+#include <stdexcept>
 
 namespace
 {
@@ -206,7 +210,7 @@ TEST_F(JournalTest, WritesThatASignalCutsShortGoOn)
     EXPECT_EQ(kvn::read_journal(file()).lines, 7U);
 }
 
-TEST_F(JournalTest, AJournalThatCannotBegunIsRemoved)
+TEST_F(JournalTest, AJournalThatCannotBeBegunIsRemoved)
 {
     const std::pair<SystemCall, int> faults[] = {{SystemCall::write, 1}, {SystemCall::fdatasync, 1},
                                                  {SystemCall::write, 2}, {SystemCall::fdatasync, 2},
@@ -249,6 +253,49 @@ TEST_F(JournalTest, OthersSeeThatItIsBeingWritten)
         EXPECT_TRUE(kvn::inspect_journal(file()).is_being_written);
     }
     EXPECT_FALSE(kvn::inspect_journal(file()).is_being_written);
+}
+
+/// Writes a journal in another process, kills that after so many lines, and returns the lines that it knew to
+/// be written.
+std::size_t lines_before_kill(const std::string& file, std::size_t lines)
+{
+    int ends[2] = {-1, -1};
+    if (::pipe(ends) != 0)
+        throw std::runtime_error{"no pipe"};
+    const pid_t writer = ::fork();
+    if (writer == 0) {
+        Journal journal{file, journals::header(), journals::planned(2)};
+        for (unsigned i = 0;; ++i) {
+            journal.append(i % 2 == 0 ? journals::begun(0) : journals::finished(0));
+            (void)!::write(ends[1], "x", 1);
+        }
+    }
+    (void)::close(ends[1]);
+    std::size_t written = 0;
+    char each = 0;
+    while (written < lines && ::read(ends[0], &each, 1) == 1)
+        ++written;
+    (void)::kill(writer, SIGKILL);
+    while (::read(ends[0], &each, 1) == 1)
+        ++written;
+    (void)::close(ends[0]);
+    (void)::waitpid(writer, nullptr, 0);
+    return written;
+}
+
+TEST_F(JournalTest, AKillLosesNoLineThatWasWritten)
+{
+    for (std::size_t lines = 1; lines <= 20; ++lines) {
+        SCOPED_TRACE(lines);
+        const std::string killed = path("killed" + std::to_string(lines));
+        const std::size_t written = lines_before_kill(killed, lines);
+        const kvn::JournalContent read = kvn::read_journal(killed);
+        EXPECT_GE(read.events.size(), written);
+        EXPECT_LE(read.events.size(), written + 1) << "and the one that was being written";
+        EXPECT_FALSE(read.is_being_written) << "the lock is freed";
+        EXPECT_EQ(kvn::modules_of(read)[0].state,
+                  read.events.size() % 2 == 0 ? kvn::ModuleState::configured : kvn::ModuleState::interrupted);
+    }
 }
 
 TEST_F(JournalTest, HasANameBesideItsPlan)

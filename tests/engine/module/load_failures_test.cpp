@@ -2,6 +2,7 @@
 // Loads that break at every platform call and at every allocation, and without descriptors.
 #include "load_support.h"
 #include "rack.h"
+#include "support/allocation_faults.h"
 #include "support/fake_platform.h"
 #include "support/run_fixture.h"
 #include "uniform_platform.h"
@@ -10,37 +11,8 @@
 
 #include <sys/resource.h>
 
-#include <cstdlib>
 #include <new>
 #include <optional>
-
-namespace
-{
-/// The allocation of this thread that fails, counted from now; 0: none.
-thread_local std::size_t allocations_left = 0;
-
-void* allocate(std::size_t size)
-{
-    const bool fails = allocations_left != 0 && --allocations_left == 0;
-    void* memory = fails ? nullptr : std::malloc(size);
-    if (memory == nullptr)
-        throw std::bad_alloc{};
-    return memory;
-}
-} // namespace
-
-void* operator new(std::size_t size)
-{
-    return allocate(size);
-}
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-void operator delete(void* memory, std::size_t /*size*/) noexcept
-{
-    std::free(memory);
-}
 
 namespace
 {
@@ -154,22 +126,24 @@ TEST_P(FailedLoad, LeavesNothingOpenWhicheverAllocationFails)
     const std::size_t descriptors = count_descriptors();
     platform.logs_data = false;
     bool done = false;
-    for (std::size_t n = 1; !done; ++n) {
+    long n = 0;
+    while (!done) {
+        ++n;
         kvn::LoadControl control;
         platform.log.clear();
-        allocations_left = n;
+        AllocationPlan plan{n};
         try {
-            const Record record = kvn::load(provider, request, control);
-            done = allocations_left != 0;
+            const Record record = plan.during([&] { return kvn::load(provider, request, control); });
+            done = !plan.has_failed();
             // A call without memory fails; what has no effect on the load may be done without.
             EXPECT_EQ(record.failure.has_value(), record.verdict != Verdict::configured) << n;
         } catch (const std::bad_alloc&) {
-            EXPECT_EQ(allocations_left, 0U);
+            EXPECT_TRUE(plan.has_failed());
         }
-        allocations_left = 0;
         ASSERT_EQ(platform.open_handles(), 0) << n;
         ASSERT_EQ(count_descriptors(), descriptors) << n;
     }
+    EXPECT_GT(n, 50);
 }
 
 INSTANTIATE_TEST_SUITE_P(AllFormats, FailedLoad,
