@@ -95,10 +95,10 @@ public:
     {
         require(of(name).is_null() || of(name).is_string(), name, "no text");
     }
-    void number(const char* name) const { require(of(name).is_number_unsigned(), name, "no whole number"); }
+    void number(const char* name) const { require(is_whole_number(of(name)), name, "no whole number"); }
     void number_or_null(const char* name) const
     {
-        require(of(name).is_null() || of(name).is_number_unsigned(), name, "no whole number");
+        require(of(name).is_null() || is_whole_number(of(name)), name, "no whole number");
     }
     void seconds_or_null(const char* name) const
     {
@@ -299,6 +299,11 @@ std::string Event::module() const
     if (kind != EventKind::begun && kind != EventKind::progress && kind != EventKind::finished)
         return {};
     return json.at("module").get<std::string>();
+}
+
+bool is_whole_number(const Json& value)
+{
+    return value.is_number_unsigned() || (value.is_number_integer() && value.get<std::int64_t>() >= 0);
 }
 
 Json read_json_line(std::string_view line)

@@ -135,6 +135,10 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// Whether it is a number from 0 without a fraction. What is read and what is made in this process differ in
+/// their types.
+[[nodiscard]] bool is_whole_number(const Json& value);
+
 /// A JSON object, read from any bytes. It has at most 16 levels, and no object of it has more than 256
 /// members or the same member twice.
 /// @param line with or without its line feed

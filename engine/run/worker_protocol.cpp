@@ -63,7 +63,7 @@ std::optional<std::string> optional_text(const Json& json, const char* name)
 std::uint64_t number(const Json& json, const char* name)
 {
     const Json& value = member(json, name);
-    if (!value.is_number_unsigned())
+    if (!is_whole_number(value))
         wrong(name);
     return value.get<std::uint64_t>();
 }

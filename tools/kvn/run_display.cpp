@@ -33,7 +33,7 @@ std::string text_in(const Json& json, const char* name)
 std::string number_in(const Json& json, const char* name)
 {
     const Json& value = json.at(name);
-    return value.is_number_unsigned() ? std::to_string(value.get<std::uint64_t>()) : std::string{};
+    return is_whole_number(value) ? std::to_string(value.get<std::uint64_t>()) : std::string{};
 }
 
 /// "2 configured, 1 failed"
@@ -141,7 +141,7 @@ void RunDisplay::take_progress(const Json& event)
         left != event.end() && left->is_number() ? std::optional{left->get<double>()} : std::nullopt;
     const auto bytes = event.at("bytes").get<std::uint64_t>();
     const Json& total = event.at("total");
-    const std::uint64_t all = total.is_number_unsigned() ? total.get<std::uint64_t>() : 0;
+    const std::uint64_t all = is_whole_number(total) ? total.get<std::uint64_t>() : 0;
     const std::uint64_t percent = all == 0 ? 0 : std::min(bytes, all) * 100 / all;
     rows_[text_in(modules_.at(name), "bus")].text = name + "  " + std::to_string(percent) + " %, " +
                                                     std::to_string(bytes) + " of " + std::to_string(all) +
