@@ -90,8 +90,9 @@ protected:
     [[nodiscard]] std::string states() const
     {
         const Outcome shown = run({KVN_RACK_PROGRAM, {"state", "--json"}, folder, {}});
+        const Line document = Line::parse(shown.output);
         std::string all;
-        for (const Line& module : Line::parse(shown.output)["modules"])
+        for (const Line& module : document["modules"])
             all += (all.empty() ? "" : ", ") + module["module"].get<std::string>() + " " +
                    module["state"].get<std::string>();
         return all;
