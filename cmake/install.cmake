@@ -62,7 +62,7 @@ if(KVN_BUILD_TOOLS)
   # tree, so that links between them work.
   install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
   install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
-          FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.toml")
+          FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.toml" PATTERN "*.journal")
   install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
 endif()
 

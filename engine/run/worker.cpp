@@ -361,11 +361,37 @@ private:
     std::map<std::string, Input> files_; ///< by the SHA-256 of their content
 };
 
-ExitStatus work(const WorkerSettings& settings, Tasks& tasks, Events& events)
+/// Ends the reader's thread, however the jobs have ended.
+class Reading
+{
+public:
+    Reading(const WorkerSettings& settings, Tasks& tasks, Events& events)
+        : tasks_{tasks}, reader_{settings, tasks, events, stop_.number()}, thread_{[this] { reader_.run(); }}
+    {
+    }
+    Reading(const Reading&) = delete;
+    Reading& operator=(const Reading&) = delete;
+    ~Reading()
+    {
+        tasks_.note_all_done();
+        (void)::eventfd_write(stop_.number(), 1);
+    }
+
+private:
+    Tasks& tasks_;
+    Descriptor stop_{::eventfd(0, EFD_CLOEXEC)};
+    Reader reader_;
+    std::jthread thread_;
+};
+
+ExitStatus work(const WorkerSettings& settings, Events& events)
 {
     try {
         const std::shared_ptr<Provider> provider = settings.open();
         events.write(ready_event(provider->identity()));
+        // No job is read before: what is wrong with one is told behind the first event.
+        Tasks tasks;
+        const Reading reading{settings, tasks, events};
         Worker worker{*provider, events};
         while (const auto task = tasks.next())
             worker.perform(*task);
@@ -385,14 +411,7 @@ ExitStatus run_worker(const WorkerSettings& settings)
 {
     Events events{settings.events};
     events.write(stream_head());
-    Tasks tasks;
-    const Descriptor stop{::eventfd(0, EFD_CLOEXEC)};
-    Reader reader{settings, tasks, events, stop.number()};
-    std::jthread thread{[&reader] { reader.run(); }};
-    const ExitStatus status = work(settings, tasks, events);
-    tasks.note_all_done();
-    (void)::eventfd_write(stop.number(), 1);
-    return status;
+    return work(settings, events);
 }
 
 } // namespace kvn

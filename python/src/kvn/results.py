@@ -507,6 +507,8 @@ class Record:
     operator_name: str | None
     station: str | None
     host: str | None
+    approved_by: str | None  #: who signed the manifest that has the file
+    approval_key: str | None  #: the key of that signature
     tool_version: str
     provider: Provider
     sources: Mapping[str, Origin]  #: who says a fact, by the name of its member
