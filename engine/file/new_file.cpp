@@ -54,7 +54,8 @@ int write_all(int descriptor, std::string_view content)
     return 0;
 }
 
-/// A name that no other thread or process is given.
+} // namespace
+
 std::string temporary_name(const std::string& target)
 {
     static std::atomic<unsigned> count;
@@ -63,22 +64,18 @@ std::string temporary_name(const std::string& target)
     return (folder / name).string();
 }
 
-/// Moves a file to a name that nothing has.
-/// @return 0, or the number of the error
-int move_to_free_name(const char* from, const char* to)
+int move_to_free_name(const std::string& from, const std::string& to)
 {
-    if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0)
+    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
         return 0;
     if (errno != EINVAL && errno != ENOSYS)
         return errno;
     // The file system cannot do it, but most of those have links.
-    if (::link(from, to) != 0)
+    if (::link(from.c_str(), to.c_str()) != 0)
         return errno;
-    (void)::unlink(from);
+    (void)::unlink(from.c_str());
     return 0;
 }
-
-} // namespace
 
 void require_free(const std::string& target, bool overwrite)
 {
@@ -138,7 +135,7 @@ void NewFile::write(std::string_view content)
 void NewFile::move_to_target(bool overwrite)
 {
     require_free(target_, overwrite);
-    const int error = !overwrite ? move_to_free_name(path_.c_str(), target_.c_str())
+    const int error = !overwrite                                         ? move_to_free_name(path_, target_)
                       : std::rename(path_.c_str(), target_.c_str()) == 0 ? 0
                                                                          : errno;
     if (error == EEXIST)

@@ -17,6 +17,14 @@ void require_free(const std::string& target, bool overwrite);
 /// Whether both names lead to one file. An input of "-" is what standard input reads from.
 [[nodiscard]] bool is_same_file(const std::string& input, const std::string& target);
 
+/// A name in the folder of the target that no other thread or process is given. A file of it that is there is
+/// left by a process that was killed.
+[[nodiscard]] std::string temporary_name(const std::string& target);
+
+/// Moves a file to a name that nothing has.
+/// @return 0, or the number of the error: EEXIST when something has the name
+[[nodiscard]] int move_to_free_name(const std::string& from, const std::string& to);
+
 /// A file under a temporary name in the folder of its target. Unless it was moved there it is removed at the
 /// end of its life.
 class NewFile

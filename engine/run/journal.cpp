@@ -3,6 +3,7 @@
 #include "run/journal.h"
 
 #include "errors/failure.h"
+#include "file/new_file.h"
 #include "report/json.h"
 #include "report/utc.h"
 #include "run/event.h"
@@ -19,6 +20,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 namespace kvn
 {
@@ -130,55 +132,69 @@ std::optional<std::string> boot_id_of_host(const std::string& file)
     return id.empty() ? std::nullopt : std::optional{std::move(id)};
 }
 
-Journal::Journal(const std::string& path, const JournalHeader& header, const Json& planned)
-    : Journal{path, create(path), header, planned}
+Journal::Journal(const std::string& path, const JournalHeader& header, const Json& planned,
+                 std::span<const Json> kept)
+    : Journal{path}
 {
+    write_first_lines(header, planned, kept);
+    if (!take_name(path))
+        fail_over_existing(path);
 }
 
-Journal Journal::beside_plan(const JournalHeader& header, const Json& planned)
+Journal Journal::beside_plan(const JournalHeader& header, const Json& planned, std::span<const Json> kept)
 {
-    for (unsigned n = 1;; ++n) {
-        const std::string path = journal_name(header.plan, header.at, n);
-        const int descriptor = create(path);
-        if (descriptor >= 0 || errno != EEXIST)
-            return {path, descriptor, header, planned};
-    }
+    Journal journal{journal_name(header.plan, header.at)};
+    journal.write_first_lines(header, planned, kept);
+    for (unsigned n = 1;; ++n)
+        if (journal.take_name(journal_name(header.plan, header.at, n)))
+            return journal;
 }
 
-Journal::Journal(std::string path, int descriptor, const JournalHeader& header, const Json& planned)
-    : path_{std::move(path)}, descriptor_{descriptor}
+Journal::Journal(std::string path) : path_{std::move(path)}
 {
-    if (descriptor_ < 0 && errno == EEXIST)
-        fail_over_existing(path_);
+    do { // a file of an earlier process of the same number may be left
+        temporary_ = temporary_name(path_);
+        descriptor_ = create(temporary_);
+    } while (descriptor_ < 0 && errno == EEXIST);
     if (descriptor_ < 0)
         fail_to_write(path_, words_of(errno));
-    try {
-        begin(header, planned);
-    } catch (...) {
-        (void)::close(descriptor_);
-        (void)::unlink(path_.c_str());
-        throw;
-    }
 }
 
-void Journal::begin(const JournalHeader& header, const Json& planned)
+void Journal::write_first_lines(const JournalHeader& header, const Json& planned, std::span<const Json> kept)
 {
     if (const int error = lock(descriptor_))
         fail_to_write(path_, words_of(error));
-    write_line(header_json(header), header.continues ? std::optional{header.continues->head} : std::nullopt);
-    append(planned);
-    if (const int error = flush_folder_of(path_))
-        fail_to_write(path_, words_of(error));
+    std::vector<Json> lines{header_json(header), planned};
+    lines.insert(lines.end(), kept.begin(), kept.end());
+    write_lines(lines, header.continues ? std::optional{header.continues->head} : std::nullopt);
+}
+
+bool Journal::take_name(const std::string& path)
+{
+    const int error = move_to_free_name(temporary_, path);
+    if (error == EEXIST)
+        return false;
+    if (error != 0)
+        fail_to_write(path, words_of(error));
+    path_ = path;
+    temporary_ = path; // not kept unless its name is on the disk
+    if (const int not_flushed = flush_folder_of(path))
+        fail_to_write(path, words_of(not_flushed));
+    temporary_.clear();
+    return true;
 }
 
 Journal::~Journal()
 {
     if (descriptor_ >= 0)
         (void)::close(descriptor_);
+    if (!temporary_.empty())
+        (void)::unlink(temporary_.c_str());
 }
 
 Journal::Journal(Journal&& other) noexcept
     : path_{std::move(other.path_)},
+      temporary_{std::exchange(other.temporary_, {})},
       head_{std::move(other.head_)},
       size_{other.size_},
       descriptor_{std::exchange(other.descriptor_, -1)},
@@ -190,20 +206,25 @@ void Journal::append(const Json& event)
 {
     if (!failure_.empty())
         fail_to_write(path_, failure_);
-    write_line(event, head_);
+    write_lines({&event, 1}, head_);
 }
 
-void Journal::write_line(const Json& members, const std::optional<std::string>& previous)
+void Journal::write_lines(std::span<const Json> lines, std::optional<std::string> previous)
 {
-    const SealedLine line = seal_line(members, previous);
-    if (line.text.size() > LONGEST_EVENT_LINE)
-        fail("a line of it would be longer than 16 MiB");
-    if (const int error = write_all(descriptor_, line.text))
+    std::string text;
+    for (const Json& members : lines) {
+        SealedLine line = seal_line(members, previous);
+        if (line.text.size() > LONGEST_EVENT_LINE)
+            fail("a line of it would be longer than 16 MiB");
+        text += line.text;
+        previous = std::move(line.sha256);
+    }
+    if (const int error = write_all(descriptor_, text))
         fail(words_of(error));
     if (::fdatasync(descriptor_) != 0)
         fail(words_of(errno));
-    size_ += line.text.size();
-    head_ = line.sha256;
+    size_ += text.size();
+    head_ = std::move(*previous);
 }
 
 void Journal::fail(std::string why)

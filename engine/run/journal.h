@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
 namespace kvn
@@ -66,15 +67,20 @@ boot_id_of_host(const std::string& file = "/proc/sys/kernel/random/boot_id");
 class Journal
 {
 public:
-    /// Makes the file, with the rights 0644 as far as the umask leaves them, and writes header and plan. They
-    /// and the file's name are on the disk when the constructor returns.
-    /// @param path of a file that does not exist yet
+    /// Makes the file, with the rights 0644 as far as the umask leaves them, with its first lines: header,
+    /// plan and the modules that are kept. It has its name only when they are on the disk, so that a journal
+    /// never lacks one of them, whenever the process is killed. The name is on the disk when the constructor
+    /// returns.
+    /// @param path that nothing has yet
     /// @param planned planned_event(): the whole plan, also of a run that continues another one
+    /// @param kept kept_event() of each module that is left out
     /// @throws FailureError (ExitStatus::file); a file that was made is removed then
-    Journal(const std::string& path, const JournalHeader& header, const Json& planned);
+    Journal(const std::string& path, const JournalHeader& header, const Json& planned,
+            std::span<const Json> kept = {});
 
     /// The same under the first name of journal_name() for header.plan and header.at that is free.
-    [[nodiscard]] static Journal beside_plan(const JournalHeader& header, const Json& planned);
+    [[nodiscard]] static Journal beside_plan(const JournalHeader& header, const Json& planned,
+                                             std::span<const Json> kept = {});
 
     ~Journal();
     Journal(Journal&& other) noexcept;
@@ -83,7 +89,7 @@ public:
     Journal& operator=(Journal&&) = delete;
 
     /// Writes a line; it is on the disk when the call returns.
-    /// @param event begun, finished, kept, problem or result; an object without "previous" and "sum"
+    /// @param event begun, finished, problem or result; an object without "previous" and "sum"
     /// @throws FailureError (ExitStatus::file) when it cannot be written (a full disk) or is longer than
     /// LONGEST_EVENT_LINE. Then the file ends with the line before, as far as the file system lets it be cut,
     /// and every further call throws the same.
@@ -96,12 +102,16 @@ public:
     [[nodiscard]] const std::string& head() const { return head_; }
 
 private:
-    Journal(std::string path, int descriptor, const JournalHeader& header, const Json& planned);
-    void begin(const JournalHeader& header, const Json& planned);
-    void write_line(const Json& members, const std::optional<std::string>& previous);
+    /// Makes the file under a temporary name. @param path for messages
+    explicit Journal(std::string path);
+    void write_first_lines(const JournalHeader& header, const Json& planned, std::span<const Json> kept);
+    /// @return whether the name was free
+    bool take_name(const std::string& path);
+    void write_lines(std::span<const Json> lines, std::optional<std::string> previous);
     [[noreturn]] void fail(std::string why);
 
     std::string path_;
+    std::string temporary_; ///< the file's name until it has its own
     std::string head_;
     std::uint64_t size_ = 0; ///< bytes of whole lines on the disk
     int descriptor_ = -1;

@@ -25,7 +25,13 @@ class JournalWatcher final : public RunWatcher
 public:
     explicit JournalWatcher(RunWatcher& behind) : behind_{behind} {}
 
-    void keep(Journal journal) { journal_.emplace(std::move(journal)); }
+    /// @param kept what it has of modules that are left out
+    void keep(Journal journal, std::span<const Json> kept)
+    {
+        journal_.emplace(std::move(journal));
+        for (const Json& event : kept)
+            behind_.on_event(event);
+    }
     [[nodiscard]] const std::optional<Journal>& journal() const { return journal_; }
 
     void on_provider(const ProviderIdentity& provider) override { behind_.on_provider(provider); }
@@ -239,15 +245,16 @@ void PlanRun::begin_journal()
                                .continues =
                                    resumption_ ? std::optional{resumption_->continues} : std::nullopt};
     const Json planned = planned_event(rehearsal_.planned);
-    watcher_.keep(request_.journal.empty() ? Journal::beside_plan(header, planned)
-                                           : Journal{request_.journal, header, planned});
+    std::vector<Json> kept;
+    if (resumption_)
+        for (const KeptModule& module : resumption_->kept)
+            kept.push_back(kept_event(module.record));
+    watcher_.keep(request_.journal.empty() ? Journal::beside_plan(header, planned, kept)
+                                           : Journal{request_.journal, header, planned, kept},
+                  kept);
     result_.journal = watcher_.journal()->path();
-    if (!resumption_)
-        return;
-    for (const KeptModule& kept : resumption_->kept) {
-        watcher_.on_event(kept_event(kept.record));
-        records_.add(kept.record);
-    }
+    for (const Json& event : kept)
+        records_.add(event["record"]);
 }
 
 void PlanRun::load()

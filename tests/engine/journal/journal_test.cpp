@@ -52,6 +52,13 @@ class JournalTest : public FolderTest
 {
 protected:
     [[nodiscard]] std::string file() const { return path("rack.journal"); }
+    [[nodiscard]] std::vector<std::string> files() const
+    {
+        std::vector<std::string> names;
+        for (const auto& entry : std::filesystem::directory_iterator{folder})
+            names.push_back(entry.path().filename().string());
+        return names;
+    }
     [[nodiscard]] Journal begin() const { return {file(), journals::header(), journals::planned(2)}; }
 };
 
@@ -105,8 +112,30 @@ TEST_F(JournalTest, TheFolderIsFlushedWhenTheFileIsMade)
     const SystemCalls calls;
     const Journal journal = begin();
     EXPECT_THAT(calls.made,
-                ElementsAre(SystemCall::open, SystemCall::write, SystemCall::fdatasync, SystemCall::write,
-                            SystemCall::fdatasync, SystemCall::open, SystemCall::fsync, SystemCall::close));
+                ElementsAre(SystemCall::open, SystemCall::write, SystemCall::fdatasync, SystemCall::renameat2,
+                            SystemCall::open, SystemCall::fsync, SystemCall::close));
+}
+
+TEST_F(JournalTest, HasItsNameOnlyWhenItsFirstLinesAreOnTheDisk)
+{
+    bool was_there = true;
+    const BeforeSystemCall look{SystemCall::renameat2, [&] { was_there = std::filesystem::exists(file()); }};
+    const Journal journal = begin();
+    EXPECT_FALSE(was_there);
+    EXPECT_EQ(files(), std::vector<std::string>{"rack.journal"});
+}
+
+TEST_F(JournalTest, KeptModulesAreAmongTheFirstLines)
+{
+    const std::vector<Json> kept{kvn::kept_event(journals::finished(0)["record"]),
+                                 kvn::kept_event(journals::finished(1)["record"])};
+    const SystemCalls calls;
+    const Journal journal{file(), journals::header(), journals::planned(2), kept};
+    EXPECT_EQ(std::ranges::count(calls.made, SystemCall::fdatasync), 1);
+    const kvn::JournalContent read = kvn::read_journal(file());
+    EXPECT_EQ(read.lines, 4U);
+    EXPECT_EQ(read.events, kept);
+    EXPECT_EQ(read.head, journal.head());
 }
 
 TEST_F(JournalTest, CanBeReadByEveryoneAndWrittenByItsOwner)
@@ -212,16 +241,16 @@ TEST_F(JournalTest, WritesThatASignalCutsShortGoOn)
 
 TEST_F(JournalTest, AJournalThatCannotBeBegunIsRemoved)
 {
-    const std::pair<SystemCall, int> faults[] = {{SystemCall::write, 1}, {SystemCall::fdatasync, 1},
-                                                 {SystemCall::write, 2}, {SystemCall::fdatasync, 2},
-                                                 {SystemCall::open, 2},  {SystemCall::fsync, 1}};
+    const std::pair<SystemCall, int> faults[] = {{SystemCall::open, 1},      {SystemCall::write, 1},
+                                                 {SystemCall::fdatasync, 1}, {SystemCall::renameat2, 1},
+                                                 {SystemCall::open, 2},      {SystemCall::fsync, 1}};
     for (const auto& [call, n] : faults) {
         SCOPED_TRACE(name_of(call));
         const SystemFault fault{call, n, EIO};
         const auto failure = failure_of([&] { (void)begin(); });
         ASSERT_TRUE(failure);
         EXPECT_EQ(failure->what, "cannot write the journal " + file() + ": Input/output error");
-        EXPECT_FALSE(std::filesystem::exists(file()));
+        EXPECT_EQ(files(), std::vector<std::string>{});
     }
 }
 

@@ -287,9 +287,10 @@ TEST_F(Resume, GoesOnFromARealJournal)
     {
         kvn::JournalHeader header = journals::header();
         header.continues = result.continues;
-        kvn::Journal written{second, header, journals::planned(4)};
+        std::vector<Json> kept;
         for (const kvn::KeptModule& each : result.kept)
-            written.append(kvn::kept_event(each.record));
+            kept.push_back(kvn::kept_event(each.record));
+        kvn::Journal written{second, header, journals::planned(4), kept};
         written.append(begun(1));
         written.append(finished(1));
     }
