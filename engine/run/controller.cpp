@@ -210,6 +210,7 @@ void Controller::next_load(std::size_t bus)
     work.current = work.queue.front();
     work.queue.pop_front();
     work.attempt = 0;
+    work.earlier.reset();
     remaining_->begin(bus, BusLink::Clock::now());
     begin_load(bus);
 }
@@ -219,14 +220,23 @@ void Controller::begin_load(std::size_t bus)
 {
     BusWork& work = buses_[bus];
     const ModuleLoad& load = loads_[*work.current];
-    ++work.attempt;
-    if (!tell(begun_event(load.module, work.attempt, std::chrono::system_clock::now()))) {
-        work.queue.push_front(*work.current);
-        work.current.reset();
+    if (!tell(begun_event(load.module, work.attempt + 1, std::chrono::system_clock::now()))) {
+        leave_current(bus);
         return leave_out(bus, *failure_);
     }
+    ++work.attempt;
     work.link->load(job_of(load, facts(), sha256_of(*load.file)),
                     load.timeout.value_or(settings_.module_timeout));
+}
+
+/// The load that is to begin does not: what became of its attempts stays.
+void Controller::leave_current(std::size_t bus)
+{
+    BusWork& work = buses_[bus];
+    if (work.earlier)
+        return finish_load(bus, *work.earlier);
+    work.queue.push_front(*work.current);
+    work.current.reset();
 }
 
 bool Controller::is_to_be_retried(const BusWork& bus, const Json& record) const
@@ -242,6 +252,8 @@ void Controller::finish_load(std::size_t bus, Json record)
     work.current.reset();
     work.done_bytes += loads_[load].judged.wire_bytes;
     remaining_->note(bus, work.done_bytes, BusLink::Clock::now());
+    if (work.earlier)
+        record = after_attempts(std::move(record), *work.earlier);
     if (work.attempt > 1)
         record["attempts"] = work.attempt;
     const ExitStatus status = status_in(record);
@@ -364,8 +376,11 @@ void Controller::on_progress(std::size_t bus, std::uint64_t bytes, Json event)
 
 void Controller::on_finished(std::size_t bus, Json record)
 {
-    if (is_to_be_retried(buses_[bus], record))
+    BusWork& work = buses_[bus];
+    if (is_to_be_retried(work, record)) {
+        work.earlier = work.earlier ? after_attempts(std::move(record), *work.earlier) : std::move(record);
         return begin_load(bus);
+    }
     finish_load(bus, std::move(record));
     next_load(bus);
 }

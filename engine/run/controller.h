@@ -112,7 +112,8 @@ private:
         std::deque<std::size_t> queue = {}; ///< loads that were not begun
         std::optional<std::size_t> current = {};
         unsigned attempt = 0;
-        std::uint64_t done_bytes = 0; ///< of loads that are over
+        std::optional<Json> earlier = {}; ///< the record after the attempts before
+        std::uint64_t done_bytes = 0;     ///< of loads that are over
         bool is_over = false;
         BusLink::Clock::time_point told_at = {}; ///< progress
     };
@@ -142,6 +143,7 @@ private:
     void settle_inventory(std::size_t bus, BusInventory inventory);
     void give_files(std::size_t bus);
     void next_load(std::size_t bus);
+    void leave_current(std::size_t bus);
     void begin_load(std::size_t bus);
     [[nodiscard]] bool is_to_be_retried(const BusWork& bus, const Json& record) const;
     void finish_load(std::size_t bus, Json record);

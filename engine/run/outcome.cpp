@@ -97,6 +97,23 @@ Record lost(const ModuleLoad& load, const RunFacts& facts, const LostLoad& lost,
     return record;
 }
 
+Json after_attempts(Json record, const Json& earlier)
+{
+    const std::string_view untouched = name_of(ModuleState::untouched);
+    if (record.at("state") != untouched || earlier.at("state") == untouched)
+        return record;
+    const Json& sources = earlier.at("sources");
+    for (const char* name : {"mode", "wire_bytes", "seconds_on_wire", "state", "answer"}) {
+        record[name] = earlier.at(name);
+        record["sources"].erase(name);
+        if (sources.contains(name))
+            record["sources"][name] = sources[name];
+    }
+    if (record["verdict"] == name_of(Verdict::not_tried))
+        record["verdict"] = name_of(Verdict::failed);
+    return record;
+}
+
 void RunStatus::add(const Json& record)
 {
     counts_.add(verdict_named(record.at("verdict").get<std::string>()).value_or(Verdict::failed));

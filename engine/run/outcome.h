@@ -58,6 +58,12 @@ struct LostLoad {
 [[nodiscard]] Record lost(const ModuleLoad& load, const RunFacts& facts, const LostLoad& lost,
                           const Failure& failure);
 
+/// The record of a module after several attempts. An attempt that sent nothing leaves what an earlier one has
+/// left: its state, mode, bytes and answer stay, and the module was tried.
+/// @param record of the last attempt, JSON
+/// @param earlier of the attempts before, JSON
+[[nodiscard]] Json after_attempts(Json record, const Json& earlier);
+
 /// How a run ends by its records: done if all modules are configured, the class of their failures if all have
 /// the same, else several.
 class RunStatus

@@ -79,6 +79,36 @@ TEST_F(Outcome, ALostLoadDoesNotSayHowManyBytesItSent)
     EXPECT_EQ(record.mode->source, Source::observed);
 }
 
+TEST_F(Outcome, AnAttemptThatSentNothingLeavesWhatAnEarlierOneHasLeft)
+{
+    Record first;
+    first.verdict = Verdict::failed;
+    first.state = ModuleState::interrupted;
+    first.mode = Fact<LoadKind>{LoadKind::plain, Source::observed};
+    first.wire_bytes = Fact<std::uint64_t>{100, Source::observed};
+    const Json earlier = to_json(first);
+    const Json record =
+        after_attempts(to_json(not_tried(load, facts, {.status = ExitStatus::bus, .what = "w"})), earlier);
+    EXPECT_EQ(record["verdict"], "failed");
+    EXPECT_EQ(record["state"], "interrupted");
+    EXPECT_EQ(record["wire_bytes"], 100);
+    EXPECT_EQ(record["sources"]["wire_bytes"], "observed");
+    EXPECT_EQ(record["failure"]["what"], "w");
+    EXPECT_EQ(record["serial_number"], "0815");
+}
+
+TEST_F(Outcome, AnAttemptThatSentSomethingIsWhatCounts)
+{
+    Record first;
+    first.verdict = Verdict::failed;
+    first.state = ModuleState::interrupted;
+    Record last = first;
+    last.state = ModuleState::refused;
+    last.verdict = Verdict::refused;
+    EXPECT_EQ(after_attempts(to_json(last), to_json(first)), to_json(last));
+    EXPECT_EQ(after_attempts(to_json(Record{}), to_json(Record{})), to_json(Record{}));
+}
+
 TEST_F(Outcome, ARunWithoutRecordsIsDone)
 {
     EXPECT_EQ(RunStatus{}.status(), ExitStatus::done);
