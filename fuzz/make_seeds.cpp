@@ -474,7 +474,7 @@ void seed_events()
         "\n"
         R"({"job":"inventory","bus":"mwc4a:0","modules":["mwc4a:0/1.2"]})"
         "\n"
-        R"({"job":"load","module":"mwc4a:0/1","file":"aa","judged":{"file_sha256":"aa","device":"d","format":"BIT",)"
+        R"({"job":"load","module":"mwc4a:0/1","file":"aa/a.bit","judged":{"file_sha256":"aa","device":"d","format":"BIT",)"
         R"("part":"p","digest":"","design":null,"problems":[{"what":"w","remedy":"r"}],"mode":"plain",)"
         R"("wire_bytes":7},"device":"","serial_number":"1","operator_name":null,"station":null,)"
         R"("approved_by":null,"approval_key":null})"

@@ -82,7 +82,7 @@ void BusLink::ask(std::span<const ModuleName> modules)
 
 void BusLink::give(const Input& file, const std::string& sha256)
 {
-    if (!files_.insert(sha256).second)
+    if (!files_.insert(file_key(file.name(), file.stored().sha256)).second)
         return;
     files_on_the_way_.insert(sha256);
     worker_->send(event_line(file_job(file, sha256)));
@@ -262,8 +262,7 @@ void BusLink::take(WorkerEvent event)
     case WorkerEventKind::failed:
         return lose(read_failure(event.json["failure"]));
     case WorkerEventKind::received:
-        if (files_on_the_way_.erase(event.json["sha256"].get<std::string>()) == 0)
-            throw EventError{"no such file was sent"};
+        take_received(event.json["sha256"].get<std::string>());
         if (files_on_the_way_.empty())
             listener_.on_files(index_);
         return;
@@ -290,6 +289,14 @@ void BusLink::require_module(const Json& json) const
 {
     if (!load_ || json["module"] != to_text(load_->module))
         throw EventError{"this module is not being loaded"};
+}
+
+void BusLink::take_received(const std::string& sha256)
+{
+    const auto sent = files_on_the_way_.find(sha256);
+    if (sent == files_on_the_way_.end())
+        throw EventError{"no such file was sent"};
+    files_on_the_way_.erase(sent);
 }
 
 void BusLink::take_step(const Json& json)

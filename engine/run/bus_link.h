@@ -89,6 +89,7 @@ private:
     void take_line(const std::string& line);
     void take_foreign(const std::string& line);
     void take(WorkerEvent event);
+    void take_received(const std::string& sha256);
     void take_step(const Json& json);
     void take_progress(Json json);
     void take_finished(const Json& json);
@@ -110,8 +111,8 @@ private:
     bool is_ready_ = false;
     bool is_asked_ = false;
     bool is_ending_ = false;
-    std::set<std::string> files_;
-    std::set<std::string> files_on_the_way_;
+    std::set<std::string> files_;                 ///< by file_key()
+    std::multiset<std::string> files_on_the_way_; ///< SHA-256 of their contents
     std::optional<LoadJob> load_;
     std::optional<Clock::time_point> cancelled_at_;
     LostLoad seen_{};

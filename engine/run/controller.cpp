@@ -28,10 +28,10 @@ int milliseconds_until(std::optional<BusLink::Clock::time_point> moment)
     return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, 3'600'000));
 }
 
-LoadJob job_of(const ModuleLoad& load, const RunFacts& facts, const std::string& sha256)
+LoadJob job_of(const ModuleLoad& load, const RunFacts& facts)
 {
     return {.module = load.module,
-            .file = sha256,
+            .file = file_key(load.file->name(), load.file->stored().sha256),
             .judged = load.judged,
             .device = load.device,
             .serial_number = load.serial_number,
@@ -225,8 +225,7 @@ void Controller::begin_load(std::size_t bus)
         return leave_out(bus, *failure_);
     }
     ++work.attempt;
-    work.link->load(job_of(load, facts(), sha256_of(*load.file)),
-                    load.timeout.value_or(settings_.module_timeout));
+    work.link->load(job_of(load, facts()), load.timeout.value_or(settings_.module_timeout));
 }
 
 /// The load that is to begin does not: what became of its attempts stays.

@@ -326,7 +326,7 @@ private:
             throw FailureError{{.status = ExitStatus::internal,
                                 .what = job.name + " has reached the worker damaged",
                                 .why = "its SHA-256 differs"}};
-        files_.insert_or_assign(job.sha256,
+        files_.insert_or_assign(file_key(job.name, job.stored.sha256),
                                 Input::from_content(content, job.name, job.name_states_format, job.stored));
         events_.write(received_event(job.sha256));
     }
@@ -358,7 +358,7 @@ private:
 
     Provider& provider_;
     Events& events_;
-    std::map<std::string, Input> files_; ///< by the SHA-256 of their content
+    std::map<std::string, Input> files_; ///< by file_key()
 };
 
 /// Ends the reader's thread, however the jobs have ended.

@@ -240,6 +240,11 @@ std::string content_sha256(const Input& input)
     return sum.finish();
 }
 
+std::string file_key(const std::string& name, const std::string& sha256)
+{
+    return sha256 + "/" + name;
+}
+
 Json file_job(const Input& input, const std::string& sha256)
 {
     const Input::Stored& stored = input.stored();

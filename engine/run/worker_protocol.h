@@ -42,7 +42,7 @@ struct InventoryJob {
 /// A module is loaded.
 struct LoadJob {
     ModuleName module;
-    std::string file; ///< SHA-256 of its content, as in FileJob
+    std::string file; ///< file_key() of one that the worker was sent
     JudgedFile judged = {};
     /// That is expected; empty: none.
     std::string device = {};
@@ -73,6 +73,10 @@ inline constexpr std::size_t LONGEST_JOB_LINE = std::size_t{1} << 20;
 
 /// The SHA-256 of an input's content. It is read for that if it was packed.
 [[nodiscard]] std::string content_sha256(const Input& input);
+
+/// What a load names a file by: a plan may have one content under two names, or packed and not.
+/// @param sha256 of the file as stored
+[[nodiscard]] std::string file_key(const std::string& name, const std::string& sha256);
 
 [[nodiscard]] Json file_job(const Input& input, const std::string& sha256);
 [[nodiscard]] Json inventory_job(const BoardName& bus, std::span<const ModuleName> modules);

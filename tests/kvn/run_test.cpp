@@ -292,6 +292,17 @@ TEST_F(KvnRun, TheJournalCanBeVerified)
     EXPECT_EQ(run(command({"journal", "verify", "a.journal"})).status, 0);
 }
 
+TEST_F(KvnRun, OneDesignInTwoFilesIsLoadedFromBoth)
+{
+    ASSERT_EQ(run({"gzip", {"-k", "design.bit"}, folder, {}}).status, 0);
+    write("two.toml", "[[module]]\nmodule = \"mwc4a:0/1\"\nfile = \"design.bit\"\n"
+                      "[[module]]\nmodule = \"mwc4a:0/2\"\nfile = \"design.bit.gz\"\n");
+    const std::vector<Line> all = events({"run", "two.toml"}, 0);
+    EXPECT_THAT(names(all), Contains("finished mwc4a:0/2"));
+    EXPECT_EQ(all[all.size() - 2]["record"]["file"], "design.bit.gz");
+    EXPECT_EQ(states(), "mwc4a:0/1 running, mwc4a:0/2 running");
+}
+
 TEST_F(KvnRun, WritesReports)
 {
     ASSERT_EQ(run_plan({"--report", "a.html", "--report", "a.xml", "--progress", "none"}).status, 0);
