@@ -303,6 +303,17 @@ TEST_F(KvnRun, OneDesignInTwoFilesIsLoadedFromBoth)
     EXPECT_EQ(states(), "mwc4a:0/1 running, mwc4a:0/2 running");
 }
 
+TEST_F(KvnRun, ALimitOnTheSizeOfFilesIsReportedAsAFullDisk)
+{
+    const std::string run_limited =
+        "ulimit -f 1; exec " KVN_PROGRAM " run rack.toml.plan.toml --progress none";
+    const Outcome outcome = run({"bash", {"-c", run_limited}, folder, variables});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.errors, HasSubstr(": File too large\n"));
+    EXPECT_EQ(states(), "");
+    EXPECT_EQ(journal(), "");
+}
+
 TEST_F(KvnRun, WritesReports)
 {
     ASSERT_EQ(run_plan({"--report", "a.html", "--report", "a.xml", "--progress", "none"}).status, 0);

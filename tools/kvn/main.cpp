@@ -106,5 +106,7 @@ int main(int argc, char** argv)
     utility::open_missing_streams(static_cast<int>(ExitStatus::internal));
     // A reader that closes our output must not end the process in the middle of a load.
     (void)std::signal(SIGPIPE, SIG_IGN);
+    // A limit on the size of files is a full disk, which is reported.
+    (void)std::signal(SIGXFSZ, SIG_IGN);
     return static_cast<int>(kvn::finish_output(run_and_report(argc, argv)));
 }
