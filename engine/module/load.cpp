@@ -42,6 +42,7 @@ private:
     void refuse_if_unfit() const;
     void settle(int error);
     [[nodiscard]] Failure cancelled() const;
+    [[nodiscard]] Failure empty_answer() const;
     [[nodiscard]] const std::string& file_name() const { return request_.file->name(); }
     [[nodiscard]] std::string module_text() const { return to_text(request_.module); }
 
@@ -271,6 +272,10 @@ void LoadRun::settle(int error)
     record_.wire_bytes = Fact<std::uint64_t>{wire.bytes(), Source::observed};
     if (wire.was_cancelled())
         stop(cancelled());
+    if (wire.has_empty_answer()) {
+        record_.verdict = Verdict::failed;
+        stop(empty_answer());
+    }
     if (error != 0)
         record_.failure = session_.failure();
     if (error == 0)
@@ -292,6 +297,14 @@ Failure LoadRun::cancelled() const
             .what = "the load of " + file_name() + " into " + module_text() + " was cancelled",
             .why = begun ? "the module has part of the data and does not run" : "the module was sent nothing",
             .remedy = begun ? "load the module again" : ""};
+}
+
+Failure LoadRun::empty_answer() const
+{
+    return {.status = ExitStatus::bus,
+            .what = "the answer of " + module_text() + " to the load of " + file_name() + " is empty",
+            .why = "the module has all data, and whether it runs is not known",
+            .remedy = "load the module again"};
 }
 
 void LoadRun::refuse_if_unfit() const

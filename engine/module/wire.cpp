@@ -129,14 +129,19 @@ std::uint32_t Wire::receive_data(MW_HANDLE* handle, void* data, std::uint32_t si
                                  std::uint32_t timeout)
 {
     const std::uint32_t result = behind_.receive_data(handle, data, size, received, timeout);
-    watch_.note_reply(data, size);
+    // Whoever does not tell the length has at least a status.
+    has_empty_answer_ =
+        result == 0 && (size == 0 || (*received == 0 && *static_cast<std::uint8_t*>(data) == 0));
+    if (!has_empty_answer_)
+        watch_.note_reply(data, size);
     return result;
 }
 
 std::uint32_t Wire::end_receive(MW_HANDLE* handle, std::uint32_t timeout)
 {
     const std::uint32_t result = behind_.end_receive(handle, timeout);
-    watch_.note_end_of_reply(result);
+    if (!has_empty_answer_)
+        watch_.note_end_of_reply(result);
     return result;
 }
 

@@ -66,6 +66,8 @@ public:
     [[nodiscard]] ModuleState state() const;
     /// The module's answer to the load; null before it has counted.
     [[nodiscard]] std::optional<std::uint8_t> answer() const;
+    /// Whether the module's answer to the load was without a status. What the module holds is not known then.
+    [[nodiscard]] bool has_empty_answer() const { return has_empty_answer_; }
     /// The information of the board that was asked last; null after a failure.
     [[nodiscard]] const std::optional<BoardInfo>& info() const { return info_; }
     /// The last identification record; null before the first one.
@@ -94,6 +96,7 @@ private:
     std::uint64_t next_ = 0; ///< the count of bytes at which somebody is to be told
     std::optional<std::uint64_t> reported_;
     bool was_cancelled_ = false;
+    bool has_empty_answer_ = false;
     mwapi::LoadWatch watch_;
     std::optional<BoardInfo> info_;
     std::optional<IdentificationRecord> identification_;

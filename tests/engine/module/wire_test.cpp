@@ -92,6 +92,19 @@ private:
     std::optional<kvn::Wire> wire_;
 };
 
+TEST_F(Wire, AnEmptyAnswerSaysNothing)
+{
+    plan.verdict = 0;
+    (void)open();
+    (void)start();
+    (void)send();
+    (void)end();
+    EXPECT_EQ(reply(), 0U);
+    EXPECT_TRUE(wire().has_empty_answer());
+    EXPECT_EQ(wire().answer(), std::nullopt);
+    EXPECT_EQ(wire().state(), kvn::ModuleState::unknown);
+}
+
 TEST_F(Wire, CountsWhatTheProviderTakes)
 {
     EXPECT_EQ(open(), 0U);
