@@ -45,12 +45,16 @@ public:
         } catch (const FailureError& error) {
             not_kept = error.failure();
         }
-        // A load that is not begun is not told of; one that is over is, kept or not.
-        if (!not_kept || event.at("event") != "begun")
+        // A load that is not begun is not told of; one that is over is, kept or not. A result that is not
+        // kept is another one.
+        if (!not_kept || event.at("event") == "finished")
             behind_.on_event(event);
         if (not_kept)
             throw FailureError{*not_kept};
     }
+
+    /// Leaves the journal out.
+    void tell(const Json& event) { behind_.on_event(event); }
 
 private:
     RunWatcher& behind_;
@@ -296,6 +300,7 @@ PlanRunResult PlanRun::end()
     } catch (const FailureError& error) {
         if (!result_.failure)
             fail(error.failure());
+        watcher_.tell(result_event(result_.status, result_.counts, result_.failure));
     }
     return result_;
 }

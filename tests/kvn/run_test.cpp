@@ -314,6 +314,21 @@ TEST_F(KvnRun, ALimitOnTheSizeOfFilesIsReportedAsAFullDisk)
     EXPECT_EQ(journal(), "");
 }
 
+TEST_F(KvnRun, AResultThatTheJournalHasNoRoomForIsAFailure)
+{
+    // Records larger than the bitstream, whose copy in memory counts as well.
+    const std::string options = " --progress none --json --operator " + std::string(30'000, 'x');
+    const std::string run_plan = std::string{KVN_PROGRAM} + " run rack.toml.plan.toml" + options;
+    ASSERT_EQ(run({"bash", {"-c", run_plan + " --journal a.journal"}, folder, variables}).status, 0);
+    const std::uintmax_t size = std::filesystem::file_size(path("a.journal"));
+    const std::string run_limited = "exec prlimit --fsize=" + std::to_string(size - 100) + " " + run_plan;
+    const Outcome outcome = run({"bash", {"-c", run_limited + " --journal b.journal"}, folder, variables});
+    EXPECT_EQ(outcome.status, 3);
+    EXPECT_THAT(outcome.output, HasSubstr("{\"event\":\"result\",\"status\":3,"));
+    EXPECT_THAT(outcome.output, Not(HasSubstr("{\"event\":\"result\",\"status\":0,")));
+    EXPECT_EQ(states(), ALL_RUNNING);
+}
+
 TEST_F(KvnRun, WritesReports)
 {
     ASSERT_EQ(run_plan({"--report", "a.html", "--report", "a.xml", "--progress", "none"}).status, 0);
