@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <iostream>
 
 namespace kvn
@@ -52,7 +53,8 @@ std::string in_words(const VerdictCounts& counts)
 /// "4 min 5 s", "12 s"
 std::string duration(double seconds)
 {
-    const auto whole = static_cast<long>(seconds + 0.5);
+    // A worker's figures may be any number.
+    const long whole = std::lround(std::clamp(seconds, 0.0, 1e9));
     const std::string rest = std::to_string(whole % 60) + " s";
     return whole < 60 ? rest : std::to_string(whole / 60) + " min " + rest;
 }
