@@ -28,8 +28,8 @@ struct WorkerSettings {
 /// no job ends the worker.
 ///
 /// The process must ignore SIGPIPE.
-/// @return done after `end`, or when the controller has gone between loads; cancelled when it has gone in one;
-///         usage for what is no job; the status of the failure for a provider that cannot be opened
+/// @return done after `end`, or when the controller has gone between loads; cancelled when it has gone in
+///         one; usage for what is no job; the status of the failure for a provider that cannot be opened
 [[nodiscard]] ExitStatus run_worker(const WorkerSettings& settings);
 
 } // namespace kvn
