@@ -305,11 +305,12 @@ TEST_F(KvnRun, OneDesignInTwoFilesIsLoadedFromBoth)
 
 TEST_F(KvnRun, ALimitOnTheSizeOfFilesIsReportedAsAFullDisk)
 {
+    // The copy of a bitstream in memory is a file as well.
     const std::string run_limited =
         "ulimit -f 1; exec " KVN_PROGRAM " run rack.toml.plan.toml --progress none";
     const Outcome outcome = run({"bash", {"-c", run_limited}, folder, variables});
-    EXPECT_EQ(outcome.status, 3);
-    EXPECT_THAT(outcome.errors, HasSubstr(": File too large\n"));
+    EXPECT_EQ(outcome.status, 10);
+    EXPECT_THAT(outcome.errors, HasSubstr("design.bit: File too large"));
     EXPECT_EQ(states(), "");
     EXPECT_EQ(journal(), "");
 }
@@ -391,7 +392,7 @@ protected:
     {
         const kvn::Inspection inspection = kvn::inspect(input());
         return kvn::event_line(kvn::load_job({.module = {.board = {"mwc4a", 0}, .slot = 1},
-                                              .file = input().stored().sha256,
+                                              .file = kvn::file_key(input().name(), input().stored().sha256),
                                               .judged = {.file_sha256 = input().stored().sha256,
                                                          .device = device,
                                                          .format = kvn::Format::bit,
