@@ -3,7 +3,8 @@
 import collections
 import random as randoms
 
-from oracle import Differences, compare_journal, compare_record, compare_report, compare_stream, compare_untouched
+from oracle import (Differences, compare_journal, compare_record, compare_report, compare_stream, compare_untouched,
+                    holds_the_same)
 from workplace import DEVICES, choose_files, kill_process, limit_files, random_rack
 
 # How often each kind of fault is planted.
@@ -204,7 +205,8 @@ class Truth:
             if module.name in records:
                 compare_record(found, workplace, module, records[module.name], carriers, before, loads)
             else:
-                found.require(not loads and carriers.get(module.place) == before.get(module.place), module.name,
+                same = holds_the_same(carriers.get(module.place), before.get(module.place))
+                found.require(not loads and same, module.name,
                               f"no record, and {loads} on the wire, {carriers.get(module.place)}")
         compare_untouched(found, self.rack, self.planned, carriers, before, wire)
         compare_journal(found, run, is_whole)
