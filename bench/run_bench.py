@@ -10,6 +10,7 @@ import datetime
 import json
 import os
 import pathlib
+import re
 import resource
 import subprocess
 import sys
@@ -94,13 +95,15 @@ class Run:
 
 def bytes_read(kvn, folder, environment):
     """What was read of the file, as a multiple of its size."""
-    trace = pathlib.Path(folder) / "calls.txt"
-    subprocess.run(["strace", "-f", "-y", "-e", "trace=read,pread64,readv,mmap", "-o", str(trace), kvn, "run",
+    subprocess.run(["strace", "-ff", "-y", "-e", "trace=read,pread64,readv,mmap", "-o", "calls", kvn, "run",
                     "plan.toml", "--dry-run"], cwd=folder, env=environment, check=True, capture_output=True)
-    size = (pathlib.Path(folder) / "design.bit").stat().st_size
-    read = sum(int(line.rsplit("=", 1)[1]) for line in trace.read_text(encoding="ascii", errors="replace").splitlines()
-               if "/design.bit>" in line and " read(" in line and line.rsplit("=", 1)[1].strip().isdigit())
-    return read / size
+    read = 0
+    for trace in folder.glob("calls.*"):
+        for line in trace.read_text(encoding="ascii", errors="replace").splitlines():
+            if result := re.search(r"\((?:\d+)<[^>]*/design\.bit>.* = (\d+)$", line):
+                read += int(result[1])
+        trace.unlink()
+    return read / (folder / "design.bit").stat().st_size
 
 
 def main(programs, folder):

@@ -4,6 +4,7 @@
 //   kvn_run_floor capture FILE MODULE OUT    writes the message of a load, as the provider gets it
 //   kvn_run_floor send MESSAGE BUSES SLOTS   sends it to each slot of boards mwc4a:0 and up; prints seconds
 //   as JSON
+#include "calls.h"
 #include "file/input.h"
 #include "module/load.h"
 #include "module/provider.h"
@@ -12,6 +13,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <fstream>
 #include <iostream>
