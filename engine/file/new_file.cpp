@@ -41,7 +41,8 @@ std::string words_of(int error)
     fail_over(target, " exists already, and is kept", "name another file, or replace it by --overwrite");
 }
 
-/// @return 0, or the number of the error
+} // namespace
+
 int write_all(int descriptor, std::string_view content)
 {
     while (!content.empty()) {
@@ -53,8 +54,6 @@ int write_all(int descriptor, std::string_view content)
     }
     return 0;
 }
-
-} // namespace
 
 std::string temporary_name(const std::string& target)
 {

@@ -54,6 +54,10 @@ private:
     int descriptor_ = -1;
 };
 
+/// Writes all of the content at the descriptor's position.
+/// @return 0, or the number of the error
+[[nodiscard]] int write_all(int descriptor, std::string_view content);
+
 /// Throws FailureError of ExitStatus::file.
 void write_to_standard_output(std::string_view content);
 

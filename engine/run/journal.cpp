@@ -75,19 +75,6 @@ int flush_folder_of(const std::string& path)
     return error;
 }
 
-/// @return 0, or the number of the error
-int write_all(int descriptor, std::string_view content)
-{
-    while (!content.empty()) {
-        const ssize_t written = ::write(descriptor, content.data(), content.size());
-        if (written >= 0)
-            content.remove_prefix(static_cast<std::size_t>(written));
-        else if (errno != EINTR)
-            return errno;
-    }
-    return 0;
-}
-
 Json header_json(const JournalHeader& header)
 {
     return {{"kvn", "journal"},

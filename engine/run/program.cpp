@@ -2,6 +2,7 @@
 // Runs another program to its end.
 #include "run/program.h"
 
+#include "descriptor.h"
 #include "file/memory_file.h"
 
 #include <fcntl.h>
@@ -36,39 +37,19 @@ constexpr int OUT_OF_THE_WAY = 64;
     throw std::system_error{error, std::generic_category(), what};
 }
 
-class Descriptor
+using mwapi::Descriptor;
+
+/// The descriptor that a call has made.
+Descriptor made(int number)
 {
-public:
-    Descriptor() = default;
-    explicit Descriptor(int number) : number_{number}
-    {
-        if (number == -1)
-            fail(errno, "descriptor");
-    }
-    ~Descriptor() { close(); }
-    Descriptor(Descriptor&& other) noexcept : number_{std::exchange(other.number_, -1)} {}
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int number() const { return number_; }
-    void close()
-    {
-        if (number_ != -1)
-            (void)::close(std::exchange(number_, -1));
-    }
-
-private:
-    int number_ = -1;
-};
+    if (number == -1)
+        fail(errno, "descriptor");
+    return Descriptor{number};
+}
 
 Descriptor out_of_the_way(int number)
 {
-    return Descriptor{::fcntl(number, F_DUPFD_CLOEXEC, OUT_OF_THE_WAY)};
+    return made(::fcntl(number, F_DUPFD_CLOEXEC, OUT_OF_THE_WAY));
 }
 
 /// A content as a descriptor, open for reading at its beginning.

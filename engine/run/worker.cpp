@@ -2,11 +2,11 @@
 // A worker: does the jobs of one bus, and tells what happens.
 #include "run/worker.h"
 
+#include "descriptor.h"
 #include "errors/failure.h"
 #include "hashing/sha256.h"
 #include "module/load.h"
 #include "report/module_json.h"
-#include "run/descriptor.h"
 #include "run/inventory.h"
 #include "run/line_splitter.h"
 #include "run/worker_protocol.h"
@@ -379,7 +379,7 @@ public:
 
 private:
     Tasks& tasks_;
-    Descriptor stop_{::eventfd(0, EFD_CLOEXEC)};
+    mwapi::Descriptor stop_{::eventfd(0, EFD_CLOEXEC)};
     Reader reader_;
     std::jthread thread_;
 };

@@ -3,8 +3,8 @@
 #ifndef KVN_ENGINE_RUN_WORKER_PROCESS_H
 #define KVN_ENGINE_RUN_WORKER_PROCESS_H
 
+#include "descriptor.h"
 #include "file/input.h"
-#include "run/descriptor.h"
 #include "run/line_splitter.h"
 
 #include <sys/types.h>
@@ -74,13 +74,13 @@ private:
         std::optional<File> file = {};
     };
 
-    [[nodiscard]] static bool read_some(Descriptor& from, LineSplitter& to);
+    [[nodiscard]] static bool read_some(mwapi::Descriptor& from, LineSplitter& to);
     [[nodiscard]] ssize_t write_front();
 
     pid_t process_ = -1;
-    Descriptor input_;
-    Descriptor output_;
-    Descriptor errors_;
+    mwapi::Descriptor input_;
+    mwapi::Descriptor output_;
+    mwapi::Descriptor errors_;
     std::deque<Outgoing> outgoing_;
     std::uint64_t sent_ = 0;
     bool ends_ = false;

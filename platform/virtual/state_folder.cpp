@@ -48,12 +48,6 @@ auto repeated(Call call)
 
 } // namespace
 
-void Descriptor::close() noexcept
-{
-    if (number_ != -1)
-        (void)::close(std::exchange(number_, -1));
-}
-
 bool wait_for_lock(const Descriptor& file, Lock lock, bool exclusive) noexcept
 {
     struct flock description = described(lock, exclusive ? F_WRLCK : F_RDLCK);

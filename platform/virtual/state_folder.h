@@ -3,6 +3,8 @@
 #ifndef MWVIRTUAL_STATE_FOLDER_H
 #define MWVIRTUAL_STATE_FOLDER_H
 
+#include "descriptor.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -23,29 +25,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A file descriptor, closed at the end of its scope.
-class Descriptor
-{
-public:
-    explicit Descriptor(int number = -1) noexcept : number_{number} {}
-    ~Descriptor() { close(); }
-    Descriptor(Descriptor&& other) noexcept : number_{std::exchange(other.number_, -1)} {}
-    Descriptor& operator=(Descriptor&& other) noexcept
-    {
-        close();
-        number_ = std::exchange(other.number_, -1);
-        return *this;
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] bool is_open() const { return number_ != -1; }
-    [[nodiscard]] int number() const { return number_; }
-    void close() noexcept;
-
-private:
-    int number_;
-};
+using mwapi::Descriptor;
 
 /// The locks of a file: its first two bytes, which need not exist. A lock belongs to the descriptor over
 /// which it was taken, and ends with it, at the latest with the process.

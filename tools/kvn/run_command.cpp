@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn run: rehearses a plan, loads every module of it and keeps a journal.
 #include "commands.h"
+#include "descriptor.h"
 #include "interruption.h"
 #include "provider_options.h"
 #include "report/report.h"
 #include "report/report_files.h"
-#include "run/descriptor.h"
 #include "run/plan_run.h"
 #include "run_display.h"
 #include "streams.h"
@@ -52,7 +52,7 @@ public:
     }
 
 private:
-    Descriptor woken_;
+    mwapi::Descriptor woken_;
     Interruption interruption_;
 };
 

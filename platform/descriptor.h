@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 // A file descriptor that is closed at the end of its scope.
-#ifndef KVN_ENGINE_RUN_DESCRIPTOR_H
-#define KVN_ENGINE_RUN_DESCRIPTOR_H
+#ifndef PLATFORM_DESCRIPTOR_H
+#define PLATFORM_DESCRIPTOR_H
 
 #include <unistd.h>
 
 #include <utility>
 
-namespace kvn
+namespace mwapi
 {
 
 class Descriptor
@@ -39,6 +39,6 @@ private:
     int number_;
 };
 
-} // namespace kvn
+} // namespace mwapi
 
 #endif
