@@ -35,8 +35,9 @@ struct ReportRow {
     std::string why;    ///< causes; may be empty
     std::string remedy; ///< what to do; may be empty
     bool simulated = false;
-    Json planned; ///< the module in the last plan that has it; null: in none
-    Json record;  ///< its last record; null: it was never tried, or its last load never ended
+    Json planned = Json::value_t::null; ///< the module in the last plan that has it; null: in none
+    Json record =
+        Json::value_t::null; ///< its last record; null: it was never tried, or its last load never ended
 };
 
 /// A load on a bus, for the time line.

@@ -174,12 +174,14 @@ void PlanRun::settle_serial_numbers()
         if (module.serial_number)
             module.asks_serial_number = false;
     }
-    for (const auto& [name, serial] : request_.serial_numbers)
+    for (const auto& given : request_.serial_numbers) {
+        const std::string& name = given.first;
         if (std::ranges::none_of(plan_.modules,
                                  [&](const PlannedModule& each) { return to_text(each.module) == name; }))
             throw FailureError{
                 {.status = ExitStatus::usage,
                  .what = "the plan has no module " + name + ", for which a serial number is given"}};
+    }
 }
 
 void PlanRun::rehearse_plan()

@@ -32,7 +32,7 @@ std::string known_text(const SeenLoad& load, const char* name)
 /// "operator 7 at station 2"
 std::string words_on_people(const SeenLoad& load)
 {
-    const std::string at = load.station ? "at " + *load.station : "";
+    std::string at = load.station ? "at " + *load.station : "";
     if (!load.operator_name)
         return at;
     return *load.operator_name + (at.empty() ? "" : ' ' + at);
