@@ -3,9 +3,6 @@
 #include "report/journal_json.h"
 
 #include "report/json.h"
-#include "report/utc.h"
-
-#include <utility>
 
 namespace kvn
 {
@@ -14,19 +11,11 @@ namespace
 
 Json header_json(const JournalHeader& header)
 {
-    Json continues;
+    Json json = header_facts(header);
+    Json& continues = json["continues"];
     if (header.continues)
         continues = {{"file", header.continues->file}, {"head", header.continues->head}};
-    return {{"at", utc_text(header.at)},
-            {"tool", header.tool},
-            {"host", value_or_null(header.host)},
-            {"boot_id", value_or_null(header.boot_id)},
-            {"operator_name", value_or_null(header.operator_name)},
-            {"station", value_or_null(header.station)},
-            {"plan", header.plan},
-            {"plan_sha256", header.plan_sha256},
-            {"provider", header.provider},
-            {"continues", std::move(continues)}};
+    return json;
 }
 
 Json module_json(const JournalModule& module)

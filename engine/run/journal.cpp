@@ -77,9 +77,17 @@ int flush_folder_of(const std::string& path)
 
 Json header_json(const JournalHeader& header)
 {
-    return {{"kvn", "journal"},
-            {"version", JOURNAL_VERSION},
-            {"tool", header.tool},
+    Json line{{"kvn", "journal"}, {"version", JOURNAL_VERSION}};
+    line.update(header_facts(header));
+    line["continues"] = header.continues ? Json(header.continues->file) : Json{};
+    return line;
+}
+
+} // namespace
+
+Json header_facts(const JournalHeader& header)
+{
+    return {{"tool", header.tool},
             {"at", utc_text(header.at)},
             {"host", value_or_null(header.host)},
             {"boot_id", value_or_null(header.boot_id)},
@@ -87,11 +95,8 @@ Json header_json(const JournalHeader& header)
             {"station", value_or_null(header.station)},
             {"plan", header.plan},
             {"plan_sha256", header.plan_sha256},
-            {"provider", header.provider},
-            {"continues", header.continues ? Json(header.continues->file) : Json{}}};
+            {"provider", header.provider}};
 }
-
-} // namespace
 
 Json kept_event(const Json& record)
 {

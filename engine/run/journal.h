@@ -45,6 +45,9 @@ struct JournalHeader {
     friend bool operator==(const JournalHeader&, const JournalHeader&) = default;
 };
 
+/// The members of the header but `continues`, of which journal and documents say different things.
+[[nodiscard]] Json header_facts(const JournalHeader& header);
+
 /// {"event":"kept","module","record"}: the module was configured by the run that this one continues, and is
 /// left out.
 /// @param record of the journal that is continued
