@@ -106,7 +106,8 @@ PlanRunRequest run_request(const RunOptions& options)
 
 std::string serial_question(const ModuleName& module, const std::string& label)
 {
-    return printable("Serial number of " + to_text(module) + (label.empty() ? "" : " (" + label + ")")) + ": ";
+    return printable("Serial number of " + to_text(module) + (label.empty() ? "" : " (" + label + ")")) +
+           ": ";
 }
 
 } // namespace kvn
