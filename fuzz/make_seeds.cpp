@@ -486,6 +486,12 @@ void seed_events()
         R"({"event":"result","status":9,"class":"c","counts":{"configured":1,"refused":0,"failed":0,"cancelled":0,)"
         R"("timed out":1,"not tried":0},"failure":null})");
 }
+void seed_numbers()
+{
+    seed("station", "numbers", "4711\r\n 4712 \n4711\n\n\xC3\xA4\nSN 1\n");
+    seed("station", "none", "\x1B[2J\n\xFF\n\xC2\x9B\n" + std::string(129, '7') + "\n");
+}
+
 void seed_journals()
 {
     const std::string good = read_file(DOCS "/journals/rack.journal");
@@ -522,6 +528,7 @@ int main(int argc, char** argv)
     seed_rehearsals();
     seed_traces();
     seed_events();
+    seed_numbers();
     seed_journals();
 #endif
     return 0;

@@ -6,7 +6,7 @@ set(KVN_FUZZ_TARGETS rbt bit mcb con command_line environment console_answers ca
                      runs)
 if(KVN_BUILD_TOOLS)
   list(APPEND KVN_FUZZ_TARGETS c_interface configuration_port conversion events input journal rack
-       rack_state rehearsal report trace)
+       rack_state rehearsal report station trace)
 endif()
 
 include(${PROJECT_SOURCE_DIR}/tests/support/basics.cmake)
@@ -49,7 +49,7 @@ function(kvn_fuzz_target program name)
     add_dependencies(${program} mwvirtual)
   elseif(name STREQUAL "trace")
     target_link_libraries(${program} PRIVATE kvn_fuzz_common mwtrace_core kvn_warnings)
-  elseif(name MATCHES "^(conversion|events|input|journal|rehearsal|report)$")
+  elseif(name MATCHES "^(conversion|events|input|journal|rehearsal|report|station)$")
     target_link_libraries(${program} PRIVATE kvn_engine kvn_fuzz_common kvn_warnings)
   elseif(name STREQUAL "configuration_port")
     target_link_libraries(${program} PRIVATE kvn_fuzz_platform kvn_fpga_devices kvn_warnings)

@@ -216,6 +216,11 @@ constexpr EventType EVENT_TYPES[] = {
 
 } // namespace
 
+void VerdictCounts::add(const VerdictCounts& others)
+{
+    std::ranges::transform(counts_, others.counts_, counts_.begin(), std::plus{});
+}
+
 std::size_t VerdictCounts::all() const
 {
     return std::accumulate(counts_.begin(), counts_.end(), std::size_t{0});

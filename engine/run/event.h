@@ -28,7 +28,7 @@
 namespace kvn
 {
 
-inline constexpr const char* EVENTS_VERSION = "1.0";
+inline constexpr const char* EVENTS_VERSION = "1.1";
 
 /// The longest line that is read, line feed included: `planned` for 10,000 modules is about half of it.
 inline constexpr std::size_t LONGEST_EVENT_LINE = std::size_t{16} << 20;
@@ -55,6 +55,7 @@ public:
     static constexpr std::size_t VERDICTS = 6;
 
     void add(Verdict verdict) { ++counts_[static_cast<std::size_t>(verdict)]; }
+    void add(const VerdictCounts& others);
     [[nodiscard]] std::size_t of(Verdict verdict) const { return counts_[static_cast<std::size_t>(verdict)]; }
     [[nodiscard]] std::size_t all() const;
 
@@ -64,7 +65,7 @@ private:
 
 // The lines. Texts may hold bytes that are no UTF-8; event_line() replaces them.
 
-/// {"kvn":"events","version":"1.0","tool":"kvn 1.0.0"}: always the first line.
+/// {"kvn":"events","version":"1.1","tool":"kvn 1.0.0"}: always the first line.
 [[nodiscard]] Json stream_head();
 
 /// {"event":"planned","modules":[{"module","label","file","file_sha256","digest","device","mode","wire_bytes",

@@ -36,7 +36,8 @@ std::string words_of(int error)
 {
     throw FailureError{
         {ExitStatus::file, 0, "cannot write the journal " + path + ": " + why, "",
-         "see that its folder exists, may be written and has room, or name another file by --journal"}};
+         "see that its folder exists, may be written and has room, or name another file by --journal (kvn "
+         "station: another folder by --journals)"}};
 }
 
 [[noreturn]] void fail_over_existing(const std::string& path)
@@ -133,12 +134,15 @@ Journal::Journal(const std::string& path, const JournalHeader& header, const Jso
         fail_over_existing(path);
 }
 
-Journal Journal::beside_plan(const JournalHeader& header, const Json& planned, std::span<const Json> kept)
+Journal Journal::beside_plan(const JournalHeader& header, const Json& planned, std::span<const Json> kept,
+                             const std::filesystem::path& folder)
 {
-    Journal journal{journal_name(header.plan, header.at)};
+    const std::string beside =
+        folder.empty() ? header.plan : (folder / std::filesystem::path{header.plan}.filename()).string();
+    Journal journal{journal_name(beside, header.at)};
     journal.write_first_lines(header, planned, kept);
     for (unsigned n = 1;; ++n)
-        if (journal.take_name(journal_name(header.plan, header.at, n)))
+        if (journal.take_name(journal_name(beside, header.at, n)))
             return journal;
 }
 

@@ -255,8 +255,9 @@ void PlanRun::begin_journal()
     if (resumption_)
         for (const KeptModule& module : resumption_->kept)
             kept.push_back(kept_event(module.record));
-    watcher_.keep(request_.journal.empty() ? Journal::beside_plan(header, planned, kept)
-                                           : Journal{request_.journal, header, planned, kept},
+    watcher_.keep(request_.journal.empty()
+                      ? Journal::beside_plan(header, planned, kept, request_.journal_folder)
+                      : Journal{request_.journal, header, planned, kept},
                   kept);
     result_.journal = watcher_.journal()->path();
     for (const Json& event : kept)
@@ -274,7 +275,8 @@ void PlanRun::load()
                         .file = &*files_->of(module).input,
                         .judged = rehearsal_.judged.at(i).value(),
                         .device = module.device.value_or(""),
-                        .serial_number = module.serial_number,
+                        .serial_number =
+                            request_.unit_serial_number ? request_.unit_serial_number : module.serial_number,
                         .retries = module.retries};
         if (module.timeout)
             load.timeout = std::chrono::seconds{*module.timeout};

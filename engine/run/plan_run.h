@@ -21,13 +21,17 @@ struct PlanRunRequest {
     RunSettings settings = {};
     ApprovalFiles approval = {};
     PolicyPlace policy = {};
-    bool dry_run = false; ///< the rehearsal only
-    bool force = false;   ///< as RehearsalRequest::force
-    std::string journal;  ///< path of a new file; empty: beside the plan
-    std::string resume;   ///< path of a journal to go on from; empty: none
+    bool dry_run = false;            ///< the rehearsal only
+    bool force = false;              ///< as RehearsalRequest::force
+    std::string journal;             ///< path of a new file; empty: named after plan, date and time
+    std::string journal_folder = {}; ///< for a journal without a path of its own; empty: beside the plan
+    std::string resume;              ///< path of a journal to go on from; empty: none
     bool resume_anyway = false;
     /// By module ("mwc4a:0/2"), for modules whose serial number the plan does not state.
     std::map<std::string, std::string> serial_numbers = {};
+    /// What every record has for a serial number, whatever the plan states. The rehearsal does not hear of
+    /// it: it tells no two modules apart.
+    std::optional<std::string> unit_serial_number = {};
     /// Asks a person for the serial number of a module; null: there is nobody to ask.
     std::function<std::string(const PlannedModule&)> ask_serial_number = {};
 };

@@ -13,9 +13,10 @@ namespace
 using testing::HasSubstr;
 using testing::Not;
 
-const std::vector<std::string> COMMANDS = {"list",  "load",   "run",     "plan",    "worker",   "convert",
-                                           "info",  "check",  "digest",  "diff",    "estimate", "explain",
-                                           "trace", "report", "support", "journal", "history",  "completion"};
+const std::vector<std::string> COMMANDS = {"list",    "load",     "run",     "station",   "plan",
+                                           "worker",  "convert",  "info",    "check",     "digest",
+                                           "diff",    "estimate", "explain", "trace",     "report",
+                                           "support", "journal",  "history", "completion"};
 
 std::vector<std::string> words_of(const std::string& line)
 {

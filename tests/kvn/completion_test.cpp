@@ -85,6 +85,10 @@ TEST_F(KvnCompletion, OffersWhatAnOptionTakes)
     EXPECT_THAT(answer({"load", "--rack", ""}), ElementsAre("files"));
     EXPECT_THAT(answer({"load", "--operator", ""}), ElementsAre("words"));
     EXPECT_THAT(answer({"load", "--device", "2v30"}), ElementsAre("words", "2v3000"));
+    for (const char* number : {"--jobs", "--retries", "--module-timeout"})
+        EXPECT_THAT(answer({"run", number, ""}), ElementsAre("words")) << number;
+    EXPECT_THAT(answer({"journal", "verify", "--head", ""}), ElementsAre("words"));
+    EXPECT_THAT(answer({"station", "--journals", ""}), ElementsAre("files"));
     EXPECT_THAT(answer({"load", "--plain=x"}), ElementsAre("words")) << "a flag takes nothing";
     EXPECT_THAT(answer({"completion", "z"}), ElementsAre("words", "zsh"));
 }

@@ -11,10 +11,10 @@ namespace kvn
 namespace
 {
 
-constexpr Adder all_subcommands[] = {add_list,     add_load,    add_run,       add_plan,   add_worker,
-                                     add_convert,  add_info,    add_check,     add_digest, add_diff,
-                                     add_estimate, add_explain, add_trace,     add_report, add_support,
-                                     add_journal,  add_history, add_completion};
+constexpr Adder all_subcommands[] = {add_list,    add_load,     add_run,     add_station,   add_plan,
+                                     add_worker,  add_convert,  add_info,    add_check,     add_digest,
+                                     add_diff,    add_estimate, add_explain, add_trace,     add_report,
+                                     add_support, add_journal,  add_history, add_completion};
 
 /// "; did you mean load?", or the end of the sentence.
 std::string did_you_mean(std::string_view word, const std::vector<std::string>& known)

@@ -39,6 +39,7 @@ void add_json(CLI::App& command, bool& json);
 Action add_list(CLI::App& program);
 Action add_load(CLI::App& program);
 Action add_run(CLI::App& program);
+Action add_station(CLI::App& program);
 Action add_worker(CLI::App& program);
 Action add_plan(CLI::App& program);
 Action add_convert(CLI::App& program);

@@ -108,12 +108,21 @@ struct Values {
 
 /// Any other takes files.
 constexpr std::array VALUES{
-    Values{"board", boards_and_modules}, Values{"boards", boards},
-    Values{"module", modules},           Values{"number", error_numbers},
-    Values{"device", devices},           Values{"part", devices},
-    Values{"provider", providers},       Values{"serial", nothing},
-    Values{"operator", nothing},         Values{"station", nothing},
+    Values{"board", boards_and_modules},
+    Values{"boards", boards},
+    Values{"module", modules},
+    Values{"number", error_numbers},
+    Values{"device", devices},
+    Values{"part", devices},
+    Values{"provider", providers},
+    Values{"serial", nothing},
+    Values{"operator", nothing},
+    Values{"station", nothing},
     Values{"bytes-per-second", nothing},
+    Values{"jobs", nothing},
+    Values{"retries", nothing},
+    Values{"module-timeout", nothing},
+    Values{"head", nothing},
 };
 
 } // namespace

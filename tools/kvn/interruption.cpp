@@ -26,8 +26,9 @@ std::atomic<LoadControl*> stopped_load{nullptr};
 std::atomic<int> first_signal{0};
 std::atomic<int> woken{-1}; ///< an eventfd
 std::atomic<unsigned> signals{0};
-static_assert(std::atomic<LoadControl*>::is_always_lock_free && std::atomic<int>::is_always_lock_free &&
-              std::atomic<unsigned>::is_always_lock_free);
+std::atomic<bool> is_idle{false};
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<LoadControl*>::is_always_lock_free &&
+              std::atomic<int>::is_always_lock_free && std::atomic<unsigned>::is_always_lock_free);
 
 constexpr std::string_view FIRST_WORDS =
     "\nkvn: what is under way is finished first; a second signal cuts it off\n";
@@ -35,6 +36,8 @@ constexpr std::string_view SECOND_WORDS = "\nkvn: what is under way is cut off\n
 
 void write_words(std::string_view words)
 {
+    if (is_idle)
+        return;
     (void)!write(STDERR_FILENO, words.data(), words.size());
 }
 
@@ -101,6 +104,11 @@ Interruption::~Interruption()
     set_actions(SIG_DFL);
     stopped_load = nullptr;
     woken = -1;
+}
+
+void Interruption::set_idle(bool idle)
+{
+    is_idle = idle;
 }
 
 unsigned Interruption::count()

@@ -24,6 +24,9 @@ public:
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
 
+    /// While nothing is under way, a signal says nothing of it.
+    static void set_idle(bool idle);
+
     /// How many signals have come.
     [[nodiscard]] static unsigned count();
 

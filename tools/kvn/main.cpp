@@ -66,7 +66,7 @@ ExitStatus run(int argc, char** argv)
     return ExitStatus::internal;
 }
 
-/// kvn run writes a stream of events, also where it does not get as far as a run.
+/// kvn run and kvn station write a stream of events, also where they do not get as far as a run.
 void print_failure(const kvn::Failure& failure, bool is_run)
 {
     if (is_run)
@@ -87,7 +87,8 @@ ExitStatus report_failure(const kvn::Failure& failure, bool as_json, bool is_run
 ExitStatus run_and_report(int argc, char** argv)
 {
     const bool as_json = kvn::asks_for_json(argc, argv);
-    const bool is_run = argc > 1 && std::string_view{argv[1]} == "run";
+    const std::string_view command = argc > 1 ? argv[1] : "";
+    const bool is_run = command == "run" || command == "station";
     try {
         return run(argc, argv);
     } catch (const kvn::UsageError& error) {

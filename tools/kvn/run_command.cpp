@@ -1,78 +1,30 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn run: rehearses a plan, loads every module of it and keeps a journal.
 #include "commands.h"
-#include "descriptor.h"
 #include "interruption.h"
-#include "provider_options.h"
 #include "report/report.h"
 #include "report/report_files.h"
 #include "run/plan_run.h"
 #include "run_display.h"
+#include "run_options.h"
+#include "run_signals.h"
 #include "streams.h"
 
-#include <sys/eventfd.h>
 #include <unistd.h>
 
-#include <cmath>
-#include <cstdlib>
-#include <filesystem>
 #include <iostream>
 #include <memory>
-#include <system_error>
 
 namespace kvn
 {
 namespace
 {
 
-struct Request {
-    PlanRunRequest run;
-    ProviderOptions provider;
+struct Request : RunOptions {
     bool classic = false;
-    bool keep_going = false;
-    double module_timeout = 60;
     std::vector<std::string> serial_numbers;
     std::vector<std::string> reports;
-    std::string progress = "auto";
-    bool json = false;
 };
-
-/// SIGINT and SIGTERM, for the loop of the run.
-class Signals final : public StopSignals
-{
-public:
-    Signals() : woken_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)}, interruption_{woken_.number()} {}
-
-    [[nodiscard]] int descriptor() const override { return woken_.number(); }
-    [[nodiscard]] unsigned count() const override { return Interruption::count(); }
-    void acknowledge() const override
-    {
-        eventfd_t unused = 0;
-        (void)::eventfd_read(woken_.number(), &unused);
-    }
-
-private:
-    mwapi::Descriptor woken_;
-    Interruption interruption_;
-};
-
-/// This program.
-std::string own_path()
-{
-    std::error_code unknown;
-    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", unknown);
-    return !path.empty() && std::filesystem::exists(path, unknown) ? path.string() : "/proc/self/exe";
-}
-
-WorkerProgram worker_program(const ProviderOptions& provider)
-{
-    WorkerProgram worker{own_path(), {"worker"}};
-    if (!provider.provider.empty())
-        worker.arguments.insert(worker.arguments.end(), {"--provider", provider.provider});
-    if (!provider.rack.empty())
-        worker.arguments.insert(worker.arguments.end(), {"--rack", provider.rack});
-    return worker;
-}
 
 std::map<std::string, std::string> serial_numbers(const std::vector<std::string>& words)
 {
@@ -90,8 +42,7 @@ std::map<std::string, std::string> serial_numbers(const std::vector<std::string>
 
 std::string ask_serial_number(const PlannedModule& module)
 {
-    const std::string label = module.label.empty() ? "" : " (" + module.label + ")";
-    std::cerr << printable("Serial number of " + to_text(module.module) + label) << ": " << std::flush;
+    std::cerr << serial_question(module.module, module.label) << std::flush;
     std::string number;
     if (!std::getline(std::cin, number) || number.empty())
         throw FailureError{{.status = ExitStatus::usage,
@@ -103,20 +54,11 @@ std::string ask_serial_number(const PlannedModule& module)
 /// What the command line says, as the engine takes it.
 PlanRunRequest complete(const Request& request)
 {
-    PlanRunRequest run = request.run;
+    PlanRunRequest run = run_request(request);
     run.reading = request.classic ? ConReading::classic : ConReading::strict;
     run.serial_numbers = serial_numbers(request.serial_numbers);
     if (isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0)
         run.ask_serial_number = &ask_serial_number;
-    RunSettings& settings = run.settings;
-    settings.worker = worker_program(request.provider);
-    settings.module_timeout =
-        std::chrono::milliseconds{static_cast<std::int64_t>(std::ceil(request.module_timeout * 1000))};
-    settings.lock_folder = lock_folder();
-    settings.lock_prefix = [](const ProviderIdentity& provider) {
-        return lock_prefix(provider,
-                           std::getenv("MWVIRTUAL_STATE")); // NOLINT(concurrency-mt-unsafe): the only thread
-    };
     return run;
 }
 
@@ -153,7 +95,7 @@ ExitStatus report(const PlanRunResult& result, const std::vector<ReportTarget>& 
 
 ExitStatus run_plan(const Request& request)
 {
-    const Signals signals;
+    const RunSignals signals;
     RunDisplay display{progress_style(request.progress), request.json};
     if (request.json)
         std::cout << event_line(stream_head()) << std::flush;
@@ -170,25 +112,11 @@ ExitStatus run_plan(const Request& request)
 
 void add_run_options(CLI::App& command, Request& request)
 {
-    PlanRunRequest& run = request.run;
-    RunSettings& settings = run.settings;
-    command.add_flag("--dry-run", run.dry_run, "Rehearse only: nothing is sent");
+    command.add_flag("--dry-run", request.run.dry_run, "Rehearse only: nothing is sent");
     command.add_flag("--classic", request.classic, "Read a .con file as KVN_FPGA does");
-    command.add_option("--jobs", settings.jobs, "Buses at the same time; default: all")
-        ->check(CLI::Range(std::size_t{1}, std::size_t{4096}));
-    CLI::Option* goes_on = command.add_flag("--keep-going", request.keep_going,
-                                            "Load what can be loaded after a failure (default)");
-    command.add_flag("--stop-on-failure", settings.stop_on_failure, "Begin nothing new after a failure")
-        ->excludes(goes_on);
-    command
-        .add_option("--module-timeout", request.module_timeout,
-                    "Seconds without a byte moved after which a bus is given up")
-        ->check(CLI::Range(0.001, 86'400.0))
-        ->default_str("60");
-    command.add_option("--retries", settings.retries, "Further attempts after a failure of the bus")
-        ->check(CLI::Range(0U, 100U))
-        ->default_str("0");
-    command.add_flag("--force", run.force, "Load files that cannot be judged; never another device's");
+    add_load_options(command, request);
+    command.add_flag("--force", request.run.force,
+                     "Load files that cannot be judged; never another device's");
 }
 
 void add_record_options(CLI::App& command, Request& request)
@@ -201,16 +129,12 @@ void add_record_options(CLI::App& command, Request& request)
         .add_option("--report", request.reports,
                     "A report of the run: .html, .xml (JUnit), .csv or .json; may be repeated")
         ->allow_extra_args(false);
-    command.add_option("--manifest", run.approval.manifest,
-                       "The approved files, as sha256sum writes them: others are not loaded");
-    command.add_option("--signature", run.approval.signature, "The signature of the manifest");
-    command.add_option("--signers", run.approval.signers, "Those who may sign it");
+    add_approval_options(command, request);
     command
         .add_option("--serial", request.serial_numbers,
                     "A module and its serial number, mwc4a:0/2=0815; may be repeated")
         ->allow_extra_args(false);
-    command.add_option("--operator", run.settings.operator_name, "Who loads, for the records");
-    command.add_option("--station", run.settings.station, "Where, for the records");
+    add_people_options(command, request);
 }
 
 } // namespace
@@ -220,18 +144,10 @@ Action add_run(CLI::App& program)
     auto request = std::make_shared<Request>();
     CLI::App* command =
         program.add_subcommand("run", "Loads all modules of a plan, all buses at once, and keeps a journal");
-    command->add_option("plan", request->run.plan, "A .con file, or a plan file in .toml")->required();
+    add_plan(*command, *request);
     add_run_options(*command, *request);
     add_record_options(*command, *request);
-    command
-        ->add_option(
-            "--progress", request->progress,
-            "What standard error shows: auto, bar, lines or none; auto is a row for each bus on a terminal, "
-            "else lines")
-        ->check(one_of({"auto", "bar", "lines", "none"}))
-        ->default_str("auto");
-    add_provider_options(*command, request->provider);
-    add_json(*command, request->json);
+    add_common_options(*command, *request);
     add_examples(*command, {"kvn run rack.con --dry-run", "kvn run rack.con --retries 2 --report rack.html"});
     return [request] { return run_plan(*request); };
 }

@@ -67,7 +67,32 @@ winsize terminal_size()
     return size;
 }
 
+Complaint complaint_of_problem(const Json& event)
+{
+    const std::string where = text_in(event, "where");
+    const std::string kind = event.at("severity") == "note" ? "note: " : "";
+    return {(where.empty() ? "" : where + ": ") + kind,
+            {.what = text_in(event, "what"), .remedy = text_in(event, "remedy")}};
+}
+
+std::optional<Complaint> complaint_of_record(const Json& record)
+{
+    if (record.at("failure").is_null())
+        return std::nullopt;
+    Failure failure = read_failure(record.at("failure"));
+    const std::string file = text_in(record, "file");
+    const bool names_file = failure.what.starts_with(file + ": ") || failure.what.starts_with("the load of ");
+    return Complaint{text_in(record, "module") + ": " + (names_file ? "" : file + ": "), std::move(failure)};
+}
+
 } // namespace
+
+std::optional<Complaint> complaint_in(const Json& event)
+{
+    if (event.at("event") == "problem")
+        return complaint_of_problem(event);
+    return event.at("event") == "finished" ? complaint_of_record(event.at("record")) : std::nullopt;
+}
 
 void RunDisplay::on_provider(const ProviderIdentity& provider)
 {
@@ -88,7 +113,7 @@ void RunDisplay::on_event(const Json& event)
     if (name == "planned")
         take_planned(event.at("modules"));
     else if (name == "problem")
-        tell_problem(event);
+        tell_complaint(event);
     else if (name == "begun")
         take_begun(event);
     else if (name == "progress")
@@ -113,12 +138,15 @@ void RunDisplay::take_planned(const Json& modules)
     }
 }
 
-void RunDisplay::tell_problem(const Json& event)
+void RunDisplay::tell_complaint(const Json& event)
 {
-    const std::string where = text_in(event, "where");
-    const std::string kind = event.at("severity") == "note" ? "note: " : "";
-    tell_failure((where.empty() ? "" : where + ": ") + kind,
-                 {.what = text_in(event, "what"), .remedy = text_in(event, "remedy")});
+    const bool is_note = event.value("severity", "") == "note";
+    if (complaints_ == Complaints::left && !is_note)
+        return;
+    if (const auto complaint = complaint_in(event)) {
+        clear();
+        tell_failure(complaint->subject, complaint->failure);
+    }
 }
 
 void RunDisplay::take_begun(const Json& event)
@@ -166,14 +194,7 @@ void RunDisplay::take_finished(const Json& event)
     row.is_over = row.loads_left != 0 && --row.loads_left == 0;
     if (style_ == ProgressStyle::lines)
         std::cerr << printable(row.text) << '\n';
-    if (!record.at("failure").is_null()) {
-        clear();
-        const Failure failure = read_failure(record.at("failure"));
-        const std::string file = text_in(record, "file");
-        const bool names_file =
-            failure.what.starts_with(file + ": ") || failure.what.starts_with("the load of ");
-        tell_failure(name + ": " + (names_file ? "" : file + ": "), failure);
-    }
+    tell_complaint(event);
     draw(true);
 }
 

@@ -16,10 +16,27 @@
 namespace kvn
 {
 
+/// Something that went wrong in a run.
+struct Complaint {
+    std::string subject; ///< "mwc4a:0/1: design.bit: ", "rack.con:3: "; may be empty
+    Failure failure;
+};
+
+/// Of an event `problem`, a note included, or of the record in `finished`; null where nothing went wrong.
+[[nodiscard]] std::optional<Complaint> complaint_in(const Json& event);
+
+enum class Complaints {
+    told, ///< at once, on standard error
+    left  ///< to somebody else, but for notes
+};
+
 class RunDisplay final : public RunWatcher
 {
 public:
-    RunDisplay(ProgressStyle style, bool json) : style_{style}, json_{json} {}
+    RunDisplay(ProgressStyle style, bool json, Complaints complaints = Complaints::told)
+        : style_{style}, json_{json}, complaints_{complaints}
+    {
+    }
 
     void on_provider(const ProviderIdentity& provider) override;
     void on_event(const Json& event) override;
@@ -39,7 +56,7 @@ private:
     };
 
     void take_planned(const Json& modules);
-    void tell_problem(const Json& event);
+    void tell_complaint(const Json& event);
     void take_begun(const Json& event);
     void take_progress(const Json& event);
     void take_finished(const Json& event);
@@ -52,6 +69,7 @@ private:
 
     ProgressStyle style_;
     bool json_;
+    Complaints complaints_;
     Json planned_ = Json::array();
     std::map<std::string, Json> modules_; ///< of `planned`, by name
     std::map<std::string, Json> records_; ///< by module

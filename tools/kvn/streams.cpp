@@ -5,7 +5,6 @@
 #include "utility/control_characters.h"
 
 #include <poll.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
@@ -50,18 +49,24 @@ void tell(std::string_view line)
 
 void tell_failure(const std::string& subject, const Failure& failure)
 {
-    tell(subject + failure.what);
-    if (!failure.why.empty())
-        std::cerr << "why: " << printable(failure.why) << '\n';
-    std::istringstream remedies{failure.remedy};
-    for (std::string remedy; std::getline(remedies, remedy);)
-        std::cerr << "try: " << printable(remedy) << '\n';
+    std::cout.flush();
+    print_failure(std::cerr << "kvn: ", subject, failure);
 }
 
-bool shows_colours()
+void print_failure(std::ostream& out, const std::string& subject, const Failure& failure)
+{
+    out << printable(subject + failure.what) << '\n';
+    if (!failure.why.empty())
+        out << "why: " << printable(failure.why) << '\n';
+    std::istringstream remedies{failure.remedy};
+    for (std::string remedy; std::getline(remedies, remedy);)
+        out << "try: " << printable(remedy) << '\n';
+}
+
+bool shows_colours(int descriptor)
 {
     const char* refused = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): the only thread
-    return (refused == nullptr || *refused == '\0') && isatty(STDOUT_FILENO) != 0;
+    return (refused == nullptr || *refused == '\0') && isatty(descriptor) != 0;
 }
 
 std::string coloured(const std::string& text, bool is_good)

@@ -5,6 +5,9 @@
 
 #include "errors/failure.h"
 
+#include <unistd.h>
+
+#include <iosfwd>
 #include <string>
 #include <string_view>
 
@@ -22,8 +25,11 @@ void tell(std::string_view line);
 /// @param subject what the failure is about, such as "mwc4a:0/1: design.bit: "; may be empty
 void tell_failure(const std::string& subject, const Failure& failure);
 
-/// Whether standard output shows colours: only a terminal does, and never under NO_COLOR.
-[[nodiscard]] bool shows_colours();
+/// The same without "kvn: " on another stream.
+void print_failure(std::ostream& out, const std::string& subject, const Failure& failure);
+
+/// Whether standard output, or another stream, shows colours: only a terminal does, and never under NO_COLOR.
+[[nodiscard]] bool shows_colours(int descriptor = STDOUT_FILENO);
 /// The text in green or red where colours are shown, else as it is.
 [[nodiscard]] std::string coloured(const std::string& text, bool is_good);
 

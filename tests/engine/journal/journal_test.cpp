@@ -168,7 +168,8 @@ TEST_F(JournalTest, AFolderThatIsMissingIsReported)
         failure,
         (Failure{
             ExitStatus::file, 0, "cannot write the journal " + missing + ": No such file or directory", "",
-            "see that its folder exists, may be written and has room, or name another file by --journal"}));
+            "see that its folder exists, may be written and has room, or name another file by --journal (kvn "
+            "station: another folder by --journals)"}));
 }
 
 TEST_F(JournalTest, AContinuedJournalIsTheLineBeforeTheHeader)
@@ -346,6 +347,20 @@ TEST_F(JournalTest, TwoRunsInOneSecondHaveTwoJournals)
     EXPECT_EQ(second.path(), path("rack.con.2026-11-22T03-44-37Z-2.journal"));
     EXPECT_EQ(third.path(), path("rack.con.2026-11-22T03-44-37Z-3.journal"));
     EXPECT_EQ(kvn::read_journal(second.path()).lines, 2U);
+}
+
+TEST_F(JournalTest, AFolderOfItsOwnTakesThePlaceOfThePlans)
+{
+    std::filesystem::create_directory(path("journals"));
+    kvn::JournalHeader header = journals::header();
+    header.plan = path("none/rack.con");
+    const auto begin = [&] {
+        return Journal::beside_plan(header, journals::planned(1), {}, path("journals"));
+    };
+    const Journal first = begin();
+    const Journal second = begin();
+    EXPECT_EQ(first.path(), path("journals/rack.con.2026-11-22T03-44-37Z.journal"));
+    EXPECT_EQ(second.path(), path("journals/rack.con.2026-11-22T03-44-37Z-2.journal"));
 }
 
 TEST_F(JournalTest, NoPlaceBesideThePlanIsReported)

@@ -38,7 +38,7 @@ Record record()
 
 TEST(Event, TheHeadStatesTheStream)
 {
-    EXPECT_EQ(event_line(stream_head()), R"({"kvn":"events","version":"1.0","tool":"kvn 1.0.0"})"
+    EXPECT_EQ(event_line(stream_head()), R"({"kvn":"events","version":"1.1","tool":"kvn 1.0.0"})"
                                          "\n");
     EXPECT_EQ(read_event(event_line(stream_head())).kind, EventKind::head);
 }

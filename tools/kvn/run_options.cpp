@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+// The options that kvn run and kvn station share.
+#include "run_options.h"
+
+#include "commands.h"
+#include "streams.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <system_error>
+
+namespace kvn
+{
+namespace
+{
+
+/// This program.
+std::string own_path()
+{
+    std::error_code unknown;
+    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", unknown);
+    return !path.empty() && std::filesystem::exists(path, unknown) ? path.string() : "/proc/self/exe";
+}
+
+WorkerProgram worker_program(const ProviderOptions& provider)
+{
+    WorkerProgram worker{own_path(), {"worker"}};
+    if (!provider.provider.empty())
+        worker.arguments.insert(worker.arguments.end(), {"--provider", provider.provider});
+    if (!provider.rack.empty())
+        worker.arguments.insert(worker.arguments.end(), {"--rack", provider.rack});
+    return worker;
+}
+
+} // namespace
+
+void add_plan(CLI::App& command, RunOptions& options)
+{
+    command.add_option("plan", options.run.plan, "A .con file, or a plan file in .toml")->required();
+}
+
+void add_load_options(CLI::App& command, RunOptions& options)
+{
+    RunSettings& settings = options.run.settings;
+    command.add_option("--jobs", settings.jobs, "Buses at the same time; default: all")
+        ->check(CLI::Range(std::size_t{1}, std::size_t{4096}));
+    CLI::Option* goes_on = command.add_flag("--keep-going", options.keep_going,
+                                            "Load what can be loaded after a failure (default)");
+    command.add_flag("--stop-on-failure", settings.stop_on_failure, "Begin nothing new after a failure")
+        ->excludes(goes_on);
+    command
+        .add_option("--module-timeout", options.module_timeout,
+                    "Seconds without a byte moved after which a bus is given up")
+        ->check(CLI::Range(0.001, 86'400.0))
+        ->default_str("60");
+    command.add_option("--retries", settings.retries, "Further attempts after a failure of the bus")
+        ->check(CLI::Range(0U, 100U))
+        ->default_str("0");
+}
+
+void add_approval_options(CLI::App& command, RunOptions& options)
+{
+    ApprovalFiles& approval = options.run.approval;
+    command.add_option("--manifest", approval.manifest,
+                       "The approved files, as sha256sum writes them: others are not loaded");
+    command.add_option("--signature", approval.signature, "The signature of the manifest");
+    command.add_option("--signers", approval.signers, "Those who may sign it");
+}
+
+void add_people_options(CLI::App& command, RunOptions& options)
+{
+    RunSettings& settings = options.run.settings;
+    command.add_option("--operator", settings.operator_name, "Who loads, for the records");
+    command.add_option("--station", settings.station, "Where, for the records");
+}
+
+void add_common_options(CLI::App& command, RunOptions& options)
+{
+    command
+        .add_option(
+            "--progress", options.progress,
+            "What standard error shows: auto, bar, lines or none; auto is a row for each bus on a terminal, "
+            "else lines")
+        ->check(one_of({"auto", "bar", "lines", "none"}))
+        ->default_str("auto");
+    add_provider_options(command, options.provider);
+    add_json(command, options.json);
+}
+
+PlanRunRequest run_request(const RunOptions& options)
+{
+    PlanRunRequest run = options.run;
+    RunSettings& settings = run.settings;
+    settings.worker = worker_program(options.provider);
+    settings.module_timeout =
+        std::chrono::milliseconds{static_cast<std::int64_t>(std::ceil(options.module_timeout * 1000))};
+    settings.lock_folder = lock_folder();
+    settings.lock_prefix = [](const ProviderIdentity& provider) {
+        return lock_prefix(provider,
+                           std::getenv("MWVIRTUAL_STATE")); // NOLINT(concurrency-mt-unsafe): the only thread
+    };
+    return run;
+}
+
+std::string serial_question(const ModuleName& module, const std::string& label)
+{
+    return printable("Serial number of " + to_text(module) + (label.empty() ? "" : " (" + label + ")")) +
+           ": ";
+}
+
+} // namespace kvn
