@@ -113,7 +113,7 @@ constexpr std::array VALUES{
     Values{"device", devices},           Values{"part", devices},
     Values{"provider", providers},       Values{"serial", nothing},
     Values{"operator", nothing},         Values{"station", nothing},
-    Values{"bytes-per-second", nothing},
+    Values{"bytes-per-second", nothing}, Values{"via", nothing},
 };
 
 } // namespace

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn run: rehearses a plan, loads every module of it and keeps a journal.
 #include "commands.h"
-#include "descriptor.h"
-#include "interruption.h"
+#include "interruption_signals.h"
 #include "provider_options.h"
 #include "report/report.h"
 #include "report/report_files.h"
@@ -10,7 +9,6 @@
 #include "run_display.h"
 #include "streams.h"
 
-#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <cmath>
@@ -37,25 +35,6 @@ struct Request {
     bool json = false;
 };
 
-/// SIGINT and SIGTERM, for the loop of the run.
-class Signals final : public StopSignals
-{
-public:
-    Signals() : woken_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)}, interruption_{woken_.number()} {}
-
-    [[nodiscard]] int descriptor() const override { return woken_.number(); }
-    [[nodiscard]] unsigned count() const override { return Interruption::count(); }
-    void acknowledge() const override
-    {
-        eventfd_t unused = 0;
-        (void)::eventfd_read(woken_.number(), &unused);
-    }
-
-private:
-    mwapi::Descriptor woken_;
-    Interruption interruption_;
-};
-
 /// This program.
 std::string own_path()
 {
@@ -66,12 +45,7 @@ std::string own_path()
 
 WorkerProgram worker_program(const ProviderOptions& provider)
 {
-    WorkerProgram worker{own_path(), {"worker"}};
-    if (!provider.provider.empty())
-        worker.arguments.insert(worker.arguments.end(), {"--provider", provider.provider});
-    if (!provider.rack.empty())
-        worker.arguments.insert(worker.arguments.end(), {"--rack", provider.rack});
-    return worker;
+    return {own_path(), worker_words(provider)};
 }
 
 std::map<std::string, std::string> serial_numbers(const std::vector<std::string>& words)
@@ -153,7 +127,7 @@ ExitStatus report(const PlanRunResult& result, const std::vector<ReportTarget>& 
 
 ExitStatus run_plan(const Request& request)
 {
-    const Signals signals;
+    const InterruptionSignals signals;
     RunDisplay display{progress_style(request.progress), request.json};
     if (request.json)
         std::cout << event_line(stream_head()) << std::flush;
