@@ -4,6 +4,7 @@
 #define KVN_TOOLS_KVN_STREAMS_H
 
 #include "errors/failure.h"
+#include "run/command_words.h"
 
 #include <string>
 #include <string_view>
@@ -26,9 +27,6 @@ void tell_failure(const std::string& subject, const Failure& failure);
 [[nodiscard]] bool shows_colours();
 /// The text in green or red where colours are shown, else as it is.
 [[nodiscard]] std::string coloured(const std::string& text, bool is_good);
-
-/// A word as a shell takes it: in quotes if need be.
-[[nodiscard]] std::string shell_word(const std::string& word);
 
 /// "0.424"
 [[nodiscard]] std::string fixed(double number, int digits);
