@@ -468,6 +468,20 @@ void seed_events()
          R"("state":"interrupted","attempts":1,"failure":{"status":7}}})"
          "\n");
     seed(
+        "events", "record",
+        R"({"event":"finished","module":"mwc4a:0/1","record":{"module":"mwc4a:0/1","file":"a.bit","file_size":7,)"
+        R"("file_sha256":null,"digest":null,"format":"BIT","design":null,"part":null,)"
+        R"("problems":[{"what":"w","remedy":"r","fatal":true}],"identity":{"type":2,"model":4,"version":2,)"
+        R"("device":"d","compression":"yes"},"device":null,"mode":"plain","wire_bytes":7,)"
+        R"("begin":"2026-11-22T03:44:37.125Z","end":null,"seconds_on_wire":0.5,"attempts":1,"verdict":"failed",)"
+        R"("state":"interrupted","answer":4,"failure":{"status":7,"number":null,"what":"w","why":null,)"
+        R"("remedy":null},"serial_number":null,"operator_name":null,"station":null,"host":"h",)"
+        R"("approved_by":null,"approval_key":null,"tool_version":"1","provider":{"name":"p","file":null,)"
+        R"("version":null,"announcement":null,"simulated":true},"sources":{"module":"given","file":"given",)"
+        R"("file_size":"observed","format":"observed","identity":"observed","mode":"intended",)"
+        R"("wire_bytes":"intended","host":"observed"}}})"
+        "\nssh -o 'a b' \"c\\\"d\" e\\ f\n");
+    seed(
         "events", "jobs",
         R"({"job":"file","name":"a.bit","name_states_format":true,"size":4,"sha256":"aa",)"
         R"("stored":{"size":4,"sha256":"aa","packing":"none"}})"

@@ -12,6 +12,21 @@ namespace
 constexpr const char* BY_ITSELF = " (by its own word)";
 constexpr const char* GIVEN = " (as was given)";
 
+/// What follows the slot's name; null for a module that is loaded.
+const char* words_of(SlotKind kind)
+{
+    switch (kind) {
+    case SlotKind::empty:
+        return " is empty";
+    case SlotKind::processor:
+        return " holds a processor module, which is not loaded";
+    case SlotKind::without_bus:
+        return " holds a module without a serial bus";
+    default:
+        return nullptr;
+    }
+}
+
 } // namespace
 
 std::string device_in_words(const ModuleName& module, const KnownDevice& device)
@@ -27,6 +42,17 @@ std::optional<Failure> unexpected_device(const ModuleName& module, const KnownDe
     return Failure{.status = ExitStatus::wrong_device,
                    .what = device_in_words(module, device) + ", not a " + device.given + GIVEN,
                    .remedy = "check the slot, and what is given"};
+}
+
+std::optional<Failure> unsuitable_slot(const SlotRow& slot)
+{
+    const char* const words = words_of(slot.kind);
+    if (words == nullptr)
+        return std::nullopt;
+    return Failure{.status = ExitStatus::no_module,
+                   .what = to_text(slot.name) + words,
+                   .remedy =
+                       "check the slot; kvn list " + to_text(slot.name.board) + " shows what the board has"};
 }
 
 std::optional<Failure> unsuitable_file(const std::string& file, const Inspection& inspection,

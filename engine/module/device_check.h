@@ -5,6 +5,7 @@
 
 #include "errors/failure.h"
 #include "file/inspection.h"
+#include "module/list.h"
 #include "module/module_name.h"
 
 #include <optional>
@@ -27,6 +28,11 @@ struct KnownDevice {
 
 /// @return null unless the module names another device than the user
 [[nodiscard]] std::optional<Failure> unexpected_device(const ModuleName& module, const KnownDevice& device);
+
+/// Why there is nothing to load in a slot whose module was asked what it is; null for a module that is
+/// loaded.
+/// @param slot without a failure
+[[nodiscard]] std::optional<Failure> unsuitable_slot(const SlotRow& slot);
 
 /// Names are compared as the library compares them.
 /// @param file its name

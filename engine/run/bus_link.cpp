@@ -3,6 +3,7 @@
 #include "run/bus_link.h"
 
 #include "errors/failure.h"
+#include "version.h"
 
 #include <algorithm>
 #include <sstream>
@@ -56,13 +57,23 @@ std::string in_seconds(std::chrono::milliseconds duration)
 
 } // namespace
 
+int milliseconds_until(std::optional<BusLink::Clock::time_point> moment)
+{
+    if (!moment)
+        return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*moment - BusLink::Clock::now());
+    return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, 3'600'000));
+}
+
 void BusLink::start(const WorkerProgram& program, std::chrono::milliseconds timeout)
 {
+    has_head_ = false;
+    via_ = program.via;
     worker_ = std::make_unique<WorkerProcess>(program);
     lines_ = LineSplitter{LONGEST_WORKER_LINE};
     error_lines_ = LineSplitter{LONGEST_WORKER_LINE};
     foreign_lines_ = foreign_bytes_ = error_texts_ = 0;
-    has_head_ = is_ready_ = is_asked_ = is_ending_ = false;
+    is_ready_ = is_asked_ = is_ending_ = false;
     files_.clear();
     files_on_the_way_.clear();
     load_.reset();
@@ -143,6 +154,12 @@ void BusLink::serve(std::span<const pollfd> ready)
     }
 }
 
+/// "the worker of bus mwc4a:0", and where it is if that is not here.
+std::string BusLink::worker_words() const
+{
+    return "the worker of bus " + to_text(bus_) + (via_.empty() ? "" : " behind " + via_);
+}
+
 bool BusLink::is_awaited() const
 {
     return is_running() && (!is_ready_ || is_asked_ || has_files_on_the_way() || is_loading() || is_ending_);
@@ -165,16 +182,14 @@ void BusLink::check_deadline(Clock::time_point now)
         return;
     if (is_ending_)
         return note_end();
-    const std::string bus = to_text(bus_);
     if (cancelled_at_)
         return lose({.status = ExitStatus::cancelled,
                      .what = "the load of " + to_text(load_->module) + " was cancelled, and did not end",
                      .why = "a call of the provider has not returned",
                      .remedy = "load the module again; restart what drives the bus if it hangs again"});
-    const std::string during =
-        load_ ? "the load of " + to_text(load_->module) + " has not moved a byte for " +
-                    in_seconds(load_timeout_)
-              : "the worker of bus " + bus + " has not answered for " + in_seconds(timeout_);
+    const std::string during = load_ ? "the load of " + to_text(load_->module) +
+                                           " has not moved a byte for " + in_seconds(load_timeout_)
+                                     : worker_words() + " has not answered for " + in_seconds(timeout_);
     lose(
         {.status = ExitStatus::timed_out,
          .what = during,
@@ -208,13 +223,10 @@ void BusLink::serve_output()
         }
         if (worker_ && lines_.is_too_long())
             throw EventError{"a line is longer than a megabyte"};
+    } catch (const EventVersionError& error) {
+        return lose_for_version(error);
     } catch (const EventError& error) {
-        return lose(
-            {.status = ExitStatus::bus,
-             .what = "the worker of bus " + to_text(bus_) + " has said what it must not say: " + error.what(),
-             .why = "the provider writes to standard output what looks like the worker's own words, or the "
-                    "worker is another program",
-             .remedy = "kvn run with --jobs 1 and another provider"});
+        return lose_for_words(error.what());
     }
     if (worker_ && !goes_on)
         note_end();
@@ -229,6 +241,8 @@ void BusLink::take_line(const std::string& line)
         return;
     try {
         take(read_worker_event(std::string_view{line}.substr(begin)));
+    } catch (const EventVersionError&) {
+        throw;
     } catch (const EventError& error) {
         throw EventError{std::string{error.what()} + ": " + beginning_of(line.substr(begin))};
     }
@@ -332,9 +346,31 @@ void BusLink::take_finished(const Json& json)
     listener_.on_finished(index_, record);
 }
 
+void BusLink::lose_for_words(const std::string& what)
+{
+    lose({.status = ExitStatus::bus,
+          .what = worker_words() + " has said what it must not say: " + what,
+          .why = "the provider writes to standard output what looks like the worker's own words, or the "
+                 "worker is another program",
+          .remedy = "kvn run with --jobs 1 and another provider"});
+}
+
+void BusLink::lose_for_version(const EventVersionError& error)
+{
+    has_head_ = true;
+    lose({.status = ExitStatus::no_module,
+          .what = worker_words() + " is " + beginning_of(error.tool().empty() ? "unknown" : error.tool()) +
+                  ", whose events have the version " + beginning_of(error.version()) + "; this is kvn " +
+                  TOOL_VERSION + ", which reads " + EVENTS_VERSION,
+          .remedy = "install the same version of kvn on both hosts"});
+}
+
 /// The output has ended, or must end now.
 void BusLink::note_end()
 {
+    // What it has said at last tells why.
+    if (worker_->errors() != -1)
+        serve_errors();
     worker_->kill();
     const std::string how = worker_->wait();
     if (is_ending_) {
@@ -343,8 +379,10 @@ void BusLink::note_end()
         return;
     }
     lose({.status = ExitStatus::bus,
-          .what = "the worker of bus " + to_text(bus_) + " " + how,
-          .why = "the provider has crashed, or somebody has killed the process",
+          .what = worker_words() + " " + how,
+          .why = via_.empty() ? "the provider has crashed, or somebody has killed the process"
+                              : "the connection has broken, the provider has crashed, or somebody has killed "
+                                "the process",
           .remedy = "load the module again; if it happens again, record the calls: see docs/traces.md"});
 }
 

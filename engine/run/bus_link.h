@@ -70,6 +70,8 @@ public:
     void cancel();
     /// No further job comes.
     void end();
+    /// Whether the first event has come since start(): something else than a worker may have been started.
+    [[nodiscard]] bool has_answered() const { return has_head_; }
     /// What is known of the load that is under way; the last one in on_lost().
     [[nodiscard]] const LostLoad& seen() const { return seen_; }
 
@@ -82,6 +84,7 @@ public:
     void check_deadline(Clock::time_point now);
 
 private:
+    [[nodiscard]] std::string worker_words() const;
     [[nodiscard]] bool is_awaited() const;
     void note_sign_of_life() { last_sign_ = Clock::now(); }
     void serve_output();
@@ -94,12 +97,15 @@ private:
     void take_progress(Json json);
     void take_finished(const Json& json);
     void require_module(const Json& json) const;
+    void lose_for_words(const std::string& what);
+    void lose_for_version(const EventVersionError& error);
     void note_end();
     void lose(const Failure& failure);
 
     std::size_t index_;
     BoardName bus_;
     BusListener& listener_;
+    std::string via_; ///< WorkerProgram::via
     std::unique_ptr<WorkerProcess> worker_;
     LineSplitter lines_{LONGEST_WORKER_LINE};
     LineSplitter error_lines_{LONGEST_WORKER_LINE};
@@ -122,6 +128,9 @@ private:
     Clock::time_point last_sign_{};
     std::uint64_t sent_ = 0;
 };
+
+/// For poll(2): rounded up, so that the moment has passed afterwards; -1 for none.
+[[nodiscard]] int milliseconds_until(std::optional<BusLink::Clock::time_point> moment);
 
 } // namespace kvn
 

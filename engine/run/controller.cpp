@@ -19,15 +19,6 @@ namespace
 constexpr std::chrono::milliseconds BETWEEN_PROGRESS{100};
 constexpr std::size_t ENTRIES_PER_BUS = 3;
 
-/// For poll(2): rounded up, so that the deadline has passed afterwards.
-int milliseconds_until(std::optional<BusLink::Clock::time_point> moment)
-{
-    if (!moment)
-        return -1;
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*moment - BusLink::Clock::now());
-    return static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(left.count(), 0, 3'600'000));
-}
-
 LoadJob job_of(const ModuleLoad& load, const RunFacts& facts)
 {
     return {.module = load.module,

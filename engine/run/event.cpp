@@ -130,10 +130,15 @@ private:
     const Json& json_;
 };
 
-void check_head(const Members& members)
+/// Of another version nothing is known but that its head has one.
+void check_head(const Members& members, const Json& head)
 {
-    members.require(members.text("version").starts_with("1."), "version",
-                    "none that can be read, which is 1");
+    const std::string& version = members.text("version");
+    if (!version.starts_with("1.")) {
+        const auto tool = head.find("tool");
+        const bool has_tool = tool != head.end() && tool->is_string();
+        throw EventVersionError{version, has_tool ? tool->get<std::string>() : ""};
+    }
     (void)members.text("tool");
 }
 
@@ -337,7 +342,7 @@ Event as_event(Json json)
         throw EventError{"it is no JSON object"};
     const auto stream = json.find("kvn");
     if (stream != json.end() && *stream == "events") {
-        check_head({"the stream's head", json});
+        check_head({"the stream's head", json}, json);
         return {EventKind::head, std::move(json)};
     }
     const std::string& name = Members{"the line", json}.text("event");

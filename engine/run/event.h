@@ -136,6 +136,25 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// The head of a stream whose version this one does not read.
+class EventVersionError : public EventError
+{
+public:
+    /// @param tool that writes the stream; may be empty
+    explicit EventVersionError(std::string version, std::string tool)
+        : EventError{"the stream's head: version is none that can be read, which is 1"},
+          version_{std::move(version)},
+          tool_{std::move(tool)}
+    {
+    }
+    [[nodiscard]] const std::string& version() const { return version_; }
+    [[nodiscard]] const std::string& tool() const { return tool_; }
+
+private:
+    std::string version_;
+    std::string tool_;
+};
+
 /// Whether it is a number from 0 without a fraction. What is read and what is made in this process differ in
 /// their types.
 [[nodiscard]] bool is_whole_number(const Json& value);
@@ -146,7 +165,8 @@ public:
 /// @throws EventError, std::bad_alloc
 [[nodiscard]] Json read_json_line(std::string_view line);
 
-/// Reads a line of the stream. Members that are added for a purpose (a journal's "previous") do no harm.
+/// Reads a line of the stream. A head of another major version is an EventVersionError. Members that are
+/// added for a purpose (a journal's "previous") do no harm.
 /// @param line with or without its line feed; any bytes
 /// @throws EventError with what is wrong in words for a user; std::bad_alloc
 [[nodiscard]] Event read_event(std::string_view line);

@@ -91,21 +91,6 @@ std::optional<Failure> read_failure(const Json& json)
                    .remedy = text_or_none(failure, "remedy")};
 }
 
-std::optional<ModuleIdentity> read_identity(const Json& json)
-{
-    const Json& identity = member(json, "identity");
-    if (identity.is_null())
-        return std::nullopt;
-    ModuleIdentity module{.type = number_in<unsigned>(member(identity, "type"), "type", HIGHEST_BYTE),
-                          .model = byte_or_none(identity, "model"),
-                          .version = byte_or_none(identity, "version")};
-    if (!member(identity, "device").is_null())
-        module.device = text_of(identity, "device");
-    module.compression =
-        named(identity, "compression", {Compression::unknown, Compression::no, Compression::yes});
-    return module;
-}
-
 std::optional<std::array<std::uint32_t, SLOT_INFO_WORDS>> read_words(const Json& json)
 {
     const Json& words = member(json, "info_words");
@@ -182,14 +167,27 @@ Json to_json(const BusInventory& inventory)
             {"slots", std::move(slots)}};
 }
 
+ModuleIdentity read_module_identity(const Json& json)
+{
+    ModuleIdentity module{.type = number_in<unsigned>(member(json, "type"), "type", HIGHEST_BYTE),
+                          .model = byte_or_none(json, "model"),
+                          .version = byte_or_none(json, "version")};
+    if (!member(json, "device").is_null())
+        module.device = text_of(json, "device");
+    module.compression =
+        named(json, "compression", {Compression::unknown, Compression::no, Compression::yes});
+    return module;
+}
+
 SlotRow read_slot_row(const Json& json)
 {
+    const Json& identity = member(json, "identity");
     return {.name = read_name(&parse_module_name, text_of(json, "module")),
             .kind = named(json, "kind",
                           {SlotKind::unknown, SlotKind::empty, SlotKind::processor, SlotKind::without_bus,
                            SlotKind::module}),
             .info_words = read_words(json),
-            .module = read_identity(json),
+            .module = identity.is_null() ? std::nullopt : std::optional{read_module_identity(identity)},
             .failure = read_failure(json)};
 }
 

@@ -43,6 +43,8 @@ struct BusInventory {
 /// The opposite, for answers of workers: any JSON may come.
 /// @throws FailureError (ExitStatus::internal) for what is no inventory; std::bad_alloc
 [[nodiscard]] BusInventory read_bus_inventory(const Json& json);
+/// The opposite of to_json(const ModuleIdentity&). Throws as above.
+[[nodiscard]] ModuleIdentity read_module_identity(const Json& json);
 /// The opposite of to_json(const SlotRow&). Throws as above.
 [[nodiscard]] SlotRow read_slot_row(const Json& json);
 

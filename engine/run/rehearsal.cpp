@@ -259,20 +259,14 @@ void Comparison::tell_answer(const Candidate& candidate)
     if (bus == nullptr || bus->failure)
         return;
     const std::string name = to_text(candidate.name());
-    const std::string remedy =
-        "check the slot; kvn list " + to_text(candidate.name().board) + " shows what the board has";
     const PlanPlace& place = candidate.planned.place;
     if (candidate.row == nullptr)
         findings_.problem(place, name + " was not asked", "run it again");
     else if (candidate.row->failure)
         findings_.problem(place, name + ": " + words_of(*candidate.row->failure),
                           candidate.row->failure->remedy);
-    else if (candidate.row->kind == SlotKind::empty)
-        findings_.problem(place, name + " is empty", remedy);
-    else if (candidate.row->kind == SlotKind::processor)
-        findings_.problem(place, name + " holds a processor module, which is not loaded", remedy);
-    else if (candidate.row->kind == SlotKind::without_bus)
-        findings_.problem(place, name + " holds a module without a serial bus", remedy);
+    else if (const auto failure = unsuitable_slot(*candidate.row))
+        findings_.problem(place, *failure);
 }
 
 /// The user's expectation is told even where the module has not answered: the file may contradict it.

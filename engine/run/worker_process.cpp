@@ -24,7 +24,8 @@ namespace
 
 [[noreturn]] void cannot_start(const WorkerProgram& program, int error)
 {
-    throw FailureError{{.status = ExitStatus::internal,
+    const bool is_own = program.via.empty();
+    throw FailureError{{.status = is_own ? ExitStatus::internal : ExitStatus::usage,
                         .what = "a worker cannot be started: " + program.program + ": " +
                                 std::generic_category().message(error)}};
 }
@@ -46,7 +47,7 @@ Pipe open_pipe(const WorkerProgram& program)
 class SpawnSettings
 {
 public:
-    SpawnSettings()
+    explicit SpawnSettings(bool has_terminal)
     {
         posix_spawn_file_actions_init(&files_);
         posix_spawnattr_init(&attributes_);
@@ -59,8 +60,10 @@ public:
         posix_spawnattr_setsigmask(&attributes_, &none);
         posix_spawnattr_setsigdefault(&attributes_, &defaults);
         posix_spawnattr_setpgroup(&attributes_, 0);
+        // A session of its own has a process group of its own too.
+        const int group = has_terminal ? POSIX_SPAWN_SETPGROUP : POSIX_SPAWN_SETSID;
         posix_spawnattr_setflags(&attributes_,
-                                 POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
+                                 static_cast<short>(group | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
     }
     ~SpawnSettings()
     {
@@ -94,7 +97,7 @@ WorkerProcess::WorkerProcess(const WorkerProgram& program)
     Pipe in = open_pipe(program);
     Pipe out = open_pipe(program);
     Pipe err = open_pipe(program);
-    SpawnSettings settings;
+    SpawnSettings settings{program.via.empty()};
     settings.lead(in.reading, STDIN_FILENO);
     settings.lead(out.writing, STDOUT_FILENO);
     settings.lead(err.writing, STDERR_FILENO);
@@ -105,8 +108,8 @@ WorkerProcess::WorkerProcess(const WorkerProgram& program)
     for (std::string& word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);
-    const int error = ::posix_spawn(&process_, program.program.c_str(), settings.files(),
-                                    settings.attributes(), arguments.data(), environ);
+    const int error = ::posix_spawnp(&process_, program.program.c_str(), settings.files(),
+                                     settings.attributes(), arguments.data(), environ);
     if (error != 0) {
         process_ = -1;
         cannot_start(program, error);

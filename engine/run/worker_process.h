@@ -20,17 +20,21 @@ namespace kvn
 
 /// What is started as a worker.
 struct WorkerProgram {
-    std::string program;                     ///< path
+    std::string program;                     ///< path, or a name that PATH leads to
     std::vector<std::string> arguments = {}; ///< without the program's name
+    /// The user's words that lead to another host, where the worker runs; empty: it runs on this one.
+    std::string via = {};
 };
 
 /// It has a process group of its own, so that Ctrl-C does not reach it, and takes signals as programs do that
 /// were started by hand. Its standard input closes when the controller ends, however it ends. Of what is open
-/// in this process it inherits nothing else.
+/// in this process it inherits nothing else. One on another host has no terminal either: what leads there
+/// must not ask.
 class WorkerProcess
 {
 public:
-    /// @throws FailureError (ExitStatus::internal) when it cannot be started
+    /// @throws FailureError when it cannot be started: ExitStatus::internal, for one on another host
+    ///         ExitStatus::usage
     explicit WorkerProcess(const WorkerProgram& program);
     /// Kills it, if it runs.
     ~WorkerProcess();

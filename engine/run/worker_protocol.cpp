@@ -6,6 +6,8 @@
 #include "hashing/sha256.h"
 #include "report/json.h"
 #include "report/module_json.h"
+#include "report/utc.h"
+#include "run/inventory.h"
 
 #include <algorithm>
 #include <array>
@@ -19,11 +21,17 @@ namespace
 constexpr std::array PACKINGS{Packing::none, Packing::gzip, Packing::xz, Packing::zstd};
 constexpr std::array FORMATS{Format::unknown, Format::rbt, Format::bit, Format::mcb};
 constexpr std::array MODES{LoadKind::plain, LoadKind::compressed};
+constexpr std::array SOURCES{Source::observed, Source::given, Source::intended};
 constexpr std::array STEPS{LoadStep::begin, LoadStep::end};
 
 const char* step_name(LoadStep step)
 {
     return step == LoadStep::begin ? "begin" : "end";
+}
+
+const char* source_name(Source source)
+{
+    return name_of(source);
 }
 
 const Json& member(const Json& json, const char* name)
@@ -95,6 +103,16 @@ auto parsed(const std::string& words, Parse parse)
     } catch (const FailureError& error) {
         throw EventError{error.what()};
     }
+}
+
+/// A word that one of two functions of run/event.h knows.
+template <class Named>
+auto parsed_name(const Json& json, const char* name, Named value_named)
+{
+    const auto value = value_named(text(json, name));
+    if (!value)
+        wrong(name);
+    return *value;
 }
 
 ModuleName module_named(const Json& json)
@@ -382,6 +400,137 @@ Failure read_failure(const Json& json)
     if (!member(json, "number").is_null())
         failure.number = static_cast<int>(std::min<std::uint64_t>(number(json, "number"), 99'999));
     return failure;
+}
+
+namespace
+{
+
+/// @param read the value of a member that is not null, given the object and the name
+template <class Read>
+auto fact_of(const Json& record, const char* name, Read read)
+{
+    using Value = std::remove_cvref_t<decltype(read(record, name))>;
+    std::optional<Fact<Value>> fact;
+    if (!member(record, name).is_null())
+        fact = Fact<Value>{read(record, name), named(object(record, "sources"), name, SOURCES, source_name)};
+    return fact;
+}
+
+std::optional<Fact<std::string>> text_of(const Json& record, const char* name)
+{
+    return fact_of(record, name, &text);
+}
+
+std::optional<std::chrono::system_clock::time_point> moment(const Json& record, const char* name)
+{
+    const auto words = optional_text(record, name);
+    if (!words)
+        return std::nullopt;
+    const auto moment = utc_time(*words);
+    if (!moment)
+        wrong(name);
+    return moment;
+}
+
+std::optional<double> seconds(const Json& record, const char* name)
+{
+    const Json& value = member(record, name);
+    if (value.is_null())
+        return std::nullopt;
+    if (!value.is_number() || value.get<double>() < 0)
+        wrong(name);
+    return value.get<double>();
+}
+
+unsigned small_number(const Json& record, const char* name, std::uint64_t most)
+{
+    const std::uint64_t value = number(record, name);
+    if (value > most)
+        wrong(name);
+    return static_cast<unsigned>(value);
+}
+
+std::optional<std::uint8_t> answer_in(const Json& record)
+{
+    constexpr std::uint64_t most = 255;
+    if (member(record, "answer").is_null())
+        return std::nullopt;
+    return static_cast<std::uint8_t>(small_number(record, "answer", most));
+}
+
+/// Which of them stops loads of what kind is not written: the fatal ones stop this one.
+std::vector<Problem> problems_of(const Json& record)
+{
+    std::vector<Problem> problems = read_problems(member(record, "problems"));
+    for (std::size_t i = 0; i < problems.size(); ++i)
+        if (truth(record["problems"][i], "fatal"))
+            problems[i].stops = Stops::loads;
+    return problems;
+}
+
+ModuleIdentity identity_in(const Json& record, const char* name)
+{
+    try {
+        return read_module_identity(object(record, name));
+    } catch (const FailureError& error) {
+        throw EventError{error.what()};
+    }
+}
+
+void read_file_facts(const Json& json, Record& record)
+{
+    record.file = text_of(json, "file");
+    record.file_size = fact_of(json, "file_size", &number);
+    record.file_sha256 = text_of(json, "file_sha256");
+    record.digest = text_of(json, "digest");
+    record.format = text_of(json, "format");
+    record.design = text_of(json, "design");
+    record.part = text_of(json, "part");
+    record.problems = problems_of(json);
+}
+
+void read_load_facts(const Json& json, Record& record)
+{
+    constexpr std::uint64_t most_attempts = 1'000'000;
+    record.mode = fact_of(json, "mode", [](const Json& from, const char* name) {
+        return named(from, name, MODES, &kind_name);
+    });
+    record.wire_bytes = fact_of(json, "wire_bytes", &number);
+    record.begin = moment(json, "begin");
+    record.end = moment(json, "end");
+    record.seconds_on_wire = seconds(json, "seconds_on_wire");
+    record.attempts = small_number(json, "attempts", most_attempts);
+    record.verdict = parsed_name(json, "verdict", &verdict_named);
+    record.state = parsed_name(json, "state", &state_named);
+    record.answer = answer_in(json);
+    if (!member(json, "failure").is_null())
+        record.failure = read_failure(object(json, "failure"));
+}
+
+void read_circumstances(const Json& json, Record& record)
+{
+    record.serial_number = text_of(json, "serial_number");
+    record.operator_name = text_of(json, "operator_name");
+    record.station = text_of(json, "station");
+    record.host = text_of(json, "host");
+    record.approved_by = text_of(json, "approved_by");
+    record.approval_key = text_of(json, "approval_key");
+    record.tool_version = text(json, "tool_version");
+    record.provider = read_provider(object(json, "provider"));
+}
+
+} // namespace
+
+Record read_record(const Json& json)
+{
+    Record record;
+    record.module = {module_named(json), named(object(json, "sources"), "module", SOURCES, source_name)};
+    record.identity = fact_of(json, "identity", &identity_in);
+    record.device = text_of(json, "device");
+    read_file_facts(json, record);
+    read_load_facts(json, record);
+    read_circumstances(json, record);
+    return record;
 }
 
 } // namespace kvn

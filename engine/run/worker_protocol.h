@@ -121,6 +121,7 @@ struct WorkerEvent {
 /// @throws EventError for other JSON; std::bad_alloc
 [[nodiscard]] ProviderIdentity read_provider(const Json& json);
 [[nodiscard]] Failure read_failure(const Json& json);
+[[nodiscard]] Record read_record(const Json& json);
 
 } // namespace kvn
 

@@ -1,12 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 // Lines between a controller and its workers, of any bytes: events, jobs, words of workers.
+#include "errors/failure.h"
+#include "report/module_json.h"
 #include "require.h"
+#include "run/command_words.h"
 #include "run/event.h"
 #include "run/line_splitter.h"
 #include "run/worker_protocol.h"
 #include "target.h"
 
+#include <string>
 #include <string_view>
+#include <vector>
 
 namespace
 {
@@ -28,6 +33,10 @@ void check_worker_event(std::string_view line)
     try {
         const kvn::WorkerEvent event = kvn::read_worker_event(line);
         require(event.json.is_object(), "an event is an object");
+        if (event.kind != kvn::WorkerEventKind::finished)
+            return;
+        const kvn::Json record = to_json(kvn::read_record(event.json.at("record")));
+        require(to_json(kvn::read_record(record)) == record, "a record is read as it was written");
     } catch (const kvn::EventError&) {
         return;
     }
@@ -45,6 +54,19 @@ void check_job(std::string_view line)
     }
 }
 
+void check_words(std::string_view line)
+{
+    try {
+        const std::vector<std::string> words = kvn::split_words(line);
+        std::string quoted;
+        for (const std::string& word : words)
+            quoted += kvn::shell_word(word) + " ";
+        require(kvn::split_words(quoted) == words, "words are split as they were quoted");
+    } catch (const kvn::FailureError&) {
+        return;
+    }
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
@@ -56,6 +78,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         check_event(*line);
         check_worker_event(*line);
         check_job(*line);
+        check_words(*line);
     }
     check_event(lines.rest());
     return 0;

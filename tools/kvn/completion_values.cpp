@@ -123,6 +123,7 @@ constexpr std::array VALUES{
     Values{"retries", nothing},
     Values{"module-timeout", nothing},
     Values{"head", nothing},
+    Values{"via", nothing},
 };
 
 } // namespace

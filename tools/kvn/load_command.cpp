@@ -2,7 +2,7 @@
 // kvn load: loads a bitstream file into a module.
 #include "commands.h"
 #include "file/judgement.h"
-#include "interruption.h"
+#include "interruption_signals.h"
 #include "lines.h"
 #include "module/load.h"
 #include "module_choice.h"
@@ -10,7 +10,9 @@
 #include "provider_options.h"
 #include "report/documents.h"
 #include "run/policy.h"
+#include "run/remote_load.h"
 
+#include <cmath>
 #include <iostream>
 #include <memory>
 
@@ -28,6 +30,8 @@ struct Request {
     bool smallest = false;
     bool force = false;
     std::string device;
+    std::string via;
+    double module_timeout = 60;
     std::optional<std::string> serial_number;
     std::optional<std::string> operator_name;
     std::optional<std::string> station;
@@ -59,6 +63,8 @@ std::string option_words(const Request& request)
         words += " --compressed";
     if (request.smallest)
         words += " --smallest";
+    if (!request.via.empty())
+        words += " --via " + shell_word(request.via);
     return words;
 }
 
@@ -115,7 +121,8 @@ Failure with_command(Failure failure, const Request& request, const ModuleName& 
     if (failure.status == ExitStatus::rehearsal)
         failure.remedy = command + option_words(request) + " --force";
     if (failure.status == ExitStatus::usage && request.compressed)
-        failure.remedy = command + as_words(request.provider);
+        failure.remedy = command + as_words(request.provider) +
+                         (request.via.empty() ? "" : " --via " + shell_word(request.via));
     return failure;
 }
 
@@ -147,41 +154,91 @@ void require_no_policy()
                             .remedy = "load by kvn run, with --manifest"}};
 }
 
-ExitStatus load_file(const Request& request)
+LoadRequest load_request(const Request& request, const ModuleName& module, const Input& file)
 {
-    require_no_policy();
-    const auto named =
-        request.module.empty() ? std::nullopt : std::optional{parse_module_name(request.module)};
-    const Input file = Input::from_path(request.file);
-    const auto provider = open_provider(request.provider);
-    const ModuleName module =
-        named ? *named : only_module(*provider, command_words(request), option_words(request));
+    return {.module = module,
+            .file = &file,
+            .mode = mode_of(request),
+            .force = request.force,
+            .device = request.device,
+            .serial_number = request.serial_number,
+            .operator_name = request.operator_name,
+            .station = request.station};
+}
 
-    LoadControl control;
-    const Interruption interruption{&control};
-    ProgressDisplay display{progress_style(request.progress), printable(to_text(module)),
-                            printable(request.file)};
-    control.on_progress = [&display](const Progress& progress) { display.show(progress); };
-    Record record = load(*provider,
-                         {.module = module,
-                          .file = &file,
-                          .mode = mode_of(request),
-                          .force = request.force,
-                          .device = request.device,
-                          .serial_number = request.serial_number,
-                          .operator_name = request.operator_name,
-                          .station = request.station},
-                         control);
-    display.end(record);
+ProgressDisplay display_of(const Request& request, const ModuleName& module)
+{
+    return {progress_style(request.progress), printable(to_text(module)), printable(request.file)};
+}
+
+ExitStatus tell_record(const Request& request, Record record)
+{
     if (record.failure)
-        record.failure = with_command(*record.failure, request, module);
-
+        record.failure = with_command(*record.failure, request, record.module.value);
     if (request.json)
         print_json(std::cout, record_document(record));
     else
         print_record(std::cout, record);
     tell_outcome(record, request.json);
     return Interruption::status_after(record.exit_status());
+}
+
+ExitStatus load_here(const Request& request, const std::optional<ModuleName>& named, const Input& file)
+{
+    const auto provider = open_provider(request.provider);
+    const ModuleName module =
+        named ? *named : only_module(*provider, command_words(request), option_words(request));
+    LoadControl control;
+    const Interruption interruption{&control};
+    ProgressDisplay display = display_of(request, module);
+    control.on_progress = [&display](const Progress& progress) { display.show(progress); };
+    Record record = load(*provider, load_request(request, module, file), control);
+    display.end(record);
+    return tell_record(request, std::move(record));
+}
+
+/// What a load by another host says on standard error while it goes on.
+class RemoteLoadDisplay final : public RemoteLoadWatcher
+{
+public:
+    explicit RemoteLoadDisplay(ProgressDisplay& display) : display_{display} {}
+
+    void on_provider(const ProviderIdentity& provider) override { announce(provider); }
+    void on_progress(const Progress& progress) override { display_.show(progress); }
+    void on_text(const std::string& line) override { std::cerr << printable(line) << '\n'; }
+
+private:
+    ProgressDisplay& display_;
+};
+
+ExitStatus load_there(const Request& request, const ModuleName& module, const Input& file)
+{
+    const InterruptionSignals signals;
+    ProgressDisplay display = display_of(request, module);
+    RemoteLoadDisplay watcher{display};
+    Record record = load_remotely({.worker = worker_behind(request.via, worker_words(request.provider)),
+                                   .load = load_request(request, module, file),
+                                   .timeout = std::chrono::milliseconds{static_cast<std::int64_t>(
+                                       std::ceil(request.module_timeout * 1000))}},
+                                  watcher, signals);
+    display.end(record);
+    return tell_record(request, std::move(record));
+}
+
+ExitStatus load_file(const Request& request)
+{
+    require_no_policy();
+    const auto named =
+        request.module.empty() ? std::nullopt : std::optional{parse_module_name(request.module)};
+    const Input file = Input::from_path(request.file);
+    if (request.via.empty())
+        return load_here(request, named, file);
+    if (!named)
+        throw FailureError{{.status = ExitStatus::usage,
+                            .what = "no module is named, and --via takes one",
+                            .why = "a module has a board type, the number of its board and a slot",
+                            .remedy = request.via + " kvn list mwc4a"}};
+    return load_there(request, *named, file);
 }
 
 void add_modes(CLI::App& command, Request& request)
@@ -216,6 +273,15 @@ Action add_load(CLI::App& program)
     command->add_option("--serial", request->serial_number, "The module's serial number, for the record");
     command->add_option("--operator", request->operator_name, "Who loads, for the record");
     command->add_option("--station", request->station, "Where, for the record");
+    CLI::Option* via =
+        command->add_option("--via", request->via,
+                            "The words that lead to the host whose kvn shall load, such as \"ssh bench3\"");
+    command
+        ->add_option("--module-timeout", request->module_timeout,
+                     "With --via: seconds without an answer or a byte moved after which the load is given up")
+        ->check(CLI::Range(0.001, 86'400.0))
+        ->default_str("60")
+        ->needs(via);
     command
         ->add_option("--progress", request->progress,
                      "What standard error shows: auto, bar, lines or none; auto is a bar on a terminal, else "

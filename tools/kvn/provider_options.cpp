@@ -44,6 +44,16 @@ std::string as_words(const ProviderOptions& options)
     return words;
 }
 
+std::vector<std::string> worker_words(const ProviderOptions& options)
+{
+    std::vector<std::string> words{"worker"};
+    if (!options.provider.empty())
+        words.insert(words.end(), {"--provider", options.provider});
+    if (!options.rack.empty())
+        words.insert(words.end(), {"--rack", options.rack});
+    return words;
+}
+
 std::shared_ptr<Provider> open_provider_silently(const ProviderOptions& options)
 {
     if (!options.rack.empty())

@@ -9,6 +9,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace kvn
 {
@@ -26,6 +27,9 @@ void add_provider_options(CLI::App& command, ProviderOptions& options);
 
 /// The same options on a command line that a hint prints, with a blank before each.
 [[nodiscard]] std::string as_words(const ProviderOptions& options);
+
+/// The arguments of a worker of kvn with the same options.
+[[nodiscard]] std::vector<std::string> worker_words(const ProviderOptions& options);
 
 /// Opens the provider. Its record says if it simulates.
 /// @throws FailureError

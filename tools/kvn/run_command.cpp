@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn run: rehearses a plan, loads every module of it and keeps a journal.
 #include "commands.h"
-#include "interruption.h"
+#include "interruption_signals.h"
 #include "report/report.h"
 #include "report/report_files.h"
 #include "run/plan_run.h"
 #include "run_display.h"
 #include "run_options.h"
-#include "run_signals.h"
 #include "streams.h"
 
 #include <unistd.h>
@@ -95,7 +94,7 @@ ExitStatus report(const PlanRunResult& result, const std::vector<ReportTarget>& 
 
 ExitStatus run_plan(const Request& request)
 {
-    const RunSignals signals;
+    const InterruptionSignals signals;
     RunDisplay display{progress_style(request.progress), request.json};
     if (request.json)
         std::cout << event_line(stream_head()) << std::flush;

@@ -24,16 +24,6 @@ std::string own_path()
     return !path.empty() && std::filesystem::exists(path, unknown) ? path.string() : "/proc/self/exe";
 }
 
-WorkerProgram worker_program(const ProviderOptions& provider)
-{
-    WorkerProgram worker{own_path(), {"worker"}};
-    if (!provider.provider.empty())
-        worker.arguments.insert(worker.arguments.end(), {"--provider", provider.provider});
-    if (!provider.rack.empty())
-        worker.arguments.insert(worker.arguments.end(), {"--rack", provider.rack});
-    return worker;
-}
-
 } // namespace
 
 void add_plan(CLI::App& command, RunOptions& options)
@@ -93,7 +83,7 @@ PlanRunRequest run_request(const RunOptions& options)
 {
     PlanRunRequest run = options.run;
     RunSettings& settings = run.settings;
-    settings.worker = worker_program(options.provider);
+    settings.worker = {own_path(), worker_words(options.provider)};
     settings.module_timeout =
         std::chrono::milliseconds{static_cast<std::int64_t>(std::ceil(options.module_timeout * 1000))};
     settings.lock_folder = lock_folder();

@@ -2,12 +2,11 @@
 // kvn station: loads one unit after the other by the same plan, for a person with a scanner.
 #include "commands.h"
 #include "errors/failure.h"
-#include "interruption.h"
+#include "interruption_signals.h"
 #include "line_input.h"
 #include "run/plan_run.h"
 #include "run/station.h"
 #include "run_options.h"
-#include "run_signals.h"
 #include "station_display.h"
 #include "streams.h"
 
@@ -124,7 +123,7 @@ private:
     }
 
     PlanRunRequest request_;
-    RunSignals signals_;
+    InterruptionSignals signals_;
     StationDisplay display_;
     LineInput input_;
     StationTally tally_;

@@ -7,10 +7,8 @@
 #include <poll.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <iomanip>
 #include <iostream>
 #include <sstream>
@@ -25,11 +23,6 @@ bool reader_has_gone()
 {
     pollfd output{STDOUT_FILENO, POLLOUT, 0};
     return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
-}
-
-bool is_plain(char c)
-{
-    return std::isalnum(static_cast<unsigned char>(c)) != 0 || std::strchr("_-./:,+@%=", c) != nullptr;
 }
 
 } // namespace
@@ -74,16 +67,6 @@ std::string coloured(const std::string& text, bool is_good)
     if (!shows_colours())
         return text;
     return (is_good ? "\x1B[32m" : "\x1B[31m") + text + "\x1B[0m";
-}
-
-std::string shell_word(const std::string& word)
-{
-    if (!word.empty() && std::ranges::all_of(word, is_plain))
-        return word;
-    std::string quoted = "'";
-    for (const char c : word)
-        quoted += c == '\'' ? std::string{"'\\''"} : std::string{c};
-    return quoted + "'";
 }
 
 std::string fixed(double number, int digits)

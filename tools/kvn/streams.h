@@ -4,6 +4,7 @@
 #define KVN_TOOLS_KVN_STREAMS_H
 
 #include "errors/failure.h"
+#include "run/command_words.h"
 
 #include <unistd.h>
 
@@ -32,9 +33,6 @@ void print_failure(std::ostream& out, const std::string& subject, const Failure&
 [[nodiscard]] bool shows_colours(int descriptor = STDOUT_FILENO);
 /// The text in green or red where colours are shown, else as it is.
 [[nodiscard]] std::string coloured(const std::string& text, bool is_good);
-
-/// A word as a shell takes it: in quotes if need be.
-[[nodiscard]] std::string shell_word(const std::string& word);
 
 /// "0.424"
 [[nodiscard]] std::string fixed(double number, int digits);

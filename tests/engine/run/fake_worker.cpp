@@ -107,6 +107,13 @@ void load(const kvn::LoadJob& job)
         die();
     if (fault == "hangs-in-load")
         hang();
+    if (fault == "heeds-cancel") {
+        for (std::string line; std::getline(std::cin, line);)
+            if (kvn::read_job(line).kind == kvn::JobKind::cancel)
+                return finish(record_of(job), kvn::Verdict::cancelled, kvn::ModuleState::interrupted,
+                              kvn::ExitStatus::cancelled);
+        die();
+    }
     if (fault == "goes-back")
         say(kvn::progress_event(job.module, {.bytes = 5, .total = 100}));
     if (fault == "fails-by-bus-once" && nth == 1)
@@ -118,10 +125,32 @@ void load(const kvn::LoadJob& job)
     say(kvn::step_event(job.module, kvn::LoadStep::end));
     if (fault == "dies-after-end")
         die();
+    if (fault == "finishes-with-nonsense")
+        return say({{"event", "finished"},
+                    {"module", to_text(job.module)},
+                    {"record",
+                     {{"module", to_text(job.module)},
+                      {"verdict", "configured"},
+                      {"state", "configured"},
+                      {"attempts", 1},
+                      {"failure", nullptr}}}});
     if (fault == "refuses")
         return finish(record_of(job), kvn::Verdict::refused, kvn::ModuleState::refused,
                       kvn::ExitStatus::refused);
     finish(record_of(job), kvn::Verdict::configured, kvn::ModuleState::configured, kvn::ExitStatus::done);
+}
+
+kvn::SlotRow row_of(const kvn::ModuleName& module, const std::string& fault)
+{
+    if (fault == "has-empty-slots")
+        return {.name = module, .kind = kvn::SlotKind::empty};
+    return {.name = module,
+            .kind = kvn::SlotKind::module,
+            .module = kvn::ModuleIdentity{.type = 2,
+                                          .model = 4,
+                                          .version = 2,
+                                          .device = "2v40cs144-4",
+                                          .compression = kvn::Compression::yes}};
 }
 
 void ask(const kvn::InventoryJob& job)
@@ -137,7 +166,7 @@ void ask(const kvn::InventoryJob& job)
         return say(kvn::inventory_event(Json::object()));
     kvn::BusInventory inventory{.bus = job.bus};
     for (const kvn::ModuleName& module : job.modules)
-        inventory.slots.push_back({.name = module, .kind = kvn::SlotKind::module});
+        inventory.slots.push_back(row_of(module, fault));
     say(kvn::inventory_event(to_json(inventory)));
 }
 
@@ -159,7 +188,20 @@ int main(int argc, char** argv)
         say_text("Welcome to the boards\nversion 7 ");
     if (fault_of(99) == "exits")
         return 3;
-    say(kvn::stream_head());
+    if (fault_of(99) == "is-refused") {
+        std::cerr << "ssh: connect to host bench3 port 22: Connection refused\r\n";
+        return 255;
+    }
+    if (fault_of(99) == "says-nothing")
+        hang();
+    Json head = kvn::stream_head();
+    if (fault_of(99) == "is-of-version-1.7")
+        head["version"] = "1.7";
+    if (fault_of(99) == "is-of-version-2") {
+        head["version"] = "2.0";
+        head["tool"] = "kvn 2.0.0";
+    }
+    say(head);
     if (fault_of(99) == "has-no-provider") {
         say(kvn::failed_event({.status = kvn::ExitStatus::no_module, .what = "no provider"}));
         return 6;

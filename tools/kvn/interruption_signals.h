@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-// SIGINT and SIGTERM, for the loop of a run.
-#ifndef KVN_TOOLS_KVN_RUN_SIGNALS_H
-#define KVN_TOOLS_KVN_RUN_SIGNALS_H
+// SIGINT and SIGTERM, for what waits in poll(2).
+#ifndef KVN_TOOLS_KVN_INTERRUPTION_SIGNALS_H
+#define KVN_TOOLS_KVN_INTERRUPTION_SIGNALS_H
 
 #include "descriptor.h"
 #include "interruption.h"
@@ -12,11 +12,13 @@
 namespace kvn
 {
 
-/// From its making to its end, as Interruption.
-class RunSignals final : public StopSignals
+/// As Interruption: there is one at a time.
+class InterruptionSignals final : public StopSignals
 {
 public:
-    RunSignals() : woken_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)}, interruption_{woken_.number()} {}
+    InterruptionSignals() : woken_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)}, interruption_{woken_.number()}
+    {
+    }
 
     [[nodiscard]] int descriptor() const override { return woken_.number(); }
     [[nodiscard]] unsigned count() const override { return Interruption::count(); }
