@@ -11,7 +11,7 @@ import subprocess
 import tarfile
 import uuid
 
-from ansible.errors import AnsibleError
+from ansible.errors import AnsibleConnectionFailure, AnsibleError
 from ansible.module_utils.common.text.converters import to_text
 from ansible.module_utils.parsing.convert_bool import boolean
 from ansible.plugins.action import ActionBase
@@ -76,6 +76,8 @@ class ActionModule(ActionBase):
                 if answer.get("missing"):
                     raise AnsibleError("the host has no room for the files, or they changed while they were sent: %s" %
                                        ", ".join(paths[digest][1] for digest in answer["missing"]))
+        except AnsibleConnectionFailure:
+            raise  # the host is unreachable, which is no failure of the task
         except AnsibleError as error:
             result.update(failed=True, msg=to_text(error))
             return result

@@ -51,6 +51,9 @@ options:
     type: list
     elements: str
     default: []
+  _sent:
+    description: Set by the part of this module on the controller, and not for tasks; the plan with its files.
+    type: dict
 extends_documentation_fragment:
   - kavrin.fpga.kvn
 """
@@ -117,7 +120,7 @@ def main():
         "journal_to": {"type": "path"}, "resume": {"type": "bool", "default": False},
         "operator_name": {"type": "str"}, "station": {"type": "str"},
         "options": {"type": "list", "elements": "str", "default": []},
-        "_sent": {"type": "dict"},  # by the action plugin: name and text of the plan, its files by name, what has arrived
+        "_sent": {"type": "dict"},
     }
     arguments.update(kvn.OPTIONS)
     module = AnsibleModule(argument_spec=arguments, supports_check_mode=True,
