@@ -24,7 +24,7 @@ class CallbackModule(CallbackBase):
         if not path:
             return
         with open(path, "a", encoding="utf-8") as file:
-            line = {"host": result._host.get_name(), "task": result._task.action, "outcome": outcome,
+            line = {"host": result._host.get_name(), "task": result._task.action, "name": result._task.name, "outcome": outcome,
                     "result": result._result}
             file.write(json.dumps(line) + "\n")
 

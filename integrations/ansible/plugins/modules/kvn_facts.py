@@ -88,7 +88,8 @@ def main():
     module = AnsibleModule(argument_spec=arguments, supports_check_mode=True)
     documents = [listed(module, board) for board in module.params["boards"] or [None]]
     boards = [board for document in documents for board in document["boards"]]
-    modules = [row(slot) for board in boards for slot in board["slots"] if slot["kind"] == "module" or slot["failure"]]
+    slots = [slot for part in documents + boards for slot in part["slots"]]
+    modules = [row(slot) for slot in slots if slot["kind"] == "module" or slot["failure"]]
     module.exit_json(changed=False, ansible_facts={"kvn": {
         "provider": documents[-1].get("provider"), "boards": boards, "modules": modules}})
 
