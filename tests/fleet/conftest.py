@@ -3,7 +3,6 @@
 import json
 import os
 import pathlib
-import random as randoms
 import sys
 
 import pytest
@@ -108,8 +107,3 @@ def bench(request, tmp_path_factory):
         missing = [task["name"] for task in bench.tasks if task["name"] not in bench.results]
         assert not missing, f"{missing}\n{bench.output.output}"
         yield bench
-
-
-@pytest.fixture(name="random")
-def random_with_a_seed():
-    return randoms.Random(1)

@@ -14,9 +14,10 @@ COLLECTION = SOURCES / "integrations/ansible"
 class Play:
     """What a playbook said of each host."""
 
-    def __init__(self, status, output, lines, seconds, processor_seconds):
+    def __init__(self, status, output, lines, figures):
         self.status, self.output, self.lines = status, output, lines
-        self.seconds, self.processor_seconds = seconds, processor_seconds
+        self.seconds, self.processor_seconds = figures["seconds"], figures["processor"]
+        self.megabytes = figures["megabytes"]  # of the largest process
 
     def of(self, host, task="kavrin.fpga.kvn_run"):
         """@return outcome (ok, failed, unreachable) and result; None if the task was not reached"""
@@ -78,9 +79,9 @@ class Controller:
         results, measured = self.folder / f"results-{self.plays}", self.folder / f"measured-{self.plays}"
         # A controller that was killed may have left part of a line.
         lines = [json.loads(line) for line in results.read_text("utf-8").split("\n")[:-1]] if results.exists() else []
-        figures = json.loads(measured.read_text("ascii")) if measured.exists() else {"seconds": 0, "processor": 0}
+        figures = json.loads(measured.read_text("ascii")) if measured.exists() else {"seconds": 0, "processor": 0, "megabytes": 0}
         output = (self.folder / f"output-{self.plays}").read_text("utf-8", "replace")
-        return Play(status, output, lines, figures["seconds"], figures["processor"])
+        return Play(status, output, lines, figures)
 
     def run(self, *words):
         return self.finish(self.start(words))

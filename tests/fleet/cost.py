@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
 """What a run costs the controller, beside one bare command over the same hosts, for growing numbers of hosts."""
+import json
 import random as randoms
 
 import planting
@@ -37,7 +38,7 @@ class Cost:
 
     def compare(self, count, required):
         bare, loads = [], []
-        for _ in range(TIMES):
+        for _ in range(TIMES if required else 1):
             bare.append(self.bare(count))
             loads.append(self.load(count))
         bare_time, load_time = (median([play.processor_seconds for play in plays]) for plays in (bare, loads))
@@ -48,6 +49,9 @@ class Cost:
             f"processor s a host: bare {bare_time / count:.3f}, run {load_time / count:.3f}, ratio {ratio:.2f}; "
             f"seconds: bare {bare_seconds:.1f}, run {load_seconds:.1f}, slowest bus {bus:.1f}")
         if required:
+            self.facts["memory of the largest process, MB"] = max(play.megabytes for play in loads)
+            size = max(len(json.dumps(play.of(host)[1])) for play in loads for host in self.fleet.hosts[:count])
+            self.facts["result of a host, KB"] = size // 1024
             self.found.require(ratio <= MOST_PROCESSOR_TIME, f"{count} hosts", f"{ratio:.2f} of the bare command's time")
             self.found.require(load_seconds <= bus + MOST_SECONDS + bare_seconds, f"{count} hosts",
                                f"{load_seconds:.1f} s for {bus:.1f} s of the bus, bare {bare_seconds:.1f} s")

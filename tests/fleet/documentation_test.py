@@ -4,6 +4,7 @@
 ansible-test itself makes an environment from a package index for some of its checks; these are called here as it calls
 them: validate-modules, pep8 and yamllint. Those without requirements are run by ansible-test.
 """
+import ast
 import json
 import os
 import pathlib
@@ -89,9 +90,10 @@ def test_the_checks_of_ansible_test_that_need_nothing_find_nothing(place):
     assert "FATAL" not in shown
 
 
-def test_modules_need_the_standard_library_alone():
+def test_what_runs_on_hosts_needs_python_3_9_and_its_standard_library_alone():
     allowed = sys.stdlib_module_names | {"ansible_collections", "ansible"}
     for path in [*COLLECTION.glob("plugins/modules/*.py"), *COLLECTION.glob("plugins/module_utils/*.py")]:
+        ast.parse(path.read_text("utf-8"), feature_version=(3, 9))
         for line in path.read_text("utf-8").splitlines():
             words = line.split()
             if words[:1] in (["import"], ["from"]) and not line.startswith(" "):

@@ -85,7 +85,7 @@ SetEnv {variables}
         with open(self.workplace.path("sshd.log"), "ab") as log:
             self.sshd = subprocess.Popen(  # pylint: disable=consider-using-with
                 [SSHD, "-D", "-e", "-f", self.workplace.path("sshd_config")], stdin=subprocess.DEVNULL, stdout=log,
-                stderr=log)
+                stderr=log, preexec_fn=processes.end_with_parent)
         while True:
             if self.sshd.poll() is not None:
                 raise RuntimeError(f"sshd of {self.name} has ended: " +

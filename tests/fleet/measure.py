@@ -3,7 +3,7 @@
 
     measure.py FILE COMMAND...
 
-FILE gets seconds and processor seconds as JSON. What the command leaves, such as the ssh that keeps a connection, is
+FILE gets seconds, processor seconds and the memory of the largest process as JSON. What the command leaves, such as the ssh that keeps a connection, is
 ended: only then its time is known.
 """
 import json
@@ -30,7 +30,8 @@ def main():
             break
     used = resource.getrusage(resource.RUSAGE_CHILDREN)
     with open(sys.argv[1] + ".part", "w", encoding="ascii") as file:
-        json.dump({"seconds": seconds, "processor": used.ru_utime + used.ru_stime}, file)
+        json.dump({"seconds": seconds, "processor": used.ru_utime + used.ru_stime,
+                   "megabytes": used.ru_maxrss // 1024}, file)
     os.replace(sys.argv[1] + ".part", sys.argv[1])
     return status if status >= 0 else 128 - status
 

@@ -6,13 +6,18 @@ import pathlib
 import signal
 import time
 
-PR_SET_CHILD_SUBREAPER = 36
+PR_SET_PDEATHSIG, PR_SET_CHILD_SUBREAPER = 1, 36
 
 
 def adopt_orphans():
     """From now on this process is the parent of every descendant that has lost its own, so that none gets away."""
     if ctypes.CDLL(None, use_errno=True).prctl(PR_SET_CHILD_SUBREAPER, 1, 0, 0, 0) != 0:
         raise OSError(ctypes.get_errno(), "prctl")
+
+
+def end_with_parent():
+    """For a child before its program: it ends when this process is gone, however that ended."""
+    ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGTERM, 0, 0, 0)
 
 
 def parents():
