@@ -103,7 +103,8 @@ def bench(request, tmp_path_factory):
         bench.controller = Controller(fleet)
         request.module.add_tasks(bench)
         bench.output = bench.play(bench.controller)
-        bench.results = {line["name"]: {**line["result"], "failed": line["outcome"] == "failed"} for line in bench.output.lines}
+        bench.results = {line["name"]: {**line["result"], "failed": line["outcome"] == "failed"}
+                         for line in bench.output.lines}
         missing = [task["name"] for task in bench.tasks if task["name"] not in bench.results]
         assert not missing, f"{missing}\n{bench.output.output}"
         yield bench

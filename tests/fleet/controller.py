@@ -17,6 +17,7 @@ class Play:
     def __init__(self, status, output, lines, figures):
         self.status, self.output, self.lines = status, output, lines
         self.seconds, self.processor_seconds = figures["seconds"], figures["processor"]
+        self.main_seconds = figures["main"]  # of the command's own process
         self.megabytes = figures["megabytes"]  # of the largest process
 
     def of(self, host, task="kavrin.fpga.kvn_run"):
@@ -79,7 +80,9 @@ class Controller:
         results, measured = self.folder / f"results-{self.plays}", self.folder / f"measured-{self.plays}"
         # A controller that was killed may have left part of a line.
         lines = [json.loads(line) for line in results.read_text("utf-8").split("\n")[:-1]] if results.exists() else []
-        figures = json.loads(measured.read_text("ascii")) if measured.exists() else {"seconds": 0, "processor": 0, "megabytes": 0}
+        figures = {"seconds": 0, "processor": 0, "main": 0, "megabytes": 0}
+        if measured.exists():
+            figures = json.loads(measured.read_text("ascii"))
         output = (self.folder / f"output-{self.plays}").read_text("utf-8", "replace")
         return Play(status, output, lines, figures)
 

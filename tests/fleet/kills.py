@@ -160,8 +160,8 @@ class Kills:
         outcome, result = play.of(host)
         if result and outcome != "unreachable":
             for record in result.get("records", []):
-                require_same = records.get(record["module"]) == record
-                self.found.require(require_same, record["module"], "the play's record is not that of the journal")
+                self.found.require(records.get(record["module"]) == record, record["module"],
+                                   "the play's record is not that of the journal")
         for path in self.controller.journals():
             if path.name.startswith(host.name + "-"):
                 of_host = host.home / "state/journals" / path.name[len(host.name) + 1:]
@@ -179,6 +179,7 @@ class Kills:
         carriers = host.workplace.carriers()
         for module in host.rack.modules:
             holds = carriers.get(module.place)
-            self.found.require(holds and holds_design(host.workplace, module, holds), module.name, f"in the end it holds {holds}")
+            self.found.require(holds and holds_design(host.workplace, module, holds), module.name,
+                               f"in the end it holds {holds}")
         self.facts["modules configured in the end"] += len(records)
         self.facts["of these not loaded again in the last play"] += len(result["kept"])

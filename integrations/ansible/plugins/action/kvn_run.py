@@ -84,6 +84,7 @@ class ActionModule(ActionBase):
         except OSError as error:
             result.update(failed=True, msg="%s cannot be read on the controller: %s" % (error.filename, error.strerror))
             return result
+        answer.get("invocation", {}).get("module_args", {}).pop("_sent", None)
         result.update(answer)
         content = result.pop("journal_content", None)
         if content:

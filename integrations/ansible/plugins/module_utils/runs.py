@@ -136,8 +136,13 @@ class Run:
         if outcome.stopped and ended:
             lines.append("kvn run was stopped after %s s, the option timeout" % self.parameters["timeout"])
         result = {"changed": would_load if self.module.check_mode else moved, "records": records,
-                  "kept": [event["record"] for event in of("kept")], "problems": problems, "planned": planned,
+                  "kept": [event["record"] for event in of("kept")], "problems": problems,
                   "counts": ended.get("counts"), "status": ended.get("status", outcome.status), "journal": None}
+        # The records have all of it, and every byte of a result costs the controller time.
+        if self.module.check_mode:
+            result["planned"] = planned
+        if self.module._diff:
+            result["diff"] = self.difference(planned)
         if not ended or ended["status"] != 0:
             result.update(failed=True, msg="\n".join(lines) or "kvn run: %s" % ended["class"])
         self.add_journal(result)

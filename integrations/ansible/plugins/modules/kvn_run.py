@@ -88,7 +88,7 @@ problems:
   type: list
 planned:
   description: The modules of the plan, with file, digest, device, mode and bytes on the wire.
-  returned: always
+  returned: in check mode
   type: list
 counts:
   description: The number of modules with each verdict. Null where C(kvn) ended without a result.
@@ -131,8 +131,6 @@ def main():
         if missing:
             module.exit_json(changed=False, missing=missing, arrivals=run.arrivals)
         result = run.result(kvn.run_kvn(module, run.words(), run.place))
-        if module._diff:
-            result["diff"] = run.difference(result["planned"])
     except OSError as error:
         module.fail_json(msg="%s: %s; try: make room and rights for it, or name another folder" % (error.filename, error.strerror))
     module.exit_json(**result)
