@@ -64,6 +64,10 @@ if(KVN_BUILD_TOOLS)
   install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR}
           FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.toml" PATTERN "*.journal")
   install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+  # Where Ansible looks for collections under /usr.
+  install(DIRECTORY integrations/ansible/ DESTINATION ${CMAKE_INSTALL_DATADIR}/ansible/collections/ansible_collections/kavrin/fpga
+          PATTERN __pycache__ EXCLUDE PATTERN tests EXCLUDE)
 endif()
 
 if(PROJECT_IS_TOP_LEVEL)

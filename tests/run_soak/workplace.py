@@ -124,11 +124,14 @@ class Rack:
     """Boards by type and number, each with the number of the board over which it is reached, or None."""
     boards: dict
     modules: list
+    bytes_per_second: int = 0
 
     def text(self, with_faults=True):
         parts = []
         for (kind, number), over in self.boards.items():
             parts.append(f'[[board]]\ntype = "{kind}"\nnumber = {number}\n')
+            if self.bytes_per_second:
+                parts.append(f"bytes_per_second = {self.bytes_per_second}\n")
             if over is not None:
                 parts.append(f'opens = false\nreached_over = "{kind} {over}"\n')
             for module in self.modules:
