@@ -12,9 +12,9 @@ namespace
 Json header_json(const JournalHeader& header)
 {
     Json json = header_facts(header);
-    Json& continues = json["continues"];
+    json["continues"] = nullptr;
     if (header.continues)
-        continues = {{"file", header.continues->file}, {"head", header.continues->head}};
+        json["continues"] = {{"file", header.continues->file}, {"head", header.continues->head}};
     return json;
 }
 
