@@ -169,7 +169,7 @@ TEST_F(KvnRemoteLoad, AnOlderKvnIsToldApart)
     EXPECT_EQ(older.status, 6);
     EXPECT_EQ(older.errors,
               "kvn: the worker of bus mwc4a:0 behind ssh bench3 is kvn 0.9.1, whose events have the "
-              "version 0.9; this is kvn 1.0.0, which reads 1.0\n"
+              "version 0.9; this is kvn 1.0.0, which reads 1.1\n"
               "try: install the same version of kvn on both hosts\n");
 }
 

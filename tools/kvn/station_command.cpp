@@ -82,7 +82,9 @@ private:
     /// @return whether there may be another unit
     bool ask_and_run()
     {
+        Interruption::set_idle(true);
         const auto numbers = ask();
+        Interruption::set_idle(false);
         if (!numbers)
             return false;
         display_.begin_unit();
@@ -101,7 +103,7 @@ private:
         Plan plan = plan_for_questions(request_.plan);
         while (const auto question = numbers.next(plan)) {
             display_.ask(*question);
-            const auto line = next_line();
+            const auto line = input_.next();
             if (!line) {
                 is_cut_short_ = !numbers.all().empty();
                 return std::nullopt;
@@ -112,14 +114,6 @@ private:
         }
         numbers.give_to(request_, plan);
         return numbers;
-    }
-
-    std::optional<std::string> next_line()
-    {
-        Interruption::set_idle(true);
-        auto line = input_.next();
-        Interruption::set_idle(false);
-        return line;
     }
 
     PlanRunRequest request_;

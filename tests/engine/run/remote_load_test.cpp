@@ -212,7 +212,7 @@ TEST_F(RemoteLoad, AWorkerOfAnotherMajorVersionIsToldApart)
     EXPECT_EQ(failure.status, ExitStatus::no_module);
     EXPECT_EQ(failure.what,
               "the worker of bus mwc4a:0 behind ssh bench3 is kvn 2.0.0, whose events have the version "
-              "2.0; this is kvn 1.0.0, which reads 1.0");
+              "2.0; this is kvn 1.0.0, which reads 1.1");
     EXPECT_EQ(failure.remedy, "install the same version of kvn on both hosts");
 }
 
