@@ -11,7 +11,9 @@ import time
 
 import processes
 
-sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "run_soak"))
+TESTS = pathlib.Path(__file__).resolve().parent.parent
+sys.path += [str(TESTS / "run_soak"), str(TESTS / "support")]
+from ssh_hosts import make_folder_of_sshd  # noqa: E402 # pylint: disable=wrong-import-position
 from workplace import Workplace, checked  # noqa: E402 # pylint: disable=wrong-import-position
 
 MARK = "KVN_FLEET_HOST"
@@ -63,8 +65,7 @@ class Host:
 
     def start(self, authorized):
         """@param authorized the file of the controller's public key"""
-        if os.geteuid() == 0:
-            os.makedirs("/run/sshd", mode=0o755, exist_ok=True)  # sshd demands it of root
+        make_folder_of_sshd()
         variables = " ".join(f'"{name}={value}"' for name, value in self.variables().items())
         self.workplace.write("sshd_config", f"""Port {self.port}
 ListenAddress {self.address}

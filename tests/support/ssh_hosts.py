@@ -4,9 +4,9 @@
     with SshHosts(folder, ["bench1", "bench2"], programs) as hosts:
         subprocess.run(["ssh", "bench1", "kvn list"], env={**os.environ, "PATH": hosts.path})
 
-Nobody answers behind bench9. Each host has a name, a folder in which its commands start, and virtual carriers of its own. The commands of this side
-are those of the system with a configuration of their own; files of the user are neither read nor written. Needs user
-namespaces, in which each host has its name.
+Nobody answers behind bench9. Each host has a name, a folder in which its commands start, and virtual carriers of its
+own. The commands of this side are those of the system with a configuration of their own; files of the user are neither
+read nor written. Needs user namespaces, in which each host has its name.
 """
 import os
 import pathlib
@@ -56,6 +56,12 @@ exec {program} -F {config} "$@"
 """
 
 
+def make_folder_of_sshd():
+    """An sshd that root starts demands it, and where services are not started nobody has made it."""
+    if os.geteuid() == 0:
+        os.makedirs("/run/sshd", mode=0o755, exist_ok=True)
+
+
 class SshHosts:
     """Hosts from their start to their end."""
 
@@ -76,6 +82,7 @@ class SshHosts:
         return self.folder / "hosts" / name
 
     def __enter__(self):
+        make_folder_of_sshd()
         (self.folder / "bin").mkdir(parents=True)
         for key in ("host", "user"):
             subprocess.run(["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", self.folder / key], check=True)
