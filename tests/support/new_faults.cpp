@@ -7,9 +7,14 @@
 
 namespace
 {
+void* allocate_or_null(std::size_t size, const void* caller)
+{
+    return AllocationPlan::fails_now(caller) ? nullptr : std::malloc(size);
+}
+
 void* allocate(std::size_t size, const void* caller)
 {
-    void* memory = AllocationPlan::fails_now(caller) ? nullptr : std::malloc(size);
+    void* memory = allocate_or_null(size, caller);
     if (memory == nullptr)
         throw std::bad_alloc{};
     return memory;
@@ -23,6 +28,15 @@ void* operator new(std::size_t size)
 void* operator new[](std::size_t size)
 {
     return allocate(size, __builtin_return_address(0));
+}
+// The address sanitizer has these of its own, whose memory the operators below must not release.
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return allocate_or_null(size, __builtin_return_address(0));
+}
+void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept
+{
+    return allocate_or_null(size, __builtin_return_address(0));
 }
 void operator delete(void* memory) noexcept
 {
