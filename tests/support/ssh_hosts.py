@@ -25,6 +25,8 @@ PidFile none
 StrictModes no
 UsePAM no
 PasswordAuthentication no
+# Without it bash would read the user's .bashrc, which may print something.
+SetEnv SHLVL=1
 Subsystem sftp {sftp}
 ForceCommand {command}
 """
