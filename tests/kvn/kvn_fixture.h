@@ -12,6 +12,7 @@
 #include <atomic>
 #include <filesystem>
 #include <map>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,6 +54,25 @@ protected:
     {
         arguments.emplace_back("--json");
         return nlohmann::json::parse(kvn(std::move(arguments)).output);
+    }
+
+    /// The events of a run with --json, kept for the comparison with their schema.
+    [[nodiscard]] static std::vector<nlohmann::json> events_in(const std::string& output)
+    {
+        keep_lines(output);
+        std::vector<nlohmann::json> all;
+        std::istringstream lines{output};
+        for (std::string line; std::getline(lines, line);)
+            all.push_back(nlohmann::json::parse(line));
+        return all;
+    }
+
+    /// What a load says, with the figure that depends on the machine replaced.
+    [[nodiscard]] static std::string without_seconds(std::string text)
+    {
+        const std::size_t at = text.find(" bytes in ");
+        const std::size_t end = text.find('\n', at);
+        return at == std::string::npos ? text : text.replace(at, end - at, " bytes in SECONDS");
     }
 
     /// Keeps a document where schema_test.py finds it.

@@ -22,14 +22,6 @@ protected:
     }
 };
 
-/// The texts with figures that depend on the machine replaced.
-std::string without_seconds(std::string text)
-{
-    const std::size_t at = text.find(" bytes in ");
-    const std::size_t end = text.find('\n', at);
-    return at == std::string::npos ? text : text.replace(at, end - at, " bytes in SECONDS");
-}
-
 TEST_F(KvnLoad, LoadsAndReports)
 {
     const Outcome loaded = kvn({"load", "design.bit", "mwc4a:0/1"});

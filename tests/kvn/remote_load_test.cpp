@@ -54,13 +54,6 @@ protected:
     }
 };
 
-std::string without_seconds(std::string text)
-{
-    const std::size_t at = text.find(" bytes in ");
-    const std::size_t end = text.find('\n', at);
-    return at == std::string::npos ? text : text.replace(at, end - at, " bytes in SECONDS");
-}
-
 TEST_F(KvnRemoteLoad, SaysWhatALoadHereSays)
 {
     const Outcome here = kvn({"load", "design.bit", "mwc4a:0/1"});

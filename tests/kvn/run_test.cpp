@@ -65,18 +65,12 @@ protected:
     {
         return run(command(words(std::move(options))));
     }
-    /// The events of a run, kept for the comparison with their schema.
     [[nodiscard]] std::vector<Line> events(std::vector<std::string> options, int status) const
     {
         options.insert(options.end(), {"--json", "--progress", "none"});
         const Outcome outcome = run(command(std::move(options)));
         EXPECT_EQ(outcome.status, status) << outcome.errors;
-        keep_lines(outcome.output);
-        std::vector<Line> all;
-        std::istringstream lines{outcome.output};
-        for (std::string line; std::getline(lines, line);)
-            all.push_back(Line::parse(line));
-        return all;
+        return events_in(outcome.output);
     }
     /// "begun mwc4a:0/1"
     [[nodiscard]] static std::vector<std::string> names(const std::vector<Line>& events)

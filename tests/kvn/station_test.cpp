@@ -50,17 +50,11 @@ protected:
         options.insert(options.begin(), {"station", "rack.toml"});
         return command(std::move(options));
     }
-    /// The lines of a stream, kept for the comparison with their schema.
     [[nodiscard]] std::vector<Line> events(const Command& command, std::string_view numbers, int status) const
     {
         const Outcome outcome = run(command, numbers);
         EXPECT_EQ(outcome.status, status) << outcome.errors;
-        keep_lines(outcome.output);
-        std::vector<Line> all;
-        std::istringstream lines{outcome.output};
-        for (std::string line; std::getline(lines, line);)
-            all.push_back(Line::parse(line));
-        return all;
+        return events_in(outcome.output);
     }
     [[nodiscard]] std::vector<std::string> journals(const std::string& of_folder = ".") const
     {

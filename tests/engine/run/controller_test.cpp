@@ -4,11 +4,10 @@
 
 #include "errors/failure.h"
 #include "run/event.h"
+#include "test_signals.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <sys/eventfd.h>
 
 #include <csignal>
 #include <map>
@@ -50,27 +49,6 @@ public:
     std::vector<std::string> texts;
     std::string fails_at;
     std::function<void(const std::string&)> on_line;
-};
-
-class Signals final : public StopSignals
-{
-public:
-    [[nodiscard]] int descriptor() const override { return wake_.number(); }
-    [[nodiscard]] unsigned count() const override { return count_; }
-    void acknowledge() const override
-    {
-        eventfd_t unused = 0;
-        (void)eventfd_read(wake_.number(), &unused);
-    }
-    void send()
-    {
-        ++count_;
-        (void)eventfd_write(wake_.number(), 1);
-    }
-
-private:
-    mwapi::Descriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
-    unsigned count_ = 0;
 };
 
 /// Modules on boards 0 and up, two on each, and workers with faults.
@@ -123,7 +101,7 @@ protected:
     RunSettings settings;
     std::optional<std::chrono::milliseconds> load_timeout;
     Watcher watcher;
-    Signals signals;
+    TestSignals signals;
     std::vector<ModuleLoad> loads;
     std::vector<BusInventory> inventory;
     std::optional<Controller> controller;
