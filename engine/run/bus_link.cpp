@@ -47,6 +47,19 @@ BusInventory inventory_in(const Json& json)
     }
 }
 
+LoadJob job_of(const ModuleLoad& load, const RunFacts& facts)
+{
+    return {.module = load.module,
+            .file = file_key(load.file->name(), load.file->stored().sha256),
+            .judged = load.judged,
+            .device = load.device,
+            .serial_number = load.serial_number,
+            .operator_name = facts.operator_name,
+            .station = facts.station,
+            .approved_by = facts.approved_by,
+            .approval_key = facts.approval_key};
+}
+
 /// "12 s", "0.25 s"
 std::string in_seconds(std::chrono::milliseconds duration)
 {
@@ -102,13 +115,13 @@ void BusLink::give(const Input& file, const std::string& sha256)
     note_sign_of_life();
 }
 
-void BusLink::load(const LoadJob& job, std::chrono::milliseconds timeout)
+void BusLink::load(const ModuleLoad& load, const RunFacts& facts, std::chrono::milliseconds timeout)
 {
-    load_ = job;
+    load_ = job_of(load, facts);
     load_timeout_ = timeout;
     cancelled_at_.reset();
     seen_ = {.begin = std::chrono::system_clock::now(), .end = {}};
-    worker_->send(event_line(load_job(job)));
+    worker_->send(event_line(load_job(*load_)));
     worker_->write_some();
     note_sign_of_life();
 }
@@ -158,6 +171,14 @@ void BusLink::serve(std::span<const pollfd> ready)
 std::string BusLink::worker_words() const
 {
     return "the worker of bus " + to_text(bus_) + (via_.empty() ? "" : " behind " + via_);
+}
+
+/// What a worker says of its host must not read as if it were said of this one.
+Failure BusLink::told_there(Failure failure) const
+{
+    if (!via_.empty())
+        failure.what.insert(0, "behind " + via_ + ": ");
+    return failure;
 }
 
 bool BusLink::is_awaited() const
@@ -274,7 +295,7 @@ void BusLink::take(WorkerEvent event)
         is_ready_ = true;
         return listener_.on_ready(index_, read_provider(event.json["provider"]));
     case WorkerEventKind::failed:
-        return lose(read_failure(event.json["failure"]));
+        return lose(told_there(read_failure(event.json["failure"])));
     case WorkerEventKind::received:
         take_received(event.json["sha256"].get<std::string>());
         if (files_on_the_way_.empty())

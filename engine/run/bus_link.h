@@ -66,7 +66,7 @@ public:
     /// Gives a file, unless the worker has it. @param sha256 of its content
     void give(const Input& file, const std::string& sha256);
     /// @param timeout without a byte moved
-    void load(const LoadJob& job, std::chrono::milliseconds timeout);
+    void load(const ModuleLoad& load, const RunFacts& facts, std::chrono::milliseconds timeout);
     void cancel();
     /// No further job comes.
     void end();
@@ -85,6 +85,7 @@ public:
 
 private:
     [[nodiscard]] std::string worker_words() const;
+    [[nodiscard]] Failure told_there(Failure failure) const;
     [[nodiscard]] bool is_awaited() const;
     void note_sign_of_life() { last_sign_ = Clock::now(); }
     void serve_output();

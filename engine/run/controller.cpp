@@ -19,19 +19,6 @@ namespace
 constexpr std::chrono::milliseconds BETWEEN_PROGRESS{100};
 constexpr std::size_t ENTRIES_PER_BUS = 3;
 
-LoadJob job_of(const ModuleLoad& load, const RunFacts& facts)
-{
-    return {.module = load.module,
-            .file = file_key(load.file->name(), load.file->stored().sha256),
-            .judged = load.judged,
-            .device = load.device,
-            .serial_number = load.serial_number,
-            .operator_name = facts.operator_name,
-            .station = facts.station,
-            .approved_by = facts.approved_by,
-            .approval_key = facts.approval_key};
-}
-
 Failure because_of(const Failure& failure, const ModuleName& module)
 {
     Failure own = failure;
@@ -216,7 +203,7 @@ void Controller::begin_load(std::size_t bus)
         return leave_out(bus, *failure_);
     }
     ++work.attempt;
-    work.link->load(job_of(load, facts()), load.timeout.value_or(settings_.module_timeout));
+    work.link->load(load, facts(), load.timeout.value_or(settings_.module_timeout));
 }
 
 /// The load that is to begin does not: what became of its attempts stays.

@@ -98,6 +98,15 @@ Policy read_policy(const PolicyPlace& place)
     return policy;
 }
 
+void require_no_demanding_policy(const std::string& command)
+{
+    const Policy policy = read_policy();
+    if (policy.require_manifest)
+        throw FailureError{{.status = ExitStatus::rehearsal,
+                            .what = policy.file + " demands a manifest, which " + command + " does not take",
+                            .remedy = "load by kvn run, with --manifest"}};
+}
+
 std::optional<Approved> read_approval(const ApprovalFiles& files, const Policy& policy,
                                       const Verifiers& verifiers)
 {

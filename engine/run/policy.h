@@ -35,6 +35,11 @@ struct PolicyPlace {
 ///         names. std::bad_alloc
 [[nodiscard]] Policy read_policy(const PolicyPlace& place = {});
 
+/// For what loads without a manifest.
+/// @param command that does, for the words: "kvn load"
+/// @throws FailureError (ExitStatus::rehearsal) when the policy of the host demands one; and as read_policy()
+void require_no_demanding_policy(const std::string& command);
+
 /// The files about approval that a user names; empty: none.
 struct ApprovalFiles {
     std::string manifest = {};

@@ -84,7 +84,7 @@ private:
     {
         judged_ = preparation_->judged();
         watcher_.on_progress({.total = total()});
-        link_.load(job(), request_.timeout);
+        link_.load(module_load(), facts(), request_.timeout);
         is_begun_ = true;
     }
 
@@ -122,9 +122,9 @@ private:
         // ssh ends its own lines as for a terminal.
         const std::string words = line.substr(0, line.find_last_not_of('\r') + 1);
         if (preparation_)
-            watcher_.on_text(words);
-        else
-            early_lines_.push_back(words);
+            return watcher_.on_text(words);
+        early_lines_.push_back(words);
+        tell_early_lines(TELLING_LINES);
     }
 
     /// What must not be loaded ends the load before it is begun.
@@ -165,27 +165,37 @@ private:
 
     void take_lost(const Failure& failure)
     {
-        const LoadRequest& load = request_.load;
-        record_ = lost({.module = load.module,
-                        .file = load.file,
-                        .judged = judged_,
-                        .device = load.device,
-                        .serial_number = load.serial_number},
-                       {.provider = record_.provider,
-                        .operator_name = load.operator_name,
-                        .station = load.station,
-                        .approved_by = load.approved_by,
-                        .approval_key = load.approval_key},
-                       link_.seen(), failure);
+        record_ = lost(module_load(), facts(), link_.seen(), failure);
         record_.host.reset();
+    }
+
+    [[nodiscard]] ModuleLoad module_load() const
+    {
+        const LoadRequest& load = request_.load;
+        return {.module = load.module,
+                .file = load.file,
+                .judged = judged_,
+                .device = load.device,
+                .serial_number = load.serial_number};
+    }
+
+    [[nodiscard]] RunFacts facts() const
+    {
+        const LoadRequest& load = request_.load;
+        return {.provider = record_.provider,
+                .operator_name = load.operator_name,
+                .station = load.station,
+                .approved_by = load.approved_by,
+                .approval_key = load.approval_key};
     }
 
     /// A worker that has answered tells itself why it does not go on.
     [[nodiscard]] Failure no_worker(const Failure& failure)
     {
-        tell_early_lines(link_.has_answered() ? 0 : TELLING_LINES);
-        if (link_.has_answered())
+        if (link_.has_answered()) {
+            tell_early_lines(0);
             return failure;
+        }
         const std::string said = joined(early_lines_);
         const bool is_late = failure.status == ExitStatus::timed_out;
         return {.status = is_late ? ExitStatus::timed_out : ExitStatus::no_module,
@@ -201,20 +211,6 @@ private:
             watcher_.on_text(early_lines_.front());
             early_lines_.pop_front();
         }
-    }
-
-    [[nodiscard]] LoadJob job() const
-    {
-        const LoadRequest& load = request_.load;
-        return {.module = load.module,
-                .file = file_key(load.file->name(), load.file->stored().sha256),
-                .judged = judged_,
-                .device = load.device,
-                .serial_number = load.serial_number,
-                .operator_name = load.operator_name,
-                .station = load.station,
-                .approved_by = load.approved_by,
-                .approval_key = load.approval_key};
     }
 
     [[nodiscard]] std::optional<std::uint64_t> total() const

@@ -99,6 +99,18 @@ void add_json(CLI::App& command, bool& json)
     command.add_flag("--json", json, "Print JSON");
 }
 
+CLI::Option* add_module_timeout(CLI::App& command, std::chrono::milliseconds& timeout,
+                                const std::string& description)
+{
+    timeout = std::chrono::seconds{60};
+    const auto set = [&timeout](double seconds) {
+        timeout = std::chrono::ceil<std::chrono::milliseconds>(std::chrono::duration<double>{seconds});
+    };
+    return command.add_option_function<double>("--module-timeout", set, description)
+        ->check(CLI::Range(0.001, 86'400.0))
+        ->default_str("60");
+}
+
 CLI::Validator one_of(std::vector<std::string> words)
 {
     std::string name = "{";

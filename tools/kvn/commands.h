@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <chrono>
 #include <functional>
 #include <initializer_list>
 #include <stdexcept>
@@ -31,6 +32,10 @@ void add_examples(CLI::App& command, std::initializer_list<const char*> examples
 
 /// The option --json.
 void add_json(CLI::App& command, bool& json);
+
+/// The option --module-timeout: seconds, 60 unless it is given; they are rounded up.
+CLI::Option* add_module_timeout(CLI::App& command, std::chrono::milliseconds& timeout,
+                                const std::string& description);
 
 /// Accepts one of these words, and answers any other with the nearest.
 [[nodiscard]] CLI::Validator one_of(std::vector<std::string> words);

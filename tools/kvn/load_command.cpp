@@ -12,7 +12,6 @@
 #include "run/policy.h"
 #include "run/remote_load.h"
 
-#include <cmath>
 #include <iostream>
 #include <memory>
 
@@ -31,7 +30,7 @@ struct Request {
     bool force = false;
     std::string device;
     std::string via;
-    double module_timeout = 60;
+    std::chrono::milliseconds module_timeout{};
     std::optional<std::string> serial_number;
     std::optional<std::string> operator_name;
     std::optional<std::string> station;
@@ -144,16 +143,6 @@ void tell_outcome(const Record& record, bool json)
         tell(to_text(record.module.value) + ": the module is " + state_words(record));
 }
 
-/// Under a policy that requires a manifest nothing is loaded without one.
-void require_no_policy()
-{
-    const Policy policy = read_policy();
-    if (policy.require_manifest)
-        throw FailureError{{.status = ExitStatus::rehearsal,
-                            .what = policy.file + " demands a manifest, which kvn load does not take",
-                            .remedy = "load by kvn run, with --manifest"}};
-}
-
 LoadRequest load_request(const Request& request, const ModuleName& module, const Input& file)
 {
     return {.module = module,
@@ -218,8 +207,7 @@ ExitStatus load_there(const Request& request, const ModuleName& module, const In
     RemoteLoadDisplay watcher{display};
     Record record = load_remotely({.worker = worker_behind(request.via, worker_words(request.provider)),
                                    .load = load_request(request, module, file),
-                                   .timeout = std::chrono::milliseconds{static_cast<std::int64_t>(
-                                       std::ceil(request.module_timeout * 1000))}},
+                                   .timeout = request.module_timeout},
                                   watcher, signals);
     display.end(record);
     return tell_record(request, std::move(record));
@@ -227,7 +215,7 @@ ExitStatus load_there(const Request& request, const ModuleName& module, const In
 
 ExitStatus load_file(const Request& request)
 {
-    require_no_policy();
+    require_no_demanding_policy("kvn load");
     const auto named =
         request.module.empty() ? std::nullopt : std::optional{parse_module_name(request.module)};
     const Input file = Input::from_path(request.file);
@@ -276,11 +264,9 @@ Action add_load(CLI::App& program)
     CLI::Option* via =
         command->add_option("--via", request->via,
                             "The words that lead to the host whose kvn shall load, such as \"ssh bench3\"");
-    command
-        ->add_option("--module-timeout", request->module_timeout,
-                     "With --via: seconds without an answer or a byte moved after which the load is given up")
-        ->check(CLI::Range(0.001, 86'400.0))
-        ->default_str("60")
+    add_module_timeout(
+        *command, request->module_timeout,
+        "With --via: seconds without an answer or a byte moved after which the load is given up")
         ->needs(via);
     command
         ->add_option("--progress", request->progress,

@@ -5,8 +5,6 @@
 #include "commands.h"
 #include "streams.h"
 
-#include <chrono>
-#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <system_error>
@@ -22,6 +20,14 @@ std::string own_path()
     std::error_code unknown;
     const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", unknown);
     return !path.empty() && std::filesystem::exists(path, unknown) ? path.string() : "/proc/self/exe";
+}
+
+/// A run is rehearsed under the policy of the host, so its workers need not ask for it.
+WorkerProgram worker_program(const ProviderOptions& provider)
+{
+    WorkerProgram worker{own_path(), worker_words(provider)};
+    worker.arguments.emplace_back("--approved");
+    return worker;
 }
 
 } // namespace
@@ -40,11 +46,8 @@ void add_load_options(CLI::App& command, RunOptions& options)
                                             "Load what can be loaded after a failure (default)");
     command.add_flag("--stop-on-failure", settings.stop_on_failure, "Begin nothing new after a failure")
         ->excludes(goes_on);
-    command
-        .add_option("--module-timeout", options.module_timeout,
-                    "Seconds without a byte moved after which a bus is given up")
-        ->check(CLI::Range(0.001, 86'400.0))
-        ->default_str("60");
+    add_module_timeout(command, settings.module_timeout,
+                       "Seconds without a byte moved after which a bus is given up");
     command.add_option("--retries", settings.retries, "Further attempts after a failure of the bus")
         ->check(CLI::Range(0U, 100U))
         ->default_str("0");
@@ -83,9 +86,7 @@ PlanRunRequest run_request(const RunOptions& options)
 {
     PlanRunRequest run = options.run;
     RunSettings& settings = run.settings;
-    settings.worker = {own_path(), worker_words(options.provider)};
-    settings.module_timeout =
-        std::chrono::milliseconds{static_cast<std::int64_t>(std::ceil(options.module_timeout * 1000))};
+    settings.worker = worker_program(options.provider);
     settings.lock_folder = lock_folder();
     settings.lock_prefix = [](const ProviderIdentity& provider) {
         return lock_prefix(provider,

@@ -17,7 +17,6 @@ struct RunOptions {
     PlanRunRequest run;
     ProviderOptions provider;
     bool keep_going = false;
-    double module_timeout = 60; ///< seconds
     std::string progress = "auto";
     bool json = false;
 };

@@ -4,6 +4,7 @@
 #include "descriptor.h"
 #include "errors/failure.h"
 #include "provider_options.h"
+#include "run/policy.h"
 #include "run/worker.h"
 
 #include <fcntl.h>
@@ -27,11 +28,18 @@ mwapi::Descriptor take_standard_output()
     return events;
 }
 
-ExitStatus work(const ProviderOptions& provider)
+struct Request {
+    ProviderOptions provider;
+    bool approved = false;
+};
+
+ExitStatus work(const Request& request)
 {
     const mwapi::Descriptor events = take_standard_output();
-    return run_worker({.jobs = STDIN_FILENO, .events = events.number(), .open = [&provider] {
-                           return open_provider_silently(provider);
+    return run_worker({.jobs = STDIN_FILENO, .events = events.number(), .open = [&request] {
+                           if (!request.approved)
+                               require_no_demanding_policy("kvn worker");
+                           return open_provider_silently(request.provider);
                        }});
 }
 
@@ -39,12 +47,14 @@ ExitStatus work(const ProviderOptions& provider)
 
 Action add_worker(CLI::App& program)
 {
-    auto provider = std::make_shared<ProviderOptions>();
+    auto request = std::make_shared<Request>();
     CLI::App* command = program.add_subcommand(
         "worker", "Works on one bus for kvn run: jobs on standard input, events on standard output");
-    add_provider_options(*command, *provider);
+    command->add_flag("--approved", request->approved,
+                      "The loads are those of a run that was rehearsed under the policy of this host");
+    add_provider_options(*command, request->provider);
     add_examples(*command, {"kvn worker --provider virtual", "kvn worker --provider replay:run.jsonl"});
-    return [provider] { return work(*provider); };
+    return [request] { return work(*request); };
 }
 
 } // namespace kvn

@@ -188,6 +188,10 @@ int main(int argc, char** argv)
         say_text("Welcome to the boards\nversion 7 ");
     if (fault_of(99) == "exits")
         return 3;
+    if (fault_of(99) == "babbles") {
+        std::cerr << "line 1\nline 2\nline 3\nline 4\nline 5\n";
+        return 1;
+    }
     if (fault_of(99) == "is-refused") {
         std::cerr << "ssh: connect to host bench3 port 22: Connection refused\r\n";
         return 255;

@@ -8,11 +8,10 @@
 #include "module/module_name.h"
 #include "report/module_json.h"
 #include "run/worker_protocol.h"
+#include "test_signals.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-
-#include <sys/eventfd.h>
 
 #include <csignal>
 
@@ -26,27 +25,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 
 constexpr const char* DEVICE = "2v40cs144-4";
-
-class Signals final : public StopSignals
-{
-public:
-    [[nodiscard]] int descriptor() const override { return wake_.number(); }
-    [[nodiscard]] unsigned count() const override { return count_; }
-    void acknowledge() const override
-    {
-        eventfd_t unused = 0;
-        (void)eventfd_read(wake_.number(), &unused);
-    }
-    void send(unsigned times)
-    {
-        count_ += times;
-        (void)eventfd_write(wake_.number(), 1);
-    }
-
-private:
-    mwapi::Descriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
-    unsigned count_ = 0;
-};
 
 class Watcher final : public RemoteLoadWatcher
 {
@@ -112,7 +90,7 @@ protected:
     Input file = bitstream("design.bit", part_of(DEVICE), configuration(DEVICE));
     std::chrono::milliseconds timeout = 60s;
     Watcher watcher;
-    Signals signals;
+    TestSignals signals;
     Record record;
 };
 
@@ -132,6 +110,13 @@ TEST_F(RemoteLoad, PassesABannerOn)
 {
     EXPECT_EQ(outcome({"99=prints-banner"}), "configured, configured, 0, 1");
     EXPECT_THAT(watcher.texts, ElementsAre("Welcome to the boards", "version 7 "));
+}
+
+TEST_F(RemoteLoad, HoldsThreeLinesUntilAWorkerAnswers)
+{
+    const Failure failure = failure_of({"99=babbles"});
+    EXPECT_THAT(watcher.texts, ElementsAre("line 1", "line 2"));
+    EXPECT_THAT(failure.why, testing::EndsWith(": line 3; line 4; line 5"));
 }
 
 TEST_F(RemoteLoad, RefusesAFileForAnotherDeviceBeforeItIsSent)
@@ -225,7 +210,7 @@ TEST_F(RemoteLoad, AWorkerWithoutItsProviderSaysSo)
 {
     const Failure failure = failure_of({"99=has-no-provider"});
     EXPECT_EQ(failure.status, ExitStatus::no_module);
-    EXPECT_EQ(failure.what, "no provider");
+    EXPECT_EQ(failure.what, "behind ssh bench3: no provider");
 }
 
 TEST_F(RemoteLoad, WordsThatAreNoProgramAreAUsageError)
