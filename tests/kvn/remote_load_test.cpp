@@ -196,7 +196,7 @@ TEST_F(KvnRemoteLoad, UsageErrors)
 
 TEST_F(KvnRemoteLoad, TheFirstSignalLetsTheLoadFinish)
 {
-    use_rack("bytes_per_second = 100_000\n");
+    use_rack("bytes_per_second = 20_000\n");
     Terminal terminal{command({"load", "design.bit", "mwc4a:0/1", "--plain", "--via", "ssh bench3"})};
     terminal.expect("mwc4a:0/1  1");
     terminal.signal(SIGINT);

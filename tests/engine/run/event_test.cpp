@@ -111,8 +111,9 @@ TEST(Event, LinesThatAreNoEventsAreRefused)
     EXPECT_EQ(problem_of(R"({"event":7})"), "the line: event is no text");
     EXPECT_EQ(problem_of(R"({"event":"begun")"), "it is no JSON");
     EXPECT_EQ(problem_of(R"({"event":"a","event":"b"})"), "it has the member event twice");
-    EXPECT_EQ(problem_of(R"({"kvn":"events","version":"2.0","tool":"x"})"),
-              "the stream's head: version is none that can be read, which is 1");
+    for (const char* version : {"2.0", "0.9", "10.0", "1"})
+        EXPECT_EQ(problem_of(R"({"kvn":"events","version":")" + std::string{version} + R"(","tool":"x"})"),
+                  "the stream's head: version is none that can be read, which is 1");
 }
 
 TEST(Event, MembersOfOtherTypesAreRefused)
