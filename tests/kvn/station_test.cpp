@@ -290,6 +290,15 @@ TEST_F(KvnStation, HasTheStatusOfItsFailuresUntilTheyDiffer)
     EXPECT_EQ(terminal.finish(), 9);
 }
 
+TEST_F(KvnStation, AsksNothingWhereNumbersComeFromAPipe)
+{
+    Terminal terminal{
+        {"/bin/sh", {"-c", "echo 4711 | " KVN_PROGRAM " station rack.toml"}, folder, variables}};
+    EXPECT_EQ(terminal.finish(), 0);
+    EXPECT_THAT(terminal.shown(), HasSubstr("PASS  4711"));
+    EXPECT_THAT(terminal.shown(), Not(HasSubstr("Serial number: ")));
+}
+
 TEST_F(KvnStation, ForgetsWhatIsTypedDuringARun)
 {
     use_boards("bytes_per_second = 40_000\n");
