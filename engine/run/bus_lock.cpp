@@ -71,9 +71,9 @@ int open_or_create(const std::string& path)
     }
 }
 
-mwapi::Descriptor open_lock(const std::string& path, const BoardName& bus)
+kvn::system::Descriptor open_lock(const std::string& path, const BoardName& bus)
 {
-    mwapi::Descriptor file{open_or_create(path)};
+    kvn::system::Descriptor file{open_or_create(path)};
     if (!file.is_open())
         cannot_lock(path, bus, std::generic_category().message(errno));
     struct stat status {
@@ -93,7 +93,7 @@ std::string user_name()
     return std::to_string(::getuid());
 }
 
-void write_holder(const mwapi::Descriptor& file, const std::string& program)
+void write_holder(const kvn::system::Descriptor& file, const std::string& program)
 {
     const std::string line = event_line({{"process", std::to_string(::getpid())},
                                          {"user", user_name()},
@@ -104,7 +104,7 @@ void write_holder(const mwapi::Descriptor& file, const std::string& program)
     (void)!::pwrite(file.number(), line.data(), line.size(), 0);
 }
 
-BusHolder read_holder(const mwapi::Descriptor& file)
+BusHolder read_holder(const kvn::system::Descriptor& file)
 {
     std::array<char, 4096> text{};
     const ssize_t size = ::pread(file.number(), text.data(), text.size(), 0);
@@ -173,7 +173,7 @@ std::variant<BusLock, BusHolder> BusLock::take(const std::string& folder, const 
                                                const BoardName& bus, const std::string& program)
 {
     const std::string path = folder + "/" + file_name(prefix, bus);
-    mwapi::Descriptor file = open_lock(path, bus);
+    kvn::system::Descriptor file = open_lock(path, bus);
     if (::flock(file.number(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK)
             cannot_lock(path, bus, std::generic_category().message(errno));

@@ -2,8 +2,8 @@
 // Runs another program to its end.
 #include "run/program.h"
 
-#include "descriptor.h"
 #include "file/memory_file.h"
+#include "system/descriptor.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -37,7 +37,7 @@ constexpr int OUT_OF_THE_WAY = 64;
     throw std::system_error{error, std::generic_category(), what};
 }
 
-using mwapi::Descriptor;
+using kvn::system::Descriptor;
 
 /// The descriptor that a call has made.
 Descriptor made(int number)

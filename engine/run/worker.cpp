@@ -2,7 +2,6 @@
 // A worker: does the jobs of one bus, and tells what happens.
 #include "run/worker.h"
 
-#include "descriptor.h"
 #include "errors/failure.h"
 #include "hashing/sha256.h"
 #include "module/load.h"
@@ -10,6 +9,7 @@
 #include "run/inventory.h"
 #include "run/line_splitter.h"
 #include "run/worker_protocol.h"
+#include "system/descriptor.h"
 
 #include <poll.h>
 #include <sys/eventfd.h>
@@ -379,7 +379,7 @@ public:
 
 private:
     Tasks& tasks_;
-    mwapi::Descriptor stop_{::eventfd(0, EFD_CLOEXEC)};
+    kvn::system::Descriptor stop_{::eventfd(0, EFD_CLOEXEC)};
     Reader reader_;
     std::jthread thread_;
 };

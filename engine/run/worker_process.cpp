@@ -31,8 +31,8 @@ namespace
 }
 
 struct Pipe {
-    mwapi::Descriptor reading;
-    mwapi::Descriptor writing;
+    kvn::system::Descriptor reading;
+    kvn::system::Descriptor writing;
 };
 
 Pipe open_pipe(const WorkerProgram& program)
@@ -40,7 +40,7 @@ Pipe open_pipe(const WorkerProgram& program)
     std::array<int, 2> ends{};
     if (::pipe2(ends.data(), O_CLOEXEC) != 0)
         cannot_start(program, errno);
-    return {mwapi::Descriptor{ends[0]}, mwapi::Descriptor{ends[1]}};
+    return {kvn::system::Descriptor{ends[0]}, kvn::system::Descriptor{ends[1]}};
 }
 
 /// How the child differs from this process; released at the end of the scope.
@@ -73,7 +73,7 @@ public:
     SpawnSettings(const SpawnSettings&) = delete;
     SpawnSettings& operator=(const SpawnSettings&) = delete;
 
-    void lead(const mwapi::Descriptor& from, int to)
+    void lead(const kvn::system::Descriptor& from, int to)
     {
         posix_spawn_file_actions_adddup2(&files_, from.number(), to);
     }
@@ -85,7 +85,7 @@ private:
     posix_spawnattr_t attributes_{};
 };
 
-void stop_waiting(const mwapi::Descriptor& descriptor)
+void stop_waiting(const kvn::system::Descriptor& descriptor)
 {
     (void)::fcntl(descriptor.number(), F_SETFL, O_NONBLOCK);
 }
@@ -117,7 +117,7 @@ WorkerProcess::WorkerProcess(const WorkerProgram& program)
     input_ = std::move(in.writing);
     output_ = std::move(out.reading);
     errors_ = std::move(err.reading);
-    for (const mwapi::Descriptor* each : {&input_, &output_, &errors_})
+    for (const kvn::system::Descriptor* each : {&input_, &output_, &errors_})
         stop_waiting(*each);
 }
 
@@ -175,7 +175,7 @@ void WorkerProcess::end_input()
     write_some();
 }
 
-bool WorkerProcess::read_some(mwapi::Descriptor& from, LineSplitter& to)
+bool WorkerProcess::read_some(kvn::system::Descriptor& from, LineSplitter& to)
 {
     std::array<char, 65536> block; // NOLINT(cppcoreguidelines-pro-type-member-init)
     for (;;) {

@@ -3,9 +3,9 @@
 #ifndef KVN_ENGINE_RUN_WORKER_PROCESS_H
 #define KVN_ENGINE_RUN_WORKER_PROCESS_H
 
-#include "descriptor.h"
 #include "file/input.h"
 #include "run/line_splitter.h"
+#include "system/descriptor.h"
 
 #include <sys/types.h>
 
@@ -78,13 +78,13 @@ private:
         std::optional<File> file = {};
     };
 
-    [[nodiscard]] static bool read_some(mwapi::Descriptor& from, LineSplitter& to);
+    [[nodiscard]] static bool read_some(kvn::system::Descriptor& from, LineSplitter& to);
     [[nodiscard]] ssize_t write_front();
 
     pid_t process_ = -1;
-    mwapi::Descriptor input_;
-    mwapi::Descriptor output_;
-    mwapi::Descriptor errors_;
+    kvn::system::Descriptor input_;
+    kvn::system::Descriptor output_;
+    kvn::system::Descriptor errors_;
     std::deque<Outgoing> outgoing_;
     std::uint64_t sent_ = 0;
     bool ends_ = false;

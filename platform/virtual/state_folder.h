@@ -3,7 +3,7 @@
 #ifndef MWVIRTUAL_STATE_FOLDER_H
 #define MWVIRTUAL_STATE_FOLDER_H
 
-#include "descriptor.h"
+#include "system/descriptor.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -25,7 +25,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-using mwapi::Descriptor;
+using kvn::system::Descriptor;
 
 /// The locks of a file: its first two bytes, which need not exist. A lock belongs to the descriptor over
 /// which it was taken, and ends with it, at the latest with the process.

@@ -3,9 +3,9 @@
 #ifndef KVN_TOOLS_KVN_INTERRUPTION_SIGNALS_H
 #define KVN_TOOLS_KVN_INTERRUPTION_SIGNALS_H
 
-#include "descriptor.h"
 #include "interruption.h"
 #include "run/controller.h"
+#include "system/descriptor.h"
 
 #include <sys/eventfd.h>
 
@@ -29,7 +29,7 @@ public:
     }
 
 private:
-    mwapi::Descriptor woken_;
+    kvn::system::Descriptor woken_;
     Interruption interruption_;
 };
 

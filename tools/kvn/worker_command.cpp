@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn worker: does the jobs of one bus for kvn run.
 #include "commands.h"
-#include "descriptor.h"
 #include "errors/failure.h"
 #include "provider_options.h"
 #include "run/worker.h"
+#include "system/descriptor.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,9 +19,9 @@ namespace
 {
 
 /// Standard output for the events only: what a provider prints goes to standard error from now on.
-mwapi::Descriptor take_standard_output()
+kvn::system::Descriptor take_standard_output()
 {
-    mwapi::Descriptor events{::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)};
+    kvn::system::Descriptor events{::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)};
     if (!events.is_open() || ::dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
         throw std::system_error{errno, std::generic_category(), "standard output"};
     return events;
@@ -29,7 +29,7 @@ mwapi::Descriptor take_standard_output()
 
 ExitStatus work(const ProviderOptions& provider)
 {
-    const mwapi::Descriptor events = take_standard_output();
+    const kvn::system::Descriptor events = take_standard_output();
     return run_worker({.jobs = STDIN_FILENO, .events = events.number(), .open = [&provider] {
                            return open_provider_silently(provider);
                        }});

@@ -69,7 +69,7 @@ public:
     }
 
 private:
-    mwapi::Descriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    kvn::system::Descriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
     unsigned count_ = 0;
 };
 

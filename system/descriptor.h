@@ -1,15 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 // A file descriptor that is closed at the end of its scope.
-#ifndef PLATFORM_DESCRIPTOR_H
-#define PLATFORM_DESCRIPTOR_H
-
-#include <unistd.h>
+#ifndef KVN_SYSTEM_DESCRIPTOR_H
+#define KVN_SYSTEM_DESCRIPTOR_H
 
 #include <utility>
 
-namespace mwapi
+namespace kvn::system
 {
 
+/// Closes a descriptor of the C run-time. Errors are ignored: whoever writes asks before.
+void close_descriptor(int number) noexcept;
+
+/// Owns a descriptor of the C run-time. One object is for one thread at a time.
 class Descriptor
 {
 public:
@@ -28,17 +30,18 @@ public:
     Descriptor& operator=(const Descriptor&) = delete;
 
     [[nodiscard]] bool is_open() const noexcept { return number_ >= 0; }
+    /// -1 if it is not open. The object keeps it.
     [[nodiscard]] int number() const noexcept { return number_; }
     void close() noexcept
     {
         if (is_open())
-            (void)::close(std::exchange(number_, -1));
+            close_descriptor(std::exchange(number_, -1));
     }
 
 private:
     int number_;
 };
 
-} // namespace mwapi
+} // namespace kvn::system
 
 #endif
