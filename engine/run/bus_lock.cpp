@@ -6,9 +6,11 @@
 #include "hashing/sha256.h"
 #include "report/utc.h"
 #include "run/event.h"
+#include "system/host.h"
+#include "system/places.h"
+#include "system/process.h"
 
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -71,9 +73,9 @@ int open_or_create(const std::string& path)
     }
 }
 
-kvn::system::Descriptor open_lock(const std::string& path, const BoardName& bus)
+system::Descriptor open_lock(const std::string& path, const BoardName& bus)
 {
-    kvn::system::Descriptor file{open_or_create(path)};
+    system::Descriptor file{open_or_create(path)};
     if (!file.is_open())
         cannot_lock(path, bus, std::generic_category().message(errno));
     struct stat status {
@@ -83,20 +85,10 @@ kvn::system::Descriptor open_lock(const std::string& path, const BoardName& bus)
     return file;
 }
 
-std::string user_name()
+void write_holder(const system::Descriptor& file, const std::string& program)
 {
-    std::array<char, 4096> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr)
-        return found->pw_name;
-    return std::to_string(::getuid());
-}
-
-void write_holder(const kvn::system::Descriptor& file, const std::string& program)
-{
-    const std::string line = event_line({{"process", std::to_string(::getpid())},
-                                         {"user", user_name()},
+    const std::string line = event_line({{"process", std::to_string(system::own_process_id())},
+                                         {"user", system::user_name()},
                                          {"program", program},
                                          {"since", utc_text(std::chrono::system_clock::now())}});
     // What cannot be told does not hurt the lock.
@@ -104,7 +96,7 @@ void write_holder(const kvn::system::Descriptor& file, const std::string& progra
     (void)!::pwrite(file.number(), line.data(), line.size(), 0);
 }
 
-BusHolder read_holder(const kvn::system::Descriptor& file)
+BusHolder read_holder(const system::Descriptor& file)
 {
     std::array<char, 4096> text{};
     const ssize_t size = ::pread(file.number(), text.data(), text.size(), 0);
@@ -149,10 +141,7 @@ std::string lock_folder()
     std::string wish = variable("KVN_LOCK_FOLDER");
     if (!wish.empty())
         return wish;
-    for (std::string folder : {"/run/lock", variable("XDG_RUNTIME_DIR")})
-        if (!folder.empty() && ::access(folder.c_str(), W_OK | X_OK) == 0)
-            return folder;
-    return "/tmp";
+    return system::shared_lock_folder();
 }
 
 std::optional<std::string> lock_prefix(const ProviderIdentity& provider, const char* state_folder)
@@ -173,7 +162,7 @@ std::variant<BusLock, BusHolder> BusLock::take(const std::string& folder, const 
                                                const BoardName& bus, const std::string& program)
 {
     const std::string path = folder + "/" + file_name(prefix, bus);
-    kvn::system::Descriptor file = open_lock(path, bus);
+    system::Descriptor file = open_lock(path, bus);
     if (::flock(file.number(), LOCK_EX | LOCK_NB) != 0) {
         if (errno != EWOULDBLOCK)
             cannot_lock(path, bus, std::generic_category().message(errno));

@@ -35,7 +35,7 @@ struct JournalHeader {
     std::chrono::system_clock::time_point at = {}; ///< when the run began; kept to the millisecond
     std::string tool = {};                         ///< "kvn 1.0.0"
     std::optional<std::string> host = {};
-    std::optional<std::string> boot_id = {}; ///< of the host: boot_id_of_host()
+    std::optional<std::string> boot_id = {}; ///< system::boot_id() of the host
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};
     std::string plan = {};        ///< its name, as the user gave it
@@ -58,11 +58,6 @@ struct JournalHeader {
 /// @param n from 1; further names for the same second have "-2", "-3" after the "Z"
 [[nodiscard]] std::string journal_name(const std::string& plan, std::chrono::system_clock::time_point at,
                                        unsigned n = 1);
-
-/// The identity of the host's present boot; null when the system does not tell.
-/// @param file that holds it; another one than the system's own is for tests
-[[nodiscard]] std::optional<std::string>
-boot_id_of_host(const std::string& file = "/proc/sys/kernel/random/boot_id");
 
 /// A journal while it is written. One object is for one thread at a time.
 ///

@@ -5,10 +5,10 @@
 #include "config/table_reader.h"
 #include "errors/failure.h"
 #include "file/text_file.h"
-
-#include <sys/stat.h>
+#include "system/file.h"
 
 #include <cerrno>
+#include <filesystem>
 
 namespace kvn
 {
@@ -26,13 +26,11 @@ constexpr const char* ASK_THE_ADMINISTRATOR =
 
 bool is_missing(const std::string& path)
 {
-    struct stat unused {
-    };
-    return ::lstat(path.c_str(), &unused) != 0 && errno == ENOENT;
+    return system::kind_of_name(path) == system::FileKind::none && errno == ENOENT;
 }
 
 /// A file that nobody but its owner can have written.
-std::string read_owned(const std::string& path, const char* what, uid_t owner)
+std::string read_owned(const std::string& path, const char* what, system::UserId owner)
 {
     try {
         return read_text_file(path, {.what = what, .owner = owner});
@@ -51,7 +49,7 @@ Policy parse(const std::string& text, const std::string& file)
         policy.require_manifest = top.boolean_or("require_manifest", false);
         if (const toml::node* node = top.find("signers")) {
             policy.signers = top.text("signers", LONGEST_PATH);
-            if (!policy.signers->starts_with('/'))
+            if (!std::filesystem::path{*policy.signers}.is_absolute())
                 top.mistake(*node, "\"signers\" must be an absolute path");
         }
     } catch (const config::Mistake& mistake) {

@@ -9,9 +9,7 @@
 #include "run/outcome.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <deque>
-#include <system_error>
 
 namespace kvn
 {
@@ -249,17 +247,14 @@ private:
 
     void serve()
     {
-        std::vector<pollfd> waiting;
+        std::vector<system::Awaited> waiting;
         link_.add_to(waiting);
-        waiting.push_back({signals_.descriptor(), POLLIN, 0});
-        if (::poll(waiting.data(), waiting.size(), milliseconds_until(link_.deadline())) < 0) {
-            if (errno == EINTR)
-                return;
-            throw std::system_error{errno, std::generic_category(), "poll"};
-        }
-        if (waiting.back().revents != 0)
+        waiting.push_back({.what = signals_.waitable()});
+        const bool is_any_ready = system::wait(waiting, milliseconds_until(link_.deadline()));
+        if (waiting.back().is_ready)
             signals_.acknowledge();
-        link_.serve(std::span{waiting}.first(waiting.size() - 1));
+        if (is_any_ready)
+            link_.serve(std::span{waiting}.first(waiting.size() - 1));
         if (link_.is_running())
             link_.check_deadline(BusLink::Clock::now());
     }

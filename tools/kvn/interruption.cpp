@@ -10,7 +10,6 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -24,7 +23,7 @@ constexpr std::array SIGNALS{SIGINT, SIGTERM};
 // The handler finds them without a call that might allocate.
 std::atomic<LoadControl*> stopped_load{nullptr};
 std::atomic<int> first_signal{0};
-std::atomic<int> woken{-1}; ///< an eventfd
+std::atomic<const system::WakeUp*> woken{nullptr};
 std::atomic<unsigned> signals{0};
 std::atomic<bool> is_idle{false};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<LoadControl*>::is_always_lock_free &&
@@ -65,15 +64,14 @@ void note(int signal)
     const int kept = errno;
     LoadControl* const load = stopped_load;
     ++signals;
-    if (woken != -1) {
-        const std::uint64_t one = 1;
-        (void)!write(woken, &one, sizeof one);
-    }
+    const system::WakeUp* const wake_up = woken;
+    if (wake_up != nullptr)
+        wake_up->signal();
     int none = 0;
     if (first_signal.compare_exchange_strong(none, signal)) {
         if (load != nullptr)
             load->withdraw();
-        else if (woken == -1)
+        else if (wake_up == nullptr)
             set_actions(SIG_DFL);
         write_words(FIRST_WORDS);
     } else {
@@ -93,7 +91,7 @@ Interruption::Interruption(LoadControl* load)
     set_actions(&note);
 }
 
-Interruption::Interruption(int wake_up)
+Interruption::Interruption(const system::WakeUp* wake_up)
 {
     woken = wake_up;
     set_actions(&note);
@@ -103,7 +101,7 @@ Interruption::~Interruption()
 {
     set_actions(SIG_DFL);
     stopped_load = nullptr;
-    woken = -1;
+    woken = nullptr;
 }
 
 void Interruption::set_idle(bool idle)

@@ -4,7 +4,6 @@
 
 #include "errors/failure.h"
 
-#include <poll.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -48,18 +47,19 @@ std::optional<std::string> LineInput::held_line()
 /// @return false at the end of the input
 bool LineInput::read_more()
 {
-    std::array<pollfd, 2> waiting{pollfd{STDIN_FILENO, POLLIN, 0}, pollfd{signals_.descriptor(), POLLIN, 0}};
-    if (::poll(waiting.data(), waiting.size(), -1) < 0 || waiting[1].revents != 0)
+    std::array waiting{system::Awaited{.what = input_.waitable()},
+                       system::Awaited{.what = signals_.waitable()}};
+    if (!system::wait(waiting, -1) || waiting[1].is_ready)
         return true;
     std::array<char, LONGEST_LINE> block; // NOLINT(cppcoreguidelines-pro-type-member-init)
-    const ssize_t size = ::read(STDIN_FILENO, block.data(), block.size());
-    if (size < 0 && (errno == EINTR || errno == EAGAIN))
+    const auto size = input_.read_some(block);
+    if (!size && (errno == EINTR || errno == EAGAIN))
         return true;
-    if (size < 0)
+    if (!size)
         throw FailureError{{.status = ExitStatus::file,
                             .what = "cannot read standard input: " + std::generic_category().message(errno)}};
-    lines_.take({block.data(), static_cast<std::size_t>(size)});
-    return size != 0;
+    lines_.take({block.data(), *size});
+    return *size != 0;
 }
 
 void LineInput::discard()

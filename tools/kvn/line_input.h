@@ -5,6 +5,7 @@
 
 #include "run/controller.h"
 #include "run/line_splitter.h"
+#include "system/incoming.h"
 
 #include <cstddef>
 #include <optional>
@@ -35,6 +36,7 @@ private:
 
     static constexpr std::size_t LONGEST_LINE = 4096;
     const StopSignals& signals_;
+    system::Incoming input_{0};
     LineSplitter lines_{LONGEST_LINE};
     bool is_cut_ = false; ///< the end of a line that was too long is still to come
 };

@@ -4,28 +4,14 @@
 
 #include "commands.h"
 #include "streams.h"
+#include "system/process.h"
 
 #include <chrono>
 #include <cmath>
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
 
 namespace kvn
 {
-namespace
-{
-
-/// This program.
-std::string own_path()
-{
-    std::error_code unknown;
-    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", unknown);
-    return !path.empty() && std::filesystem::exists(path, unknown) ? path.string() : "/proc/self/exe";
-}
-
-} // namespace
-
 void add_plan(CLI::App& command, RunOptions& options)
 {
     command.add_option("plan", options.run.plan, "A .con file, or a plan file in .toml")->required();
@@ -83,7 +69,7 @@ PlanRunRequest run_request(const RunOptions& options)
 {
     PlanRunRequest run = options.run;
     RunSettings& settings = run.settings;
-    settings.worker = {own_path(), worker_words(options.provider)};
+    settings.worker = {system::own_program(), worker_words(options.provider)};
     settings.module_timeout =
         std::chrono::milliseconds{static_cast<std::int64_t>(std::ceil(options.module_timeout * 1000))};
     settings.lock_folder = lock_folder();

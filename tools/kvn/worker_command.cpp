@@ -4,33 +4,22 @@
 #include "errors/failure.h"
 #include "provider_options.h"
 #include "run/worker.h"
-#include "system/descriptor.h"
+#include "system/standard_output.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <memory>
-#include <system_error>
 
 namespace kvn
 {
 namespace
 {
 
-/// Standard output for the events only: what a provider prints goes to standard error from now on.
-kvn::system::Descriptor take_standard_output()
-{
-    kvn::system::Descriptor events{::fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)};
-    if (!events.is_open() || ::dup2(STDERR_FILENO, STDOUT_FILENO) < 0)
-        throw std::system_error{errno, std::generic_category(), "standard output"};
-    return events;
-}
+constexpr int STANDARD_INPUT = 0;
 
 ExitStatus work(const ProviderOptions& provider)
 {
-    const kvn::system::Descriptor events = take_standard_output();
-    return run_worker({.jobs = STDIN_FILENO, .events = events.number(), .open = [&provider] {
+    // For the events only: what a provider prints goes to standard error.
+    const system::Descriptor events = system::take_standard_output();
+    return run_worker({.jobs = STANDARD_INPUT, .events = events.number(), .open = [&provider] {
                            return open_provider_silently(provider);
                        }});
 }

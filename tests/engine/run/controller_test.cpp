@@ -4,11 +4,11 @@
 
 #include "errors/failure.h"
 #include "run/event.h"
+#include "system/wake_up.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/eventfd.h>
 
 #include <csignal>
 #include <map>
@@ -55,21 +55,17 @@ public:
 class Signals final : public StopSignals
 {
 public:
-    [[nodiscard]] int descriptor() const override { return wake_.number(); }
+    [[nodiscard]] system::Waitable waitable() const override { return wake_.waitable(); }
     [[nodiscard]] unsigned count() const override { return count_; }
-    void acknowledge() const override
-    {
-        eventfd_t unused = 0;
-        (void)eventfd_read(wake_.number(), &unused);
-    }
+    void acknowledge() const override { wake_.acknowledge(); }
     void send()
     {
         ++count_;
-        (void)eventfd_write(wake_.number(), 1);
+        wake_.signal();
     }
 
 private:
-    kvn::system::Descriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    system::WakeUp wake_;
     unsigned count_ = 0;
 };
 

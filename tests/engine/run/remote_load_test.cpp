@@ -8,11 +8,11 @@
 #include "module/module_name.h"
 #include "report/module_json.h"
 #include "run/worker_protocol.h"
+#include "system/wake_up.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/eventfd.h>
 
 #include <csignal>
 
@@ -30,21 +30,17 @@ constexpr const char* DEVICE = "2v40cs144-4";
 class Signals final : public StopSignals
 {
 public:
-    [[nodiscard]] int descriptor() const override { return wake_.number(); }
+    [[nodiscard]] system::Waitable waitable() const override { return wake_.waitable(); }
     [[nodiscard]] unsigned count() const override { return count_; }
-    void acknowledge() const override
-    {
-        eventfd_t unused = 0;
-        (void)eventfd_read(wake_.number(), &unused);
-    }
+    void acknowledge() const override { wake_.acknowledge(); }
     void send(unsigned times)
     {
         count_ += times;
-        (void)eventfd_write(wake_.number(), 1);
+        wake_.signal();
     }
 
 private:
-    kvn::system::Descriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    system::WakeUp wake_;
     unsigned count_ = 0;
 };
 

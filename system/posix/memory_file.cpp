@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-// A file that has no name and lives in memory.
-#include "file/memory_file.h"
+// A file in memory is a memfd.
+#include "system/memory_file.h"
+
+#include "system/descriptor.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -11,7 +13,7 @@
 #include <string>
 #include <system_error>
 
-namespace kvn
+namespace kvn::system
 {
 namespace
 {
@@ -25,19 +27,18 @@ int checked(int result)
 
 } // namespace
 
-MemoryFile::MemoryFile() : descriptor_{checked(::memfd_create("kvn-input", MFD_CLOEXEC | MFD_ALLOW_SEALING))}
-{
-}
+struct MemoryFile::State {
+    Descriptor descriptor{checked(::memfd_create("kvn-input", MFD_CLOEXEC | MFD_ALLOW_SEALING))};
+};
 
-MemoryFile::~MemoryFile()
-{
-    (void)::close(descriptor_);
-}
+MemoryFile::MemoryFile() : state_{std::make_unique<State>()} {}
+
+MemoryFile::~MemoryFile() = default;
 
 void MemoryFile::append(std::span<const std::uint8_t> bytes)
 {
     while (!bytes.empty()) {
-        const ssize_t written = ::write(descriptor_, bytes.data(), bytes.size());
+        const ssize_t written = ::write(state_->descriptor.number(), bytes.data(), bytes.size());
         if (written < 0 && errno == EINTR)
             continue;
         if (written < 0)
@@ -49,15 +50,16 @@ void MemoryFile::append(std::span<const std::uint8_t> bytes)
 
 void MemoryFile::seal()
 {
-    checked(::fcntl(descriptor_, F_ADD_SEALS, F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL));
+    checked(::fcntl(state_->descriptor.number(), F_ADD_SEALS,
+                    F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_WRITE | F_SEAL_SEAL));
 }
 
-File MemoryFile::open() const
+std::FILE* MemoryFile::open() const
 {
     // A duplicate would share its position with all others; the same file opened again has its own.
-    const std::string name = "/proc/self/fd/" + std::to_string(descriptor_);
+    const std::string name = "/proc/self/fd/" + std::to_string(state_->descriptor.number());
     const int descriptor = checked(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
-    File file{::fdopen(descriptor, "rb")};
+    std::FILE* const file = ::fdopen(descriptor, "rb");
     if (file == nullptr) {
         (void)::close(descriptor);
         throw std::bad_alloc{};
@@ -65,4 +67,4 @@ File MemoryFile::open() const
     return file;
 }
 
-} // namespace kvn
+} // namespace kvn::system

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-// A file that has no name and lives in memory, for as long as a descriptor leads to it.
-#ifndef KVN_ENGINE_FILE_MEMORY_FILE_H
-#define KVN_ENGINE_FILE_MEMORY_FILE_H
-
-#include "support/owned.h"
+// A file that has no name for others and lives in memory, or where the system keeps what is short-lived.
+#ifndef KVN_SYSTEM_MEMORY_FILE_H
+#define KVN_SYSTEM_MEMORY_FILE_H
 
 #include <cstdint>
+#include <cstdio>
+#include <memory>
 #include <span>
 
-namespace kvn
+namespace kvn::system
 {
 
-/// Filled once, then sealed: nobody can change it any more, and any number of streams read it. Its memory is
-/// not mapped into the process.
+/// Filled once, then sealed: nobody can change it any more, and any number of streams read it. Its content is
+/// not mapped into the process. It is gone with the object and the last stream, however the process ends.
 class MemoryFile
 {
 public:
@@ -30,13 +30,15 @@ public:
 
     /// Opens it for reading, with a position of its own. May be called in several threads at the same time
     /// once it is sealed. Throws std::system_error, and std::bad_alloc.
-    [[nodiscard]] File open() const;
+    /// @return a stream that the caller closes; not inherited by programs that are started
+    [[nodiscard]] std::FILE* open() const;
 
 private:
-    int descriptor_;
+    struct State;
+    std::unique_ptr<State> state_;
     std::uint64_t size_ = 0;
 };
 
-} // namespace kvn
+} // namespace kvn::system
 
 #endif

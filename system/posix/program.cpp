@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Runs another program to its end.
-#include "run/program.h"
+#include "system/program.h"
 
-#include "file/memory_file.h"
 #include "system/descriptor.h"
+#include "system/memory_file.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -16,11 +16,12 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <memory>
 #include <span>
 #include <system_error>
 
-namespace kvn
+namespace kvn::system
 {
 namespace
 {
@@ -36,8 +37,6 @@ constexpr int OUT_OF_THE_WAY = 64;
 {
     throw std::system_error{error, std::generic_category(), what};
 }
-
-using kvn::system::Descriptor;
 
 /// The descriptor that a call has made.
 Descriptor made(int number)
@@ -58,7 +57,8 @@ Descriptor descriptor_of(std::string_view content)
     MemoryFile memory;
     memory.append({reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
     memory.seal();
-    return out_of_the_way(::fileno(memory.open().get()));
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file{memory.open(), &std::fclose};
+    return out_of_the_way(::fileno(file.get()));
 }
 
 struct Pipe {
@@ -258,4 +258,19 @@ ProgramOutcome run_program(const ProgramCall& call)
     return attend(child, std::move(output.read), std::move(errors.read), call.timeout);
 }
 
-} // namespace kvn
+std::vector<std::string> program_folders()
+{
+    return {"/usr/bin", "/bin", "/usr/local/bin"};
+}
+
+std::optional<std::string> find_program(const std::vector<std::string>& folders, const std::string& name)
+{
+    for (const std::string& folder : folders) {
+        std::string path = folder + "/" + name;
+        if (::access(path.c_str(), X_OK) == 0)
+            return path;
+    }
+    return std::nullopt;
+}
+
+} // namespace kvn::system

@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+// Whether a file can have been written by anybody but those who may.
+#ifndef KVN_SYSTEM_OWNERSHIP_H
+#define KVN_SYSTEM_OWNERSHIP_H
+
+#include <optional>
+#include <string>
+
+namespace kvn::system
+{
+
+/// A user of a POSIX system by number. On Windows ADMINISTRATOR stands for the system itself and its
+/// administrators, any other number for the user of this process.
+using UserId = unsigned int;
+inline constexpr UserId ADMINISTRATOR = 0;
+
+/// The user of this process; ADMINISTRATOR is one of several on Windows, and never returned there.
+[[nodiscard]] UserId own_user() noexcept;
+
+/// Looks at an open file: its name may lead to another one by now.
+/// @param owner who must own it, and must be the only one who can write it
+/// @return what is wrong, as in "it belongs to user 1000, not to user 0"; null when nothing is
+[[nodiscard]] std::optional<std::string> fault_of_ownership(int descriptor, UserId owner);
+
+} // namespace kvn::system
+
+#endif
