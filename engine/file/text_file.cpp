@@ -3,7 +3,7 @@
 #include "file/text_file.h"
 
 #include "errors/failure.h"
-#include "regular_file.h"
+#include "system/regular_file.h"
 
 namespace kvn
 {
@@ -26,7 +26,7 @@ std::string in_words(std::size_t bytes)
 
 std::string read_text_file(const std::string& path, const TextFileKind& kind)
 {
-    auto file = mwtrace::RegularFile::to_read(path.c_str());
+    auto file = system::RegularFile::to_read(path.c_str());
     if (!file.is_open())
         cannot_read(path, kind, file.problem());
     if (kind.owner)

@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files that users name: opened if they are regular files, refused otherwise.
-#ifndef MWTRACE_REGULAR_FILE_H
-#define MWTRACE_REGULAR_FILE_H
+#ifndef KVN_SYSTEM_REGULAR_FILE_H
+#define KVN_SYSTEM_REGULAR_FILE_H
 
 #include <cstddef>
 #include <optional>
 #include <string_view>
 #include <utility>
 
-namespace mwtrace
+namespace kvn::system
 {
 
 /// An open file, or the reason why there is none. A folder, a FIFO or a device is refused without opening it
-/// or waiting for it. No operation allocates or throws.
+/// or waiting for it. No operation throws, and none allocates on POSIX systems.
 // Choice: no exceptions for devices (docs/decisions/0026-regular-files.md).
 class RegularFile
 {
@@ -47,14 +47,14 @@ public:
     bool close() noexcept;
 
 private:
-    RegularFile(int folder, const char* path, int flags) noexcept;
-    void open(int folder, const char* path, int flags) noexcept;
+    struct Opener;
+    RegularFile() noexcept = default;
     [[nodiscard]] bool fail() noexcept;
 
     int descriptor_ = -1;
     const char* problem_ = nullptr;
 };
 
-} // namespace mwtrace
+} // namespace kvn::system
 
 #endif

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Files that users name: opened if they are regular files, refused otherwise.
-#include "regular_file.h"
+#include "system/regular_file.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace mwtrace
+namespace kvn::system
 {
 namespace
 {
@@ -24,55 +24,57 @@ bool is_regular(const struct stat& status)
 
 } // namespace
 
+struct RegularFile::Opener {
+    // Opening a device can have an effect and opening a FIFO can block, so the kind is checked first. The
+    // file may be replaced in between, hence O_NONBLOCK and the second check; nothing is emptied before it.
+    static void open(RegularFile& file, int folder, const char* path, int flags) noexcept
+    {
+        struct stat status {
+        };
+        const int links = (flags & O_NOFOLLOW) != 0 ? AT_SYMLINK_NOFOLLOW : 0;
+        if (::fstatat(folder, path, &status, links) == 0 && !is_regular(status)) {
+            file.problem_ = NOT_REGULAR;
+            return;
+        }
+        file.descriptor_ = ::openat(folder, path, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, FOR_ALL);
+        if (file.descriptor_ == -1 || ::fstat(file.descriptor_, &status) == -1) {
+            (void)file.fail();
+            return;
+        }
+        if (!is_regular(status)) {
+            (void)file.close();
+            file.problem_ = NOT_REGULAR;
+        } else if ((flags & O_CREAT) != 0 && ::ftruncate(file.descriptor_, 0) == -1) {
+            (void)file.fail();
+        }
+    }
+};
+
 RegularFile RegularFile::to_read(const char* path) noexcept
 {
-    return {AT_FDCWD, path, O_RDONLY};
+    RegularFile file;
+    Opener::open(file, AT_FDCWD, path, O_RDONLY);
+    return file;
 }
 
 RegularFile RegularFile::to_write(const char* path) noexcept
 {
-    return {AT_FDCWD, path, O_WRONLY | O_CREAT};
+    RegularFile file;
+    Opener::open(file, AT_FDCWD, path, O_WRONLY | O_CREAT);
+    return file;
 }
 
 RegularFile RegularFile::to_write_in(const char* folder, const char* name) noexcept
 {
+    RegularFile file;
     const int descriptor = ::open(folder, O_PATH | O_DIRECTORY | O_CLOEXEC);
-    RegularFile file{descriptor, name, O_WRONLY | O_CREAT | O_NOFOLLOW};
-    if (descriptor != -1)
-        (void)::close(descriptor);
+    if (descriptor == -1) {
+        (void)file.fail();
+        return file;
+    }
+    Opener::open(file, descriptor, name, O_WRONLY | O_CREAT | O_NOFOLLOW);
+    (void)::close(descriptor);
     return file;
-}
-
-RegularFile::RegularFile(int folder, const char* path, int flags) noexcept
-{
-    if (folder == -1)
-        (void)fail();
-    else
-        open(folder, path, flags);
-}
-
-// Opening a device can have an effect and opening a FIFO can block, so the kind is checked first. The file
-// may be replaced in between, hence O_NONBLOCK and the second check; nothing is emptied before it.
-void RegularFile::open(int folder, const char* path, int flags) noexcept
-{
-    struct stat status {
-    };
-    const int links = (flags & O_NOFOLLOW) != 0 ? AT_SYMLINK_NOFOLLOW : 0;
-    if (::fstatat(folder, path, &status, links) == 0 && !is_regular(status)) {
-        problem_ = NOT_REGULAR;
-        return;
-    }
-    descriptor_ = ::openat(folder, path, flags | O_CLOEXEC | O_NONBLOCK | O_NOCTTY, FOR_ALL);
-    if (descriptor_ == -1 || ::fstat(descriptor_, &status) == -1) {
-        (void)fail();
-        return;
-    }
-    if (!is_regular(status)) {
-        (void)close();
-        problem_ = NOT_REGULAR;
-    } else if ((flags & O_CREAT) != 0 && ::ftruncate(descriptor_, 0) == -1) {
-        (void)fail();
-    }
 }
 
 std::optional<std::size_t> RegularFile::read(char* to, std::size_t size) noexcept
@@ -114,4 +116,4 @@ bool RegularFile::fail() noexcept
     return false;
 }
 
-} // namespace mwtrace
+} // namespace kvn::system
