@@ -84,6 +84,9 @@ enum class Opening {
 /// Whether files can be made in a folder; ENOTDIR when it is none.
 [[nodiscard]] int try_folder(const std::string& folder);
 
+/// Lets a write beyond a limit on the size of files fail as on a full disk instead of ending the process.
+void ignore_size_limits() noexcept;
+
 } // namespace kvn::system
 
 #endif

@@ -29,6 +29,8 @@ public:
     /// @return the bytes read, 0 at the end; null on an error, with its number in errno: EINTR or EAGAIN when
     ///         it may be tried again
     [[nodiscard]] std::optional<std::size_t> read_some(std::span<char> to);
+    /// Forgets what was typed on a terminal and not read yet.
+    void discard() noexcept;
     /// Ready when read_some() does not wait.
     [[nodiscard]] Waitable waitable() const noexcept;
 

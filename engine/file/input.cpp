@@ -8,6 +8,7 @@
 #include "system/descriptor.h"
 #include "system/file.h"
 #include "system/memory_file.h"
+#include "system/terminal.h"
 
 #include <array>
 #include <cerrno>
@@ -28,7 +29,6 @@ struct Input::Content {
 namespace
 {
 
-constexpr int STANDARD_INPUT = 0;
 constexpr const char* COPY_AGAIN = "copy the file again in binary mode, or pack it again";
 
 [[noreturn]] void fail_to_read(const std::string& name, const std::error_code& code)
@@ -196,7 +196,7 @@ Input Input::from_path(const std::string& path, const InputLimits& limits)
     const bool is_standard = is_standard_input(path);
     bool is_regular = false;
     const system::Descriptor file = is_standard ? system::Descriptor{} : open_file(path, is_regular);
-    const int descriptor = is_standard ? STANDARD_INPUT : file.number();
+    const int descriptor = is_standard ? system::STANDARD_INPUT : file.number();
     return fill(path, limits, is_regular, [&](Filling& filling) { read_all(path, descriptor, filling); });
 }
 

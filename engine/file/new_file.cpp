@@ -4,7 +4,9 @@
 
 #include "errors/failure.h"
 #include "system/file.h"
+#include "system/path_text.h"
 #include "system/process.h"
+#include "system/terminal.h"
 
 #include <atomic>
 #include <cerrno>
@@ -16,9 +18,6 @@ namespace kvn
 {
 namespace
 {
-
-constexpr int STANDARD_INPUT = 0;
-constexpr int STANDARD_OUTPUT = 1;
 
 std::string words_of(int error)
 {
@@ -46,9 +45,10 @@ std::string words_of(int error)
 std::string temporary_name(const std::string& target)
 {
     static std::atomic<unsigned> count;
-    const std::filesystem::path folder = std::filesystem::path{target}.parent_path();
-    const std::string name = ".kvn-" + std::to_string(system::own_process_id()) + '-' + std::to_string(count++) + ".tmp";
-    return (folder / name).string();
+    const std::filesystem::path folder = system::path_of(target).parent_path();
+    const std::string name =
+        ".kvn-" + std::to_string(system::own_process_id()) + '-' + std::to_string(count++) + ".tmp";
+    return system::text_of(folder / name);
 }
 
 void require_free(const std::string& target, bool overwrite)
@@ -66,7 +66,8 @@ void require_free(const std::string& target, bool overwrite)
 
 bool is_same_file(const std::string& input, const std::string& target)
 {
-    const auto first = input == "-" ? system::identity_of(STANDARD_INPUT) : system::identity_of(input);
+    const auto first =
+        input == "-" ? system::identity_of(system::STANDARD_INPUT) : system::identity_of(input);
     return first && first == system::identity_of(target);
 }
 
@@ -112,7 +113,7 @@ void NewFile::move_to_target(bool overwrite)
 
 void write_to_standard_output(std::string_view content)
 {
-    if (const int error = system::write_all(STANDARD_OUTPUT, content))
+    if (const int error = system::write_all(system::STANDARD_OUTPUT, content))
         fail_to_write("standard output", error);
 }
 

@@ -3,9 +3,9 @@
 #ifndef KVN_ENGINE_RUN_BUS_LOCK_H
 #define KVN_ENGINE_RUN_BUS_LOCK_H
 
-#include "system/descriptor.h"
 #include "module/module_name.h"
 #include "module/provider.h"
+#include "system/descriptor.h"
 
 #include <optional>
 #include <string>

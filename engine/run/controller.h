@@ -67,7 +67,8 @@ public:
     [[nodiscard]] virtual unsigned count() const = 0;
 };
 
-/// The phases are called in their order, each once. Waits in system::wait() only. The process must ignore SIGPIPE.
+/// The phases are called in their order, each once. Waits in system::wait() only. The process must ignore
+/// SIGPIPE.
 class Controller final : BusListener
 {
 public:

@@ -9,11 +9,11 @@
 #include "run/event.h"
 #include "run/journal_line.h"
 #include "system/file.h"
+#include "system/path_text.h"
 #include "system/writing_lock.h"
 
 #include <algorithm>
 #include <cerrno>
-#include <filesystem>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -89,10 +89,11 @@ Journal::Journal(const std::string& path, const JournalHeader& header, const Jso
 }
 
 Journal Journal::beside_plan(const JournalHeader& header, const Json& planned, std::span<const Json> kept,
-                             const std::filesystem::path& folder)
+                             const std::string& folder)
 {
     const std::string beside =
-        folder.empty() ? header.plan : (folder / std::filesystem::path{header.plan}.filename()).string();
+        folder.empty() ? header.plan
+                       : system::text_of(system::path_of(folder) / system::path_of(header.plan).filename());
     Journal journal{journal_name(beside, header.at)};
     journal.write_first_lines(header, planned, kept);
     for (unsigned n = 1;; ++n)

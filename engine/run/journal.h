@@ -12,7 +12,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -80,8 +79,7 @@ public:
     /// The same under the first name of journal_name() for header.plan and header.at that is free.
     /// @param folder in place of the plan's; empty: beside the plan
     [[nodiscard]] static Journal beside_plan(const JournalHeader& header, const Json& planned,
-                                             std::span<const Json> kept = {},
-                                             const std::filesystem::path& folder = {});
+                                             std::span<const Json> kept = {}, const std::string& folder = {});
 
     ~Journal();
     Journal(Journal&& other) noexcept;

@@ -3,11 +3,11 @@
 #include "run/plan_run.h"
 
 #include "errors/failure.h"
-#include "system/host.h"
 #include "report/module_json.h"
 #include "run/journal.h"
 #include "run/rehearsal.h"
 #include "run/resume.h"
+#include "system/host.h"
 #include "version.h"
 
 #include <algorithm>

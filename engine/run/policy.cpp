@@ -6,6 +6,7 @@
 #include "errors/failure.h"
 #include "file/text_file.h"
 #include "system/file.h"
+#include "system/path_text.h"
 
 #include <cerrno>
 #include <filesystem>
@@ -49,7 +50,7 @@ Policy parse(const std::string& text, const std::string& file)
         policy.require_manifest = top.boolean_or("require_manifest", false);
         if (const toml::node* node = top.find("signers")) {
             policy.signers = top.text("signers", LONGEST_PATH);
-            if (!std::filesystem::path{*policy.signers}.is_absolute())
+            if (!system::path_of(*policy.signers).is_absolute())
                 top.mistake(*node, "\"signers\" must be an absolute path");
         }
     } catch (const config::Mistake& mistake) {

@@ -7,6 +7,7 @@
 #include "run/bus_link.h"
 #include "run/command_words.h"
 #include "run/outcome.h"
+#include "system/path_text.h"
 
 #include <algorithm>
 #include <deque>
@@ -22,7 +23,8 @@ constexpr std::size_t LONGEST_QUOTE = 300;
 
 bool is_ssh(const std::string& word)
 {
-    return word == "ssh" || word.ends_with("/ssh");
+    const std::string name = system::text_of(system::path_of(word).filename());
+    return name == "ssh" || name == "ssh.exe";
 }
 
 std::string joined(const std::deque<std::string>& lines)

@@ -67,14 +67,15 @@ std::string first_line(const std::string& text)
                         .remedy = "have the manifest signed again, as it is, by a signer who may approve"}};
 }
 
-system::ProgramOutcome ask(const Package& package, const Question& question, std::vector<std::string> arguments)
+system::ProgramOutcome ask(const Package& package, const Question& question,
+                           std::vector<std::string> arguments)
 {
     try {
         system::ProgramOutcome outcome = system::run_program({.program = path_of(package, question.verifiers),
-                                              .arguments = std::move(arguments),
-                                              .input = question.text,
-                                              .files = {question.signature, question.signers},
-                                              .timeout = question.verifiers.timeout});
+                                                              .arguments = std::move(arguments),
+                                                              .input = question.text,
+                                                              .files = {question.signature, question.signers},
+                                                              .timeout = question.verifiers.timeout});
         if (outcome.timed_out)
             cannot_run(package, "takes too long");
         return outcome;
@@ -149,7 +150,8 @@ std::optional<std::string> status_of(const std::vector<std::string>& lines, std:
 Approval verify_openpgp(const Question& question)
 {
     const system::ProgramOutcome outcome =
-        ask(gpgv, question, {"--status-fd", "1", "--keyring", system::further_file(1), system::further_file(0), "-"});
+        ask(gpgv, question,
+            {"--status-fd", "1", "--keyring", system::further_file(1), system::further_file(0), "-"});
     const std::vector<std::string> lines = lines_of(outcome.output);
     const auto good = status_of(lines, "GOODSIG");
     const auto valid = status_of(lines, "VALIDSIG");

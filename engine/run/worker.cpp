@@ -90,10 +90,7 @@ public:
     }
 
 private:
-    void write_line(const Json& event)
-    {
-        (void)system::write_all(descriptor_, event_line(event));
-    }
+    void write_line(const Json& event) { (void)system::write_all(descriptor_, event_line(event)); }
 
     int descriptor_;
     std::mutex mutex_;

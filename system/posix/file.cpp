@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 
@@ -174,6 +175,11 @@ int try_folder(const std::string& folder)
     if (!S_ISDIR(status.st_mode))
         return ENOTDIR;
     return error_of(::access(folder.c_str(), W_OK | X_OK));
+}
+
+void ignore_size_limits() noexcept
+{
+    (void)std::signal(SIGXFSZ, SIG_IGN);
 }
 
 } // namespace kvn::system

@@ -2,6 +2,7 @@
 // A descriptor can be waited for as it is.
 #include "system/incoming.h"
 
+#include <termios.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -21,6 +22,11 @@ std::optional<std::size_t> Incoming::read_some(std::span<char> to)
 {
     const ssize_t size = ::read(state_->descriptor, to.data(), to.size());
     return size < 0 ? std::nullopt : std::optional{static_cast<std::size_t>(size)};
+}
+
+void Incoming::discard() noexcept
+{
+    (void)::tcflush(state_->descriptor, TCIFLUSH);
 }
 
 Waitable Incoming::waitable() const noexcept

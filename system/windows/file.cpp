@@ -213,4 +213,6 @@ int try_folder(const std::string& folder)
     return handle.is_open() ? 0 : windows::last_error_number();
 }
 
+void ignore_size_limits() noexcept {}
+
 } // namespace kvn::system

@@ -152,6 +152,18 @@ std::optional<std::size_t> Incoming::read_some(std::span<char> to)
     return size;
 }
 
+void Incoming::discard() noexcept
+{
+    State& state = *state_;
+    const std::lock_guard lock{windows::board().mutex};
+    (void)::FlushConsoleInputBuffer(state.source);
+    if (!state.readiness.is_ready || state.is_over || state.error != 0)
+        return;
+    state.first = state.last;
+    state.readiness.is_ready = false;
+    windows::board().changed.notify_all();
+}
+
 Waitable Incoming::waitable() const noexcept
 {
     return state_->readiness.waitable();

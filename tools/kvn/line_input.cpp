@@ -3,9 +3,7 @@
 #include "line_input.h"
 
 #include "errors/failure.h"
-
-#include <termios.h>
-#include <unistd.h>
+#include "system/terminal.h"
 
 #include <array>
 #include <cerrno>
@@ -64,9 +62,9 @@ bool LineInput::read_more()
 
 void LineInput::discard()
 {
-    if (::isatty(STDIN_FILENO) == 0)
+    if (!system::is_terminal(system::STANDARD_INPUT))
         return;
-    (void)::tcflush(STDIN_FILENO, TCIFLUSH);
+    input_.discard();
     lines_ = LineSplitter{LONGEST_LINE};
     is_cut_ = false;
 }

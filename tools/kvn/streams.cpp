@@ -47,7 +47,7 @@ void print_failure(std::ostream& out, const std::string& subject, const Failure&
 bool shows_colours(int descriptor)
 {
     const char* refused = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): the only thread
-    return (refused == nullptr || *refused == '\0') && isatty(descriptor) != 0;
+    return (refused == nullptr || *refused == '\0') && system::is_terminal(descriptor);
 }
 
 std::string coloured(const std::string& text, bool is_good)

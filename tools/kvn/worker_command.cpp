@@ -5,6 +5,7 @@
 #include "provider_options.h"
 #include "run/worker.h"
 #include "system/standard_output.h"
+#include "system/terminal.h"
 
 #include <memory>
 
@@ -13,13 +14,11 @@ namespace kvn
 namespace
 {
 
-constexpr int STANDARD_INPUT = 0;
-
 ExitStatus work(const ProviderOptions& provider)
 {
     // For the events only: what a provider prints goes to standard error.
     const system::Descriptor events = system::take_standard_output();
-    return run_worker({.jobs = STANDARD_INPUT, .events = events.number(), .open = [&provider] {
+    return run_worker({.jobs = system::STANDARD_INPUT, .events = events.number(), .open = [&provider] {
                            return open_provider_silently(provider);
                        }});
 }
