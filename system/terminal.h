@@ -14,9 +14,12 @@ inline constexpr int STANDARD_INPUT = 0;
 inline constexpr int STANDARD_OUTPUT = 1;
 inline constexpr int STANDARD_ERROR = 2;
 
-/// Opens closed standard streams, so that no file that is opened later becomes one of them. On Windows also
-/// makes them binary, and consoles show UTF-8 and obey the control sequences of terminals. To be called first
-/// in a program.
+/// Makes the standard streams of Windows like those of other systems: binary, and consoles show UTF-8 and
+/// obey the control sequences of terminals. Does nothing elsewhere.
+void set_up_standard_streams() noexcept;
+
+/// Opens closed standard streams, so that no file that is opened later becomes one of them, and sets all up.
+/// To be called first in a program.
 /// @return false when it cannot be done
 [[nodiscard]] bool prepare_standard_streams() noexcept;
 
@@ -32,6 +35,9 @@ struct TerminalSize {
 
 /// Whether standard input is a terminal that shows what is typed. Async-signal-safe.
 [[nodiscard]] bool echoes_keys() noexcept;
+
+/// Whether a terminal also shows the key that interrupts. Async-signal-safe.
+[[nodiscard]] bool echoes_interrupt_key() noexcept;
 
 /// Whether standard output and standard error are read as one text: both are the same file or reach the same
 /// terminal, perhaps through a pipe.

@@ -13,6 +13,8 @@
 namespace kvn::system
 {
 
+void set_up_standard_streams() noexcept {}
+
 bool prepare_standard_streams() noexcept
 {
     for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor)
@@ -38,6 +40,11 @@ bool echoes_keys() noexcept
 {
     termios settings{};
     return tcgetattr(STDIN_FILENO, &settings) == 0 && (settings.c_lflag & ECHO) != 0;
+}
+
+bool echoes_interrupt_key() noexcept
+{
+    return echoes_keys();
 }
 
 bool are_output_and_error_one_text() noexcept

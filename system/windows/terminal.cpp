@@ -53,17 +53,22 @@ void use_control_sequences(int descriptor) noexcept
 
 } // namespace
 
-bool prepare_standard_streams() noexcept
+void set_up_standard_streams() noexcept
 {
-    for (int descriptor = STANDARD_INPUT; descriptor <= STANDARD_ERROR; ++descriptor) {
-        if (!is_open(descriptor) && !open_nothing_as(descriptor))
-            return false;
+    for (int descriptor = STANDARD_INPUT; descriptor <= STANDARD_ERROR; ++descriptor)
         (void)_setmode(descriptor, _O_BINARY);
-    }
     (void)SetConsoleCP(CP_UTF8);
     (void)SetConsoleOutputCP(CP_UTF8);
     use_control_sequences(STANDARD_OUTPUT);
     use_control_sequences(STANDARD_ERROR);
+}
+
+bool prepare_standard_streams() noexcept
+{
+    for (int descriptor = STANDARD_INPUT; descriptor <= STANDARD_ERROR; ++descriptor)
+        if (!is_open(descriptor) && !open_nothing_as(descriptor))
+            return false;
+    set_up_standard_streams();
     return true;
 }
 
@@ -91,6 +96,12 @@ bool echoes_keys() noexcept
 {
     DWORD mode = 0;
     return GetConsoleMode(handle_of(STANDARD_INPUT), &mode) != FALSE && (mode & ENABLE_ECHO_INPUT) != 0;
+}
+
+// Consoles show no Ctrl-C.
+bool echoes_interrupt_key() noexcept
+{
+    return false;
 }
 
 // Windows gives consoles and pipes no identity: two handles of one pipe look like those of two.

@@ -4,6 +4,8 @@
 #include "devices.h"
 #include "errors/catalogue.h"
 #include "stream.h"
+#include "system/arguments.h"
+#include "system/terminal.h"
 
 #include <CLI/CLI.hpp>
 
@@ -157,8 +159,10 @@ int report(ExitStatus status, std::string_view problem)
 
 int main(int argc, char** argv)
 {
+    kvn::system::set_up_standard_streams();
     try {
-        run(argc, argv);
+        kvn::system::Arguments arguments{argc, argv};
+        run(arguments.count(), arguments.words());
         if (!std::cout.flush())
             return report(ExitStatus::file, "cannot write to standard output");
         return static_cast<int>(ExitStatus::done);

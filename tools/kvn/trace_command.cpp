@@ -4,8 +4,8 @@
 #include "errors/failure.h"
 #include "lines.h"
 #include "recording.h"
-#include "system/regular_file.h"
 #include "report/json.h"
+#include "system/regular_file.h"
 #include "table.h"
 #include "trace_report.h"
 

@@ -2,6 +2,8 @@
 // The program kvn_rack: shows what the modules of virtual carriers hold, and empties them.
 #include "errors/catalogue.h"
 #include "rack_view.h"
+#include "system/arguments.h"
+#include "system/terminal.h"
 
 #include <CLI/CLI.hpp>
 
@@ -134,8 +136,10 @@ ExitStatus run_and_flush(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    kvn::system::set_up_standard_streams();
     try {
-        return static_cast<int>(run_and_flush(argc, argv));
+        kvn::system::Arguments arguments{argc, argv};
+        return static_cast<int>(run_and_flush(arguments.count(), arguments.words()));
     } catch (...) {
         return static_cast<int>(ExitStatus::internal); // not even the failure could be told
     }
