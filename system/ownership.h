@@ -22,6 +22,11 @@ inline constexpr UserId ADMINISTRATOR = 0;
 /// @return what is wrong, as in "it belongs to user 1000, not to user 0"; null when nothing is
 [[nodiscard]] std::optional<std::string> fault_of_ownership(int descriptor, UserId owner);
 
+/// Looks at the folder of a file whose place is fixed, there or not: who may take files out of it may undo
+/// what the file says. Only where anybody can make that folder; elsewhere nothing is wrong with it.
+/// @return what is wrong with the folder, as fault_of_ownership(); null when nothing is, or there is none
+[[nodiscard]] std::optional<std::string> fault_of_folder(const std::string& file, UserId owner);
+
 } // namespace kvn::system
 
 #endif

@@ -89,6 +89,8 @@ void require_sense(const ApprovalFiles& files, const std::string& signers)
 
 Policy read_policy(const PolicyPlace& place)
 {
+    if (const auto fault = system::fault_of_folder(place.file, place.owner))
+        no_policy(place.file + ": the folder of the policy cannot be trusted: " + *fault);
     if (is_missing(place.file))
         return {.file = place.file};
     Policy policy = parse(read_owned(place.file, "policy", place.owner), place.file);

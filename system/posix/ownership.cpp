@@ -31,4 +31,9 @@ std::optional<std::string> fault_of_ownership(int descriptor, UserId owner)
     return std::nullopt;
 }
 
+std::optional<std::string> fault_of_folder(const std::string& /*file*/, UserId /*owner*/)
+{
+    return std::nullopt; // /etc is root's
+}
+
 } // namespace kvn::system

@@ -3,6 +3,7 @@
 #include "system/file.h"
 
 #include "system/windows/api.h"
+#include "system/windows/replace.h"
 
 #include <fcntl.h>
 #include <io.h>
@@ -84,13 +85,6 @@ int descriptor_of(Handle handle, int flags)
     if (descriptor >= 0)
         (void)handle.release();
     return descriptor;
-}
-
-int move_file(const std::string& from, const std::string& to, DWORD flags)
-{
-    const bool is_moved = ::MoveFileExW(windows::wide_path(from).c_str(), windows::wide_path(to).c_str(),
-                                        flags | MOVEFILE_WRITE_THROUGH) != FALSE;
-    return is_moved ? 0 : windows::last_error_number();
 }
 
 } // namespace
@@ -188,17 +182,19 @@ int remove_file(const std::string& path)
 
 int move_to_free_name(const std::string& from, const std::string& to)
 {
-    return move_file(from, to, 0);
+    const bool is_moved = ::MoveFileExW(windows::wide_path(from).c_str(), windows::wide_path(to).c_str(),
+                                        MOVEFILE_WRITE_THROUGH) != FALSE;
+    return is_moved ? 0 : windows::last_error_number();
 }
 
 int move_over(const std::string& from, const std::string& to)
 {
-    return move_file(from, to, MOVEFILE_REPLACE_EXISTING);
+    return windows::replace_file(windows::wide_path(from), windows::wide_path(to));
 }
 
 int flush_folder_of(const std::string& /*path*/)
 {
-    return 0; // move_file() returns when the names are on the disk
+    return 0; // names are on the disk when a file has been moved to a free one
 }
 
 int try_folder(const std::string& folder)

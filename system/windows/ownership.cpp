@@ -22,6 +22,10 @@ constexpr UserId OWN_USER = 1;
 constexpr DWORD WRITING =
     FILE_WRITE_DATA | FILE_APPEND_DATA | DELETE | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
 
+/// Those by which files leave a folder. That users can add files is usual, and does no harm.
+constexpr DWORD TAKING_AWAY =
+    FILE_DELETE_CHILD | DELETE | WRITE_DAC | WRITE_OWNER | GENERIC_WRITE | GENERIC_ALL;
+
 struct LocalMemory {
     void operator()(void* memory) const noexcept { (void)::LocalFree(memory); }
 };
@@ -33,11 +37,10 @@ struct Security {
     PACL rights = nullptr;
 };
 
-std::optional<Security> security_of(int descriptor)
+std::optional<Security> security_of(HANDLE handle)
 {
     Security found;
     PSECURITY_DESCRIPTOR memory = nullptr;
-    const auto handle = reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor));
     if (::GetSecurityInfo(handle, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
                           &found.owner, nullptr, &found.rights, nullptr, &memory) != ERROR_SUCCESS)
         return std::nullopt;
@@ -96,7 +99,8 @@ std::string name_of(PSID user)
     return "user " + (at.empty() ? "" : at + "\\") + narrow(name.data());
 }
 
-bool can_be_written_by_others(const Security& security, UserId owner)
+/// Whether somebody else has one of the rights.
+bool have_others(DWORD wanted, const Security& security, UserId owner)
 {
     if (security.rights == nullptr)
         return true; // without a list everybody may do anything
@@ -108,10 +112,23 @@ bool can_be_written_by_others(const Security& security, UserId owner)
         if (head->AceType != ACCESS_ALLOWED_ACE_TYPE || (head->AceFlags & INHERIT_ONLY_ACE) != 0)
             continue;
         auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>(entry);
-        if ((allowed->Mask & WRITING) != 0 && !may_write(&allowed->SidStart, owner))
+        if ((allowed->Mask & wanted) != 0 && !may_write(&allowed->SidStart, owner))
             return true;
     }
     return false;
+}
+
+std::optional<std::string> fault_in(HANDLE file, DWORD rights, const char* what, UserId owner)
+{
+    const auto security = security_of(file);
+    if (!security || security->owner == nullptr)
+        return "its owner cannot be read";
+    if (!may_write(security->owner, owner))
+        return "it belongs to " + name_of(security->owner) +
+               (owner == ADMINISTRATOR ? ", not to the administrators" : ", not to the user");
+    if (have_others(rights, *security, owner))
+        return what;
+    return std::nullopt;
 }
 
 } // namespace
@@ -123,15 +140,19 @@ UserId own_user() noexcept
 
 std::optional<std::string> fault_of_ownership(int descriptor, UserId owner)
 {
-    const auto security = security_of(descriptor);
-    if (!security || security->owner == nullptr)
-        return "its owner cannot be read";
-    if (!may_write(security->owner, owner))
-        return "it belongs to " + name_of(security->owner) +
-               (owner == ADMINISTRATOR ? ", not to the administrators" : ", not to the user");
-    if (can_be_written_by_others(*security, owner))
-        return "others than its owner can write it";
-    return std::nullopt;
+    return fault_in(reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor)), WRITING,
+                    "others than its owner can write it", owner);
+}
+
+std::optional<std::string> fault_of_folder(const std::string& file, UserId owner)
+{
+    const std::string folder = file.substr(0, file.find_last_of("\\/"));
+    const windows::Handle handle{::CreateFileW(windows::wide_path(folder).c_str(), READ_CONTROL,
+                                               FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                               nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)};
+    if (!handle.is_open())
+        return std::nullopt; // whatever is wrong with it is wrong with the file, too
+    return fault_in(handle.get(), TAKING_AWAY, "others than its owner can remove files from it", owner);
 }
 
 } // namespace kvn::system

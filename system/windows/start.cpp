@@ -130,6 +130,7 @@ std::optional<std::wstring> path_of_program(const std::string& name)
 
 Started start(const Start& what)
 {
+    // Choice: it may outlive this process, to end its work (docs/decisions/0055-runs-on-windows.md).
     Handle job{::CreateJobObjectW(nullptr, nullptr)};
     if (!job.is_open())
         throw_last_error("process");
