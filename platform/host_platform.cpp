@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The functions of the program that uses the library, on systems whose linker leaves none undefined: looked
 // up by name at the first call, in the program and then in the board maker's library.
+//
+// Choice: no import library names them (docs/decisions/0056-functions-of-a-host-on-windows.md).
 #include "mwapi_forward.h"
 #include "system/dynamic_library.h"
 #include "uniform_platform.h"
