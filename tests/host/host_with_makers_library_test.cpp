@@ -25,7 +25,8 @@ TEST(HostWithMakersLibrary, Error9201HasTheWordsOfTheMakersLibrary)
     std::string board = "mwc9z";
     std::string file = some_file();
     EXPECT_EQ(fpga.kvn_fpga_board(board.data(), 0, 1, file.data(), 0, 0), 9201);
-    EXPECT_STREQ(fpga.kvn_fpga_getlasterr(), "?");
+    EXPECT_STREQ(fpga.kvn_fpga_getlasterr(),
+                 "Error 9201. Cannot open KSB device on board \"mwc9z 0\" (the rack has no such board).");
 }
 
 } // namespace
