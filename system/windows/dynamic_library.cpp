@@ -23,6 +23,8 @@ HMODULE module_of(Library* library)
 
 HMODULE module_with(const void* address) noexcept
 {
+    if (address == nullptr)
+        return nullptr; // which would stand for the program
     HMODULE module = nullptr;
     constexpr DWORD flags =
         GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;

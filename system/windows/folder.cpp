@@ -121,7 +121,10 @@ Folder::Kind Folder::kind_of(const std::string& name) const
     const Handle handle{CreateFileW(state_->file(name).c_str(), FILE_READ_ATTRIBUTES, SHARED_WITH_ALL,
                                     nullptr, OPEN_EXISTING,
                                     FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr)};
-    return kind_in(handle.get());
+    if (handle.is_open())
+        return kind_in(handle.get());
+    (void)windows::fail_with_last_error();
+    return Kind::missing;
 }
 
 Folder::Kind Folder::kind_of(const Descriptor& file) noexcept

@@ -12,8 +12,11 @@ namespace kvn::system::windows
 namespace
 {
 
-// Of Windows 10 and later; the headers of MinGW-w64 10 have them only for these.
+// Of Windows 10 and later; the headers have them only for these.
 constexpr auto RENAME_INFORMATION = static_cast<FILE_INFO_BY_HANDLE_CLASS>(22);
+/// How long a file that others have open is tried again, in milliseconds.
+constexpr ULONGLONG LONGEST_WAIT = 2000;
+
 constexpr DWORD REPLACES = 1;
 constexpr DWORD AS_POSIX_DOES = 2;
 
@@ -43,13 +46,20 @@ bool replace_as_posix_does(const std::wstring& from, const std::wstring& to)
 
 } // namespace
 
-// MoveFileEx alone replaces no open file, and knows all file systems.
+// MoveFileEx replaces no open file, and knows all file systems: there, others that read it are waited for.
 int replace_file(const std::wstring& from, const std::wstring& to)
 {
-    if (replace_as_posix_does(from, to) ||
-        MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE)
-        return 0;
-    return last_error_number();
+    const ULONGLONG end = GetTickCount64() + LONGEST_WAIT;
+    for (;;) {
+        if (replace_as_posix_does(from, to) ||
+            MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE)
+            return 0;
+        const DWORD problem = GetLastError();
+        const bool may_be_open = problem == ERROR_ACCESS_DENIED || problem == ERROR_SHARING_VIOLATION;
+        if (!may_be_open || GetTickCount64() >= end)
+            return errno_of(problem);
+        Sleep(1);
+    }
 }
 
 } // namespace kvn::system::windows

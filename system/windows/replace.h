@@ -9,7 +9,8 @@ namespace kvn::system::windows
 {
 
 /// Gives a file another name in a single step. A file that has the name stays there for those that have it
-/// open, if they let others delete it.
+/// open, if they let others delete it; where the file system cannot do that, they are waited for, two seconds
+/// at most.
 /// @return 0, or the number of the error
 [[nodiscard]] int replace_file(const std::wstring& from, const std::wstring& to);
 
