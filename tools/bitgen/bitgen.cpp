@@ -117,6 +117,7 @@ void run(int argc, char** argv)
 
     CLI::App app{
         "Writes an example bitstream for a device, with real size, packets, CRC and ID, but no design."};
+    app.allow_windows_style_options(false); // a word that begins with / names a file
     app.add_option("device", request.device,
                    "Device, with or without package and speed grade: 2v3000fg676-4");
     app.add_option("-o,--output", request.output,

@@ -52,6 +52,7 @@ ExitStatus run(int argc, char** argv)
                      "kvn"};
     program.set_version_flag("--version", std::string{"kvn "} + kvn::TOOL_VERSION);
     program.require_subcommand(1);
+    program.allow_windows_style_options(false); // a word that begins with / names a file
     kvn::add_examples(program, {"kvn list --help", "kvn --version --json"});
     std::vector<kvn::Action> actions;
     for (const kvn::Adder add : kvn::subcommands())

@@ -52,6 +52,7 @@ Request request_of(int argc, char** argv)
     CLI::App app{"Shows what the modules of virtual carriers hold.\n\n"
                  "The virtual carriers keep the state of modules in the folder that MWVIRTUAL_STATE names.",
                  "kvn_rack"};
+    app.allow_windows_style_options(false); // a word that begins with / names a folder
     app.set_version_flag("--version", std::string{"kvn_rack " KVN_VERSION});
     app.add_option("folder", request.folder, "Folder that MWVIRTUAL_STATE names to the virtual carriers")
         ->required();
