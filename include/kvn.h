@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // The C interface: lists boards, inspects, compares and converts bitstream files, and loads modules.
 //
-// Link libkvn.so. It loads the library that reaches the boards (the provider) itself; a program that uses it
-// defines no Mw... function. docs/c-interface.md has a complete example.
+// Link libkvn.so, on Windows kvn.dll. It loads the library that reaches the boards (the provider) itself; a
+// program that uses it defines no Mw... function. docs/c-interface.md has a complete example.
 //
 // Handles
 //   A session (kvn_session) is where calls are made; a file (kvn_file) is the content of a bitstream file.
@@ -46,7 +46,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
-#if defined(__GNUC__)
+// On Windows the library itself lists what it exports, and functions are imported without a word.
+#if defined(__GNUC__) && !defined(_WIN32)
 #define KVN_API __attribute__((visibility("default")))
 #else
 #define KVN_API

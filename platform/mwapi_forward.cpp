@@ -92,9 +92,16 @@ struct FirstCall {
 constexpr Functions FIRST_CALLS = functions_with_error_text<FirstCall>();
 
 constinit std::atomic<const Functions*> bound{&FIRST_CALLS};
-constinit std::mutex binding;
 
-/// @pre binding is locked
+/// Made at its first use, as not every system makes it while compiling, and never destroyed: calls may come
+/// to the end of the process.
+std::mutex& binding()
+{
+    static auto* const made = new std::mutex;
+    return *made;
+}
+
+/// @pre binding() is locked
 void bind(Platform& platform)
 {
     const Functions* own = platform.functions();
@@ -113,7 +120,7 @@ std::uint32_t FirstCall::answer(Parameters... arguments)
     return without_exceptions([&] {
         Platform& platform = program_platform();
         {
-            const std::lock_guard lock{binding};
+            const std::lock_guard lock{binding()};
             if (bound.load(std::memory_order_acquire) == &FIRST_CALLS)
                 bind(platform);
         }
@@ -125,13 +132,13 @@ std::uint32_t FirstCall::answer(Parameters... arguments)
 
 void install(Platform& platform)
 {
-    const std::lock_guard lock{binding};
+    const std::lock_guard lock{binding()};
     bind(platform);
 }
 
 void uninstall()
 {
-    const std::lock_guard lock{binding};
+    const std::lock_guard lock{binding()};
     bound.store(&FIRST_CALLS, std::memory_order_release);
 }
 

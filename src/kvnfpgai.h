@@ -20,10 +20,6 @@
 /// The time-out of every message operation, in the platform's unit.
 inline constexpr std::uint32_t KSB_TIMEOUT = 5000;
 
-/// Compares without regard to case, up to the end of a: a prefix of b is equal to it.
-/// @return 0, or the difference of the first pair of characters that differ
-int stricmp(const char* a, const char* b);
-
 /// Finds a word in a line, without regard to case.
 /// @param position receives the index of the first occurrence; unchanged if there is none
 /// @return 1 when the word is there, else 0 (also for an empty line or word)
@@ -91,6 +87,11 @@ public:
     virtual ~kvn_fpga_imp();
     kvn_fpga_imp(const kvn_fpga_imp&) = delete;
     kvn_fpga_imp& operator=(const kvn_fpga_imp&) = delete;
+
+    /// Compares without regard to case, up to the end of a: a prefix of b is equal to it. A member, as C
+    /// libraries have a function of this name.
+    /// @return 0, or the difference of the first pair of characters that differ
+    static int stricmp(const char* a, const char* b);
 
     // session/session.cpp
     void Initialise();

@@ -3,13 +3,12 @@
 #include "file/input.h"
 
 #include "errors/failure.h"
-#include "file/memory_file.h"
 #include "file/unpacking.h"
 #include "hashing/sha256.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "system/descriptor.h"
+#include "system/file.h"
+#include "system/memory_file.h"
+#include "system/terminal.h"
 
 #include <array>
 #include <cerrno>
@@ -24,7 +23,7 @@ struct Input::Content {
     std::string unpacked_name;
     bool name_states_format = false;
     Stored stored;
-    MemoryFile file;
+    system::MemoryFile file;
 };
 
 namespace
@@ -48,7 +47,7 @@ constexpr const char* COPY_AGAIN = "copy the file again in binary mode, or pack 
 class Filling
 {
 public:
-    Filling(const std::string& name, const InputLimits& limits, MemoryFile& file)
+    Filling(const std::string& name, const InputLimits& limits, system::MemoryFile& file)
         : name_{name}, limits_{limits}, file_{file}
     {
     }
@@ -115,7 +114,7 @@ private:
 
     const std::string& name_;
     const InputLimits& limits_;
-    MemoryFile& file_;
+    system::MemoryFile& file_;
     std::vector<std::uint8_t> head_; // until it tells the packing
     bool begun_ = false;
     std::unique_ptr<Unpacker> unpacker_;
@@ -123,67 +122,48 @@ private:
     Input::Stored stored_;
 };
 
-/// Closes a descriptor at the end of the scope, if it was opened.
-class Descriptor
-{
-public:
-    Descriptor(int number, bool is_ours) : number_{number}, is_ours_{is_ours} {}
-    ~Descriptor()
-    {
-        if (is_ours_ && number_ >= 0)
-            (void)::close(number_);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    [[nodiscard]] int number() const { return number_; }
-
-private:
-    int number_;
-    bool is_ours_;
-};
-
 bool is_standard_input(const std::string& path)
 {
     return path == "-" || path == "/dev/stdin";
 }
 
-int open_file(const std::string& path, bool& is_regular)
+[[noreturn]] void refuse_kind(const std::string& path)
 {
-    struct stat status {
-    };
-    if (::stat(path.c_str(), &status) != 0)
-        fail_to_read(path);
-    is_regular = S_ISREG(status.st_mode);
-    if (!is_regular && !S_ISFIFO(status.st_mode))
-        throw FailureError{{ExitStatus::file, 0, path + ": not a regular file", "", "give a bitstream file"}};
-    // A pipe is waited for. What is no pipe must not make us wait, should it be another file by now.
-    const int waits = is_regular ? O_NONBLOCK : 0;
-    const int number = ::open(path.c_str(), O_RDONLY | waits | O_NOCTTY | O_CLOEXEC);
-    if (number < 0)
-        fail_to_read(path);
-    return number;
+    throw FailureError{{ExitStatus::file, 0, path + ": not a regular file", "", "give a bitstream file"}};
 }
 
-/// What was opened may be something else than what was there a moment ago.
-void require_kind(const std::string& path, int descriptor, bool is_regular)
+system::Descriptor open_file(const std::string& path, bool& is_regular)
 {
-    struct stat status {
-    };
-    if (::fstat(descriptor, &status) != 0)
+    const system::FileKind kind = system::kind_of(path);
+    if (kind == system::FileKind::none)
         fail_to_read(path);
-    if (is_regular ? !S_ISREG(status.st_mode) : !S_ISFIFO(status.st_mode))
-        throw FailureError{{ExitStatus::file, 0, path + ": not a regular file", "", "give a bitstream file"}};
+    is_regular = kind == system::FileKind::regular;
+    if (!is_regular && kind != system::FileKind::pipe)
+        refuse_kind(path);
+    // A pipe is waited for. What is no pipe must not make us wait, should it be another file by now.
+    system::Descriptor file{system::open_to_read(path, is_regular ? system::Opening::at_once
+                                                                  : system::Opening::waits_for_writer)};
+    if (!file.is_open())
+        fail_to_read(path);
+    // What was opened may be something else than what was there a moment ago.
+    const system::FileKind opened = system::kind_of(file.number());
+    if (opened == system::FileKind::none)
+        fail_to_read(path);
+    if (opened != kind)
+        refuse_kind(path);
+    return file;
 }
 
 void read_all(const std::string& name, int descriptor, Filling& filling)
 {
     std::array<std::uint8_t, 65536> block; // NOLINT(cppcoreguidelines-pro-type-member-init)
     for (;;) {
-        const ssize_t size = ::read(descriptor, block.data(), block.size());
-        if (size == 0)
+        const auto size =
+            system::read_some(descriptor, {reinterpret_cast<char*>(block.data()), block.size()});
+        if (size == 0U)
             return;
-        if (size > 0)
-            filling.take(std::span{block}.first(static_cast<std::size_t>(size)));
+        if (size)
+            filling.take(std::span{block}.first(*size));
         else if (errno != EINTR)
             fail_to_read(name);
     }
@@ -215,10 +195,9 @@ Input Input::from_path(const std::string& path, const InputLimits& limits)
 {
     const bool is_standard = is_standard_input(path);
     bool is_regular = false;
-    const Descriptor file{is_standard ? STDIN_FILENO : open_file(path, is_regular), !is_standard};
-    if (!is_standard)
-        require_kind(path, file.number(), is_regular);
-    return fill(path, limits, is_regular, [&](Filling& filling) { read_all(path, file.number(), filling); });
+    const system::Descriptor file = is_standard ? system::Descriptor{} : open_file(path, is_regular);
+    const int descriptor = is_standard ? system::STANDARD_INPUT : file.number();
+    return fill(path, limits, is_regular, [&](Filling& filling) { read_all(path, descriptor, filling); });
 }
 
 Input Input::from_bytes(std::span<const std::uint8_t> bytes, const std::string& name,
@@ -272,7 +251,7 @@ const Input::Stored& Input::stored() const
 File Input::open() const
 {
     try {
-        return content_->file.open();
+        return File{content_->file.open()};
     } catch (const std::system_error& error) {
         fail_to_read(content_->name, error.code());
     }

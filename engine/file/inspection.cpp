@@ -6,6 +6,7 @@
 #include "file/inspectors.h"
 #include "formats/mcb_format.h"
 #include "kvnfpgai.h"
+#include "system/path_text.h"
 
 #include <algorithm>
 #include <array>
@@ -97,7 +98,7 @@ void compare_name_and_content(const Input& input, Inspection& inspection)
         return;
     const std::string is = std::string{"the content is of a "} + format_name(content) + " file";
     const std::string& name = input.unpacked_name();
-    const std::string renamed = std::filesystem::path{name}.replace_extension(extension(content)).string() +
+    const std::string renamed = system::text_of(system::path_of(name).replace_extension(extension(content))) +
                                 input.name().substr(name.size());
     if (inspection.named == Format::unknown)
         inspection.problems.push_back({is + ", but the library takes names in .rbt, .bit and .mcb alone",

@@ -3,14 +3,13 @@
 #include "file/new_file.h"
 
 #include "errors/failure.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "system/file.h"
+#include "system/path_text.h"
+#include "system/process.h"
+#include "system/terminal.h"
 
 #include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -43,48 +42,23 @@ std::string words_of(int error)
 
 } // namespace
 
-int write_all(int descriptor, std::string_view content)
-{
-    while (!content.empty()) {
-        const ssize_t written = ::write(descriptor, content.data(), content.size());
-        if (written >= 0)
-            content.remove_prefix(static_cast<std::size_t>(written));
-        else if (errno != EINTR)
-            return errno;
-    }
-    return 0;
-}
-
 std::string temporary_name(const std::string& target)
 {
     static std::atomic<unsigned> count;
-    const std::filesystem::path folder = std::filesystem::path{target}.parent_path();
-    const std::string name = ".kvn-" + std::to_string(::getpid()) + '-' + std::to_string(count++) + ".tmp";
-    return (folder / name).string();
-}
-
-int move_to_free_name(const std::string& from, const std::string& to)
-{
-    if (::renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0)
-        return 0;
-    if (errno != EINVAL && errno != ENOSYS)
-        return errno;
-    // The file system cannot do it, but most of those have links.
-    if (::link(from.c_str(), to.c_str()) != 0)
-        return errno;
-    (void)::unlink(from.c_str());
-    return 0;
+    const std::filesystem::path folder = system::path_of(target).parent_path();
+    const std::string name =
+        ".kvn-" + std::to_string(system::own_process_id()) + '-' + std::to_string(count++) + ".tmp";
+    return system::text_of(folder / name);
 }
 
 void require_free(const std::string& target, bool overwrite)
 {
-    struct stat status {
-    };
-    if (::lstat(target.c_str(), &status) != 0)
+    const system::FileKind kind = system::kind_of_name(target);
+    if (kind == system::FileKind::none)
         return; // what else is wrong with the name shows when it is written
-    if (S_ISDIR(status.st_mode))
+    if (kind == system::FileKind::folder)
         fail_over(target, " is a folder", "name a file in it");
-    if (!S_ISREG(status.st_mode) && !S_ISLNK(status.st_mode))
+    if (kind != system::FileKind::regular && kind != system::FileKind::link)
         fail_over(target, " is no regular file", "name another file, or write to standard output: -");
     if (!overwrite)
         fail_over_existing(target);
@@ -92,22 +66,16 @@ void require_free(const std::string& target, bool overwrite)
 
 bool is_same_file(const std::string& input, const std::string& target)
 {
-    struct stat first {
-    };
-    struct stat second {
-    };
-    const int found = input == "-" ? ::fstat(STDIN_FILENO, &first) : ::stat(input.c_str(), &first);
-    return found == 0 && ::stat(target.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-           first.st_ino == second.st_ino;
+    const auto first =
+        input == "-" ? system::identity_of(system::STANDARD_INPUT) : system::identity_of(input);
+    return first && first == system::identity_of(target);
 }
 
 NewFile::NewFile(std::string target) : target_{std::move(target)}
 {
-    constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
-    constexpr mode_t RIGHTS = 0666;
     do { // a file of an earlier process of the same number may be left
         path_ = temporary_name(target_);
-        descriptor_ = ::open(path_.c_str(), FLAGS, RIGHTS);
+        descriptor_ = system::create_new(path_);
     } while (descriptor_ < 0 && errno == EEXIST);
     if (descriptor_ < 0)
         fail_to_write(target_, errno);
@@ -116,27 +84,26 @@ NewFile::NewFile(std::string target) : target_{std::move(target)}
 NewFile::~NewFile()
 {
     if (descriptor_ >= 0)
-        (void)::close(descriptor_);
+        (void)system::close_file(descriptor_);
     if (!path_.empty())
-        (void)::unlink(path_.c_str());
+        (void)system::remove_file(path_);
 }
 
 void NewFile::write(std::string_view content)
 {
-    if (const int error = write_all(descriptor_, content))
+    if (const int error = system::write_all(descriptor_, content))
         fail_to_write(target_, error);
-    if (::fsync(descriptor_) != 0)
-        fail_to_write(target_, errno);
-    if (::close(std::exchange(descriptor_, -1)) != 0)
-        fail_to_write(target_, errno);
+    if (const int error = system::flush_file(descriptor_))
+        fail_to_write(target_, error);
+    if (const int error = system::close_file(std::exchange(descriptor_, -1)))
+        fail_to_write(target_, error);
 }
 
 void NewFile::move_to_target(bool overwrite)
 {
     require_free(target_, overwrite);
-    const int error = !overwrite                                         ? move_to_free_name(path_, target_)
-                      : std::rename(path_.c_str(), target_.c_str()) == 0 ? 0
-                                                                         : errno;
+    const int error =
+        overwrite ? system::move_over(path_, target_) : system::move_to_free_name(path_, target_);
     if (error == EEXIST)
         fail_over_existing(target_);
     if (error != 0)
@@ -146,7 +113,7 @@ void NewFile::move_to_target(bool overwrite)
 
 void write_to_standard_output(std::string_view content)
 {
-    if (const int error = write_all(STDOUT_FILENO, content))
+    if (const int error = system::write_all(system::STANDARD_OUTPUT, content))
         fail_to_write("standard output", error);
 }
 

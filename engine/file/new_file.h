@@ -21,10 +21,6 @@ void require_free(const std::string& target, bool overwrite);
 /// left by a process that was killed.
 [[nodiscard]] std::string temporary_name(const std::string& target);
 
-/// Moves a file to a name that nothing has.
-/// @return 0, or the number of the error: EEXIST when something has the name
-[[nodiscard]] int move_to_free_name(const std::string& from, const std::string& to);
-
 /// A file under a temporary name in the folder of its target. Unless it was moved there it is removed at the
 /// end of its life.
 class NewFile
@@ -53,10 +49,6 @@ private:
     std::string path_; ///< empty once it was moved
     int descriptor_ = -1;
 };
-
-/// Writes all of the content at the descriptor's position.
-/// @return 0, or the number of the error
-[[nodiscard]] int write_all(int descriptor, std::string_view content);
 
 /// Throws FailureError of ExitStatus::file.
 void write_to_standard_output(std::string_view content);

@@ -3,9 +3,7 @@
 #include "file/text_file.h"
 
 #include "errors/failure.h"
-#include "regular_file.h"
-
-#include <sys/stat.h>
+#include "system/regular_file.h"
 
 namespace kvn
 {
@@ -24,30 +22,16 @@ std::string in_words(std::size_t bytes)
     return bytes == MEGABYTE ? "a megabyte" : std::to_string(bytes / MEGABYTE) + " megabytes";
 }
 
-/// Looks at the open file: its name may lead to another one by now.
-void check_owner(const mwtrace::RegularFile& file, const std::string& path, const TextFileKind& kind)
-{
-    struct stat status {
-    };
-    if (::fstat(file.descriptor(), &status) != 0)
-        cannot_read(path, kind, "its owner cannot be read");
-    if (status.st_uid != *kind.owner)
-        cannot_read(path, kind,
-                    "it belongs to user " + std::to_string(status.st_uid) + ", not to user " +
-                        std::to_string(*kind.owner));
-    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0)
-        cannot_read(path, kind, "others than its owner can write it");
-}
-
 } // namespace
 
 std::string read_text_file(const std::string& path, const TextFileKind& kind)
 {
-    auto file = mwtrace::RegularFile::to_read(path.c_str());
+    auto file = system::RegularFile::to_read(path.c_str());
     if (!file.is_open())
         cannot_read(path, kind, file.problem());
     if (kind.owner)
-        check_owner(file, path, kind);
+        if (const auto fault = system::fault_of_ownership(file.descriptor(), *kind.owner))
+            cannot_read(path, kind, *fault);
     constexpr std::size_t piece = std::size_t{64} << 10;
     std::string text;
     while (text.size() <= kind.largest) {

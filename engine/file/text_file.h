@@ -3,7 +3,7 @@
 #ifndef KVN_ENGINE_FILE_TEXT_FILE_H
 #define KVN_ENGINE_FILE_TEXT_FILE_H
 
-#include <sys/types.h>
+#include "system/ownership.h"
 
 #include <cstddef>
 #include <optional>
@@ -20,7 +20,7 @@ struct TextFileKind {
     std::string remedy = {};
     std::size_t largest = MEGABYTE; ///< whole megabytes
     /// Who must own the file; then nobody else may be able to write it. Null: anybody.
-    std::optional<uid_t> owner = {};
+    std::optional<system::UserId> owner = {};
 };
 
 /// Reads a regular file to its end.

@@ -111,7 +111,7 @@ chr::year_month_day day_of(Moment moment)
     return chr::floor<chr::days>(moment);
 }
 
-std::string padded(long number, std::size_t width, char fill)
+std::string padded(long long number, std::size_t width, char fill)
 {
     const std::string digits = std::to_string(number);
     return std::string(width - std::min(width, digits.size()), fill) + digits;

@@ -46,7 +46,7 @@ BoardRow ask_board(const Provider& provider, const BoardName& board)
 std::size_t length_of(const fpga::Device& device, const std::string& name)
 {
     constexpr std::string_view prefix = "xc";
-    const bool has_prefix = stricmp(prefix.data(), name.c_str()) == 0;
+    const bool has_prefix = kvn_fpga_imp::stricmp(prefix.data(), name.c_str()) == 0;
     return device.name.size() + (has_prefix ? prefix.size() : 0);
 }
 

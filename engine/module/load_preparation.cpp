@@ -3,7 +3,7 @@
 #include "module/load_preparation.h"
 
 #include "file/judgement.h"
-#include "module/host.h"
+#include "system/host.h"
 #include "version.h"
 
 namespace kvn
@@ -49,7 +49,7 @@ LoadPreparation::LoadPreparation(const LoadRequest& request, const ProviderIdent
     record_.approved_by = observed(request_.approved_by);
     record_.approval_key = observed(request_.approval_key);
     record_.device = given(if_any(request_.device));
-    record_.host = observed(host_name());
+    record_.host = observed(system::host_name());
     record_.tool_version = TOOL_VERSION;
     record_.provider = provider;
 }

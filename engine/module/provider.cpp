@@ -48,7 +48,7 @@ std::shared_ptr<Provider> Provider::open(const std::string& name, const void* be
 {
     static std::mutex mutex;
     static std::shared_ptr<Provider> opened;
-    const std::string wanted = name.empty() ? mwapi::USUAL_PROVIDER : name;
+    const std::string wanted = name.empty() ? mwapi::usual_provider() : name;
     const std::lock_guard lock{mutex};
     if (opened != nullptr && opened->identity().name != wanted)
         throw FailureError{{.status = ExitStatus::usage,

@@ -4,6 +4,7 @@
 
 #include "errors/failure.h"
 #include "formats/device_match.h"
+#include "system/path_text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -53,11 +54,12 @@ std::vector<PlannedModule> plan_of_rack(std::span<const BoardRow> boards, std::s
 std::string name_in_plan(const std::string& plan, const std::string& file)
 {
     namespace fs = std::filesystem;
-    const fs::path whole = fs::absolute(file).lexically_normal();
-    const fs::path near = whole.lexically_relative(fs::absolute(plan).lexically_normal().parent_path());
+    const fs::path whole = fs::absolute(system::path_of(file)).lexically_normal();
+    const fs::path near =
+        whole.lexically_relative(fs::absolute(system::path_of(plan)).lexically_normal().parent_path());
     // Above the folder, names would mean something else where the folder is reached by a link.
     const bool lies_below = !near.empty() && *near.begin() != "..";
-    return lies_below ? near.string() : whole.string();
+    return system::text_of(lies_below ? near : whole);
 }
 
 std::string new_plan_text(const std::vector<PlannedModule>& modules, const std::string& comment)

@@ -5,6 +5,7 @@
 #include "file/text_file.h"
 #include "hashing/sha256.h"
 #include "plan/plan_findings.h"
+#include "system/path_text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -21,7 +22,7 @@ public:
     [[nodiscard]] bool exists(const std::string& path) const override
     {
         std::error_code unused;
-        return std::filesystem::exists(path, unused);
+        return std::filesystem::exists(system::path_of(path), unused);
     }
 };
 
@@ -67,8 +68,8 @@ void add_module(Plan& plan, PlannedModule module)
 
 std::string beside(const std::string& plan, const std::string& name)
 {
-    const std::filesystem::path path{name};
-    return path.is_absolute() ? name : (std::filesystem::path{plan}.parent_path() / path).string();
+    const std::filesystem::path path = system::path_of(name);
+    return path.is_absolute() ? name : system::text_of(system::path_of(plan).parent_path() / path);
 }
 
 Plan read_plan(const std::string& path, ConReading reading, const FileFinder& files)

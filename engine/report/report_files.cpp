@@ -8,6 +8,7 @@
 #include "report/html_report.h"
 #include "report/junit_report.h"
 #include "report/report_json.h"
+#include "system/path_text.h"
 
 #include <algorithm>
 #include <array>
@@ -42,7 +43,8 @@ bool is_same_target(const ReportTarget& first, const ReportTarget& second)
         return false;
     const auto whole = [](const ReportTarget& target) {
         std::error_code ignored;
-        return std::filesystem::weakly_canonical(std::filesystem::absolute(target.path, ignored), ignored);
+        return std::filesystem::weakly_canonical(
+            std::filesystem::absolute(system::path_of(target.path), ignored), ignored);
     };
     return whole(first) == whole(second) || is_same_file(first.path, second.path);
 }
@@ -74,7 +76,7 @@ void write_report(const std::string& content, const ReportTarget& target, bool o
 
 ReportTarget report_target(const std::string& path)
 {
-    const std::string extension = lower_case(std::filesystem::path{path}.extension().string());
+    const std::string extension = lower_case(system::text_of(system::path_of(path).extension()));
     const auto* const found =
         std::ranges::find(EXTENSIONS, extension, &decltype(EXTENSIONS)::value_type::first);
     if (found == EXTENSIONS.end())

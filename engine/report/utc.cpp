@@ -4,7 +4,6 @@
 
 #include <array>
 #include <cstdio>
-#include <ctime>
 
 namespace kvn
 {
@@ -26,16 +25,17 @@ std::optional<unsigned> digits(std::string_view text)
 
 std::string utc_text(std::chrono::system_clock::time_point moment)
 {
-    const auto since = std::chrono::floor<std::chrono::milliseconds>(moment.time_since_epoch());
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(since);
-    const std::time_t whole = seconds.count();
-    std::tm parts{};
-    (void)gmtime_r(&whole, &parts);
-    std::array<char, 32> day{};
-    (void)std::strftime(day.data(), day.size(), "%Y-%m-%dT%H:%M:%S", &parts);
-    std::array<char, 8> rest{};
-    (void)std::snprintf(rest.data(), rest.size(), ".%03dZ", static_cast<int>((since - seconds).count()));
-    return std::string{day.data()} + rest.data();
+    const auto whole = std::chrono::floor<std::chrono::milliseconds>(moment);
+    const auto midnight = std::chrono::floor<std::chrono::days>(whole);
+    const std::chrono::year_month_day date{midnight};
+    const std::chrono::hh_mm_ss time{whole - midnight};
+    std::array<char, 32> text{};
+    (void)std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
+                        static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                        static_cast<unsigned>(date.day()), static_cast<int>(time.hours().count()),
+                        static_cast<int>(time.minutes().count()), static_cast<int>(time.seconds().count()),
+                        static_cast<int>(time.subseconds().count()));
+    return text.data();
 }
 
 std::optional<std::chrono::system_clock::time_point> utc_time(std::string_view text)

@@ -145,21 +145,22 @@ void BusLink::end()
     worker_->end_input();
 }
 
-void BusLink::add_to(std::vector<pollfd>& waiting) const
+void BusLink::add_to(std::vector<system::Awaited>& waiting) const
 {
-    const auto add = [&](int descriptor, short events) { waiting.push_back({descriptor, events, 0}); };
-    add(worker_ ? worker_->output() : -1, POLLIN);
-    add(worker_ ? worker_->errors() : -1, POLLIN);
-    add(worker_ && worker_->has_to_send() ? worker_->input() : -1, POLLOUT);
+    using system::Waitable;
+    waiting.push_back({.what = worker_ ? worker_->output() : Waitable::none});
+    waiting.push_back({.what = worker_ ? worker_->errors() : Waitable::none});
+    waiting.push_back(
+        {.what = worker_ && worker_->has_to_send() ? worker_->input() : Waitable::none, .to_write = true});
 }
 
-void BusLink::serve(std::span<const pollfd> ready)
+void BusLink::serve(std::span<const system::Awaited> ready)
 {
-    if (worker_ && ready[1].revents != 0)
+    if (worker_ && ready[1].is_ready)
         serve_errors();
-    if (worker_ && ready[2].revents != 0)
+    if (worker_ && ready[2].is_ready)
         worker_->write_some();
-    if (worker_ && ready[0].revents != 0)
+    if (worker_ && ready[0].is_ready)
         serve_output();
     if (worker_ && worker_->sent() != sent_) {
         sent_ = worker_->sent();
@@ -390,7 +391,7 @@ void BusLink::lose_for_version(const EventVersionError& error)
 void BusLink::note_end()
 {
     // What it has said at last tells why.
-    if (worker_->errors() != -1)
+    if (worker_->errors() != system::Waitable::none)
         serve_errors();
     worker_->kill();
     const std::string how = worker_->wait();

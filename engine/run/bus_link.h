@@ -7,8 +7,7 @@
 #include "run/outcome.h"
 #include "run/worker_process.h"
 #include "run/worker_protocol.h"
-
-#include <poll.h>
+#include "system/waiting.h"
 
 #include <chrono>
 #include <memory>
@@ -76,9 +75,9 @@ public:
     [[nodiscard]] const LostLoad& seen() const { return seen_; }
 
     /// What to wait for: three entries.
-    void add_to(std::vector<pollfd>& waiting) const;
+    void add_to(std::vector<system::Awaited>& waiting) const;
     /// Does what can be done without waiting. @param ready the three entries
-    void serve(std::span<const pollfd> ready);
+    void serve(std::span<const system::Awaited> ready);
     /// When the worker must have given a sign of life; null when nothing is expected of it.
     [[nodiscard]] std::optional<Clock::time_point> deadline() const;
     void check_deadline(Clock::time_point now);
@@ -130,7 +129,7 @@ private:
     std::uint64_t sent_ = 0;
 };
 
-/// For poll(2): rounded up, so that the moment has passed afterwards; -1 for none.
+/// For system::wait(): rounded up, so that the moment has passed afterwards; -1 for none.
 [[nodiscard]] int milliseconds_until(std::optional<BusLink::Clock::time_point> moment);
 
 } // namespace kvn

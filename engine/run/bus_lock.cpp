@@ -6,12 +6,12 @@
 #include "hashing/sha256.h"
 #include "report/utc.h"
 #include "run/event.h"
-
-#include <fcntl.h>
-#include <pwd.h>
-#include <sys/file.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "system/file.h"
+#include "system/host.h"
+#include "system/lock_file.h"
+#include "system/path_text.h"
+#include "system/places.h"
+#include "system/process.h"
 
 #include <array>
 #include <cerrno>
@@ -24,8 +24,6 @@ namespace kvn
 {
 namespace
 {
-
-constexpr mode_t ANYBODY_WRITES = 0666;
 
 /// The type of a board may hold any printable character: only some are left as they are.
 std::string file_name(const std::string& prefix, const BoardName& bus)
@@ -52,67 +50,34 @@ std::string file_name(const std::string& prefix, const BoardName& bus)
          .remedy = "set KVN_LOCK_FOLDER to a folder that all users of the boards can write to"}};
 }
 
-/// In a folder of all users the system refuses to open another user's file with the wish to create it: so
-/// that is only asked for when there is none.
-int open_or_create(const std::string& path)
+system::Descriptor open_lock(const std::string& path, const BoardName& bus)
 {
-    constexpr int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-    for (;;) {
-        const int opened = ::open(path.c_str(), flags);
-        if (opened >= 0 || errno != ENOENT)
-            return opened;
-        const int created = ::open(path.c_str(), flags | O_CREAT | O_EXCL, ANYBODY_WRITES);
-        if (created >= 0) {
-            (void)::fchmod(created, ANYBODY_WRITES); // whatever the umask
-            return created;
-        }
-        if (errno != EEXIST)
-            return -1;
-    }
-}
-
-mwapi::Descriptor open_lock(const std::string& path, const BoardName& bus)
-{
-    mwapi::Descriptor file{open_or_create(path)};
+    system::Descriptor file = system::open_lock_file(path);
     if (!file.is_open())
         cannot_lock(path, bus, std::generic_category().message(errno));
-    struct stat status {
-    };
-    if (::fstat(file.number(), &status) != 0 || !S_ISREG(status.st_mode))
+    if (system::kind_of(file.number()) != system::FileKind::regular)
         cannot_lock(path, bus, "it is no regular file");
     return file;
 }
 
-std::string user_name()
+void write_holder(const system::Descriptor& file, const std::string& program)
 {
-    std::array<char, 4096> buffer{};
-    passwd entry{};
-    passwd* found = nullptr;
-    if (::getpwuid_r(::getuid(), &entry, buffer.data(), buffer.size(), &found) == 0 && found != nullptr)
-        return found->pw_name;
-    return std::to_string(::getuid());
-}
-
-void write_holder(const mwapi::Descriptor& file, const std::string& program)
-{
-    const std::string line = event_line({{"process", std::to_string(::getpid())},
-                                         {"user", user_name()},
+    const std::string line = event_line({{"process", std::to_string(system::own_process_id())},
+                                         {"user", system::user_name()},
                                          {"program", program},
                                          {"since", utc_text(std::chrono::system_clock::now())}});
-    // What cannot be told does not hurt the lock.
-    (void)!::ftruncate(file.number(), 0);
-    (void)!::pwrite(file.number(), line.data(), line.size(), 0);
+    system::rewrite(file, line);
 }
 
-BusHolder read_holder(const mwapi::Descriptor& file)
+BusHolder read_holder(const system::Descriptor& file)
 {
     std::array<char, 4096> text{};
-    const ssize_t size = ::pread(file.number(), text.data(), text.size(), 0);
+    const auto size = system::read_at(file.number(), text, 0);
     BusHolder holder;
-    if (size <= 0)
+    if (!size || *size == 0)
         return holder;
     try {
-        const Json json = read_json_line({text.data(), static_cast<std::size_t>(size)});
+        const Json json = read_json_line({text.data(), *size});
         const auto member = [&](const char* name) {
             const auto found = json.find(name);
             return found != json.end() && found->is_string() ? found->get<std::string>() : std::string{};
@@ -149,10 +114,7 @@ std::string lock_folder()
     std::string wish = variable("KVN_LOCK_FOLDER");
     if (!wish.empty())
         return wish;
-    for (std::string folder : {"/run/lock", variable("XDG_RUNTIME_DIR")})
-        if (!folder.empty() && ::access(folder.c_str(), W_OK | X_OK) == 0)
-            return folder;
-    return "/tmp";
+    return system::shared_lock_folder();
 }
 
 std::optional<std::string> lock_prefix(const ProviderIdentity& provider, const char* state_folder)
@@ -162,7 +124,8 @@ std::optional<std::string> lock_prefix(const ProviderIdentity& provider, const c
     if (state_folder == nullptr || *state_folder == '\0')
         return std::nullopt;
     std::error_code unknown;
-    const std::string folder = std::filesystem::weakly_canonical(state_folder, unknown).string();
+    const std::string folder =
+        system::text_of(std::filesystem::weakly_canonical(system::path_of(state_folder), unknown));
     hashing::Sha256 sum;
     sum.take({reinterpret_cast<const std::uint8_t*>(folder.data()), folder.size()});
     constexpr std::size_t enough = 16;
@@ -173,12 +136,12 @@ std::variant<BusLock, BusHolder> BusLock::take(const std::string& folder, const 
                                                const BoardName& bus, const std::string& program)
 {
     const std::string path = folder + "/" + file_name(prefix, bus);
-    mwapi::Descriptor file = open_lock(path, bus);
-    if (::flock(file.number(), LOCK_EX | LOCK_NB) != 0) {
-        if (errno != EWOULDBLOCK)
-            cannot_lock(path, bus, std::generic_category().message(errno));
+    system::Descriptor file = open_lock(path, bus);
+    const int error = system::take_lock_file(file);
+    if (error == EWOULDBLOCK)
         return read_holder(file);
-    }
+    if (error != 0)
+        cannot_lock(path, bus, std::generic_category().message(error));
     write_holder(file, program);
     return BusLock{std::move(file)};
 }

@@ -3,9 +3,9 @@
 #ifndef KVN_ENGINE_RUN_BUS_LOCK_H
 #define KVN_ENGINE_RUN_BUS_LOCK_H
 
-#include "descriptor.h"
 #include "module/module_name.h"
 #include "module/provider.h"
+#include "system/descriptor.h"
 
 #include <optional>
 #include <string>
@@ -53,9 +53,9 @@ public:
                                                                const std::string& program);
 
 private:
-    explicit BusLock(mwapi::Descriptor file) : file_{std::move(file)} {}
+    explicit BusLock(system::Descriptor file) : file_{std::move(file)} {}
 
-    mwapi::Descriptor file_;
+    system::Descriptor file_;
 };
 
 } // namespace kvn

@@ -3,6 +3,7 @@
 #include "run/command_words.h"
 
 #include "errors/failure.h"
+#include "system/process.h"
 
 #include <algorithm>
 #include <cctype>
@@ -51,7 +52,7 @@ private:
         else if (c == '"')
             take_quoted();
         else
-            word_ += c == '\\' ? escaped() : c;
+            word_ += c == '\\' && backslash_escapes() ? escaped() : c;
     }
 
     void take_literally()
@@ -65,10 +66,16 @@ private:
     {
         constexpr std::string_view protected_ones = "\"\\$`";
         for (char c = in_quotes(); c != '"'; c = in_quotes()) {
-            const bool escapes =
-                c == '\\' && !rest_.empty() && protected_ones.find(rest_.front()) != std::string_view::npos;
+            const bool escapes = c == '\\' && backslash_escapes() && !rest_.empty() &&
+                                 protected_ones.find(rest_.front()) != std::string_view::npos;
             word_ += escapes ? next() : c;
         }
+    }
+
+    /// In names of Windows' files backslashes are what they are, except before a quotation mark.
+    [[nodiscard]] bool backslash_escapes() const
+    {
+        return system::has_posix_shell() || (!rest_.empty() && rest_.front() == '"');
     }
 
     void end_word()
@@ -113,6 +120,14 @@ std::string shell_word(const std::string& word)
     for (const char c : word)
         quoted += c == '\'' ? std::string{"'\\''"} : std::string{c};
     return quoted + "'";
+}
+
+std::string command_word(const std::string& word)
+{
+    if (system::has_posix_shell())
+        return shell_word(word);
+    const bool has_meaning = word.empty() || word.find_first_of(" \t'\"&|<>^;,=()") != std::string::npos;
+    return has_meaning ? '"' + word + '"' : word;
 }
 
 std::vector<std::string> split_words(std::string_view line)

@@ -10,10 +10,14 @@
 namespace kvn
 {
 
-/// A word as a shell takes it: in quotes if need be.
+/// A word as a POSIX shell takes it: in quotes if need be.
 [[nodiscard]] std::string shell_word(const std::string& word);
 
-/// The words of a line, as a shell splits it: at blanks, but for quotes of both kinds and backslashes.
+/// A word as the usual shell of this system takes it: what a user may copy into a command line.
+[[nodiscard]] std::string command_word(const std::string& word);
+
+/// The words of a line, as a shell splits it: at blanks, but for quotes of both kinds and backslashes. On
+/// Windows a backslash is one of a file's name, except before a quotation mark.
 /// Nothing is expanded, and nothing but quotes and backslashes has a meaning of its own.
 /// @throws FailureError (ExitStatus::usage) for a quote or a backslash without what must follow it
 [[nodiscard]] std::vector<std::string> split_words(std::string_view line);

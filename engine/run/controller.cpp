@@ -5,11 +5,7 @@
 #include "errors/failure.h"
 #include "report/module_json.h"
 
-#include <poll.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <system_error>
 
 namespace kvn
 {
@@ -402,19 +398,17 @@ void Controller::serve_until(Done is_done)
 
 void Controller::serve_once()
 {
-    std::vector<pollfd> waiting{{signals_.descriptor(), POLLIN, 0}};
+    std::vector<system::Awaited> waiting{{.what = signals_.waitable()}};
     std::optional<BusLink::Clock::time_point> first;
     for (const BusWork& bus : buses_) {
         bus.link->add_to(waiting);
         if (const auto deadline = bus.link->deadline(); deadline && (!first || *deadline < *first))
             first = deadline;
     }
-    const int ready = ::poll(waiting.data(), waiting.size(), milliseconds_until(first));
-    if (ready < 0 && errno != EINTR)
-        throw std::system_error{errno, std::generic_category(), "poll"};
-    if (ready > 0 && waiting.front().revents != 0)
+    const bool is_any_ready = system::wait(waiting, milliseconds_until(first));
+    if (waiting.front().is_ready)
         signals_.acknowledge();
-    if (ready > 0)
+    if (is_any_ready)
         for (std::size_t i = 0; i < buses_.size(); ++i)
             buses_[i].link->serve(std::span{waiting}.subspan(1 + i * ENTRIES_PER_BUS, ENTRIES_PER_BUS));
     // After what has arrived meanwhile was heard.

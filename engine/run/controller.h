@@ -58,16 +58,17 @@ class StopSignals
 {
 public:
     virtual ~StopSignals() = default;
-    /// Becomes readable with each signal; -1: none ever comes.
-    [[nodiscard]] virtual int descriptor() const = 0;
-    /// Makes the descriptor wait for the next one.
+    /// Becomes ready with each signal; none: none ever comes.
+    [[nodiscard]] virtual system::Waitable waitable() const = 0;
+    /// Makes it wait for the next one.
     virtual void acknowledge() const = 0;
     /// How many have come. After the first nothing new is begun, after the second what is under way is cut
     /// off.
     [[nodiscard]] virtual unsigned count() const = 0;
 };
 
-/// The phases are called in their order, each once. Waits in poll(2) only. The process must ignore SIGPIPE.
+/// The phases are called in their order, each once. Waits in system::wait() only. The process must ignore
+/// SIGPIPE.
 class Controller final : BusListener
 {
 public:

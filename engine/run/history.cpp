@@ -6,6 +6,7 @@
 #include "report/utc.h"
 #include "run/event.h"
 #include "run/journal_file.h"
+#include "system/path_text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -172,10 +173,10 @@ private:
     {
         std::vector<std::string> names;
         std::error_code error;
-        for (std::filesystem::directory_iterator each{folder_, error}, end; !error && each != end;
-             each.increment(error))
+        for (std::filesystem::directory_iterator each{system::path_of(folder_), error}, end;
+             !error && each != end; each.increment(error))
             if (std::error_code ignored; each->is_regular_file(ignored))
-                names.push_back(each->path().filename().string());
+                names.push_back(system::text_of(each->path().filename()));
         if (error)
             throw FailureError{{ExitStatus::file, 0, folder_ + ": " + error.message(), "", ""}};
         std::ranges::sort(names);
@@ -288,7 +289,7 @@ private:
 
     [[nodiscard]] std::string path_of(const std::string& name) const
     {
-        return (std::filesystem::path{folder_} / name).string();
+        return system::text_of(system::path_of(folder_) / system::path_of(name));
     }
 
     void report(const std::string& name, std::string what)

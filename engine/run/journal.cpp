@@ -8,15 +8,12 @@
 #include "report/utc.h"
 #include "run/event.h"
 #include "run/journal_line.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "system/file.h"
+#include "system/path_text.h"
+#include "system/writing_lock.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <filesystem>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -44,36 +41,6 @@ std::string words_of(int error)
 {
     throw FailureError{
         {ExitStatus::file, 0, path + " exists already, and is kept", "", "name another file by --journal"}};
-}
-
-/// @return the descriptor, or -1 with the error in errno
-int create(const std::string& path)
-{
-    constexpr int FLAGS = O_WRONLY | O_CREAT | O_EXCL | O_APPEND | O_CLOEXEC;
-    constexpr mode_t RIGHTS = 0644;
-    return ::open(path.c_str(), FLAGS, RIGHTS);
-}
-
-/// @return 0, or the number of the error
-int lock(int descriptor)
-{
-    struct flock whole {
-    };
-    whole.l_type = F_WRLCK;
-    whole.l_whence = SEEK_SET;
-    return ::fcntl(descriptor, F_OFD_SETLK, &whole) == 0 ? 0 : errno;
-}
-
-/// Flushes the names in a file's folder. @return 0, or the number of the error
-int flush_folder_of(const std::string& path)
-{
-    const std::filesystem::path folder = std::filesystem::path{path}.parent_path();
-    const int descriptor = ::open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (descriptor < 0)
-        return errno;
-    const int error = ::fsync(descriptor) == 0 ? 0 : errno;
-    (void)::close(descriptor);
-    return error;
 }
 
 Json header_json(const JournalHeader& header)
@@ -112,19 +79,6 @@ std::string journal_name(const std::string& plan, std::chrono::system_clock::tim
     return plan + '.' + moment + 'Z' + (n > 1 ? '-' + std::to_string(n) : "") + ".journal";
 }
 
-std::optional<std::string> boot_id_of_host(const std::string& file)
-{
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    if (descriptor < 0)
-        return std::nullopt;
-    std::array<char, 64> text{};
-    const ssize_t size = ::read(descriptor, text.data(), text.size());
-    (void)::close(descriptor);
-    std::string id{text.data(), static_cast<std::size_t>(std::max<ssize_t>(size, 0))};
-    id.erase(id.find_last_not_of(" \n") + 1);
-    return id.empty() ? std::nullopt : std::optional{std::move(id)};
-}
-
 Journal::Journal(const std::string& path, const JournalHeader& header, const Json& planned,
                  std::span<const Json> kept)
     : Journal{path}
@@ -135,10 +89,11 @@ Journal::Journal(const std::string& path, const JournalHeader& header, const Jso
 }
 
 Journal Journal::beside_plan(const JournalHeader& header, const Json& planned, std::span<const Json> kept,
-                             const std::filesystem::path& folder)
+                             const std::string& folder)
 {
     const std::string beside =
-        folder.empty() ? header.plan : (folder / std::filesystem::path{header.plan}.filename()).string();
+        folder.empty() ? header.plan
+                       : system::text_of(system::path_of(folder) / system::path_of(header.plan).filename());
     Journal journal{journal_name(beside, header.at)};
     journal.write_first_lines(header, planned, kept);
     for (unsigned n = 1;; ++n)
@@ -150,7 +105,7 @@ Journal::Journal(std::string path) : path_{std::move(path)}
 {
     do { // a file of an earlier process of the same number may be left
         temporary_ = temporary_name(path_);
-        descriptor_ = create(temporary_);
+        descriptor_ = system::create_new(temporary_, true);
     } while (descriptor_ < 0 && errno == EEXIST);
     if (descriptor_ < 0)
         fail_to_write(path_, words_of(errno));
@@ -158,7 +113,7 @@ Journal::Journal(std::string path) : path_{std::move(path)}
 
 void Journal::write_first_lines(const JournalHeader& header, const Json& planned, std::span<const Json> kept)
 {
-    if (const int error = lock(descriptor_))
+    if (const int error = system::mark_as_written(descriptor_))
         fail_to_write(path_, words_of(error));
     std::vector<Json> lines{header_json(header), planned};
     lines.insert(lines.end(), kept.begin(), kept.end());
@@ -167,14 +122,14 @@ void Journal::write_first_lines(const JournalHeader& header, const Json& planned
 
 bool Journal::take_name(const std::string& path)
 {
-    const int error = move_to_free_name(temporary_, path);
+    const int error = system::move_to_free_name(temporary_, path);
     if (error == EEXIST)
         return false;
     if (error != 0)
         fail_to_write(path, words_of(error));
     path_ = path;
     temporary_ = path; // not kept unless its name is on the disk
-    if (const int not_flushed = flush_folder_of(path))
+    if (const int not_flushed = system::flush_folder_of(path))
         fail_to_write(path, words_of(not_flushed));
     temporary_.clear();
     return true;
@@ -183,9 +138,9 @@ bool Journal::take_name(const std::string& path)
 Journal::~Journal()
 {
     if (descriptor_ >= 0)
-        (void)::close(descriptor_);
+        (void)system::close_file(descriptor_);
     if (!temporary_.empty())
-        (void)::unlink(temporary_.c_str());
+        (void)system::remove_file(temporary_);
 }
 
 Journal::Journal(Journal&& other) noexcept
@@ -215,10 +170,10 @@ void Journal::write_lines(std::span<const Json> lines, std::optional<std::string
         text += line.text;
         previous = std::move(line.sha256);
     }
-    if (const int error = write_all(descriptor_, text))
+    if (const int error = system::write_all(descriptor_, text))
         fail(words_of(error));
-    if (::fdatasync(descriptor_) != 0)
-        fail(words_of(errno));
+    if (const int error = system::flush_content(descriptor_))
+        fail(words_of(error));
     size_ += text.size();
     head_ = std::move(*previous);
 }
@@ -227,8 +182,8 @@ void Journal::fail(std::string why)
 {
     failure_ = std::move(why);
     // Part of the line may be in the file, or all of it and not on the disk.
-    if (::ftruncate(descriptor_, static_cast<off_t>(size_)) == 0)
-        (void)::fdatasync(descriptor_);
+    if (system::cut_to(descriptor_, size_) == 0)
+        (void)system::flush_content(descriptor_);
     fail_to_write(path_, failure_);
 }
 

@@ -12,7 +12,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <filesystem>
 #include <optional>
 #include <span>
 #include <string>
@@ -35,7 +34,7 @@ struct JournalHeader {
     std::chrono::system_clock::time_point at = {}; ///< when the run began; kept to the millisecond
     std::string tool = {};                         ///< "kvn 1.0.0"
     std::optional<std::string> host = {};
-    std::optional<std::string> boot_id = {}; ///< of the host: boot_id_of_host()
+    std::optional<std::string> boot_id = {}; ///< system::boot_id() of the host
     std::optional<std::string> operator_name = {};
     std::optional<std::string> station = {};
     std::string plan = {};        ///< its name, as the user gave it
@@ -59,11 +58,6 @@ struct JournalHeader {
 [[nodiscard]] std::string journal_name(const std::string& plan, std::chrono::system_clock::time_point at,
                                        unsigned n = 1);
 
-/// The identity of the host's present boot; null when the system does not tell.
-/// @param file that holds it; another one than the system's own is for tests
-[[nodiscard]] std::optional<std::string>
-boot_id_of_host(const std::string& file = "/proc/sys/kernel/random/boot_id");
-
 /// A journal while it is written. One object is for one thread at a time.
 ///
 /// The file is locked as long as the object lives, so that readers can tell that the run goes on; the system
@@ -85,8 +79,7 @@ public:
     /// The same under the first name of journal_name() for header.plan and header.at that is free.
     /// @param folder in place of the plan's; empty: beside the plan
     [[nodiscard]] static Journal beside_plan(const JournalHeader& header, const Json& planned,
-                                             std::span<const Json> kept = {},
-                                             const std::filesystem::path& folder = {});
+                                             std::span<const Json> kept = {}, const std::string& folder = {});
 
     ~Journal();
     Journal(Journal&& other) noexcept;

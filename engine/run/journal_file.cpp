@@ -4,10 +4,8 @@
 
 #include "run/event.h"
 #include "run/journal_line.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "system/file.h"
+#include "system/writing_lock.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -35,22 +33,19 @@ std::string words_of(int error)
 
 } // namespace
 
-JournalFile::JournalFile(const std::string& path)
-    : path_{path}, descriptor_{::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)}
+JournalFile::JournalFile(const std::string& path) : path_{path}, descriptor_{system::open_to_read(path)}
 {
     if (descriptor_ < 0)
         fail_to_read(path, words_of(errno));
-    struct stat status {
-    };
-    if (::fstat(descriptor_, &status) == 0 && S_ISREG(status.st_mode))
+    if (system::kind_of(descriptor_) == system::FileKind::regular)
         return;
-    (void)::close(descriptor_);
+    (void)system::close_file(descriptor_);
     fail_to_read(path, "is no regular file");
 }
 
 JournalFile::~JournalFile()
 {
-    (void)::close(descriptor_);
+    (void)system::close_file(descriptor_);
 }
 
 bool JournalFile::looks_like_journal()
@@ -62,11 +57,7 @@ bool JournalFile::looks_like_journal()
 
 bool JournalFile::is_being_written() const
 {
-    struct flock wish {
-    };
-    wish.l_type = F_RDLCK;
-    wish.l_whence = SEEK_SET;
-    return ::fcntl(descriptor_, F_OFD_GETLK, &wish) == 0 && wish.l_type != F_UNLCK;
+    return system::is_being_written(descriptor_);
 }
 
 bool JournalFile::next()
@@ -150,15 +141,15 @@ bool JournalFile::read_more()
         capacity_ = larger;
     }
     for (;;) {
-        const ssize_t size =
-            ::pread(descriptor_, buffer_.get() + end_, capacity_ - end_, static_cast<off_t>(read_offset_));
-        if (size < 0 && errno == EINTR)
+        const auto size =
+            system::read_at(descriptor_, {buffer_.get() + end_, capacity_ - end_}, read_offset_);
+        if (!size && errno == EINTR)
             continue;
-        if (size < 0)
+        if (!size)
             fail_to_read(path_, words_of(errno));
-        end_ += static_cast<std::size_t>(size);
-        read_offset_ += static_cast<std::uint64_t>(size);
-        return size != 0;
+        end_ += *size;
+        read_offset_ += *size;
+        return *size != 0;
     }
 }
 

@@ -2,7 +2,7 @@
 // What a run says of modules that no worker can speak for, and how it ends.
 #include "run/outcome.h"
 
-#include "module/host.h"
+#include "system/host.h"
 #include "version.h"
 
 namespace kvn
@@ -48,7 +48,7 @@ Record record_of(const ModuleLoad& load, const RunFacts& facts)
     record.station = fact(facts.station, Source::given);
     record.approved_by = fact(facts.approved_by, Source::observed);
     record.approval_key = fact(facts.approval_key, Source::observed);
-    record.host = fact(host_name(), Source::observed);
+    record.host = fact(system::host_name(), Source::observed);
     record.tool_version = TOOL_VERSION;
     record.provider = facts.provider;
     return record;

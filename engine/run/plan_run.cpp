@@ -3,11 +3,11 @@
 #include "run/plan_run.h"
 
 #include "errors/failure.h"
-#include "module/host.h"
 #include "report/module_json.h"
 #include "run/journal.h"
 #include "run/rehearsal.h"
 #include "run/resume.h"
+#include "system/host.h"
 #include "version.h"
 
 #include <algorithm>
@@ -223,8 +223,8 @@ void PlanRun::compare_journal()
     resumption_ =
         resume(read_journal(request_.resume), {.planned = planned_event(rehearsal_.planned)["modules"],
                                                .plan_sha256 = plan_.sha256,
-                                               .host = host_name(),
-                                               .boot_id = boot_id_of_host(),
+                                               .host = system::host_name(),
+                                               .boot_id = system::boot_id(),
                                                .provider = provider_json(),
                                                .despite_changes = request_.resume_anyway});
     for (const std::string& change : resumption_->changes)
@@ -241,8 +241,8 @@ void PlanRun::begin_journal()
 {
     const JournalHeader header{.at = std::chrono::system_clock::now(),
                                .tool = std::string{"kvn "} + TOOL_VERSION,
-                               .host = host_name(),
-                               .boot_id = boot_id_of_host(),
+                               .host = system::host_name(),
+                               .boot_id = system::boot_id(),
                                .operator_name = settings_.operator_name,
                                .station = settings_.station,
                                .plan = plan_.file,

@@ -5,10 +5,11 @@
 #include "config/table_reader.h"
 #include "errors/failure.h"
 #include "file/text_file.h"
-
-#include <sys/stat.h>
+#include "system/file.h"
+#include "system/path_text.h"
 
 #include <cerrno>
+#include <filesystem>
 
 namespace kvn
 {
@@ -26,13 +27,11 @@ constexpr const char* ASK_THE_ADMINISTRATOR =
 
 bool is_missing(const std::string& path)
 {
-    struct stat unused {
-    };
-    return ::lstat(path.c_str(), &unused) != 0 && errno == ENOENT;
+    return system::kind_of_name(path) == system::FileKind::none && errno == ENOENT;
 }
 
 /// A file that nobody but its owner can have written.
-std::string read_owned(const std::string& path, const char* what, uid_t owner)
+std::string read_owned(const std::string& path, const char* what, system::UserId owner)
 {
     try {
         return read_text_file(path, {.what = what, .owner = owner});
@@ -51,7 +50,7 @@ Policy parse(const std::string& text, const std::string& file)
         policy.require_manifest = top.boolean_or("require_manifest", false);
         if (const toml::node* node = top.find("signers")) {
             policy.signers = top.text("signers", LONGEST_PATH);
-            if (!policy.signers->starts_with('/'))
+            if (!system::path_of(*policy.signers).is_absolute())
                 top.mistake(*node, "\"signers\" must be an absolute path");
         }
     } catch (const config::Mistake& mistake) {
@@ -90,6 +89,8 @@ void require_sense(const ApprovalFiles& files, const std::string& signers)
 
 Policy read_policy(const PolicyPlace& place)
 {
+    if (const auto fault = system::fault_of_folder(place.file, place.owner))
+        no_policy(place.file + ": the folder of the policy cannot be trusted: " + *fault);
     if (is_missing(place.file))
         return {.file = place.file};
     Policy policy = parse(read_owned(place.file, "policy", place.owner), place.file);

@@ -5,8 +5,8 @@
 
 #include "run/manifest.h"
 #include "run/signature.h"
-
-#include <sys/types.h>
+#include "system/ownership.h"
+#include "system/places.h"
 
 #include <optional>
 #include <string>
@@ -14,10 +14,14 @@
 namespace kvn
 {
 
-inline constexpr const char* POLICY_FILE = "/etc/kvn.toml";
+/// Where the policy of the host is.
+[[nodiscard]] inline std::string policy_file()
+{
+    return system::administrators_file("kvn.toml");
+}
 
 struct Policy {
-    std::string file = POLICY_FILE;
+    std::string file = policy_file();
     bool require_manifest = false;
     /// The manifest must be signed by one of these (SignatureFiles::signers); no other signers are accepted.
     std::optional<std::string> signers = {};
@@ -25,8 +29,8 @@ struct Policy {
 
 /// Where the policy is. The program uses the default; tests set their own.
 struct PolicyPlace {
-    std::string file = POLICY_FILE;
-    uid_t owner = 0; ///< who must own it
+    std::string file = policy_file();
+    system::UserId owner = system::ADMINISTRATOR; ///< who must own it
 };
 
 /// Reads the policy of the host. No file is a policy that demands nothing.

@@ -6,6 +6,7 @@
 #include "file/judgement.h"
 #include "module/device_check.h"
 #include "run/parallel.h"
+#include "system/path_text.h"
 
 #include <algorithm>
 #include <filesystem>
@@ -24,15 +25,15 @@ namespace fs = std::filesystem;
 std::string identity_of(const std::string& path)
 {
     std::error_code error;
-    const fs::path canonical = fs::weakly_canonical(path, error);
-    return error ? fs::path{path}.lexically_normal().string() : canonical.string();
+    const fs::path canonical = fs::weakly_canonical(system::path_of(path), error);
+    return system::text_of(error ? system::path_of(path).lexically_normal() : canonical);
 }
 
 /// Reading from a pipe or a device could wait for ever, and a second reading would be of other bytes.
 void require_regular(const std::string& path)
 {
     std::error_code error;
-    const fs::file_status status = fs::status(path, error);
+    const fs::file_status status = fs::status(system::path_of(path), error);
     if (fs::exists(status) && !fs::is_regular_file(status))
         throw FailureError{{.status = ExitStatus::file,
                             .what = path + ": it is no regular file",

@@ -7,11 +7,10 @@
 #include "run/bus_link.h"
 #include "run/command_words.h"
 #include "run/outcome.h"
+#include "system/path_text.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <deque>
-#include <system_error>
 
 namespace kvn
 {
@@ -24,7 +23,8 @@ constexpr std::size_t LONGEST_QUOTE = 300;
 
 bool is_ssh(const std::string& word)
 {
-    return word == "ssh" || word.ends_with("/ssh");
+    const std::string name = system::text_of(system::path_of(word).filename());
+    return name == "ssh" || name == "ssh.exe";
 }
 
 std::string joined(const std::deque<std::string>& lines)
@@ -245,17 +245,14 @@ private:
 
     void serve()
     {
-        std::vector<pollfd> waiting;
+        std::vector<system::Awaited> waiting;
         link_.add_to(waiting);
-        waiting.push_back({signals_.descriptor(), POLLIN, 0});
-        if (::poll(waiting.data(), waiting.size(), milliseconds_until(link_.deadline())) < 0) {
-            if (errno == EINTR)
-                return;
-            throw std::system_error{errno, std::generic_category(), "poll"};
-        }
-        if (waiting.back().revents != 0)
+        waiting.push_back({.what = signals_.waitable()});
+        const bool is_any_ready = system::wait(waiting, milliseconds_until(link_.deadline()));
+        if (waiting.back().is_ready)
             signals_.acknowledge();
-        link_.serve(std::span{waiting}.first(waiting.size() - 1));
+        if (is_any_ready)
+            link_.serve(std::span{waiting}.first(waiting.size() - 1));
         if (link_.is_running())
             link_.check_deadline(BusLink::Clock::now());
     }

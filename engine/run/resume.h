@@ -18,7 +18,7 @@ struct ResumeRequest {
     Json planned;                       ///< the modules of planned_event()
     std::string plan_sha256;            ///< of the plan's bytes
     std::optional<std::string> host;    ///< host_name()
-    std::optional<std::string> boot_id; ///< boot_id_of_host()
+    std::optional<std::string> boot_id; ///< system::boot_id()
     Json provider;                      ///< to_json(const ProviderIdentity&)
     bool despite_changes = false;       ///< --resume-anyway
 };

@@ -4,9 +4,6 @@
 
 #include "errors/failure.h"
 #include "file/text_file.h"
-#include "run/program.h"
-
-#include <unistd.h>
 
 #include <algorithm>
 #include <optional>
@@ -37,13 +34,10 @@ struct Package {
 constexpr Package ssh_keygen{"ssh-keygen", "openssh-client"};
 constexpr Package gpgv{"gpgv", "gpgv"};
 
-std::string find_program(const Package& package, const Verifiers& verifiers)
+std::string path_of(const Package& package, const Verifiers& verifiers)
 {
-    for (const std::string& folder : verifiers.folders) {
-        std::string path = folder + "/" + package.program;
-        if (::access(path.c_str(), X_OK) == 0)
-            return path;
-    }
+    if (auto path = system::find_program(verifiers.folders, package.program))
+        return *std::move(path);
     throw FailureError{
         {.status = ExitStatus::file,
          .what = std::string{"the signature cannot be verified: there is no "} + package.program,
@@ -73,14 +67,15 @@ std::string first_line(const std::string& text)
                         .remedy = "have the manifest signed again, as it is, by a signer who may approve"}};
 }
 
-ProgramOutcome ask(const Package& package, const Question& question, std::vector<std::string> arguments)
+system::ProgramOutcome ask(const Package& package, const Question& question,
+                           std::vector<std::string> arguments)
 {
     try {
-        ProgramOutcome outcome = run_program({.program = find_program(package, question.verifiers),
-                                              .arguments = std::move(arguments),
-                                              .input = question.text,
-                                              .files = {question.signature, question.signers},
-                                              .timeout = question.verifiers.timeout});
+        system::ProgramOutcome outcome = system::run_program({.program = path_of(package, question.verifiers),
+                                                              .arguments = std::move(arguments),
+                                                              .input = question.text,
+                                                              .files = {question.signature, question.signers},
+                                                              .timeout = question.verifiers.timeout});
         if (outcome.timed_out)
             cannot_run(package, "takes too long");
         return outcome;
@@ -122,9 +117,9 @@ std::string key_in(const std::string& line)
 
 Approval verify_ssh(const Question& question)
 {
-    const std::string signature = further_file(0);
-    const std::string signers = further_file(1);
-    const ProgramOutcome found =
+    const std::string signature = system::further_file(0);
+    const std::string signers = system::further_file(1);
+    const system::ProgramOutcome found =
         ask(ssh_keygen, question, {"-Y", "find-principals", "-s", signature, "-f", signers});
     if (found.status != 0)
         refuse(question, "its key is none of theirs: " + first_line(found.errors));
@@ -132,7 +127,7 @@ Approval verify_ssh(const Question& question)
     for (const std::string& principal : lines_of(found.output)) {
         if (!is_name(principal))
             continue;
-        const ProgramOutcome verified =
+        const system::ProgramOutcome verified =
             ask(ssh_keygen, question,
                 {"-Y", "verify", "-f", signers, "-I", principal, "-n", SIGNATURE_NAMESPACE, "-s", signature});
         if (verified.status == 0)
@@ -154,8 +149,9 @@ std::optional<std::string> status_of(const std::vector<std::string>& lines, std:
 /// Keys and signatures that have expired or were revoked are none that approve.
 Approval verify_openpgp(const Question& question)
 {
-    const ProgramOutcome outcome =
-        ask(gpgv, question, {"--status-fd", "1", "--keyring", further_file(1), further_file(0), "-"});
+    const system::ProgramOutcome outcome =
+        ask(gpgv, question,
+            {"--status-fd", "1", "--keyring", system::further_file(1), system::further_file(0), "-"});
     const std::vector<std::string> lines = lines_of(outcome.output);
     const auto good = status_of(lines, "GOODSIG");
     const auto valid = status_of(lines, "VALIDSIG");

@@ -3,6 +3,8 @@
 #ifndef KVN_ENGINE_RUN_SIGNATURE_H
 #define KVN_ENGINE_RUN_SIGNATURE_H
 
+#include "system/program.h"
+
 #include <chrono>
 #include <string>
 #include <string_view>
@@ -34,7 +36,7 @@ struct SignatureFiles {
 /// How the programs are found and how long they may take. Tests set their own.
 struct Verifiers {
     /// Absolute; searched in this order. PATH is not: whoever starts a run must not choose who verifies it.
-    std::vector<std::string> folders = {"/usr/bin", "/bin", "/usr/local/bin"};
+    std::vector<std::string> folders = system::program_folders();
     std::chrono::milliseconds timeout{20'000}; ///< for each program
 };
 

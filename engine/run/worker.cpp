@@ -2,7 +2,6 @@
 // A worker: does the jobs of one bus, and tells what happens.
 #include "run/worker.h"
 
-#include "descriptor.h"
 #include "errors/failure.h"
 #include "hashing/sha256.h"
 #include "module/load.h"
@@ -10,10 +9,9 @@
 #include "run/inventory.h"
 #include "run/line_splitter.h"
 #include "run/worker_protocol.h"
-
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <unistd.h>
+#include "system/file.h"
+#include "system/incoming.h"
+#include "system/wake_up.h"
 
 #include <array>
 #include <cerrno>
@@ -92,19 +90,7 @@ public:
     }
 
 private:
-    void write_line(const Json& event)
-    {
-        const std::string line = event_line(event);
-        std::string_view rest = line;
-        while (!rest.empty()) {
-            const ssize_t written = ::write(descriptor_, rest.data(), rest.size());
-            if (written < 0 && errno == EINTR)
-                continue;
-            if (written < 0)
-                return;
-            rest.remove_prefix(static_cast<std::size_t>(written));
-        }
-    }
+    void write_line(const Json& event) { (void)system::write_all(descriptor_, event_line(event)); }
 
     int descriptor_;
     std::mutex mutex_;
@@ -170,7 +156,7 @@ private:
 class Reader
 {
 public:
-    Reader(const WorkerSettings& settings, Tasks& tasks, Events& events, int stop)
+    Reader(const WorkerSettings& settings, Tasks& tasks, Events& events, const system::WakeUp& stop)
         : settings_{settings}, tasks_{tasks}, events_{events}, stop_{stop}
     {
     }
@@ -251,14 +237,14 @@ private:
     /// Until there is something to read; meanwhile the progress of a load is told.
     void wait()
     {
-        std::array<pollfd, 2> ends{pollfd{settings_.jobs, POLLIN, 0}, pollfd{stop_, POLLIN, 0}};
+        std::array ends{system::Awaited{.what = jobs_.waitable()}, system::Awaited{.what = stop_.waitable()}};
         for (;;) {
             const bool tells = events_.tell_progress();
-            const int ready =
-                ::poll(ends.data(), ends.size(), tells ? static_cast<int>(BETWEEN_PROGRESS.count()) : -1);
-            if (ends[1].revents != 0)
+            const bool is_any_ready =
+                system::wait(ends, tells ? static_cast<int>(BETWEEN_PROGRESS.count()) : -1);
+            if (ends[1].is_ready)
                 throw NoMoreJobs{ExitStatus::done};
-            if (ready > 0)
+            if (is_any_ready)
                 return;
         }
     }
@@ -266,10 +252,10 @@ private:
     std::size_t read_some(std::span<char> to)
     {
         for (;;) {
-            const ssize_t size = ::read(settings_.jobs, to.data(), to.size());
-            if (size > 0)
-                return static_cast<std::size_t>(size);
-            if (size < 0 && errno == EINTR)
+            const auto size = jobs_.read_some(to);
+            if (size && *size != 0)
+                return *size;
+            if (!size && errno == EINTR)
                 continue;
             throw NoMoreJobs{events_.tell_progress() ? ExitStatus::cancelled : ExitStatus::done};
         }
@@ -294,7 +280,8 @@ private:
     const WorkerSettings& settings_;
     Tasks& tasks_;
     Events& events_;
-    int stop_;
+    const system::WakeUp& stop_;
+    system::Incoming jobs_{settings_.jobs};
     LineSplitter lines_{LONGEST_JOB_LINE};
     std::shared_ptr<LoadControl> load_;
 };
@@ -366,7 +353,7 @@ class Reading
 {
 public:
     Reading(const WorkerSettings& settings, Tasks& tasks, Events& events)
-        : tasks_{tasks}, reader_{settings, tasks, events, stop_.number()}, thread_{[this] { reader_.run(); }}
+        : tasks_{tasks}, reader_{settings, tasks, events, stop_}, thread_{[this] { reader_.run(); }}
     {
     }
     Reading(const Reading&) = delete;
@@ -374,12 +361,12 @@ public:
     ~Reading()
     {
         tasks_.note_all_done();
-        (void)::eventfd_write(stop_.number(), 1);
+        stop_.signal();
     }
 
 private:
     Tasks& tasks_;
-    mwapi::Descriptor stop_{::eventfd(0, EFD_CLOEXEC)};
+    system::WakeUp stop_;
     Reader reader_;
     std::jthread thread_;
 };

@@ -4,16 +4,8 @@
 
 #include "errors/failure.h"
 
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/sendfile.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
-#include <cerrno>
-#include <csignal>
-#include <cstring>
+#include <memory>
 #include <system_error>
 #include <utility>
 
@@ -22,109 +14,25 @@ namespace kvn
 namespace
 {
 
-[[noreturn]] void cannot_start(const WorkerProgram& program, int error)
+system::ProcessStart start_of(const WorkerProgram& program)
+{
+    return {.program = program.program, .arguments = program.arguments, .has_terminal = program.via.empty()};
+}
+
+[[noreturn]] void cannot_start(const WorkerProgram& program, const std::error_code& code)
 {
     const bool is_own = program.via.empty();
     throw FailureError{{.status = is_own ? ExitStatus::internal : ExitStatus::usage,
                         .what = "a worker cannot be started: " + program.program + ": " +
-                                std::generic_category().message(error)}};
-}
-
-struct Pipe {
-    mwapi::Descriptor reading;
-    mwapi::Descriptor writing;
-};
-
-Pipe open_pipe(const WorkerProgram& program)
-{
-    std::array<int, 2> ends{};
-    if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-        cannot_start(program, errno);
-    return {mwapi::Descriptor{ends[0]}, mwapi::Descriptor{ends[1]}};
-}
-
-/// How the child differs from this process; released at the end of the scope.
-class SpawnSettings
-{
-public:
-    explicit SpawnSettings(bool has_terminal)
-    {
-        posix_spawn_file_actions_init(&files_);
-        posix_spawnattr_init(&attributes_);
-        sigset_t none;
-        sigemptyset(&none);
-        sigset_t defaults;
-        sigemptyset(&defaults);
-        for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM})
-            sigaddset(&defaults, signal);
-        posix_spawnattr_setsigmask(&attributes_, &none);
-        posix_spawnattr_setsigdefault(&attributes_, &defaults);
-        posix_spawnattr_setpgroup(&attributes_, 0);
-        // A session of its own has a process group of its own too.
-        const int group = has_terminal ? POSIX_SPAWN_SETPGROUP : POSIX_SPAWN_SETSID;
-        posix_spawnattr_setflags(&attributes_,
-                                 static_cast<short>(group | POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF));
-    }
-    ~SpawnSettings()
-    {
-        posix_spawn_file_actions_destroy(&files_);
-        posix_spawnattr_destroy(&attributes_);
-    }
-    SpawnSettings(const SpawnSettings&) = delete;
-    SpawnSettings& operator=(const SpawnSettings&) = delete;
-
-    void lead(const mwapi::Descriptor& from, int to)
-    {
-        posix_spawn_file_actions_adddup2(&files_, from.number(), to);
-    }
-    [[nodiscard]] const posix_spawn_file_actions_t* files() const { return &files_; }
-    [[nodiscard]] const posix_spawnattr_t* attributes() const { return &attributes_; }
-
-private:
-    posix_spawn_file_actions_t files_{};
-    posix_spawnattr_t attributes_{};
-};
-
-void stop_waiting(const mwapi::Descriptor& descriptor)
-{
-    (void)::fcntl(descriptor.number(), F_SETFL, O_NONBLOCK);
+                                std::generic_category().message(code.value())}};
 }
 
 } // namespace
 
 WorkerProcess::WorkerProcess(const WorkerProgram& program)
-{
-    Pipe in = open_pipe(program);
-    Pipe out = open_pipe(program);
-    Pipe err = open_pipe(program);
-    SpawnSettings settings{program.via.empty()};
-    settings.lead(in.reading, STDIN_FILENO);
-    settings.lead(out.writing, STDOUT_FILENO);
-    settings.lead(err.writing, STDERR_FILENO);
-    std::vector<std::string> words = program.arguments;
-    words.insert(words.begin(), program.program);
-    std::vector<char*> arguments;
-    arguments.reserve(words.size() + 1);
-    for (std::string& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    const int error = ::posix_spawnp(&process_, program.program.c_str(), settings.files(),
-                                     settings.attributes(), arguments.data(), environ);
-    if (error != 0) {
-        process_ = -1;
-        cannot_start(program, error);
-    }
-    input_ = std::move(in.writing);
-    output_ = std::move(out.reading);
-    errors_ = std::move(err.reading);
-    for (const mwapi::Descriptor* each : {&input_, &output_, &errors_})
-        stop_waiting(*each);
-}
-
-WorkerProcess::~WorkerProcess()
-{
-    kill();
-    (void)wait();
+try : process_{start_of(program)} {
+} catch (const std::system_error& error) {
+    cannot_start(program, error.code());
 }
 
 void WorkerProcess::send(std::string line)
@@ -137,36 +45,33 @@ void WorkerProcess::send(const Input& content)
     outgoing_.push_back({.file = content.open()});
 }
 
-ssize_t WorkerProcess::write_front()
+system::Transfer WorkerProcess::write_front()
 {
-    constexpr std::size_t block = std::size_t{1} << 20;
     Outgoing& front = outgoing_.front();
     if (front.file)
-        return ::sendfile(input_.number(), ::fileno(front.file->get()), nullptr, block);
-    return ::write(input_.number(), front.line.data() + front.written, front.line.size() - front.written);
+        return process_.input().send_some(front.file->get());
+    return process_.input().write_some(std::string_view{front.line}.substr(front.written));
 }
 
 void WorkerProcess::write_some()
 {
-    while (!outgoing_.empty() && input_.is_open()) {
-        const ssize_t written = write_front();
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written < 0 && errno == EAGAIN)
+    system::PipeWriter& input = process_.input();
+    while (!outgoing_.empty() && input.is_open()) {
+        const system::Transfer made = write_front();
+        if (made.result == system::Transfer::Result::waits)
             return;
-        if (written < 0) {
+        if (made.result == system::Transfer::Result::over) {
             outgoing_.clear();
-            input_.close();
-            return;
+            return input.close();
         }
-        sent_ += static_cast<std::uint64_t>(written);
+        sent_ += made.bytes;
         Outgoing& front = outgoing_.front();
-        front.written += static_cast<std::size_t>(written);
-        if (front.file ? written == 0 : front.written == front.line.size())
+        front.written += made.bytes;
+        if (front.file ? made.bytes == 0 : front.written == front.line.size())
             outgoing_.pop_front();
     }
-    if (ends_ && outgoing_.empty())
-        input_.close();
+    if (ends_ && outgoing_.empty() && !input.is_sending())
+        input.close();
 }
 
 void WorkerProcess::end_input()
@@ -175,44 +80,16 @@ void WorkerProcess::end_input()
     write_some();
 }
 
-bool WorkerProcess::read_some(mwapi::Descriptor& from, LineSplitter& to)
+bool WorkerProcess::read_some(system::PipeReader& from, LineSplitter& to)
 {
     std::array<char, 65536> block; // NOLINT(cppcoreguidelines-pro-type-member-init)
-    for (;;) {
-        const ssize_t size = ::read(from.number(), block.data(), block.size());
-        if (size > 0) {
-            to.take({block.data(), static_cast<std::size_t>(size)});
-            return true;
-        }
-        if (size < 0 && errno == EINTR)
-            continue;
-        if (size < 0 && errno == EAGAIN)
-            return true;
+    const system::Transfer made = from.read_some(block);
+    if (made.result == system::Transfer::Result::over) {
         from.close();
         return false;
     }
-}
-
-void WorkerProcess::kill()
-{
-    // The whole group: whatever the provider has started ends with the worker.
-    if (process_ > 0)
-        (void)::kill(-process_, SIGKILL);
-}
-
-std::string WorkerProcess::wait()
-{
-    if (process_ <= 0)
-        return {};
-    int status = 0;
-    while (::waitpid(process_, &status, 0) < 0 && errno == EINTR) {
-    }
-    process_ = -1;
-    if (WIFEXITED(status))
-        return "ended with status " + std::to_string(WEXITSTATUS(status));
-    const int signal = WTERMSIG(status);
-    return "was ended by signal " + std::to_string(signal) + " (" + std::string{::strsignal(signal)} +
-           ")"; // NOLINT(concurrency-mt-unsafe)
+    to.take({block.data(), made.bytes});
+    return true;
 }
 
 } // namespace kvn

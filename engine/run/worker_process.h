@@ -3,11 +3,9 @@
 #ifndef KVN_ENGINE_RUN_WORKER_PROCESS_H
 #define KVN_ENGINE_RUN_WORKER_PROCESS_H
 
-#include "descriptor.h"
 #include "file/input.h"
 #include "run/line_splitter.h"
-
-#include <sys/types.h>
+#include "system/process.h"
 
 #include <cstdint>
 #include <deque>
@@ -37,22 +35,22 @@ public:
     ///         ExitStatus::usage
     explicit WorkerProcess(const WorkerProgram& program);
     /// Kills it, if it runs.
-    ~WorkerProcess();
+    ~WorkerProcess() = default;
     WorkerProcess(const WorkerProcess&) = delete;
     WorkerProcess& operator=(const WorkerProcess&) = delete;
 
-    [[nodiscard]] pid_t id() const { return process_; }
+    [[nodiscard]] long id() const { return process_.id(); }
 
-    // For poll(2); -1 when closed.
-    [[nodiscard]] int input() const { return input_.number(); }
-    [[nodiscard]] int output() const { return output_.number(); }
-    [[nodiscard]] int errors() const { return errors_.number(); }
+    // For system::wait(); none when closed.
+    [[nodiscard]] system::Waitable input() const { return process_.input().waitable(); }
+    [[nodiscard]] system::Waitable output() const { return process_.output().waitable(); }
+    [[nodiscard]] system::Waitable errors() const { return process_.errors().waitable(); }
 
     /// Puts a line, or the content of a file, behind what is to be sent.
     void send(std::string line);
     /// @param content kept until it is sent
     void send(const Input& content);
-    [[nodiscard]] bool has_to_send() const { return !outgoing_.empty(); }
+    [[nodiscard]] bool has_to_send() const { return !outgoing_.empty() || process_.input().is_sending(); }
     /// Bytes that were sent so far.
     [[nodiscard]] std::uint64_t sent() const { return sent_; }
     /// Sends what can be sent without waiting. A worker that does not listen any more is noticed by its
@@ -62,13 +60,13 @@ public:
     void end_input();
 
     /// Reads what is there. @return false at the end
-    [[nodiscard]] bool read_output(LineSplitter& to) { return read_some(output_, to); }
-    [[nodiscard]] bool read_errors(LineSplitter& to) { return read_some(errors_, to); }
+    [[nodiscard]] bool read_output(LineSplitter& to) { return read_some(process_.output(), to); }
+    [[nodiscard]] bool read_errors(LineSplitter& to) { return read_some(process_.errors(), to); }
 
-    void kill();
+    void kill() { process_.kill(); }
     /// Waits for the end of a process that was killed or has closed its output.
     /// @return "ended with status 3", "was ended by signal 11 (Segmentation fault)"
-    [[nodiscard]] std::string wait();
+    [[nodiscard]] std::string wait() { return process_.wait(); }
 
 private:
     /// A line, or a file with what is left of it.
@@ -78,13 +76,10 @@ private:
         std::optional<File> file = {};
     };
 
-    [[nodiscard]] static bool read_some(mwapi::Descriptor& from, LineSplitter& to);
-    [[nodiscard]] ssize_t write_front();
+    [[nodiscard]] static bool read_some(system::PipeReader& from, LineSplitter& to);
+    [[nodiscard]] system::Transfer write_front();
 
-    pid_t process_ = -1;
-    mwapi::Descriptor input_;
-    mwapi::Descriptor output_;
-    mwapi::Descriptor errors_;
+    system::Process process_;
     std::deque<Outgoing> outgoing_;
     std::uint64_t sent_ = 0;
     bool ends_ = false;

@@ -4,6 +4,7 @@
 #define MWAPI_PROVIDER_H
 
 #include "provider_announcement.h"
+#include "system/dynamic_library.h"
 #include "uniform_platform.h"
 
 #include <memory>
@@ -72,13 +73,13 @@ private:
 };
 
 /// What open_provider() loads when no name is given: the maker's library.
-inline constexpr const char* USUAL_PROVIDER = "libmwapi.so";
+[[nodiscard]] std::string usual_provider();
 /// How the name of a recording begins.
 inline constexpr std::string_view REPLAY_PREFIX = "replay:";
 
 /// Opens a provider. Its library stays loaded until the process ends.
 /// @param name "virtual" for the virtual carriers, "replay:FILE" for a recording, else the path or soname of
-///        a library, those of this project being found without a path; empty for USUAL_PROVIDER. A
+///        a library, those of this project being found without a path; empty for usual_provider(). A
 ///        recording's name is put into the environment, where the replaying library finds it; so no other
 ///        thread may use the environment meanwhile, and there can be one recording in a process.
 /// @param beside an address in the library or program beside which this project's own libraries lie
@@ -91,7 +92,7 @@ inline constexpr std::string_view REPLAY_PREFIX = "replay:";
 
 /// The path of a library of this project: in the folder of the library or program that holds an address, or,
 /// where it is not there, in the folder that they are installed in; the bare name when no folder is known.
-[[nodiscard]] std::string file_beside(const void* address, const char* name);
+[[nodiscard]] std::string file_beside(const void* address, const std::string& name);
 
 } // namespace mwapi
 

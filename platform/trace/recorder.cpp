@@ -7,7 +7,6 @@
 #include <atomic>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
 
 namespace mwtrace
 {
@@ -20,12 +19,17 @@ constexpr std::string_view DATA_FUNCTION = mwapi::CALL<mwapi::Function::MwKSBSen
 
 std::string date_and_time()
 {
-    const std::time_t seconds = std::time(nullptr);
-    std::tm parts{};
-    (void)gmtime_r(&seconds, &parts);
-    char text[32];
-    const std::size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return {text, length};
+    using namespace std::chrono;
+    const auto now = floor<seconds>(system_clock::now());
+    const auto day = floor<days>(now);
+    const year_month_day date{day};
+    const hh_mm_ss time{now - day};
+    char text[64];
+    (void)std::snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+                        static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                        static_cast<int>(time.hours().count()), static_cast<int>(time.minutes().count()),
+                        static_cast<int>(time.seconds().count()));
+    return text;
 }
 
 /// The recorder to flush when the process ends.
@@ -52,7 +56,7 @@ std::uint64_t thread_identity()
 }
 
 Recorder::Recorder(std::string path, std::string_view provider)
-    : path_{std::move(path)}, file_{RegularFile::to_write(path_.c_str())}
+    : path_{std::move(path)}, file_{kvn::system::RegularFile::to_write(path_.c_str())}
 {
     if (!file_.is_open()) {
         stop(file_.problem());

@@ -5,7 +5,7 @@
 
 #include "encoding.h"
 #include "mwapi.h"
-#include "regular_file.h"
+#include "system/regular_file.h"
 
 #include <chrono>
 #include <cstdint>
@@ -110,7 +110,7 @@ private:
     std::string path_;
     std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
     std::mutex mutex_;
-    RegularFile file_;
+    kvn::system::RegularFile file_;
     bool has_ended_ = false;
     std::map<std::uint64_t, Thread> threads_;
     std::map<const MW_HANDLE*, unsigned> handles_;

@@ -3,7 +3,7 @@
 #include "recording.h"
 
 #include "call_json.h"
-#include "regular_file.h"
+#include "system/regular_file.h"
 
 #include <algorithm>
 
@@ -103,7 +103,7 @@ Record Recording::record(std::size_t index) const
 
 void Recording::read_file()
 {
-    auto file = RegularFile::to_read(path_.c_str());
+    auto file = kvn::system::RegularFile::to_read(path_.c_str());
     if (!file.is_open())
         throw TraceError{path_ + ": " + file.problem()};
     char block[65536];

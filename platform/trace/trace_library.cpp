@@ -5,8 +5,6 @@
 #include "provider_announcement.h"
 #include "recording_platform.h"
 
-#include <dlfcn.h>
-
 #include <cstdlib>
 
 namespace mwtrace
@@ -33,17 +31,14 @@ const void* in_this_library()
 /// that name replaces ours.
 bool is_our_own(decltype(&::MwOpenS) function)
 {
-    Dl_info given{};
-    Dl_info ours{};
-    return dladdr(reinterpret_cast<const void*>(function), &given) != 0 &&
-           dladdr(in_this_library(), &ours) != 0 && given.dli_fbase == ours.dli_fbase;
+    return kvn::system::are_in_one_library(reinterpret_cast<const void*>(function), in_this_library());
 }
 
 /// A recorder of the named provider. Nothing of it is destroyed: the host may call until the process ends.
 mwapi::Platform* make_platform(const std::string& wish)
 {
-    const std::string provider = wish.empty()        ? mwapi::USUAL_PROVIDER
-                                 : wish == "virtual" ? "libmwvirtual.so"
+    const std::string provider = wish.empty()        ? mwapi::usual_provider()
+                                 : wish == "virtual" ? kvn::system::library_file("mwvirtual")
                                                      : wish;
     auto loaded = std::make_unique<mwapi::LoadedPlatform>(mwapi::library_of(provider, in_this_library()));
     if (is_our_own(loaded->functions()->MwOpenS))

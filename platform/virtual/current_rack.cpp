@@ -5,6 +5,7 @@
 #include "rack.h"
 #include "rack_reader.h"
 #include "recording_platform.h"
+#include "system/dynamic_library.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -96,7 +97,7 @@ public:
 private:
     std::mutex mutex_;
     std::unique_ptr<mwtrace::Recorder> recorder_ =
-        mwtrace::recorder_from_environment("MWVIRTUAL_TRACE", "libmwvirtual.so");
+        mwtrace::recorder_from_environment("MWVIRTUAL_TRACE", kvn::system::library_file("mwvirtual"));
     std::list<Platform> carriers_;
     std::optional<Platform> of_environment_;
 };

@@ -4,7 +4,7 @@
 
 #include "error_texts.h"
 #include "journal.h"
-#include "regular_file.h"
+#include "system/regular_file.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -470,7 +470,7 @@ std::uint32_t Rack::keep_file(const ModuleModel& module)
         return KEEP_FAILED;
     }
     const std::vector<std::uint8_t>& bytes = module.contents().configuration;
-    auto file = mwtrace::RegularFile::to_write_in(keep_folder_.c_str(), name.c_str());
+    auto file = kvn::system::RegularFile::to_write_in(keep_folder_.c_str(), name.c_str());
     if (file.is_open() && file.write({reinterpret_cast<const char*>(bytes.data()), bytes.size()}) &&
         file.close())
         return SUCCESS;

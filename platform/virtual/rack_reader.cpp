@@ -4,7 +4,7 @@
 
 #include "config/nearest_word.h"
 #include "config/table_reader.h"
-#include "regular_file.h"
+#include "system/regular_file.h"
 
 #include <algorithm>
 #include <initializer_list>
@@ -320,7 +320,7 @@ std::shared_ptr<Rack> read_rack(const std::string& text, const std::string& file
 std::shared_ptr<Rack> read_rack_file(const std::string& path, const std::string& keep_folder)
 {
     constexpr std::size_t LARGEST_DESCRIPTION = 1U << 20;
-    auto file = mwtrace::RegularFile::to_read(path.c_str());
+    auto file = kvn::system::RegularFile::to_read(path.c_str());
     if (!file.is_open())
         throw RackError(path + ": the rack description cannot be read: " + file.problem());
     std::string text(LARGEST_DESCRIPTION + 1, '\0');

@@ -3,7 +3,8 @@
 #ifndef MWVIRTUAL_STATE_FOLDER_H
 #define MWVIRTUAL_STATE_FOLDER_H
 
-#include "descriptor.h"
+#include "system/byte_lock.h"
+#include "system/folder.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -25,9 +26,9 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-using mwapi::Descriptor;
+using kvn::system::Descriptor;
 
-/// The locks of a file: its first two bytes, which need not exist. A lock belongs to the descriptor over
+/// The locks of a file. A lock belongs to the descriptor over
 /// which it was taken, and ends with it, at the latest with the process.
 enum class Lock : std::uint8_t {
     /// Held while files change, and never longer.
@@ -56,9 +57,10 @@ public:
     /// The names of all that is in it, sorted.
     [[nodiscard]] std::vector<std::string> names() const;
 
-    enum class Missing { is_nothing, is_created };
+    using Access = kvn::system::Folder::Access;
+    using Missing = kvn::system::Folder::Missing;
     /// @return a closed one if the file is missing, and is not to be created
-    [[nodiscard]] Descriptor open(const std::string& name, int flags, Missing missing) const;
+    [[nodiscard]] Descriptor open(const std::string& name, Access access, Missing missing) const;
 
     /// The content of a file. @return nothing if it is missing
     [[nodiscard]] std::optional<std::string> read(const std::string& name, std::size_t longest) const;
@@ -71,15 +73,8 @@ public:
 
 private:
     std::string path_;
-    Descriptor folder_;
+    kvn::system::Folder folder_;
 };
-
-/// @return false on an error
-[[nodiscard]] bool write_at(const Descriptor& file, std::span<const std::uint8_t> bytes,
-                            std::uint64_t at) noexcept;
-/// @return the bytes read, fewer at the end of the file; nothing on an error
-[[nodiscard]] std::optional<std::size_t> read_at(const Descriptor& file, std::span<std::uint8_t> to,
-                                                 std::uint64_t at) noexcept;
 
 } // namespace mwvirtual
 

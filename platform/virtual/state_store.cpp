@@ -2,9 +2,8 @@
 // Keeps the state of modules in a folder, across processes and for several of them at once.
 #include "state_store.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "system/file.h"
+#include "system/process.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,6 +15,7 @@ namespace mwvirtual
 namespace
 {
 
+using Access = StateFolder::Access;
 using Missing = StateFolder::Missing;
 
 // What a killed process has sent is known to within this number of bytes.
@@ -115,6 +115,13 @@ ModuleState read_state(const StateFolder& folder, const ModuleName& name)
     return *std::move(state);
 }
 
+void empty(const StateFolder& folder, const ModuleName& name, const Descriptor& bits)
+{
+    errno = kvn::system::cut_to(bits.number(), 0);
+    if (errno != 0)
+        folder.fail(file_name(name, BITS));
+}
+
 void write_state_of(const StateFolder& folder, const ModuleState& state)
 {
     folder.replace(file_name(state.name, STATE), file_name(state.name, TEMPORARY), state_text(state));
@@ -129,17 +136,16 @@ std::optional<std::vector<std::uint8_t>> configuration_of(const StateFolder& fol
     const std::string name = file_name(state.name, BITS);
     if (state.bytes > LONGEST_CONFIGURATION)
         folder.fail(name, "it is too long");
-    const Descriptor file = folder.open(name, O_RDONLY, Missing::is_nothing);
+    const Descriptor file = folder.open(name, Access::reads, Missing::is_nothing);
     if (!file.is_open())
         return std::nullopt;
-    struct stat status {
-    };
-    if (::fstat(file.number(), &status) == -1)
+    const std::optional<std::uint64_t> held = kvn::system::size_of(file);
+    if (!held)
         folder.fail(name);
-    if (static_cast<std::uint64_t>(status.st_size) < state.bytes)
+    if (*held < state.bytes)
         return std::nullopt;
     bytes.resize(static_cast<std::size_t>(state.bytes));
-    const std::optional<std::size_t> size = read_at(file, bytes, 0);
+    const std::optional<std::size_t> size = kvn::system::read_all_at(file, bytes, 0);
     if (!size)
         folder.fail(name);
     const bool is_whole =
@@ -182,8 +188,7 @@ std::uint64_t StoredMessage::begin_load(bool compressed)
         state_.reason = "the load has not ended";
         // In this order: the state that needed the old bits is gone before they are.
         write_state();
-        if (::ftruncate(bits_.number(), 0) == -1)
-            folder_->fail(file_name(state_.name, BITS));
+        empty(*folder_, state_.name, bits_);
     });
     return state_.loads;
 }
@@ -227,7 +232,7 @@ void StoredMessage::end()
 
 void StoredMessage::write_block()
 {
-    if (!write_at(bits_, block_, state_.bytes))
+    if (!kvn::system::write_all_at(bits_, block_, state_.bytes))
         folder_->fail(file_name(state_.name, BITS));
     digest_.take(block_);
     state_.bytes += block_.size();
@@ -262,7 +267,7 @@ StateStore::Held StateStore::read_all(const ModuleName& name) const
 
 bool StateStore::is_receiving(const ModuleName& name) const
 {
-    const Descriptor bits = folder_->open(file_name(name, BITS), O_RDONLY, Missing::is_nothing);
+    const Descriptor bits = folder_->open(file_name(name, BITS), Access::reads, Missing::is_nothing);
     if (!bits.is_open())
         return false;
     if (!wait_for_lock(bits, Lock::change, false))
@@ -273,14 +278,14 @@ bool StateStore::is_receiving(const ModuleName& name) const
 std::unique_ptr<StoredMessage> StateStore::begin_message(const ModuleName& name, const std::string& device,
                                                          const BoardName& bus, Sent sent) const
 {
-    Descriptor bits = folder_->open(file_name(name, BITS), O_RDWR, Missing::is_created);
+    Descriptor bits = folder_->open(file_name(name, BITS), Access::writes_too, Missing::is_created);
     hold_changes(*folder_, name, bits);
     if (!try_lock(bits, Lock::message))
         return nullptr;
     ModuleState state = read(name);
     if (state.device != device)
         state = empty_state(name, device);
-    state.message = BegunMessage{bus, static_cast<std::uint64_t>(::getpid())};
+    state.message = BegunMessage{bus, static_cast<std::uint64_t>(kvn::system::own_process_id())};
     std::unique_ptr<StoredMessage> message{new StoredMessage{folder_, std::move(bits), std::move(state)}};
     if (sent == Sent::in_pieces)
         unlock(message->bits_, Lock::change);
@@ -292,7 +297,7 @@ void StateStore::drop_left_message(const ModuleName& name, const BoardName& bus)
     const auto is_left = [&](const ModuleState& state) { return state.message && state.message->bus == bus; };
     if (!is_left(read(name)))
         return;
-    const Descriptor bits = folder_->open(file_name(name, BITS), O_RDWR, Missing::is_created);
+    const Descriptor bits = folder_->open(file_name(name, BITS), Access::writes_too, Missing::is_created);
     hold_changes(*folder_, name, bits);
     if (!try_lock(bits, Lock::message))
         return; // it is being sent
@@ -317,7 +322,7 @@ std::optional<ModuleName> StateStore::switch_power_off_and_on() const
 {
     std::vector<std::pair<ModuleName, Descriptor>> held;
     for (const ModuleName& name : modules()) {
-        Descriptor bits = folder_->open(file_name(name, BITS), O_RDWR, Missing::is_created);
+        Descriptor bits = folder_->open(file_name(name, BITS), Access::writes_too, Missing::is_created);
         hold_changes(*folder_, name, bits);
         if (!try_lock(bits, Lock::message))
             return name;
@@ -325,8 +330,7 @@ std::optional<ModuleName> StateStore::switch_power_off_and_on() const
     }
     for (const auto& [name, bits] : held) {
         write_state_of(*folder_, empty_state(name, ""));
-        if (::ftruncate(bits.number(), 0) == -1)
-            folder_->fail(file_name(name, BITS));
+        empty(*folder_, name, bits);
     }
     return std::nullopt;
 }

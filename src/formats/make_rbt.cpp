@@ -165,7 +165,7 @@ int kvn_fpga_imp::Make_rbt_file(FILE* stream)
         return fail("Error 9272. Failed to read device type from MCB file %s.", bitstream_file);
 
     const OutputName name{bitstream_file, "rbt"};
-    File file = open_output(name, bitstream_file, "w");
+    File file = open_output(name, bitstream_file, "wb");
     if (!file)
         return fail("Error 9273. Cannot open/create RTB file %s.", name.text);
     RbtWriter rbt{*this, name.text, std::move(file)};

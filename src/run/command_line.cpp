@@ -7,7 +7,7 @@
 #include <cstring>
 
 // Required: an a that is a prefix of b, or empty, is equal; the characters of the difference are not lowered.
-int stricmp(const char* a, const char* b)
+int kvn_fpga_imp::stricmp(const char* a, const char* b)
 {
     for (; *a != '\0'; ++a, ++b)
         if (lower(*a) != lower(*b))

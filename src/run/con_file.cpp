@@ -41,7 +41,7 @@ int open_without_extension(kvn_fpga_imp& session)
 {
     char name[sizeof session.bitstream_file];
     if (copy_with_extension(name, session.bitstream_file, ".rbt"))
-        session.rbt_fp = std::fopen(name, "r");
+        session.rbt_fp = std::fopen(name, "rb");
     if (session.rbt_fp != nullptr) {
         session.file_is_rbt = 1;
         copy_text(session.bitstream_file, name);
@@ -67,7 +67,7 @@ int open_bitstream(kvn_fpga_imp& session)
     if (extension > 0)
         return open_without_extension(session);
     if (extension == 0) {
-        session.rbt_fp = std::fopen(session.bitstream_file, "r");
+        session.rbt_fp = std::fopen(session.bitstream_file, "rb");
         if (session.rbt_fp == nullptr)
             return session.fail("Error 9022. Cannot find/open %s file.", session.bitstream_file);
         session.file_is_rbt = 1;
@@ -125,7 +125,7 @@ FILE* open_con_file(const char (&name)[256])
     char full_name[sizeof name];
     const bool has_extension = kvn_fpga_imp::Check_Extension(name, ".con") <= 0;
     const bool has_room = copy_with_extension(full_name, name, ".con");
-    return has_extension || has_room ? std::fopen(name, "r") : nullptr;
+    return has_extension || has_room ? std::fopen(name, "rb") : nullptr;
 }
 } // namespace
 

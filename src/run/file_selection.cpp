@@ -22,7 +22,8 @@ struct FileKind {
     const char* question; ///< asked before a file of this kind is used in place of the named one
 };
 
-constexpr FileKind rbt_kind{".rbt", "r", &kvn_fpga_imp::rbt_fp, &kvn_fpga_imp::file_is_rbt,
+// Choice: text files are binary, too (docs/decisions/0054-binary-files-everywhere.md).
+constexpr FileKind rbt_kind{".rbt", "rb", &kvn_fpga_imp::rbt_fp, &kvn_fpga_imp::file_is_rbt,
                             "Found only .rbt version of that file, should I use it [y/n]?"};
 constexpr FileKind mcb_kind{".mcb", "rb", &kvn_fpga_imp::bin_fp, &kvn_fpga_imp::file_is_mcb,
                             "Found only .mcb version of that file, should I use it [y/n]?"};

@@ -64,7 +64,7 @@ void take_environment_board(kvn_fpga_imp& session, const char* value)
                           session.board_type);
     }
     // Required: the number belongs to the variable's board type and is not used for another.
-    if (session.board_number_given || stricmp(type_word, session.board_type) != 0)
+    if (session.board_number_given || kvn_fpga_imp::stricmp(type_word, session.board_type) != 0)
         return;
     // Choice: a value without a second word gives no number (docs/decisions/0004-environment-values.md).
     const char* number = skip_blanks(type_end);

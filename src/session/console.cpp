@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // All output and questions of the library: through the caller's functions, else standard output and input.
 #include "kvnfpgai.h"
+#include "support/console_stream.h"
 #include "support/text.h"
-
-#include <stdio_ext.h>
 
 #include <algorithm>
 #include <cstdarg>
@@ -94,8 +93,8 @@ void kvn_fpga_imp::xprint(const char* text)
     }
     // Not as a format: a file name may hold a percent sign.
     std::fputs(text, stdout);
-    // A terminal shows progress at once. Line buffering identifies it without a system call for each text.
-    if (__flbf(stdout) != 0)
+    // A terminal shows progress at once.
+    if (is_console_stream(stdout))
         std::fflush(stdout);
 }
 

@@ -7,8 +7,9 @@
 
 /// The type as which a value of type T is printed: text, an int or an unsigned long.
 template <class T>
-using Printed = std::conditional_t<std::is_convertible_v<const T&, const char*>, const char*,
-                                   std::conditional_t<(sizeof(T) > sizeof(int)), unsigned long, int>>;
+using Printed = std::conditional_t<
+    std::is_convertible_v<const T&, const char*>, const char*,
+    std::conditional_t<(sizeof(T) > sizeof(int)) || std::is_same_v<T, unsigned long>, unsigned long, int>>;
 
 /// A numbered error message. A text that does not begin "Error nnnn." or "Error nnnn:", or whose conversions
 /// do not take exactly Values, does not compile.

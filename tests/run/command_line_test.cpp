@@ -279,6 +279,6 @@ TEST(Stricmp, ComparesAsFarAsTheFirstGoes)
                 {"a", "\xE4", 'a' + 28},
                 {"\xE4", "\xC4", 32}};
     for (const auto& row : rows)
-        EXPECT_EQ(stricmp(row.a, row.b), row.result) << row.a << " against " << row.b;
+        EXPECT_EQ(kvn_fpga_imp::stricmp(row.a, row.b), row.result) << row.a << " against " << row.b;
 }
 } // namespace

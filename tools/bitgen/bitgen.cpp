@@ -4,6 +4,8 @@
 #include "devices.h"
 #include "errors/catalogue.h"
 #include "stream.h"
+#include "system/arguments.h"
+#include "system/terminal.h"
 
 #include <CLI/CLI.hpp>
 
@@ -115,6 +117,7 @@ void run(int argc, char** argv)
 
     CLI::App app{
         "Writes an example bitstream for a device, with real size, packets, CRC and ID, but no design."};
+    app.allow_windows_style_options(false); // a word that begins with / names a file
     app.add_option("device", request.device,
                    "Device, with or without package and speed grade: 2v3000fg676-4");
     app.add_option("-o,--output", request.output,
@@ -157,8 +160,10 @@ int report(ExitStatus status, std::string_view problem)
 
 int main(int argc, char** argv)
 {
+    kvn::system::set_up_standard_streams();
     try {
-        run(argc, argv);
+        kvn::system::Arguments arguments{argc, argv};
+        run(arguments.count(), arguments.words());
         if (!std::cout.flush())
             return report(ExitStatus::file, "cannot write to standard output");
         return static_cast<int>(ExitStatus::done);

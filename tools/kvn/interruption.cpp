@@ -3,14 +3,11 @@
 #include "interruption.h"
 
 #include "streams.h"
-
-#include <unistd.h>
+#include "system/interrupts.h"
+#include "system/terminal.h"
 
 #include <array>
 #include <atomic>
-#include <cerrno>
-#include <csignal>
-#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -19,12 +16,12 @@ namespace kvn
 namespace
 {
 
-constexpr std::array SIGNALS{SIGINT, SIGTERM};
+constexpr std::array INTERRUPTS{system::Interrupt::interrupt, system::Interrupt::terminate};
 
 // The handler finds them without a call that might allocate.
 std::atomic<LoadControl*> stopped_load{nullptr};
-std::atomic<int> first_signal{0};
-std::atomic<int> woken{-1}; ///< an eventfd
+std::atomic<int> first_interrupt{-1}; ///< -1: none has come
+std::atomic<const system::WakeUp*> woken{nullptr};
 std::atomic<unsigned> signals{0};
 std::atomic<bool> is_idle{false};
 static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<LoadControl*>::is_always_lock_free &&
@@ -36,53 +33,36 @@ constexpr std::string_view SECOND_WORDS = "\nkvn: what is under way is cut off\n
 
 void write_words(std::string_view words)
 {
-    if (is_idle)
-        return;
-    (void)!write(STDERR_FILENO, words.data(), words.size());
-}
-
-void set_action(int signal, void (*handler)(int))
-{
-    struct sigaction action {
-    };
-    if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
-        return;
-    action.sa_handler = handler;
-    action.sa_flags = SA_RESTART;
-    sigemptyset(&action.sa_mask);
-    (void)sigaction(signal, &action, nullptr);
-}
-
-void set_actions(void (*handler)(int))
-{
-    for (const int signal : SIGNALS)
-        set_action(signal, handler);
+    if (!is_idle)
+        (void)system::write_some(system::STANDARD_ERROR, words);
 }
 
 /// Only async-signal-safe calls.
-void note(int signal)
+void note(system::Interrupt interrupt)
 {
-    const int kept = errno;
     LoadControl* const load = stopped_load;
     ++signals;
-    if (woken != -1) {
-        const std::uint64_t one = 1;
-        (void)!write(woken, &one, sizeof one);
-    }
-    int none = 0;
-    if (first_signal.compare_exchange_strong(none, signal)) {
+    const system::WakeUp* const wake_up = woken;
+    if (wake_up != nullptr)
+        wake_up->signal();
+    int none = -1;
+    if (first_interrupt.compare_exchange_strong(none, static_cast<int>(interrupt))) {
         if (load != nullptr)
             load->withdraw();
-        else if (woken == -1)
-            set_actions(SIG_DFL);
+        else if (wake_up == nullptr)
+            system::stop_handling_interrupts(INTERRUPTS);
         write_words(FIRST_WORDS);
     } else {
-        set_actions(SIG_DFL);
+        system::stop_handling_interrupts(INTERRUPTS);
         if (load != nullptr)
             load->cancel();
         write_words(SECOND_WORDS);
     }
-    errno = kept;
+}
+
+void begin_handling()
+{
+    system::handle_interrupts(INTERRUPTS, &note, system::WhileHandled::wait);
 }
 
 } // namespace
@@ -90,20 +70,20 @@ void note(int signal)
 Interruption::Interruption(LoadControl* load)
 {
     stopped_load = load;
-    set_actions(&note);
+    begin_handling();
 }
 
-Interruption::Interruption(int wake_up)
+Interruption::Interruption(const system::WakeUp* wake_up)
 {
     woken = wake_up;
-    set_actions(&note);
+    begin_handling();
 }
 
 Interruption::~Interruption()
 {
-    set_actions(SIG_DFL);
+    system::stop_handling_interrupts(INTERRUPTS);
     stopped_load = nullptr;
-    woken = -1;
+    woken = nullptr;
 }
 
 void Interruption::set_idle(bool idle)
@@ -118,10 +98,8 @@ unsigned Interruption::count()
 
 const char* Interruption::signal_name()
 {
-    const int signal = first_signal;
-    if (signal == 0)
-        return nullptr;
-    return signal == SIGINT ? "SIGINT" : "SIGTERM";
+    const int interrupt = first_interrupt;
+    return interrupt < 0 ? nullptr : system::name_of(static_cast<system::Interrupt>(interrupt)).data();
 }
 
 ExitStatus Interruption::status_after(ExitStatus status)

@@ -4,6 +4,7 @@
 #define KVN_TOOLS_KVN_INTERRUPTION_H
 
 #include "module/load.h"
+#include "system/wake_up.h"
 
 namespace kvn
 {
@@ -16,10 +17,9 @@ public:
     /// @param load withdrawn by the first signal, cancelled by the second; may be null: then the second
     ///        signal ends the process
     explicit Interruption(LoadControl* load = nullptr);
-    /// @param wake_up an eventfd, to which each signal adds 1; then the second does not end the process. It
-    /// must
-    ///        outlive this.
-    explicit Interruption(int wake_up);
+    /// @param wake_up is signalled by each signal; then the second does not end the process. It must outlive
+    ///        this.
+    explicit Interruption(const system::WakeUp* wake_up);
     ~Interruption();
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-// SIGINT and SIGTERM, for what waits in poll(2).
+// SIGINT and SIGTERM, for what waits in system::wait().
 #ifndef KVN_TOOLS_KVN_INTERRUPTION_SIGNALS_H
 #define KVN_TOOLS_KVN_INTERRUPTION_SIGNALS_H
 
-#include "descriptor.h"
 #include "interruption.h"
 #include "run/controller.h"
-
-#include <sys/eventfd.h>
+#include "system/wake_up.h"
 
 namespace kvn
 {
@@ -16,20 +14,14 @@ namespace kvn
 class InterruptionSignals final : public StopSignals
 {
 public:
-    InterruptionSignals() : woken_{::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)}, interruption_{woken_.number()}
-    {
-    }
+    InterruptionSignals() : interruption_{&woken_} {}
 
-    [[nodiscard]] int descriptor() const override { return woken_.number(); }
+    [[nodiscard]] system::Waitable waitable() const override { return woken_.waitable(); }
     [[nodiscard]] unsigned count() const override { return Interruption::count(); }
-    void acknowledge() const override
-    {
-        eventfd_t unused = 0;
-        (void)::eventfd_read(woken_.number(), &unused);
-    }
+    void acknowledge() const override { woken_.acknowledge(); }
 
 private:
-    mwapi::Descriptor woken_;
+    system::WakeUp woken_;
     Interruption interruption_;
 };
 

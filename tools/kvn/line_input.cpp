@@ -3,10 +3,7 @@
 #include "line_input.h"
 
 #include "errors/failure.h"
-
-#include <poll.h>
-#include <termios.h>
-#include <unistd.h>
+#include "system/terminal.h"
 
 #include <array>
 #include <cerrno>
@@ -48,25 +45,26 @@ std::optional<std::string> LineInput::held_line()
 /// @return false at the end of the input
 bool LineInput::read_more()
 {
-    std::array<pollfd, 2> waiting{pollfd{STDIN_FILENO, POLLIN, 0}, pollfd{signals_.descriptor(), POLLIN, 0}};
-    if (::poll(waiting.data(), waiting.size(), -1) < 0 || waiting[1].revents != 0)
+    std::array waiting{system::Awaited{.what = input_.waitable()},
+                       system::Awaited{.what = signals_.waitable()}};
+    if (!system::wait(waiting, -1) || waiting[1].is_ready)
         return true;
     std::array<char, LONGEST_LINE> block; // NOLINT(cppcoreguidelines-pro-type-member-init)
-    const ssize_t size = ::read(STDIN_FILENO, block.data(), block.size());
-    if (size < 0 && (errno == EINTR || errno == EAGAIN))
+    const auto size = input_.read_some(block);
+    if (!size && (errno == EINTR || errno == EAGAIN))
         return true;
-    if (size < 0)
+    if (!size)
         throw FailureError{{.status = ExitStatus::file,
                             .what = "cannot read standard input: " + std::generic_category().message(errno)}};
-    lines_.take({block.data(), static_cast<std::size_t>(size)});
-    return size != 0;
+    lines_.take({block.data(), *size});
+    return *size != 0;
 }
 
 void LineInput::discard()
 {
-    if (::isatty(STDIN_FILENO) == 0)
+    if (!system::is_terminal(system::STANDARD_INPUT))
         return;
-    (void)::tcflush(STDIN_FILENO, TCIFLUSH);
+    input_.discard();
     lines_ = LineSplitter{LONGEST_LINE};
     is_cut_ = false;
 }

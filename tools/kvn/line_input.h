@@ -5,6 +5,8 @@
 
 #include "run/controller.h"
 #include "run/line_splitter.h"
+#include "system/incoming.h"
+#include "system/terminal.h"
 
 #include <cstddef>
 #include <optional>
@@ -35,6 +37,7 @@ private:
 
     static constexpr std::size_t LONGEST_LINE = 4096;
     const StopSignals& signals_;
+    system::Incoming input_{system::STANDARD_INPUT};
     LineSplitter lines_{LONGEST_LINE};
     bool is_cut_ = false; ///< the end of a line that was too long is still to come
 };

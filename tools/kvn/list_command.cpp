@@ -87,7 +87,7 @@ void print_boards(const std::vector<BoardRow>& boards, const Request& request)
     table.print(std::cout);
     if (left_out != 0)
         std::cout << left_out << (left_out == 1 ? " board" : " boards") << " could not be opened: kvn list "
-                  << shell_word(boards.front().name.type) << " --all" << as_words(request.provider)
+                  << command_word(boards.front().name.type) << " --all" << as_words(request.provider)
                   << " tells why\n";
 }
 

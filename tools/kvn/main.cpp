@@ -6,10 +6,13 @@
 #include "report/json.h"
 #include "run/event.h"
 #include "streams.h"
-#include "utility/standard_streams.h"
+#include "system/arguments.h"
+#include "system/file.h"
+#include "system/interrupts.h"
+#include "system/terminal.h"
 #include "version.h"
 
-#include <csignal>
+#include <cstdlib>
 #include <iostream>
 #include <sstream>
 #include <string_view>
@@ -49,6 +52,7 @@ ExitStatus run(int argc, char** argv)
                      "kvn"};
     program.set_version_flag("--version", std::string{"kvn "} + kvn::TOOL_VERSION);
     program.require_subcommand(1);
+    program.allow_windows_style_options(false); // a word that begins with / names a file
     kvn::add_examples(program, {"kvn list --help", "kvn --version --json"});
     std::vector<kvn::Action> actions;
     for (const kvn::Adder add : kvn::subcommands())
@@ -104,10 +108,11 @@ ExitStatus run_and_report(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    utility::open_missing_streams(static_cast<int>(ExitStatus::internal));
+    if (!kvn::system::prepare_standard_streams())
+        std::_Exit(static_cast<int>(ExitStatus::internal));
     // A reader that closes our output must not end the process in the middle of a load.
-    (void)std::signal(SIGPIPE, SIG_IGN);
-    // A limit on the size of files is a full disk, which is reported.
-    (void)std::signal(SIGXFSZ, SIG_IGN);
-    return static_cast<int>(kvn::finish_output(run_and_report(argc, argv)));
+    kvn::system::ignore_broken_pipes();
+    kvn::system::ignore_size_limits();
+    kvn::system::Arguments arguments{argc, argv};
+    return static_cast<int>(kvn::finish_output(run_and_report(arguments.count(), arguments.words())));
 }

@@ -3,8 +3,7 @@
 #include "progress_display.h"
 
 #include "streams.h"
-
-#include <unistd.h>
+#include "system/terminal.h"
 
 #include <algorithm>
 
@@ -36,7 +35,7 @@ ProgressStyle progress_style(const std::string& word)
 {
     if (word == "none")
         return ProgressStyle::none;
-    if (word == "bar" || (word == "auto" && isatty(STDERR_FILENO) != 0))
+    if (word == "bar" || (word == "auto" && system::is_terminal(system::STANDARD_ERROR)))
         return ProgressStyle::bar;
     return ProgressStyle::lines;
 }

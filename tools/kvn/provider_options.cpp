@@ -3,6 +3,7 @@
 #include "provider_options.h"
 
 #include "streams.h"
+#include "system/environment.h"
 
 #include <cstdlib>
 
@@ -38,9 +39,9 @@ std::string as_words(const ProviderOptions& options)
 {
     std::string words;
     if (!options.provider.empty())
-        words += " --provider " + shell_word(options.provider);
+        words += " --provider " + command_word(options.provider);
     if (!options.rack.empty())
-        words += " --rack " + shell_word(options.rack);
+        words += " --rack " + command_word(options.rack);
     return words;
 }
 
@@ -57,7 +58,7 @@ std::vector<std::string> worker_words(const ProviderOptions& options)
 std::shared_ptr<Provider> open_provider_silently(const ProviderOptions& options)
 {
     if (!options.rack.empty())
-        (void)setenv("MWVIRTUAL_RACK", options.rack.c_str(), 1); // NOLINT(concurrency-mt-unsafe)
+        system::set_variable("MWVIRTUAL_RACK", options.rack.c_str());
     return Provider::open(provider_name(options), reinterpret_cast<const void*>(&open_provider));
 }
 

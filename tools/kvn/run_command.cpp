@@ -8,8 +8,7 @@
 #include "run_display.h"
 #include "run_options.h"
 #include "streams.h"
-
-#include <unistd.h>
+#include "system/terminal.h"
 
 #include <iostream>
 #include <memory>
@@ -56,7 +55,7 @@ PlanRunRequest complete(const Request& request)
     PlanRunRequest run = run_request(request);
     run.reading = request.classic ? ConReading::classic : ConReading::strict;
     run.serial_numbers = serial_numbers(request.serial_numbers);
-    if (isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0)
+    if (system::is_terminal(system::STANDARD_INPUT) && system::is_terminal(system::STANDARD_ERROR))
         run.ask_serial_number = &ask_serial_number;
     return run;
 }

@@ -6,10 +6,8 @@
 #include "provider_options.h"
 #include "run/worker_protocol.h"
 #include "streams.h"
+#include "system/terminal.h"
 #include "table.h"
-
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -59,12 +57,10 @@ std::string duration(double seconds)
     return whole < 60 ? rest : std::to_string(whole / 60) + " min " + rest;
 }
 
-winsize terminal_size()
+system::TerminalSize terminal_size()
 {
-    winsize size{};
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0)
-        size = {.ws_row = 24, .ws_col = 80, .ws_xpixel = 0, .ws_ypixel = 0};
-    return size;
+    constexpr system::TerminalSize USUAL{.rows = 24, .columns = 80};
+    return system::terminal_size(system::STANDARD_ERROR).value_or(USUAL);
 }
 
 Complaint complaint_of_problem(const Json& event)
@@ -239,9 +235,9 @@ void RunDisplay::draw(bool at_once)
     if (!at_once && drawn_at_ && now - *drawn_at_ < BETWEEN_ROWS)
         return;
     drawn_at_ = now;
-    const winsize size = terminal_size();
+    const system::TerminalSize size = terminal_size();
     std::vector<std::string> lines;
-    const std::size_t room = size.ws_row < 3 ? 0 : size.ws_row - 2U;
+    const std::size_t room = size.rows < 3 ? 0 : size.rows - 2U;
     for (const std::string& bus : buses_)
         if (lines.size() < room && (rows_.size() <= room || !rows_.at(bus).is_over))
             lines.push_back(rows_.at(bus).text.empty() ? bus : rows_.at(bus).text);
@@ -250,7 +246,7 @@ void RunDisplay::draw(bool at_once)
     signals_ = Interruption::count();
     std::string all;
     for (const std::string& line : lines)
-        all += printable(line).substr(0, size.ws_col - 1U) + "\n";
+        all += printable(line).substr(0, size.columns - 1U) + "\n";
     std::cerr << all << std::flush;
     drawn_ = lines.size();
 }

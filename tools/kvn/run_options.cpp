@@ -4,28 +4,19 @@
 
 #include "commands.h"
 #include "streams.h"
+#include "system/process.h"
 
 #include <cstdlib>
-#include <filesystem>
-#include <system_error>
 
 namespace kvn
 {
 namespace
 {
 
-/// This program.
-std::string own_path()
-{
-    std::error_code unknown;
-    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", unknown);
-    return !path.empty() && std::filesystem::exists(path, unknown) ? path.string() : "/proc/self/exe";
-}
-
 /// A run is rehearsed under the policy of the host, so its workers need not ask for it.
 WorkerProgram worker_program(const ProviderOptions& provider)
 {
-    WorkerProgram worker{own_path(), worker_words(provider)};
+    WorkerProgram worker{system::own_program(), worker_words(provider)};
     worker.arguments.emplace_back("--approved");
     return worker;
 }

@@ -9,11 +9,8 @@
 #include "run_options.h"
 #include "station_display.h"
 #include "streams.h"
+#include "system/file.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
 #include <memory>
 #include <system_error>
 
@@ -24,13 +21,7 @@ namespace
 
 void require_folder(const std::string& folder)
 {
-    struct stat status {
-    };
-    int error = ::stat(folder.c_str(), &status) == 0 ? 0 : errno;
-    if (error == 0 && !S_ISDIR(status.st_mode))
-        error = ENOTDIR;
-    if (error == 0 && ::access(folder.c_str(), W_OK | X_OK) != 0)
-        error = errno;
+    const int error = system::try_folder(folder);
     if (error != 0)
         throw FailureError{{.status = ExitStatus::file,
                             .what = "journals cannot be written to " + folder + ": " +

@@ -6,9 +6,7 @@
 #include "provider_options.h"
 #include "run_options.h"
 #include "streams.h"
-
-#include <sys/ioctl.h>
-#include <unistd.h>
+#include "system/terminal.h"
 
 #include <algorithm>
 #include <iostream>
@@ -26,11 +24,10 @@ constexpr std::size_t MOST_COLUMNS = 200;
 /// As they are now: a window may have another size for each unit.
 std::size_t columns_of(int descriptor)
 {
-    if (isatty(descriptor) == 0)
+    if (!system::is_terminal(descriptor))
         return LOG_COLUMNS;
-    winsize size{};
-    const bool is_known = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
-    return std::clamp(is_known ? std::size_t{size.ws_col} : USUAL_COLUMNS, FEWEST_COLUMNS, MOST_COLUMNS);
+    const auto size = system::terminal_size(descriptor);
+    return std::clamp(size ? std::size_t{size->columns} : USUAL_COLUMNS, FEWEST_COLUMNS, MOST_COLUMNS);
 }
 
 } // namespace
@@ -38,9 +35,9 @@ std::size_t columns_of(int descriptor)
 StationDisplay::StationDisplay(ProgressStyle style, bool json)
     : style_{style},
       json_{json},
-      descriptor_{json ? STDERR_FILENO : STDOUT_FILENO},
+      descriptor_{json ? system::STANDARD_ERROR : system::STANDARD_OUTPUT},
       out_{json ? std::cerr : std::cout},
-      prompts_{isatty(STDIN_FILENO) != 0 && isatty(STDERR_FILENO) != 0}
+      prompts_{system::is_terminal(system::STANDARD_INPUT) && system::is_terminal(system::STANDARD_ERROR)}
 {
 }
 
@@ -130,7 +127,7 @@ void StationDisplay::print_banner(bool passed, const std::vector<std::string>& s
             out_ << (passed ? "\x1B[1;7;32m" : "\x1B[1;7;31m");
         out_ << row << (is_coloured ? "\x1B[0m\n" : "\n");
     }
-    if (!passed && isatty(descriptor_) != 0)
+    if (!passed && system::is_terminal(descriptor_))
         out_ << '\a';
 }
 

@@ -2,9 +2,8 @@
 // What kvn writes to its two streams, and how it ends.
 #include "streams.h"
 
+#include "system/standard_output.h"
 #include "utility/control_characters.h"
-
-#include <poll.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -16,18 +15,6 @@
 
 namespace kvn
 {
-namespace
-{
-
-/// Whether standard output is a pipe that nobody reads any more.
-bool reader_has_gone()
-{
-    pollfd output{STDOUT_FILENO, POLLOUT, 0};
-    return poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
-}
-
-} // namespace
-
 std::string printable(std::string_view text)
 {
     std::string shown;
@@ -60,7 +47,7 @@ void print_failure(std::ostream& out, const std::string& subject, const Failure&
 bool shows_colours(int descriptor)
 {
     const char* refused = std::getenv("NO_COLOR"); // NOLINT(concurrency-mt-unsafe): the only thread
-    return (refused == nullptr || *refused == '\0') && isatty(descriptor) != 0;
+    return (refused == nullptr || *refused == '\0') && system::is_terminal(descriptor);
 }
 
 std::string coloured(const std::string& text, bool is_good)
@@ -81,7 +68,7 @@ ExitStatus finish_output(ExitStatus status)
 {
     errno = 0;
     std::cout.flush();
-    if (std::cout.good() || reader_has_gone())
+    if (std::cout.good() || system::reader_has_gone())
         return status;
     const int problem = errno;
     std::string words = "cannot write to standard output";

@@ -5,8 +5,7 @@
 
 #include "errors/failure.h"
 #include "run/command_words.h"
-
-#include <unistd.h>
+#include "system/terminal.h"
 
 #include <iosfwd>
 #include <string>
@@ -30,7 +29,7 @@ void tell_failure(const std::string& subject, const Failure& failure);
 void print_failure(std::ostream& out, const std::string& subject, const Failure& failure);
 
 /// Whether standard output, or another stream, shows colours: only a terminal does, and never under NO_COLOR.
-[[nodiscard]] bool shows_colours(int descriptor = STDOUT_FILENO);
+[[nodiscard]] bool shows_colours(int descriptor = system::STANDARD_OUTPUT);
 /// The text in green or red where colours are shown, else as it is.
 [[nodiscard]] std::string coloured(const std::string& text, bool is_good);
 

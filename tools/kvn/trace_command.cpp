@@ -4,8 +4,8 @@
 #include "errors/failure.h"
 #include "lines.h"
 #include "recording.h"
-#include "regular_file.h"
 #include "report/json.h"
+#include "system/regular_file.h"
 #include "table.h"
 #include "trace_report.h"
 
@@ -124,7 +124,7 @@ void print_summary(const Recording& recording)
 /// A file that cannot be read is told from one that is no trace.
 void require_readable(const std::string& file)
 {
-    const auto opened = mwtrace::RegularFile::to_read(file.c_str());
+    const auto opened = system::RegularFile::to_read(file.c_str());
     if (!opened.is_open())
         throw FailureError{
             {.status = ExitStatus::file, .what = file + ": " + opened.problem(), .remedy = "check the name"}};

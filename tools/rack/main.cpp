@@ -2,6 +2,8 @@
 // The program kvn_rack: shows what the modules of virtual carriers hold, and empties them.
 #include "errors/catalogue.h"
 #include "rack_view.h"
+#include "system/arguments.h"
+#include "system/terminal.h"
 
 #include <CLI/CLI.hpp>
 
@@ -50,6 +52,7 @@ Request request_of(int argc, char** argv)
     CLI::App app{"Shows what the modules of virtual carriers hold.\n\n"
                  "The virtual carriers keep the state of modules in the folder that MWVIRTUAL_STATE names.",
                  "kvn_rack"};
+    app.allow_windows_style_options(false); // a word that begins with / names a folder
     app.set_version_flag("--version", std::string{"kvn_rack " KVN_VERSION});
     app.add_option("folder", request.folder, "Folder that MWVIRTUAL_STATE names to the virtual carriers")
         ->required();
@@ -134,8 +137,10 @@ ExitStatus run_and_flush(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
+    kvn::system::set_up_standard_streams();
     try {
-        return static_cast<int>(run_and_flush(argc, argv));
+        kvn::system::Arguments arguments{argc, argv};
+        return static_cast<int>(run_and_flush(arguments.count(), arguments.words()));
     } catch (...) {
         return static_cast<int>(ExitStatus::internal); // not even the failure could be told
     }

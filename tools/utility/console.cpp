@@ -4,12 +4,9 @@
 #include "console.h"
 
 #include "control_characters.h"
+#include "system/standard_stream.h"
+#include "system/terminal.h"
 
-#include <sys/stat.h>
-#include <termios.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <cstdio>
 #include <type_traits>
 
@@ -18,48 +15,27 @@ namespace utility
 // stdout writes to the console until the process ends.
 static_assert(std::is_trivially_destructible_v<Console>);
 
+namespace system = kvn::system;
+
 namespace
 {
 
-/// Whether standard output and standard error are read as one text: both are the same file or reach the same
-/// terminal, perhaps through a pipe.
-bool are_shared()
-{
-    struct stat output {
-    };
-    struct stat errors {
-    };
-    if (fstat(STDOUT_FILENO, &output) != 0 || fstat(STDERR_FILENO, &errors) != 0)
-        return false;
-    const bool same = output.st_dev == errors.st_dev && output.st_ino == errors.st_ino;
-    return same || (isatty(STDERR_FILENO) != 0 && (isatty(STDOUT_FILENO) != 0 || S_ISFIFO(output.st_mode)));
-}
-
-/// Whether standard input is a terminal that shows what is typed.
-bool echoes_keys()
-{
-    termios settings{};
-    return tcgetattr(STDIN_FILENO, &settings) == 0 && (settings.c_lflag & ECHO) != 0;
-}
-
 /// Takes the library's questions, which it writes to stdout and flushes.
-ssize_t take_question(void* console, const char* text, std::size_t size)
+void take_question(void* console, std::string_view text)
 {
-    static_cast<Console*>(console)->output().ask({text, size});
-    return static_cast<ssize_t>(size);
+    static_cast<Console*>(console)->output().ask(text);
 }
 
 } // namespace
 
 Console::Console()
-    : output_{STDOUT_FILENO, isatty(STDOUT_FILENO) != 0},
-      errors_on_terminal_{isatty(STDERR_FILENO) != 0},
-      shared_{are_shared()}
+    : output_{system::STANDARD_OUTPUT, system::is_terminal(system::STANDARD_OUTPUT)},
+      errors_on_terminal_{system::is_terminal(system::STANDARD_ERROR)},
+      shared_{system::are_output_and_error_one_text()}
 {
-    // Without memory, questions stay on the C library's stdout. The order holds: every text before a question
-    // ends in a line feed and has been written.
-    if (FILE* questions = fopencookie(this, "w", {nullptr, &take_question, nullptr, nullptr}))
-        stdout = questions;
+    // Where the C library's stdout cannot be replaced, questions stay on it. The order holds: every text
+    // before a question ends in a line feed and has been written.
+    (void)system::replace_stdout(this, &take_question);
 }
 
 void Console::tell(std::string_view line)
@@ -79,13 +55,14 @@ void Console::tell(std::string_view line)
 std::string_view Console::line_break() const
 {
     // The terminal has shown the line feed that ended the answer to a question.
-    const bool answered = output_.ends_in_question() && std::feof(stdin) == 0 && echoes_keys();
+    const bool answered = output_.ends_in_question() && std::feof(stdin) == 0 && system::echoes_keys();
     return shared_ && output_.has_open_line() && !answered ? "\n" : "";
 }
 
-std::string_view Console::line_break_at(int signal) const
+std::string_view Console::line_break_at(system::Interrupt interrupt) const
 {
-    const bool echoed = signal == SIGINT && errors_on_terminal_ && echoes_keys();
+    const bool echoed =
+        interrupt == system::Interrupt::interrupt && errors_on_terminal_ && system::echoes_interrupt_key();
     return echoed || (shared_ && output_.has_open_line()) ? "\n" : "";
 }
 

@@ -5,6 +5,7 @@
 #define KVN_TOOLS_UTILITY_CONSOLE_H
 
 #include "output.h"
+#include "system/interrupts.h"
 
 #include <string>
 #include <string_view>
@@ -28,7 +29,7 @@ public:
 
     /// The prefix of a signal handler's line: a line feed if it would follow an open line, which the
     /// terminal's echo of ^C also leaves. Async-signal-safe.
-    [[nodiscard]] std::string_view line_break_at(int signal) const;
+    [[nodiscard]] std::string_view line_break_at(kvn::system::Interrupt interrupt) const;
 
 private:
     [[nodiscard]] std::string_view line_break() const;

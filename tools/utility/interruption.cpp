@@ -4,28 +4,24 @@
 
 #include "console.h"
 #include "errors/catalogue.h"
-
-#include <unistd.h>
+#include "system/interrupts.h"
+#include "system/terminal.h"
 
 #include <array>
-#include <csignal>
 
 namespace utility
 {
 namespace
 {
 
-constexpr std::array SIGNALS{SIGINT, SIGTERM, SIGHUP};
+using kvn::system::Interrupt;
+
+constexpr std::array INTERRUPTS{Interrupt::interrupt, Interrupt::terminate, Interrupt::hang_up};
 
 // Global, so that the handler finds them without a call that might allocate.
 mwapi::LoadWatch watch;
 Console* told_on = nullptr;
 bool is_conversion = false;
-
-std::string_view name_of_signal(int signal)
-{
-    return signal == SIGINT ? "SIGINT" : signal == SIGTERM ? "SIGTERM" : "SIGHUP";
-}
 
 /// A line of limited length that allocates nothing, so a handler may build it.
 class Line
@@ -86,11 +82,11 @@ Situation situation_of(mwapi::LoadPhase phase)
     }
 }
 
-void describe(Line& line, int signal)
+void describe(Line& line, Interrupt interrupt)
 {
     const mwapi::LoadPhase phase = watch.phase;
     const Situation now = situation_of(phase);
-    line << "KVN_FPGA: stopped by " << name_of_signal(signal) << " " << now.activity;
+    line << "KVN_FPGA: stopped by " << kvn::system::name_of(interrupt) << " " << now.activity;
     if (now.names_module)
         (line << " the module in slot 0x").hexadecimal(watch.slot_address);
     line << ": " << kvn::name_of(now.state) << ", " << now.meaning;
@@ -101,17 +97,16 @@ void describe(Line& line, int signal)
 }
 
 /// Makes only async-signal-safe calls. A second signal kills at once, even if a write blocks.
-void stop(int signal)
+void stop(Interrupt interrupt)
 {
-    for (const int each : SIGNALS)
-        (void)std::signal(each, SIG_DFL);
+    kvn::system::stop_handling_interrupts(INTERRUPTS);
     told_on->output().rescue();
     Line line;
-    line << told_on->line_break_at(signal);
-    describe(line, signal);
-    if (is_writable(STDERR_FILENO))
-        (void)!write(STDERR_FILENO, line.text().data(), line.text().size());
-    (void)raise(signal);
+    line << told_on->line_break_at(interrupt);
+    describe(line, interrupt);
+    if (kvn::system::is_writable(kvn::system::STANDARD_ERROR))
+        (void)kvn::system::write_some(kvn::system::STANDARD_ERROR, line.text());
+    kvn::system::die_by(interrupt);
 }
 
 } // namespace
@@ -125,16 +120,7 @@ void tell_interruptions(bool converts)
 {
     told_on = &console();
     is_conversion = converts;
-    for (const int signal : SIGNALS) {
-        struct sigaction action {
-        };
-        if (sigaction(signal, nullptr, &action) != 0 || action.sa_handler == SIG_IGN)
-            continue;
-        action.sa_handler = &stop;
-        action.sa_flags = SA_RESTART | SA_NODEFER;
-        sigemptyset(&action.sa_mask);
-        (void)sigaction(signal, &action, nullptr);
-    }
+    kvn::system::handle_interrupts(INTERRUPTS, &stop, kvn::system::WhileHandled::come);
 }
 
 } // namespace utility

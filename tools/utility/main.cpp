@@ -4,10 +4,11 @@
 #include "errors/catalogue.h"
 #include "interruption.h"
 #include "kvn_fpga.h"
-#include "standard_streams.h"
+#include "system/arguments.h"
+#include "system/interrupts.h"
+#include "system/terminal.h"
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <exception>
 #include <span>
@@ -103,8 +104,10 @@ ExitStatus obey(int argc, char** argv)
 
 int main(int argc, char** argv)
 {
-    utility::open_missing_streams(static_cast<int>(ExitStatus::internal));
+    if (!kvn::system::prepare_standard_streams())
+        return static_cast<int>(ExitStatus::internal);
     // A reader that closes our output must not end the process in the middle of a load.
-    (void)std::signal(SIGPIPE, SIG_IGN);
-    return static_cast<int>(obey(argc, argv));
+    kvn::system::ignore_broken_pipes();
+    kvn::system::Arguments arguments{argc, argv};
+    return static_cast<int>(obey(arguments.count(), arguments.words()));
 }

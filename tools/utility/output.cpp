@@ -3,21 +3,13 @@
 #include "output.h"
 
 #include "control_characters.h"
-
-#include <poll.h>
-#include <unistd.h>
+#include "system/terminal.h"
 
 #include <cerrno>
 #include <cstring>
 
 namespace utility
 {
-
-bool is_writable(int descriptor)
-{
-    pollfd waiting{descriptor, POLLOUT, 0};
-    return poll(&waiting, 1, 0) == 1 && (waiting.revents & POLLOUT) != 0;
-}
 
 void Output::print(std::string_view text)
 {
@@ -57,8 +49,8 @@ void Output::flush()
 
 void Output::rescue()
 {
-    if (writing_ == 0 && size_ > 0 && is_writable(descriptor_))
-        (void)!write(descriptor_, gathered_.data(), static_cast<std::size_t>(size_));
+    if (writing_ == 0 && size_ > 0 && kvn::system::is_writable(descriptor_))
+        (void)kvn::system::write_some(descriptor_, {gathered_.data(), static_cast<std::size_t>(size_)});
 }
 
 void Output::gather(std::string_view part)
@@ -85,15 +77,13 @@ void Output::write_all(const char* data, std::size_t size)
         return;
     writing_ = 1;
     while (size > 0) {
-        const ssize_t written = write(descriptor_, data, size);
-        if (written < 0 && errno == EINTR)
-            continue;
-        if (written <= 0) {
+        const std::optional<std::size_t> written = kvn::system::write_some(descriptor_, {data, size});
+        if (!written || *written == 0) {
             problem_ = errno;
             break;
         }
-        data += written;
-        size -= static_cast<std::size_t>(written);
+        data += *written;
+        size -= *written;
     }
     size_ = 0;
     writing_ = 0;

@@ -66,9 +66,6 @@ private:
     int problem_ = 0;
 };
 
-/// Whether a descriptor takes some bytes without waiting. Async-signal-safe.
-[[nodiscard]] bool is_writable(int descriptor);
-
 } // namespace utility
 
 #endif

@@ -40,7 +40,7 @@ const void* in_library()
 std::string short_name(const std::string& name)
 {
     if (name.empty())
-        return mwapi::USUAL_PROVIDER;
+        return mwapi::usual_provider();
     const bool replays = name.starts_with(mwapi::REPLAY_PREFIX);
     return "KVN_MWAPI is " + (replays ? name.substr(0, mwapi::REPLAY_PREFIX.size() - 1) : name);
 }

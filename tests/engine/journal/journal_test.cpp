@@ -7,6 +7,7 @@
 #include "support/folder_test.h"
 #include "support/journals.h"
 #include "support/system_faults.h"
+#include "system/host.h"
 
 #include <gmock/gmock.h>
 
@@ -376,10 +377,10 @@ TEST_F(JournalTest, KnowsTheBootOfItsHost)
 {
     write("boot_id", "6c0a8f9e\n");
     write("empty", "");
-    EXPECT_EQ(kvn::boot_id_of_host(path("boot_id")), "6c0a8f9e");
-    EXPECT_EQ(kvn::boot_id_of_host(path("empty")), std::nullopt);
-    EXPECT_EQ(kvn::boot_id_of_host(path("none")), std::nullopt);
-    EXPECT_EQ(kvn::boot_id_of_host(folder.string()), std::nullopt);
-    EXPECT_EQ(kvn::boot_id_of_host()->size(), 36U);
+    EXPECT_EQ(kvn::system::boot_id(path("boot_id")), "6c0a8f9e");
+    EXPECT_EQ(kvn::system::boot_id(path("empty")), std::nullopt);
+    EXPECT_EQ(kvn::system::boot_id(path("none")), std::nullopt);
+    EXPECT_EQ(kvn::system::boot_id(folder.string()), std::nullopt);
+    EXPECT_EQ(kvn::system::boot_id()->size(), 36U);
 }
 } // namespace

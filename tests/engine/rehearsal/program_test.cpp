@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Programs that are run: what they get, and what comes back.
-#include "run/program.h"
+#include "system/program.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 
 namespace
 {
-using kvn::ProgramOutcome;
+using kvn::system::ProgramOutcome;
 
 constexpr std::chrono::milliseconds LONG{60'000};
 
@@ -16,7 +16,7 @@ constexpr std::chrono::milliseconds LONG{60'000};
 ProgramOutcome shell(const std::string& script, std::string_view input = "",
                      std::vector<std::string_view> files = {}, std::chrono::milliseconds timeout = LONG)
 {
-    return kvn::run_program({.program = "/bin/sh",
+    return kvn::system::run_program({.program = "/bin/sh",
                              .arguments = {"-c", script},
                              .input = input,
                              .files = std::move(files),
@@ -26,7 +26,7 @@ ProgramOutcome shell(const std::string& script, std::string_view input = "",
 TEST(Program, GetsItsInputAndFilesAndGivesItsOutput)
 {
     const ProgramOutcome outcome =
-        shell("cat; cat " + kvn::further_file(1) + " " + kvn::further_file(0) + "; echo wrong >&2; exit 3",
+        shell("cat; cat " + kvn::system::further_file(1) + " " + kvn::system::further_file(0) + "; echo wrong >&2; exit 3",
               "input ", {"first ", "second "});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_FALSE(outcome.timed_out);
@@ -80,7 +80,7 @@ TEST(Program, ThatIsEndedByASignalHasNoStatus)
 TEST(Program, ThatCannotBeStartedIsAnError)
 {
     EXPECT_THROW(
-        (void)kvn::run_program(
+        (void)kvn::system::run_program(
             {.program = "/nonexistent/program", .arguments = {}, .input = {}, .files = {}, .timeout = LONG}),
         std::system_error);
 }

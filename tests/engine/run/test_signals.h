@@ -3,10 +3,8 @@
 #ifndef KVN_FPGA_TESTS_ENGINE_RUN_TEST_SIGNALS_H
 #define KVN_FPGA_TESTS_ENGINE_RUN_TEST_SIGNALS_H
 
-#include "descriptor.h"
 #include "run/controller.h"
-
-#include <sys/eventfd.h>
+#include "system/wake_up.h"
 
 namespace kvn
 {
@@ -14,21 +12,17 @@ namespace kvn
 class TestSignals final : public StopSignals
 {
 public:
-    [[nodiscard]] int descriptor() const override { return wake_.number(); }
+    [[nodiscard]] system::Waitable waitable() const override { return wake_.waitable(); }
     [[nodiscard]] unsigned count() const override { return count_; }
-    void acknowledge() const override
-    {
-        eventfd_t unused = 0;
-        (void)eventfd_read(wake_.number(), &unused);
-    }
+    void acknowledge() const override { wake_.acknowledge(); }
     void send(unsigned times = 1)
     {
         count_ += times;
-        (void)eventfd_write(wake_.number(), 1);
+        wake_.signal();
     }
 
 private:
-    mwapi::Descriptor wake_{eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)};
+    system::WakeUp wake_;
     unsigned count_ = 0;
 };
 

@@ -3,7 +3,7 @@
 #include "run/worker.h"
 
 #include "../module/load_support.h"
-#include "descriptor.h"
+#include "system/descriptor.h"
 #include "errors/failure.h"
 #include "file/inspection.h"
 #include "rack.h"
@@ -40,12 +40,12 @@ struct Pipe {
         std::array<int, 2> ends{-1, -1};
         if (::pipe2(ends.data(), O_CLOEXEC) != 0)
             throw std::runtime_error{"there is no pipe"};
-        from = mwapi::Descriptor{ends[0]};
-        to = mwapi::Descriptor{ends[1]};
+        from = kvn::system::Descriptor{ends[0]};
+        to = kvn::system::Descriptor{ends[1]};
     }
 
-    mwapi::Descriptor from;
-    mwapi::Descriptor to;
+    kvn::system::Descriptor from;
+    kvn::system::Descriptor to;
 };
 
 class WorkerTest : public testing::Test
@@ -64,7 +64,7 @@ protected:
         status = std::async(std::launch::async, [this] {
             const ExitStatus ended =
                 run_worker({.jobs = jobs.from.number(), .events = events.to.number(), .open = open});
-            events.to = mwapi::Descriptor{};
+            events.to = kvn::system::Descriptor{};
             return ended;
         });
     }
@@ -78,7 +78,7 @@ protected:
     }
     void send_job(const Json& job) const { send(event_line(job)); }
     /// The controller has gone.
-    void hang_up() { jobs.to = mwapi::Descriptor{}; }
+    void hang_up() { jobs.to = kvn::system::Descriptor{}; }
 
     /// The next event; null at the end of all.
     std::optional<WorkerEvent> next()
