@@ -2,14 +2,24 @@
 # What tests, fuzz targets and benchmarks share. None of it needs GoogleTest.
 include_guard(GLOBAL)
 
-# Bytes, bitstream files, folders.
-add_library(kvn_test_basics STATIC ${CMAKE_CURRENT_LIST_DIR}/bitstreams.cpp ${CMAKE_CURRENT_LIST_DIR}/bytes.cpp
-                                   ${CMAKE_CURRENT_LIST_DIR}/files.cpp ${CMAKE_CURRENT_LIST_DIR}/temporary_folder.cpp)
+# What systems do differently is in a folder for each.
+if(WIN32)
+  set(KVN_TEST_SYSTEM ${CMAKE_CURRENT_LIST_DIR}/windows)
+else()
+  set(KVN_TEST_SYSTEM ${CMAKE_CURRENT_LIST_DIR}/posix)
+endif()
+
+# Bytes, bitstream files, folders; the streams, descriptors and variables of the own process.
+add_library(kvn_test_basics STATIC
+  ${CMAKE_CURRENT_LIST_DIR}/bitstreams.cpp ${CMAKE_CURRENT_LIST_DIR}/bytes.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/environment.cpp ${CMAKE_CURRENT_LIST_DIR}/files.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/temporary_folder.cpp ${KVN_TEST_SYSTEM}/descriptors.cpp
+  ${KVN_TEST_SYSTEM}/environment.cpp ${KVN_TEST_SYSTEM}/standard_streams.cpp)
 target_include_directories(kvn_test_basics PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(kvn_test_basics PRIVATE kvn_warnings)
 
 # Programs as processes, and real bitstreams, which one of them unpacks.
-add_library(kvn_test_process STATIC ${CMAKE_CURRENT_LIST_DIR}/process.cpp ${CMAKE_CURRENT_LIST_DIR}/real_files.cpp)
+add_library(kvn_test_process STATIC ${KVN_TEST_SYSTEM}/process.cpp ${CMAKE_CURRENT_LIST_DIR}/real_files.cpp)
 target_link_libraries(kvn_test_process PUBLIC kvn_test_basics PRIVATE kvn_warnings)
 
 # Faults of files and of allocation. Only a program that links this has its calls of the C library wrapped.
