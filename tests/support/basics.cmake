@@ -23,11 +23,17 @@ add_library(kvn_test_process STATIC ${KVN_TEST_SYSTEM}/process.cpp ${CMAKE_CURRE
 target_link_libraries(kvn_test_process PUBLIC kvn_test_basics PRIVATE kvn_warnings)
 
 # Faults of files and of allocation. Only a program that links this has its calls of the C library wrapped.
-add_library(kvn_test_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/faults.cpp)
+add_library(kvn_test_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/faults.cpp ${CMAKE_CURRENT_LIST_DIR}/own_stream.cpp
+                                   ${KVN_TEST_SYSTEM}/own_stream.cpp)
 target_link_libraries(kvn_test_faults PUBLIC kvn_test_basics PRIVATE kvn_warnings)
 target_link_options(kvn_test_faults INTERFACE
   LINKER:--wrap=fopen LINKER:--wrap=fread LINKER:--wrap=fgets LINKER:--wrap=fwrite LINKER:--wrap=setvbuf
   LINKER:--wrap=ftell LINKER:--wrap=fclose LINKER:--wrap=__fread_chk LINKER:--wrap=__fgets_chk)
+if(WIN32) # where streams of our own are no streams of the C library
+  target_link_options(kvn_test_faults INTERFACE
+    LINKER:--wrap=feof LINKER:--wrap=ferror LINKER:--wrap=clearerr LINKER:--wrap=fflush LINKER:--wrap=getc
+    LINKER:--wrap=getchar LINKER:--wrap=putc LINKER:--wrap=fputc LINKER:--wrap=fputs)
+endif()
 
 # Faults of system calls. Only a program that links this has its calls wrapped.
 add_library(kvn_test_system_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/system_faults.cpp)
