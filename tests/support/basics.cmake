@@ -19,7 +19,8 @@ target_include_directories(kvn_test_basics PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(kvn_test_basics PRIVATE kvn_warnings)
 
 # Programs as processes, and real bitstreams, which one of them unpacks.
-add_library(kvn_test_process STATIC ${KVN_TEST_SYSTEM}/process.cpp ${CMAKE_CURRENT_LIST_DIR}/real_files.cpp)
+add_library(kvn_test_process STATIC ${CMAKE_CURRENT_LIST_DIR}/process.cpp ${CMAKE_CURRENT_LIST_DIR}/real_files.cpp
+                                    ${KVN_TEST_SYSTEM}/process.cpp)
 target_link_libraries(kvn_test_process PUBLIC kvn_test_basics PRIVATE kvn_warnings)
 
 # Faults of files and of allocation. Only a program that links this has its calls of the C library wrapped.

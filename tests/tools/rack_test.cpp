@@ -105,7 +105,7 @@ public:
     LoadUnderWay(const LoadUnderWay&) = delete;
     LoadUnderWay& operator=(const LoadUnderWay&) = delete;
 
-    int kill() { return running_.stop(SIGKILL); }
+    int kill() { return running_.stop(KILL); }
 
 private:
     Running running_;
@@ -123,7 +123,7 @@ protected:
         load_.emplace(load_of("slow.rbt", "0", "1"), path("slow.rbt"),
                       std::string_view{text}.substr(0, text.size() * 9 / 10));
     }
-    void kill() { EXPECT_EQ(load_->kill(), 128 + SIGKILL); }
+    void kill() { EXPECT_EQ(load_->kill(), 128 + KILL); }
 
 private:
     std::optional<LoadUnderWay> load_;

@@ -14,7 +14,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <stdexcept>
 #include <system_error>
 #include <utility>
 
@@ -31,17 +30,6 @@ void check(bool good, const char* what)
         throw std::system_error(errno, std::generic_category(), what);
 }
 
-bool is_ours(std::string_view variable)
-{
-    return variable.starts_with("KVN_") || variable.starts_with("MWAPI") ||
-           variable.starts_with("MWVIRTUAL_");
-}
-
-std::string name_of(std::string_view variable)
-{
-    return std::string{variable.substr(0, variable.find('='))};
-}
-
 /// Argument and environment lists as the system takes them.
 class Image
 {
@@ -50,7 +38,7 @@ public:
     {
         words_.insert(words_.begin(), command.program);
         for (char** variable = environ; *variable != nullptr; ++variable)
-            if (!is_ours(*variable) && !command.variables.contains(name_of(*variable)))
+            if (inherits(command, *variable))
                 variables_.emplace_back(*variable);
         for (const auto& [name, value] : command.variables)
             variables_.push_back(name + "=" + value);
@@ -171,91 +159,110 @@ Outcome run(const Command& command, std::string_view answers, Output output)
     return {status, read_whole_file(shown), read_whole_file(errors)};
 }
 
-Running::Running(const Command& command)
+class Running::Process
 {
-    child_ = start(command, [] {
-        redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
-        redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
-        dup2(STDOUT_FILENO, STDERR_FILENO);
-    });
+public:
+    explicit Process(pid_t child) : child_{child} {}
+    ~Process()
+    {
+        if (child_ != -1)
+            stop(SIGKILL);
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    int stop(int signal)
+    {
+        kill(child_, signal);
+        return wait_for(std::exchange(child_, -1));
+    }
+
+private:
+    pid_t child_;
+};
+
+Running::Running(const Command& command)
+    : process_{std::make_unique<Process>(start(command, [] {
+          redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
+          redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
+          dup2(STDOUT_FILENO, STDERR_FILENO);
+      }))}
+{
 }
 
-Running::~Running()
-{
-    if (child_ != -1)
-        stop(SIGKILL);
-}
+Running::~Running() = default;
 
 int Running::stop(int signal)
 {
-    kill(child_, signal);
-    return wait_for(std::exchange(child_, -1));
+    return process_->stop(signal);
 }
 
-Terminal::Terminal(const Command& command)
+class Terminal::Process
 {
-    // What the program writes arrives as it is, and what is typed is not shown.
-    termios settings{};
-    settings.c_lflag = ICANON;
-    settings.c_cflag = CS8 | CREAD;
-    settings.c_cc[VEOF] = 4;
-    Image image{command};
-    child_ = forkpty(&master_, nullptr, &settings, nullptr);
-    check(child_ != -1, "forkpty");
-    if (child_ == 0)
-        become(command, image);
-}
-
-Terminal::~Terminal()
-{
-    if (child_ != -1) {
-        kill(child_, SIGKILL);
-        wait_for(child_);
+public:
+    explicit Process(const Command& command)
+    {
+        // What the program writes arrives as it is, and what is typed is not shown.
+        termios settings{};
+        settings.c_lflag = ICANON;
+        settings.c_cflag = CS8 | CREAD;
+        settings.c_cc[VEOF] = 4;
+        Image image{command};
+        child = forkpty(&master, nullptr, &settings, nullptr);
+        check(child != -1, "forkpty");
+        if (child == 0)
+            become(command, image);
     }
-    close(master_);
+    ~Process()
+    {
+        if (child != -1) {
+            kill(child, SIGKILL);
+            wait_for(child);
+        }
+        close(master);
+    }
+    Process(const Process&) = delete;
+    Process& operator=(const Process&) = delete;
+
+    pid_t child = -1;
+    int master = -1;
+};
+
+Terminal::Terminal(const Command& command) : process_{std::make_unique<Process>(command)} {}
+
+Terminal::~Terminal() = default;
+
+int Terminal::process() const
+{
+    return process_->child;
 }
 
 void Terminal::signal(int number) const
 {
-    check(kill(child_, number) == 0, "kill");
+    check(kill(process_->child, number) == 0, "kill");
 }
 
 bool Terminal::read_more()
 {
-    pollfd waiting{master_, POLLIN, 0};
+    pollfd waiting{process_->master, POLLIN, 0};
     if (poll(&waiting, 1, PATIENCE_MS) != 1)
         return false;
     char part[4096];
-    const ssize_t size = read(master_, part, sizeof part);
+    const ssize_t size = read(process_->master, part, sizeof part);
     if (size <= 0) // the program has ended
         return false;
     shown_.append(part, static_cast<std::size_t>(size));
     return true;
 }
 
-void Terminal::expect(std::string_view text)
-{
-    for (;;) {
-        const std::size_t found = shown_.find(text, seen_);
-        if (found != std::string::npos) {
-            seen_ = found + text.size();
-            return;
-        }
-        if (!read_more())
-            throw std::runtime_error("not shown: " + std::string{text} + "\nshown so far:\n" + shown_);
-    }
-}
-
 void Terminal::type(std::string_view keys)
 {
-    check(write(master_, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size()), "write");
+    check(write(process_->master, keys.data(), keys.size()) == static_cast<ssize_t>(keys.size()), "write");
 }
 
 int Terminal::finish()
 {
     while (read_more()) {
     }
-    const int status = wait_for(child_);
-    child_ = -1;
-    return status;
+    return wait_for(std::exchange(process_->child, -1));
 }
