@@ -19,9 +19,22 @@ target_include_directories(kvn_test_basics PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(kvn_test_basics PRIVATE kvn_warnings)
 
 # Programs as processes, and real bitstreams, which one of them unpacks.
-add_library(kvn_test_process STATIC ${CMAKE_CURRENT_LIST_DIR}/process.cpp ${CMAKE_CURRENT_LIST_DIR}/real_files.cpp
+add_library(kvn_test_process STATIC ${CMAKE_CURRENT_LIST_DIR}/process.cpp ${CMAKE_CURRENT_LIST_DIR}/process_environment.cpp
+                                    ${CMAKE_CURRENT_LIST_DIR}/real_files.cpp
                                     ${KVN_TEST_SYSTEM}/process.cpp)
 target_link_libraries(kvn_test_process PUBLIC kvn_test_basics PRIVATE kvn_warnings)
+
+if(WIN32)
+  # Pseudo-consoles are declared for the Windows that has them.
+  add_library(kvn_test_children OBJECT ${KVN_TEST_SYSTEM}/child.cpp ${KVN_TEST_SYSTEM}/command_line.cpp)
+  target_compile_definitions(kvn_test_children PUBLIC _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006)
+  target_link_libraries(kvn_test_children PUBLIC kvn_test_basics PRIVATE kvn_warnings)
+  add_executable(kvn_console_host ${KVN_TEST_SYSTEM}/console_host.cpp ${CMAKE_CURRENT_LIST_DIR}/process_environment.cpp)
+  target_link_libraries(kvn_console_host PRIVATE kvn_test_children kvn_warnings)
+  target_compile_definitions(kvn_test_process PRIVATE CONSOLE_HOST="$<TARGET_FILE:kvn_console_host>")
+  target_link_libraries(kvn_test_process PUBLIC kvn_test_children)
+  add_dependencies(kvn_test_process kvn_console_host)
+endif()
 
 # Faults of files and of allocation. Only a program that links this has its calls of the C library wrapped.
 add_library(kvn_test_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/faults.cpp ${CMAKE_CURRENT_LIST_DIR}/own_stream.cpp

@@ -4,14 +4,6 @@
 
 #include <stdexcept>
 
-bool inherits(const Command& command, std::string_view variable)
-{
-    for (const std::string_view ours : {"KVN_", "MWAPI", "MWVIRTUAL_"})
-        if (variable.starts_with(ours))
-            return false;
-    return !command.variables.contains(std::string{variable.substr(0, variable.find('='))});
-}
-
 void Terminal::expect(std::string_view text)
 {
     for (;;) {

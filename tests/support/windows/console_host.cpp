@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+// Runs a program on the console that this process was started with, and sends it the console's events.
+//   console_host ORDERS console|none PROGRAM ARGUMENT...
+// ORDERS is the handle of a pipe, each byte of which is the number of a signal. With "none" the program's
+// streams lead nowhere, although it has the console. Ends with the program's exit status.
+#include "support/process.h"
+#include "support/windows/child.h"
+#include "support/windows/command_line.h"
+
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <string_view>
+#include <thread>
+
+namespace
+{
+constexpr int NOT_FOUND = 127;
+
+/// Sends the signals until the pipe is closed.
+void obey(HANDLE orders, HANDLE child)
+{
+    char number = 0;
+    DWORD size = 0;
+    while (ReadFile(orders, &number, 1, &size, nullptr) != 0 && size == 1) {
+        if (number == SIGINT)
+            GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0);
+        else if (number == SIGBREAK)
+            GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, 0);
+        else
+            TerminateProcess(child, static_cast<UINT>(128 + number));
+    }
+}
+
+int run_on_console(int count, char** words)
+{
+    // The events reach this process too.
+    SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
+    HANDLE orders = reinterpret_cast<HANDLE>(std::strtoull(words[1], nullptr, 10));
+    SetHandleInformation(orders, HANDLE_FLAG_INHERIT, 0);
+    const bool shows = std::string_view{words[2]} == "console";
+    const Handle input = open_inherited(shows ? "CONIN$" : "NUL", GENERIC_READ | (shows ? GENERIC_WRITE : 0));
+    const Handle output = open_inherited(shows ? "CONOUT$" : "NUL", GENERIC_READ | GENERIC_WRITE);
+    // What is typed is not shown.
+    SetConsoleMode(input.get(), ENABLE_PROCESSED_INPUT | ENABLE_LINE_INPUT);
+    const Streams streams{input.get(), output.get(), output.get()};
+    const Handle child = start({.program = words[3], .arguments = {words + 4, words + count}}, &streams);
+    if (child == nullptr)
+        return NOT_FOUND;
+    std::thread{obey, orders, child.get()}.detach();
+    return wait_for(child.get());
+}
+} // namespace
+
+int main(int count, char** words)
+{
+    try {
+        // Not by returning: the thread waits for orders to the end.
+        ExitProcess(static_cast<UINT>(run_on_console(count, words)));
+    } catch (const std::exception&) {
+        return EXIT_FAILURE;
+    }
+}
