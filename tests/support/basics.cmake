@@ -14,7 +14,7 @@ add_library(kvn_test_basics STATIC
   ${CMAKE_CURRENT_LIST_DIR}/bitstreams.cpp ${CMAKE_CURRENT_LIST_DIR}/bytes.cpp
   ${CMAKE_CURRENT_LIST_DIR}/environment.cpp ${CMAKE_CURRENT_LIST_DIR}/files.cpp
   ${CMAKE_CURRENT_LIST_DIR}/temporary_folder.cpp ${KVN_TEST_SYSTEM}/descriptors.cpp
-  ${KVN_TEST_SYSTEM}/environment.cpp ${KVN_TEST_SYSTEM}/standard_streams.cpp)
+  ${KVN_TEST_SYSTEM}/environment.cpp ${KVN_TEST_SYSTEM}/memory_in_use.cpp ${KVN_TEST_SYSTEM}/standard_streams.cpp)
 target_include_directories(kvn_test_basics PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(kvn_test_basics PRIVATE kvn_warnings)
 
@@ -46,7 +46,7 @@ target_link_options(kvn_test_faults INTERFACE
 if(WIN32) # where streams of our own are no streams of the C library
   target_link_options(kvn_test_faults INTERFACE
     LINKER:--wrap=feof LINKER:--wrap=ferror LINKER:--wrap=clearerr LINKER:--wrap=fflush LINKER:--wrap=getc
-    LINKER:--wrap=getchar LINKER:--wrap=putc LINKER:--wrap=fputc LINKER:--wrap=fputs)
+    LINKER:--wrap=fgetc    LINKER:--wrap=getchar LINKER:--wrap=putc LINKER:--wrap=fputc LINKER:--wrap=fputs)
 endif()
 
 # Faults of system calls. Only a program that links this has its calls wrapped.

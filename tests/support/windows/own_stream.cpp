@@ -249,6 +249,11 @@ int __wrap_getc(FILE* stream)
     return own->read(&byte, 1) == 1 ? static_cast<unsigned char>(byte) : EOF;
 }
 
+int __wrap_fgetc(FILE* stream)
+{
+    return __wrap_getc(stream);
+}
+
 int __wrap_getchar()
 {
     return __wrap_getc(stdin);
