@@ -2,11 +2,11 @@
 #include "encoding.h"
 #include "recording.h"
 #include "support/process.h"
+#include "support/special_files.h"
 #include "trace_support.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
-#include <sys/stat.h>
 
 #include <sstream>
 
@@ -323,7 +323,7 @@ TEST_F(RecordedRuns, TheDiskMayBeFull)
 
 TEST_F(RecordedRuns, ATraceThatIsNoRegularFileIsToldAndNotWaitedFor)
 {
-    ASSERT_EQ(mkfifo(path("trace").c_str(), 0600), 0);
+    make_fifo(path("trace"));
     const Outcome recorded = utility(
         LOAD,
         {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "virtual"}, {"MWTRACE_FILE", path("trace")}});

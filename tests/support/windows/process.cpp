@@ -3,6 +3,7 @@
 #include "support/process.h"
 
 #include "support/files.h"
+#include "support/special_files.h"
 #include "support/temporary_folder.h"
 #include "support/windows/child.h"
 
@@ -171,8 +172,8 @@ Outcome run(const Command& command, std::string_view answers, Output output)
         case Output::closed:
             streams.input = nullptr;
             break;
-        case Output::full: // Windows has no such device; Wine shows Linux's
-            output_handle = open_inherited(R"(\\?\unix\dev\full)", GENERIC_WRITE);
+        case Output::full:
+            output_handle = open_inherited(FULL_FILE, GENERIC_WRITE);
             break;
         case Output::without_reader:
             output_handle = std::move(Pipe{}.writer);
