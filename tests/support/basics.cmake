@@ -26,15 +26,17 @@ add_library(kvn_test_process STATIC ${CMAKE_CURRENT_LIST_DIR}/process.cpp ${CMAK
 target_link_libraries(kvn_test_process PUBLIC kvn_test_basics PRIVATE kvn_warnings)
 
 if(WIN32)
-  # Pseudo-consoles are declared for the Windows that has them.
   add_library(kvn_test_children OBJECT ${KVN_TEST_SYSTEM}/child.cpp ${KVN_TEST_SYSTEM}/command_line.cpp)
-  target_compile_definitions(kvn_test_children PUBLIC _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006)
   target_link_libraries(kvn_test_children PUBLIC kvn_test_basics PRIVATE kvn_warnings)
   add_executable(kvn_console_host ${KVN_TEST_SYSTEM}/console_host.cpp ${CMAKE_CURRENT_LIST_DIR}/process_environment.cpp)
   target_link_libraries(kvn_console_host PRIVATE kvn_test_children kvn_warnings)
   target_compile_definitions(kvn_test_process PRIVATE CONSOLE_HOST="$<TARGET_FILE:kvn_console_host>")
   target_link_libraries(kvn_test_process PUBLIC kvn_test_children)
   add_dependencies(kvn_test_process kvn_console_host)
+  # Pseudo-consoles are declared for the Windows that has them.
+  foreach(target kvn_test_children kvn_console_host kvn_test_process)
+    target_compile_definitions(${target} PRIVATE _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000006)
+  endforeach()
 endif()
 
 # Faults of files and of allocation. Only a program that links this has its calls of the C library wrapped.
@@ -60,6 +62,7 @@ target_link_options(kvn_test_system_faults INTERFACE
 # Faults of allocation: of the operators new, and of malloc. All objects are linked, to take their names' place.
 foreach(allocator new malloc)
   add_library(kvn_test_${allocator}_faults OBJECT EXCLUDE_FROM_ALL ${CMAKE_CURRENT_LIST_DIR}/allocation_faults.cpp
-                                                                 ${CMAKE_CURRENT_LIST_DIR}/${allocator}_faults.cpp)
+                                                                 ${CMAKE_CURRENT_LIST_DIR}/${allocator}_faults.cpp
+                                                                 ${KVN_TEST_SYSTEM}/caller.cpp)
   target_link_libraries(kvn_test_${allocator}_faults PUBLIC kvn_test_basics PRIVATE kvn_warnings)
 endforeach()

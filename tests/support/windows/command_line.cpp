@@ -33,7 +33,10 @@ std::wstring wide(std::string_view text)
 std::wstring command_line(const std::vector<std::string>& words)
 {
     std::string line;
-    for (const std::string& word : words)
-        line += (line.empty() ? "" : " ") + quoted(word);
+    for (const std::string& word : words) {
+        if (!line.empty())
+            line += ' ';
+        line += quoted(word);
+    }
     return wide(line);
 }

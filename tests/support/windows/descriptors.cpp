@@ -2,8 +2,10 @@
 // The descriptors of the test's own process: those of the C library.
 #include "support/descriptors.h"
 
+#include <fcntl.h>
 #include <io.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <cstdint>
 
@@ -34,4 +36,9 @@ std::size_t count_descriptors()
         if (_get_osfhandle(descriptor) != -1)
             ++open;
     return open;
+}
+
+int open_for_writing(const std::string& file)
+{
+    return _open(file.c_str(), _O_WRONLY | _O_CREAT | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
 }
