@@ -10,6 +10,9 @@
 #include <csignal>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
+#include <map>
+#include <string>
 #include <string_view>
 #include <thread>
 
@@ -32,6 +35,21 @@ void obey(HANDLE orders, HANDLE child)
     }
 }
 
+/// The environment as it is: who started this process has chosen what the program inherits.
+std::map<std::string, std::string> own_variables()
+{
+    std::map<std::string, std::string> variables;
+    wchar_t* const all = GetEnvironmentStringsW();
+    for (const wchar_t* variable = all; *variable != L'\0'; variable += wcslen(variable) + 1) {
+        const std::string text = std::filesystem::path{variable}.string();
+        // Names that begin with the sign are the system's own.
+        const std::size_t sign = text.find('=', 1);
+        variables[text.substr(0, sign)] = text.substr(sign + 1);
+    }
+    FreeEnvironmentStringsW(all);
+    return variables;
+}
+
 int run_on_console(int count, char** words)
 {
     // The events reach this process too.
@@ -44,7 +62,7 @@ int run_on_console(int count, char** words)
     // What is typed is not shown.
     SetConsoleMode(input.get(), ENABLE_PROCESSED_INPUT | ENABLE_LINE_INPUT);
     const Streams streams{input.get(), output.get(), output.get()};
-    const Handle child = start({.program = words[3], .arguments = {words + 4, words + count}}, &streams);
+    const Handle child = start({words[3], {words + 4, words + count}, ".", own_variables()}, &streams);
     if (child == nullptr)
         return NOT_FOUND;
     std::thread{obey, orders, child.get()}.detach();

@@ -30,7 +30,7 @@ public:
 
     Hosted(const Command& command, Streams streams)
     {
-        check(SUCCEEDED(CreatePseudoConsole({.X = 120, .Y = 50}, keys_.reader.get(), screen_.writer.get(), 0,
+        check(SUCCEEDED(CreatePseudoConsole({.X = 1000, .Y = 50}, keys_.reader.get(), screen_.writer.get(), 0,
                                             &console_)),
               "console");
         check(SetHandleInformation(orders_.reader.get(), HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT) != 0,
@@ -135,7 +135,7 @@ private:
 
     static std::string meaning(std::string_view sequence)
     {
-        if (sequence.ends_with('m'))
+        if (sequence.ends_with('m') && sequence != "\x1b[m") // with which a console begins
             return std::string{sequence};
         if (sequence.ends_with('C'))
             return std::string(static_cast<std::size_t>(std::atoi(sequence.data() + 2)), ' ');
