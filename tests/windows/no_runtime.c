@@ -3,7 +3,7 @@
 // status.
 #include <kvn.h>
 
-static int count_modules(struct kvn_session* session)
+static int count_modules(kvn_session* session)
 {
     int32_t status = kvn_provider_open(session, "virtual");
     if (status == KVN_DONE)
@@ -13,7 +13,8 @@ static int count_modules(struct kvn_session* session)
         status = kvn_slot_count(session, &slots);
     int modules = 0;
     for (size_t index = 0; status == KVN_DONE && index < slots; ++index) {
-        struct kvn_slot_info slot = {.size = sizeof slot};
+        static kvn_slot_info slot; // filled with zeros here without a function of the run-time
+        slot.size = sizeof slot;
         status = kvn_slot(session, index, &slot);
         if (slot.device != NULL)
             ++modules;
@@ -25,7 +26,7 @@ static int count_modules(struct kvn_session* session)
 int start(void);
 int start(void)
 {
-    struct kvn_session* session = NULL;
+    kvn_session* session = NULL;
     const int32_t status = kvn_open(&session);
     const int result = status == KVN_DONE ? count_modules(session) : 100 + (int)status;
     kvn_close(session);

@@ -34,7 +34,7 @@ class Programs(unittest.TestCase):
         for name in ("a folder\\grün 測試\\design one.bit", windows_path(folder / "design two.rbt")):
             self.run_program("kvn_bitgen", "2v3000fg676-4", "-o", name)
             loaded = self.run_program("kvn", "load", name, "mwc4a:0/1", "--json")
-            self.assertEqual(json.loads(loaded.stdout)["record"]["file"], name)
+            self.assertIn(json.dumps(name, ensure_ascii=False).encode(), loaded.stdout)
             self.run_program("KVN_FPGA", "-u", "-n", "-dmwc4a", "-b0", "-s1", f"-f{name}")
         self.assertEqual(sorted(path.name for path in folder.iterdir()), ["design one.bit", "design two.rbt"])
 
@@ -59,7 +59,7 @@ class Programs(unittest.TestCase):
         text = (self.folder / "design.rbt").read_bytes()
         (self.folder / "dos.rbt").write_bytes(text.replace(b"\n", b"\r\n"))
         done = self.run_program("KVN_FPGA", "-u", "-n", "-dmwc4a", "-b0", "-s1", "-fdos.rbt", status=4)
-        self.assertEqual(done.stderr, b"Error 9101. Invalid first line in RBT file dos.rbt.\n")
+        self.assertTrue(done.stderr.endswith(b"\nError 9101. Invalid first line in RBT file dos.rbt.\n"), done.stderr)
         (self.folder / "cut.rbt").write_bytes(text[:1000] + b"\x1a" + text[1001:])
         self.run_program("KVN_FPGA", "-u", "-n", "-dmwc4a", "-b0", "-s1", "-fcut.rbt", status=4)
 
@@ -67,7 +67,7 @@ class Programs(unittest.TestCase):
         self.run_program("kvn_bitgen", "2v3000fg676-4", "-o", "design.bit")
         (self.folder / "plan.toml").write_text('[[module]]\nmodule = "mwc4a:0/1"\nfile = "design.bit"\n', encoding="utf-8")
         self.run_program("kvn", "run", "plan.toml", "--journal", "run.journal")
-        shown = self.run_program("kvn", "journal", "run.journal")
+        shown = self.run_program("kvn", "journal", "show", "run.journal")
         self.assertIn(b"mwc4a:0/1", shown.stdout)
         self.assertNotIn(b"\r", (self.folder / "run.journal").read_bytes())
 
