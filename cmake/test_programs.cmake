@@ -18,9 +18,11 @@ if(KVN_PRECOMPILE)
     <algorithm> <array> <cstdint> <cstdio> <cstdlib> <cstring> <filesystem> <fstream> <functional> <iterator> <map>
     <memory> <optional> <span> <sstream> <string> <string_view> <tuple> <utility> <vector>
     <gtest/gtest.h> <gmock/gmock.h>)
-  # The same options as the programs that use them.
+  # The same options as the programs that use them. All code for Windows can be moved, without options.
   set_target_properties(kvn_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
-  target_compile_options(kvn_test_headers PRIVATE -fPIE)
+  if(NOT WIN32)
+    target_compile_options(kvn_test_headers PRIVATE -fPIE)
+  endif()
   target_compile_options(kvn_test_quickly INTERFACE ${KVN_PRECOMPILED_OPTIONS})
 endif()
 

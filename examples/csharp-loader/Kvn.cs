@@ -6,7 +6,11 @@ using System.Text;
 
 static class Kvn
 {
+#if WINDOWS
+    const string Library = "kvn";
+#else
     const string Library = "libkvn.so.0";
+#endif
 
     public const int Done = 0;
     public const int Usage = 2;

@@ -55,7 +55,9 @@ void use_control_sequences(int descriptor) noexcept
 
 void set_up_standard_streams() noexcept
 {
-    for (int descriptor = STANDARD_INPUT; descriptor <= STANDARD_ERROR; ++descriptor)
+    // A console ends what is typed with CR LF, of which only text mode makes a line feed.
+    (void)_setmode(STANDARD_INPUT, is_terminal(STANDARD_INPUT) ? _O_TEXT : _O_BINARY);
+    for (const int descriptor : {STANDARD_OUTPUT, STANDARD_ERROR})
         (void)_setmode(descriptor, _O_BINARY);
     (void)SetConsoleCP(CP_UTF8);
     (void)SetConsoleOutputCP(CP_UTF8);

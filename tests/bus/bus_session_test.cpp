@@ -160,7 +160,7 @@ protected:
     }
 
     /// Sends the numbers from `first` on.
-    int send(std::size_t length, std::uint8_t first = 1, int timeout = 5000)
+    int send(unsigned long length, std::uint8_t first = 1, int timeout = 5000)
     {
         Bytes data(length);
         for (std::size_t i = 0; i < length; ++i)
@@ -177,11 +177,11 @@ TEST_F(SendBuffer, SendsPiecesOf8AndTheRestWhenFlushed)
 {
     const std::string numbers =
         hex(bytes("01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 10 11 12 13 14 15 16 17 18"));
-    for (const std::vector<std::size_t>& parts :
-         {std::vector<std::size_t>{13}, {4, 4}, {24}, std::vector<std::size_t>(17, 1), {0, 3, 0}}) {
+    for (const std::vector<unsigned long>& parts :
+         {std::vector<unsigned long>{13}, {4, 4}, {24}, std::vector<unsigned long>(17, 1), {0, 3, 0}}) {
         clear_log();
-        std::size_t sent = 0;
-        for (const std::size_t size : parts) {
+        unsigned long sent = 0;
+        for (const unsigned long size : parts) {
             EXPECT_EQ(send(size, static_cast<std::uint8_t>(sent + 1)), 0);
             sent += size;
         }
@@ -213,7 +213,7 @@ TEST_F(SendBuffer, IsEmptyAfterAFailedFlush)
 TEST_F(SendBuffer, SendsWholePiecesFromWhereTheyAre)
 {
     const Bytes data(21, 0xAA);
-    const auto send_data = [this, &data](std::size_t length) {
+    const auto send_data = [this, &data](unsigned long length) {
         piece_addresses.clear();
         EXPECT_EQ(session.BufferedKsbSendMessageData(session.handle, data.data(), length, 5000), 0);
         return piece_addresses;
@@ -244,8 +244,8 @@ TEST_F(SendBuffer, NamesTheByteThatFilledThePieceThatCouldNotBeSent)
 {
     const Bytes data(32, 0x41);
     struct Row {
-        std::size_t buffered;
-        std::size_t length;
+        unsigned long buffered;
+        unsigned long length;
         int failing_piece;
         std::size_t failed_byte;
     };
@@ -286,7 +286,9 @@ TEST_F(SendBuffer, SendsOnTheHandleItIsGiven)
     MwKSBStartSendMessageEx(other, 0, 1, 5000);
     clear_log();
     const Bytes data = bytes("01 02 03 04 05 06 07 08 09");
-    EXPECT_EQ(session.BufferedKsbSendMessageData(other, data.data(), data.size(), 5000), 0);
+    EXPECT_EQ(
+        session.BufferedKsbSendMessageData(other, data.data(), static_cast<unsigned long>(data.size()), 5000),
+        0);
     EXPECT_EQ(session.BufferedKsbSendMessageData(other, nullptr, 0, 5000), 0);
     EXPECT_EQ(bus_transcript(), R"(
 SendMessageDataEx 01 02 03 04 05 06 07 08 timeout 5000 on caller handle

@@ -2,12 +2,11 @@
 // The error texts of docs/errors.md.
 #include "documented_errors.h"
 
-#include <regex.h>
-
 #include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <regex>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
@@ -36,12 +35,7 @@ std::multimap<int, std::string> read_page()
 /// Whether a whole text matches a pattern.
 bool matches(const std::string& text, const std::string& pattern)
 {
-    regex_t compiled;
-    if (regcomp(&compiled, ("^(" + pattern + ")$").c_str(), REG_EXTENDED | REG_NOSUB) != 0)
-        throw std::runtime_error{"no pattern: " + pattern};
-    const bool same = regexec(&compiled, text.c_str(), 0, nullptr, 0) == 0;
-    regfree(&compiled);
-    return same;
+    return std::regex_match(text, std::regex{pattern, std::regex::extended});
 }
 
 const std::multimap<int, std::string>& page()

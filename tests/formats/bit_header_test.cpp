@@ -5,9 +5,8 @@
 #include "streams.h"
 #include "support/bitstreams.h"
 #include "support/faults.h"
+#include "support/memory_in_use.h"
 #include "support/run_fixture.h"
-
-#include <malloc.h>
 
 #include <algorithm>
 #include <cstring>
@@ -267,12 +266,12 @@ TEST_F(BitHeaderReader, APrintFunctionThatThrowsLeaksNoText)
     for (const bool converts : {false, true}) {
         std::size_t used = 0;
         for (int times = 0; times < 2; ++times) {
-            const std::size_t before = mallinfo2().uordblks;
+            const std::size_t before = memory_in_use();
             EXPECT_THROW(
                 run(split(converts ? "-v -u -fdesign.bit -c" : "-v -u -fdesign.bit -dmwc4a -b0 -s2", ' ')),
                 std::runtime_error);
             clear_log();
-            used = mallinfo2().uordblks - std::min(before, mallinfo2().uordblks);
+            used = memory_in_use() - std::min(before, memory_in_use());
         }
         EXPECT_LT(used, size) << (converts ? "conversion" : "load");
         EXPECT_EQ(platform.open_handles(), 0);

@@ -122,6 +122,8 @@ INSTANTIATE_TEST_SUITE_P(Faults, MakeRbtFault, testing::ValuesIn(file_faults), E
 
 TEST_F(MakeRbt, EveryFieldThatTheFileCutsShortHasItsOwnError9270Or9272Or9277Or9278)
 {
+    const std::string header = HEADER;
+    const std::string up_to_date = header.substr(0, header.find("Date:"));
     const struct {
         std::size_t begin;
         const char* text;
@@ -129,8 +131,8 @@ TEST_F(MakeRbt, EveryFieldThatTheFileCutsShortHasItsOwnError9270Or9272Or9277Or92
     } fields[] = {
         {0, "Error 9270. Failed to read header section of MCB file design.mcb.", ""},
         {8, "Error 9272. Failed to read device type from MCB file design.mcb.", ""},
-        {263, "Error 9277. Failed to read MCB file design.mcb.", {HEADER, std::strstr(HEADER, "Date:")}},
-        {518, "Error 9278. Failed to read MCB file design.mcb.", {HEADER, std::strstr(HEADER, "Date:")}},
+        {263, "Error 9277. Failed to read MCB file design.mcb.", up_to_date},
+        {518, "Error 9278. Failed to read MCB file design.mcb.", up_to_date},
     };
     const std::string content = runs("04 00", 4).content();
     for (const auto& field : fields)

@@ -50,7 +50,7 @@ protected:
         file.write();
         return load_rbt();
     }
-    Result load_rbt() { return load_rbt(std::fopen("design.rbt", "r")); }
+    Result load_rbt() { return load_rbt(std::fopen("design.rbt", "rb")); }
     Result load_rbt(FILE* stream) { return load(&kvn_fpga_imp::Load_Bitstream_rbt, "design.rbt", stream); }
 
     Result load_bit(const BitFile& file)

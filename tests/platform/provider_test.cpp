@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Platforms that are opened by name; tests/tools/ has whole runs of the utility with them.
 #include "provider/provider.h"
+#include "system/dynamic_library.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 namespace
 {
+using kvn::system::library_file;
+
 std::string problem_of(const std::string& name)
 {
     try {
@@ -20,25 +25,30 @@ TEST(Provider, ThatIsMissingOrIncompleteIsAnErrorWithAText)
 {
     EXPECT_EQ(problem_of("./nothing.so"),
               "./nothing.so: cannot open shared object file: No such file or directory");
-    EXPECT_EQ(problem_of("libc.so.6"), "libc.so.6 has no function MwOpenS");
-    EXPECT_EQ(problem_of(""), "libmwapi.so: cannot open shared object file: No such file or directory");
+    EXPECT_EQ(problem_of(SYSTEM_LIBRARY), SYSTEM_LIBRARY " has no function MwOpenS");
+    EXPECT_EQ(problem_of(""),
+              library_file("mwapi") + ": cannot open shared object file: No such file or directory");
 }
 
 TEST(Provider, OfThisProjectLiesBesideAnAddress)
 {
-    const std::string path = mwapi::file_beside(reinterpret_cast<const void*>(&problem_of), "libother.so");
-    EXPECT_TRUE(path.ends_with("/libother.so")) << path;
+    const std::filesystem::path path =
+        mwapi::file_beside(reinterpret_cast<const void*>(&problem_of), "libother.so");
+    EXPECT_TRUE(path.has_parent_path()) << path;
+    EXPECT_EQ(path.filename(), "libother.so");
     EXPECT_EQ(mwapi::file_beside(nullptr, "libother.so"), "libother.so");
 }
 
 TEST(Provider, OfThisProjectIsFoundWithoutAPathAndNoOther)
 {
     const auto* here = reinterpret_cast<const void*>(&problem_of);
-    const std::string own = mwapi::library_of("libmwvirtual.so", here);
-    EXPECT_TRUE(own.ends_with("/lib/libmwvirtual.so")) << own;
-    EXPECT_EQ(mwapi::library_of("libmwvirtual.so", nullptr), "libmwvirtual.so");
-    EXPECT_EQ(mwapi::library_of("libkvn_fpga.so", here), "libkvn_fpga.so") << "no provider";
-    EXPECT_EQ(mwapi::library_of("./libmwtrace.so", here), "./libmwtrace.so");
+    const std::string carriers = library_file("mwvirtual");
+    const std::filesystem::path own = mwapi::library_of(carriers, here);
+    EXPECT_TRUE(std::filesystem::exists(own)) << own;
+    EXPECT_EQ(own.filename(), carriers);
+    EXPECT_EQ(mwapi::library_of(carriers, nullptr), carriers);
+    EXPECT_EQ(mwapi::library_of(library_file("kvn_fpga"), here), library_file("kvn_fpga")) << "no provider";
+    EXPECT_EQ(mwapi::library_of("./" + library_file("mwtrace"), here), "./" + library_file("mwtrace"));
 }
 
 TEST(Provider, ThatIsMissingFailsEveryCallAndSaysWhy)

@@ -237,6 +237,10 @@ TEST_F(Session, ReadsTheEnvironmentByTwoEqualAccessors)
     mwapiksb.set("mwc4a 3");
     EXPECT_STREQ(kvn_fpga_imp::getapivar("MWAPIKSB"), "mwc4a 3");
     EXPECT_STREQ(kvn_fpga_imp::getregenv("MWAPIKSB"), "mwc4a 3");
+}
+
+TEST_F(Session, ReadsAVariableWithoutAValueAsAnEmptyText)
+{
     mwapiksb.set("");
     EXPECT_STREQ(kvn_fpga_imp::getapivar("MWAPIKSB"), "");
 }

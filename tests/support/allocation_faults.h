@@ -57,6 +57,9 @@ private:
     bool has_failed_ = false;
 };
 
+/// Whether a function that calls at this address is the C library's.
+bool is_in_c_library(const void* caller);
+
 /// The blocks that the calling thread has from malloc, less those that it has released.
 long blocks_from_malloc();
 

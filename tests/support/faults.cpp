@@ -2,7 +2,8 @@
 // Makes operations on files, and allocations, fail.
 #include "support/faults.h"
 
-#include <stdio_ext.h>
+#include "support/own_stream.h"
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,22 +14,12 @@
 
 using namespace fault_points;
 
-// The linker sends every call of f to __wrap_f, and lets __real_f be the function itself.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker gives these names
-extern "C" {
-FILE* __real_fopen(const char* name, const char* mode);
-std::size_t __real_fread(void* data, std::size_t size, std::size_t items, FILE* stream);
-char* __real_fgets(char* line, int size, FILE* stream);
-std::size_t __real_fwrite(const void* data, std::size_t size, std::size_t items, FILE* stream);
-int __real_setvbuf(FILE* stream, char* buffer, int mode, std::size_t size);
-long __real_ftell(FILE* stream);
-int __real_fclose(FILE* stream);
-}
-
 namespace
 {
-/// What stands behind a stream of our own: a file, bytes to read, or a text to write into.
-struct Backing {
+/// A file, bytes to read, or a text to write into.
+class Backing : public StreamBacking
+{
+public:
     std::string name;
     FILE* file = nullptr;
     std::string content;
@@ -38,19 +29,26 @@ struct Backing {
     Fault refusal = Fault::none; ///< of whatever is asked for: error or end
     FILE* stream = nullptr;
 
-    ssize_t read(char* data, std::size_t size)
+    std::ptrdiff_t read(char* data, std::size_t size) override;
+    std::size_t write(const char* data, std::size_t size) override;
+    std::int64_t seek(std::int64_t offset, int whence) override;
+    int close() override;
+
+private:
+    std::ptrdiff_t read_source(char* data, std::size_t size)
     {
         if (file != nullptr)
-            return ::read(fileno(file), data, size);
+            return ::read(fileno(file), data, static_cast<unsigned>(size));
         size = content.copy(data, size);
         content.erase(0, size);
-        return static_cast<ssize_t>(size);
+        return static_cast<std::ptrdiff_t>(size);
     }
-    ssize_t write(const char* data, std::size_t size)
+    std::ptrdiff_t write_target(const char* data, std::size_t size)
     {
         if (taken != nullptr)
             taken->append(data, size);
-        return file != nullptr ? ::write(fileno(file), data, size) : static_cast<ssize_t>(size);
+        return file != nullptr ? ::write(fileno(file), data, static_cast<unsigned>(size))
+                               : static_cast<std::ptrdiff_t>(size);
     }
 };
 
@@ -130,51 +128,46 @@ private:
 
 // What a stream asks of the file behind it.
 
-ssize_t transfer_in(void* cookie, char* data, std::size_t size)
+std::ptrdiff_t Backing::read(char* data, std::size_t size)
 {
-    auto& backing = *static_cast<Backing*>(cookie);
     errno = EIO;
-    if (backing.refusal != Fault::none)
-        return sets_end(backing.refusal) ? 0 : -1;
-    Attempt attempt{Operation::transfer_in, backing.name, size};
-    if (attempt.fault() == Fault::error || backing.readable == 0)
+    if (refusal != Fault::none)
+        return sets_end(refusal) ? 0 : -1;
+    Attempt attempt{Operation::transfer_in, name, size};
+    if (attempt.fault() == Fault::error || readable == 0)
         return -1;
-    const ssize_t done = backing.read(data, std::min(attempt.share(size), backing.readable));
+    const std::ptrdiff_t done = read_source(data, std::min(attempt.share(size), readable));
     if (done <= 0)
         return done;
     attempt.done(static_cast<std::size_t>(done));
-    backing.readable -= static_cast<std::size_t>(done);
+    readable -= static_cast<std::size_t>(done);
     return done;
 }
 
-/// A result below the size is the sign of an error.
-ssize_t transfer_out(void* cookie, const char* data, std::size_t size)
+std::size_t Backing::write(const char* data, std::size_t size)
 {
-    auto& backing = *static_cast<Backing*>(cookie);
     errno = ENOSPC;
-    if (backing.refusal != Fault::none)
+    if (refusal != Fault::none)
         return 0;
-    Attempt attempt{Operation::transfer_out, backing.name, size};
-    const ssize_t done = backing.write(data, std::min(attempt.share(size), backing.writable));
+    Attempt attempt{Operation::transfer_out, name, size};
+    const std::ptrdiff_t done = write_target(data, std::min(attempt.share(size), writable));
     if (done <= 0)
         return 0;
     attempt.done(static_cast<std::size_t>(done));
-    backing.writable -= static_cast<std::size_t>(done);
-    return done;
+    writable -= static_cast<std::size_t>(done);
+    return static_cast<std::size_t>(done);
 }
 
-int seek(void* cookie, off64_t* position, int whence)
+std::int64_t Backing::seek(std::int64_t offset, int whence)
 {
-    *position = lseek(fileno(static_cast<Backing*>(cookie)->file), *position, whence);
-    return *position == -1 ? -1 : 0;
+    return file == nullptr ? StreamBacking::seek(offset, whence) : lseek64(fileno(file), offset, whence);
 }
 
-int transfer_end(void* cookie)
+int Backing::close()
 {
-    const std::unique_ptr<Backing> backing{static_cast<Backing*>(cookie)};
-    state.streams.erase(backing->stream);
-    Attempt attempt{Operation::transfer_end, backing->name, 0};
-    const int result = backing->file == nullptr ? 0 : __real_fclose(backing->file);
+    state.streams.erase(stream);
+    Attempt attempt{Operation::transfer_end, name, 0};
+    const int result = file == nullptr ? 0 : c_library::close(file);
     attempt.done(1);
     return attempt.fails() ? EOF : result;
 }
@@ -182,9 +175,7 @@ int transfer_end(void* cookie)
 FILE* stream_over(std::unique_ptr<Backing> backing, const char* mode)
 {
     Backing& one = *backing;
-    const bool can_seek = one.file != nullptr;
-    one.stream = fopencookie(backing.release(), mode,
-                             {transfer_in, transfer_out, can_seek ? seek : nullptr, transfer_end});
+    one.stream = open_own_stream(std::move(backing), mode);
     state.streams[one.stream] = &one;
     return one.stream;
 }
@@ -193,7 +184,7 @@ FILE* stream_over(std::unique_ptr<Backing> backing, const char* mode)
 void stop_reading(Backing& backing, Fault fault)
 {
     std::clearerr(backing.stream);
-    __fpurge(backing.stream);
+    drop_buffer(backing.stream);
     backing.refusal = fault;
     (void)std::getc(backing.stream);
     backing.refusal = Fault::none;
@@ -206,7 +197,7 @@ void stop_writing(Backing& backing)
     backing.refusal = Fault::error;
     (void)std::putc('\0', backing.stream);
     (void)std::fflush(backing.stream);
-    __fpurge(backing.stream);
+    drop_buffer(backing.stream);
     backing.refusal = Fault::none;
 }
 
@@ -348,17 +339,19 @@ std::size_t Recording::note(Operation operation, const std::string& file, std::s
 }
 } // namespace fault_points
 
+// The linker sends every call of f to __wrap_f.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp): the linker gives these names
 extern "C" {
 FILE* __wrap_fopen(const char* name, const char* mode)
 {
     if (state.scopes == 0)
-        return __real_fopen(name, mode);
+        return c_library::open(name, mode);
     Attempt attempt{Operation::open, name, 0};
     if (attempt.fails()) {
         errno = EMFILE;
         return nullptr;
     }
-    FILE* const file = __real_fopen(name, mode);
+    FILE* const file = c_library::open(name, mode);
     if (file == nullptr)
         return nullptr;
     attempt.done(1);
@@ -372,7 +365,7 @@ FILE* __wrap_fopen(const char* name, const char* mode)
     }
     FILE* const stream = stream_over(std::move(backing), mode);
     if (small != nullptr && !small->gathers)
-        __real_setvbuf(stream, nullptr, _IONBF, 0);
+        c_library::buffer(stream, nullptr, _IONBF, 0);
     return stream;
 }
 
@@ -380,10 +373,10 @@ std::size_t __wrap_fread(void* data, std::size_t size, std::size_t items, FILE* 
 {
     Backing* const backing = backing_of(stream);
     if (backing == nullptr)
-        return __real_fread(data, size, items, stream);
+        return c_library::read(data, size, items, stream);
     Attempt attempt{Operation::read, backing->name, size * items};
     // What there is to read is known only when it has been read.
-    const std::size_t done = attempt.share(__real_fread(data, size, items, stream));
+    const std::size_t done = attempt.share(c_library::read(data, size, items, stream));
     if (attempt.fails())
         stop_reading(*backing, attempt.fault());
     else if (state.hidden_ends > 0 && std::ferror(stream) == 0)
@@ -396,13 +389,13 @@ char* __wrap_fgets(char* line, int size, FILE* stream)
 {
     Backing* const backing = backing_of(stream);
     if (backing == nullptr)
-        return __real_fgets(line, size, stream);
+        return c_library::line(line, size, stream);
     Attempt attempt{Operation::line, backing->name, static_cast<std::size_t>(size)};
     char* result = nullptr;
     if (attempt.fails())
         stop_reading(*backing, attempt.fault());
     else
-        result = __real_fgets(line, size, stream);
+        result = c_library::line(line, size, stream);
     attempt.done(result == nullptr ? 0 : std::strlen(result));
     return result;
 }
@@ -411,9 +404,9 @@ std::size_t __wrap_fwrite(const void* data, std::size_t size, std::size_t items,
 {
     Backing* const backing = backing_of(stream);
     if (backing == nullptr)
-        return __real_fwrite(data, size, items, stream);
+        return c_library::write(data, size, items, stream);
     Attempt attempt{Operation::write, backing->name, size * items};
-    const std::size_t done = __real_fwrite(data, size, attempt.share(items), stream);
+    const std::size_t done = c_library::write(data, size, attempt.share(items), stream);
     if (attempt.fails())
         stop_writing(*backing);
     attempt.done(done * size);
@@ -424,33 +417,33 @@ int __wrap_setvbuf(FILE* stream, char* buffer, int mode, std::size_t size)
 {
     const Backing* const backing = backing_of(stream);
     if (backing == nullptr)
-        return __real_setvbuf(stream, buffer, mode, size);
+        return c_library::buffer(stream, buffer, mode, size);
     Attempt attempt{Operation::buffer, backing->name, 0};
     if (attempt.fails())
         return EOF;
     attempt.done(1);
-    return __real_setvbuf(stream, buffer, mode, size);
+    return c_library::buffer(stream, buffer, mode, size);
 }
 
 long __wrap_ftell(FILE* stream)
 {
     const Backing* const backing = backing_of(stream);
     if (backing == nullptr)
-        return __real_ftell(stream);
+        return c_library::position(stream);
     Attempt attempt{Operation::position, backing->name, 0};
     if (attempt.fails())
         return -1;
     attempt.done(1);
-    return __real_ftell(stream);
+    return c_library::position(stream);
 }
 
 int __wrap_fclose(FILE* stream)
 {
     const Backing* const backing = backing_of(stream);
     if (backing == nullptr)
-        return __real_fclose(stream);
+        return c_library::close(stream);
     Attempt attempt{Operation::close, backing->name, 0};
-    int result = __real_fclose(stream);
+    int result = c_library::close(stream);
     if (attempt.fails())
         result = EOF;
     attempt.done(result == 0 ? 1 : 0);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Makes operations on files, and allocations, fail: the one place where tests and fuzz targets do so.
 //
-// While a FaultScope or a Recording lives, the library's fopen gives streams of our own (fopencookie) over
+// While a FaultScope or a Recording lives, the library's fopen gives streams of our own (own_stream.h) over
 // the real files. What such a stream asks of its file, and what the library asks of the stream, can be
 // counted, recorded, and made to fail at the n-th time. All of this is the calling thread's.
 #ifndef KVN_FPGA_TESTS_SUPPORT_FAULTS_H

@@ -3,10 +3,9 @@
 #ifndef KVN_FPGA_TESTS_SUPPORT_PROCESS_H
 #define KVN_FPGA_TESTS_SUPPORT_PROCESS_H
 
-#include <sys/types.h>
-
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -19,6 +18,12 @@ struct Command {
     /// Added to the environment, from which KVN_..., MWAPI... and MWVIRTUAL_... have been removed.
     std::map<std::string, std::string> variables = {};
 };
+
+/// Whether a variable of the test's own environment, NAME=VALUE, reaches the program.
+bool inherits(const Command& command, std::string_view variable);
+
+/// SIGKILL, for which not every system has a name: the program ends at once.
+inline constexpr int KILL = 9;
 
 /// Where a program's standard output leads.
 enum class Output {
@@ -51,7 +56,8 @@ public:
     int stop(int signal);
 
 private:
-    pid_t child_ = -1;
+    class Process;
+    std::unique_ptr<Process> process_;
 };
 
 /// A program on a terminal of its own, which shows output and errors and echoes nothing.
@@ -69,7 +75,8 @@ public:
     void type(std::string_view keys);
     /// Sends the program a signal.
     void signal(int number) const;
-    [[nodiscard]] pid_t process() const { return child_; }
+    /// The process's number.
+    [[nodiscard]] int process() const;
     /// Reads to the end of the program. @return its exit status, or 128 and the signal
     int finish();
     /// All that was shown.
@@ -78,8 +85,8 @@ public:
 private:
     bool read_more();
 
-    pid_t child_ = -1;
-    int master_ = -1;
+    class Process;
+    std::unique_ptr<Process> process_;
     std::string shown_;
     std::size_t seen_ = 0;
 };

@@ -9,8 +9,6 @@
 #include <ostream>
 #include <stdexcept>
 
-#include <stdlib.h>
-
 thread_local RunFixture* RunFixture::current_ = nullptr;
 
 void report_broken_rule(const std::string& rule)
@@ -37,37 +35,6 @@ Result Fails(int number, std::string text)
 Result Succeeds()
 {
     return {0, "", 0};
-}
-
-std::size_t count_descriptors()
-{
-    const std::filesystem::directory_iterator open_files{"/proc/self/fd"};
-    return static_cast<std::size_t>(std::distance(begin(open_files), end(open_files)));
-}
-
-EnvironmentVariable::EnvironmentVariable(const char* name) : name_{name}
-{
-    if (const char* value = std::getenv(name))
-        before_ = value;
-    unset();
-}
-
-EnvironmentVariable::~EnvironmentVariable()
-{
-    if (before_)
-        set(*before_);
-    else
-        unset();
-}
-
-void EnvironmentVariable::set(const std::string& value)
-{
-    ::setenv(name_, value.c_str(), 1);
-}
-
-void EnvironmentVariable::unset()
-{
-    ::unsetenv(name_);
 }
 
 std::string printed(std::string_view text)

@@ -15,9 +15,12 @@
 #include "kvn_fpga.h"
 #include "kvnfpgai.h"
 #include "support/bytes.h"
+#include "support/descriptors.h"
+#include "support/environment.h"
 #include "support/fake_platform.h"
 #include "support/files.h"
 #include "support/row_names.h"
+#include "support/standard_streams.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
@@ -25,10 +28,8 @@
 #include <cstdio>
 #include <deque>
 #include <iosfwd>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 /// What a run came to: the number returned and what the session holds of it.
@@ -47,48 +48,6 @@ Result Fails(std::string text);
 Result Fails(int number, std::string text);
 /// EXPECT_EQ(load(), Succeeds());
 Result Succeeds();
-
-/// How many descriptors this process has open.
-std::size_t count_descriptors();
-
-/// An environment variable as it is for the duration of a scope; restored afterwards.
-class EnvironmentVariable
-{
-public:
-    explicit EnvironmentVariable(const char* name);
-    ~EnvironmentVariable();
-    EnvironmentVariable(const EnvironmentVariable&) = delete;
-    EnvironmentVariable& operator=(const EnvironmentVariable&) = delete;
-
-    void set(const std::string& value);
-    void unset();
-
-private:
-    const char* name_;
-    std::optional<std::string> before_;
-};
-
-/// Other streams as standard input and output, for the duration of a scope.
-class StandardStreams
-{
-public:
-    StandardStreams(FILE* input, FILE* output) : input_before_{stdin}, output_before_{stdout}
-    {
-        stdin = input;
-        stdout = output;
-    }
-    ~StandardStreams()
-    {
-        std::fclose(std::exchange(stdin, input_before_));
-        std::fclose(std::exchange(stdout, output_before_));
-    }
-    StandardStreams(const StandardStreams&) = delete;
-    StandardStreams& operator=(const StandardStreams&) = delete;
-
-private:
-    FILE* input_before_;
-    FILE* output_before_;
-};
 
 /// The log's line for a text handed to the print function.
 std::string printed(std::string_view text);
@@ -118,7 +77,7 @@ protected:
     {
         write_file("input", input);
         {
-            const StandardStreams streams{std::fopen("input", "r"), std::fopen("output", "w")};
+            const StandardStreams streams{std::fopen("input", "rb"), std::fopen("output", "wb")};
             action();
         }
         return read_file("output");

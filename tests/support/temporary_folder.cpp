@@ -2,19 +2,31 @@
 // The one folder in which a test, a fuzz target or a benchmark keeps its files.
 #include "support/temporary_folder.h"
 
-#include <stdlib.h>
-
-#include <cerrno>
+#include <random>
+#include <string>
 #include <system_error>
 
 namespace fs = std::filesystem;
 
+namespace
+{
+std::string random_name()
+{
+    std::random_device device;
+    std::uniform_int_distribution<int> letter{'a', 'z'};
+    std::string name = "kvn_";
+    for (int i = 0; i < 8; ++i)
+        name += static_cast<char>(letter(device));
+    return name;
+}
+} // namespace
+
 TemporaryFolder::TemporaryFolder(const fs::path& parent)
 {
-    std::string name = (parent / "kvn_XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr)
-        throw std::system_error(errno, std::generic_category(), name);
-    path_ = name;
+    do
+        path_ = parent / random_name();
+    while (!fs::create_directory(path_));
+    fs::permissions(path_, fs::perms::owner_all);
 }
 
 TemporaryFolder::~TemporaryFolder()

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Every function of the host hands all its arguments to the provider and its result back.
 #include "mwapi.h"
+#include "support/environment.h"
 #include "support/files.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
 #include <cstring>
 #include <filesystem>
@@ -20,8 +20,8 @@ class Forwarders : public testing::Test
 protected:
     static void SetUpTestSuite()
     {
-        setenv("KVN_MWAPI", TEST_PROVIDER, 1);
-        setenv("KVN_TEST_JOURNAL", journal().c_str(), 1);
+        set_variable("KVN_MWAPI", TEST_PROVIDER);
+        set_variable("KVN_TEST_JOURNAL", journal().string());
     }
     static std::filesystem::path journal()
     {
@@ -40,7 +40,7 @@ protected:
 
 TEST_F(Forwarders, GiveArgumentsAndResultOfEveryFunction)
 {
-    setenv("KVN_TEST_FAIL", "* 0x87654321", 1);
+    set_variable("KVN_TEST_FAIL", "* 0x87654321");
     const unsigned char data[] = {0xAB, 0xCD};
     auto* unknown = reinterpret_cast<MW_HANDLE*>(this);
     MW_HANDLE* none = nullptr;
@@ -88,7 +88,7 @@ TEST_F(Forwarders, GiveArgumentsAndResultOfEveryFunction)
         EXPECT_EQ(journal_of([&] { result = function.call(); }), function.journal + "\n");
         EXPECT_EQ(result, 0x87654321U) << function.journal;
     }
-    unsetenv("KVN_TEST_FAIL");
+    unset_variable("KVN_TEST_FAIL");
 }
 
 TEST_F(Forwarders, GiveWhatTheProviderWrites)

@@ -2,10 +2,11 @@
 // When the utility writes what has been printed.
 #include "output.h"
 
+#include "support/descriptors.h"
 #include "support/files.h"
+#include "support/special_files.h"
 #include "support/temporary_folder.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -26,7 +27,7 @@ protected:
     [[nodiscard]] std::string written() const { return read_whole_file(folder.path() / "log"); }
 
     TemporaryFolder folder;
-    int descriptor = open((folder.path() / "log").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+    int descriptor = open_for_writing((folder.path() / "log").string());
     utility::Output log{descriptor, false, [] { return time_of_test; }};
     utility::Output terminal{descriptor, true, [] { return time_of_test; }};
 };
@@ -92,7 +93,7 @@ TEST_F(Output, WhatIsGatheredCanBeRescued)
 
 TEST_F(Output, RemembersWhyItCouldNotWrite)
 {
-    const int full = open("/dev/full", O_WRONLY | O_CLOEXEC);
+    const int full = open_for_writing(FULL_FILE);
     utility::Output lost{full, false};
     lost.print("gathered");
     EXPECT_EQ(lost.problem(), 0);

@@ -74,8 +74,8 @@ std::string joined(const First& first, const Rest&... rest)
 template <class... Arguments>
 std::uint32_t called(const char* function, const Arguments&... arguments)
 {
-    std::ofstream{variable("KVN_TEST_JOURNAL"), std::ios::app} << function << "(" << joined(arguments...)
-                                                               << ")\n";
+    std::ofstream{variable("KVN_TEST_JOURNAL"), std::ios::app | std::ios::binary}
+        << function << "(" << joined(arguments...) << ")\n";
     return planned_result(function);
 }
 

@@ -1,10 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "system/dynamic_library.h"
 #include "utility_fixture.h"
 
 #include <gmock/gmock.h>
 
 namespace
 {
+const std::string MAKERS_LIBRARY = kvn::system::library_file("mwapi");
+
 class UtilityProvider : public UtilityTest
 {
 protected:
@@ -14,10 +17,10 @@ protected:
         variables["KVN_TEST_JOURNAL"] = path("journal");
     }
 
-    /// A library of the tests under a short name in the folder.
-    void link_library(const std::string& library, const std::string& name) const
+    /// A library under another name in the folder.
+    void copy_library(const std::string& library, const std::string& name) const
     {
-        std::filesystem::create_symlink(library, folder / name);
+        std::filesystem::copy_file(library, folder / name);
     }
 
     [[nodiscard]] Outcome load() const { return run(kvn_fpga({"-u", "-fdesign", "-dmwc4a", "-b3", "-s2"})); }
@@ -26,7 +29,8 @@ protected:
 TEST_F(UtilityProvider, WithoutAProviderTheErrorTellsWhatToSet)
 {
     const std::string error =
-        "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to the library with the Mw... functions, or to virtual: libmwapi.so: cannot open shared object file: No such file or directory).\n";
+        "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to the library with the Mw... functions, or to virtual: " +
+        MAKERS_LIBRARY + ": cannot open shared object file: No such file or directory).\n";
     EXPECT_EQ(load().errors, error);
     EXPECT_EQ(load().status, 6);
     variables["KVN_MWAPI"] = "";
@@ -35,22 +39,22 @@ TEST_F(UtilityProvider, WithoutAProviderTheErrorTellsWhatToSet)
 
 TEST_F(UtilityProvider, IsThePlatformsOwnLibraryWhenNoneIsNamed)
 {
-    link_library(TEST_PROVIDER, "libmwapi.so");
-    variables["LD_LIBRARY_PATH"] = folder;
+    copy_library(TEST_PROVIDER, MAKERS_LIBRARY);
+    variables[LIBRARY_PATH] = folder.string();
     EXPECT_EQ(load().status, 0);
     EXPECT_THAT(lines("journal"), testing::Contains("MwOpenS(mwc4a, 3, ksb, null, 0)"));
 }
 
 TEST_F(UtilityProvider, IsNamedByPathOrSoname)
 {
-    link_library(TEST_PROVIDER, "libboards.so.1");
+    copy_library(TEST_PROVIDER, "libboards.so.1");
     variables["KVN_MWAPI"] = "./libboards.so.1";
     const Outcome outcome = load();
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.errors, "");
 
     variables["KVN_MWAPI"] = "libboards.so.1";
-    variables["LD_LIBRARY_PATH"] = folder;
+    variables[LIBRARY_PATH] = folder.string();
     EXPECT_EQ(load().status, 0);
 }
 
@@ -75,9 +79,9 @@ TEST_F(UtilityProvider, ThatReachesNoHardwareIsAnnouncedUnderAnyName)
     };
     EXPECT_EQ(announced(MWVIRTUAL_LIBRARY), "KVN_FPGA: KVN_MWAPI is " MWVIRTUAL_LIBRARY + simulated);
 
-    link_library(MWVIRTUAL_LIBRARY, "libmwapi.so");
-    variables["LD_LIBRARY_PATH"] = folder;
-    EXPECT_EQ(announced(""), "KVN_FPGA: libmwapi.so" + simulated);
+    copy_library(MWVIRTUAL_LIBRARY, MAKERS_LIBRARY);
+    variables[LIBRARY_PATH] = folder.string();
+    EXPECT_EQ(announced(""), "KVN_FPGA: " + MAKERS_LIBRARY + simulated);
 
     variables["MWTRACE_PROVIDER"] = "virtual";
     variables["MWTRACE_FILE"] = path("trace");
@@ -102,7 +106,7 @@ TEST_F(UtilityProvider, ThatReachesHardwareIsNotAnnouncedWhenRecorded)
 
 TEST_F(UtilityProvider, ThatLacksAFunctionIsReportedWithTheFunction)
 {
-    link_library(LACKING_PROVIDER, "lacking.so");
+    copy_library(LACKING_PROVIDER, "lacking.so");
     variables["KVN_MWAPI"] = "./lacking.so";
     const Outcome outcome = load();
     EXPECT_EQ(outcome.status, 6);
@@ -115,10 +119,11 @@ TEST_F(UtilityProvider, ThatLacksAFunctionIsReportedWithTheFunction)
 TEST_F(UtilityProvider, MustHaveTheFunctionsItself)
 {
     // Looked for in the whole process, they would be found in the program itself.
-    variables["KVN_MWAPI"] = "libc.so.6";
+    variables["KVN_MWAPI"] = SYSTEM_LIBRARY;
     EXPECT_EQ(
         load().errors,
-        "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to another library with the Mw... functions: libc.so.6 has no function MwOpenS).\n");
+        "Error 9201. Cannot open KSB device on board \"mwc4a 3\" (set KVN_MWAPI to another library with the Mw... functions: " SYSTEM_LIBRARY
+        " has no function MwOpenS).\n");
 }
 
 TEST_F(UtilityProvider, WordsOfTheErrorAreCutAt255Characters)

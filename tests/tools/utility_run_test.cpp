@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "support/special_files.h"
 #include "utility_fixture.h"
 
 #include <gmock/gmock.h>
-#include <sys/stat.h>
 
 namespace
 {
@@ -169,7 +169,7 @@ TEST_F(UtilityRun, ShowsProgressOnATerminalWhileItLoads)
     // 1000 words are 32000 bits in 500 pieces; the first report comes behind 20000 bits.
     write_rbt("design.rbt", 1000);
     variables["KVN_TEST_HOLD"] = path("hold");
-    ASSERT_EQ(mkfifo(path("hold").c_str(), 0600), 0);
+    make_fifo(path("hold"));
     Terminal terminal{kvn_fpga({"-u", "-n", "-fdesign", "-dmwc4a", "-b0", "-s2"})};
     terminal.expect("\r% Done: 62");
     // The platform holds the 400th piece until the pipe is opened, so the rest is still to come.

@@ -3,6 +3,7 @@
 #include "recording_platform.h"
 #include "replaying_platform.h"
 #include "support/allocation_faults.h"
+#include "support/environment.h"
 #include "trace_support.h"
 
 #include <algorithm>
@@ -109,7 +110,7 @@ TEST_F(Memory, WithoutItARecordingEndsAndEveryCallIsMade)
 
 TEST_F(Memory, WithoutItARecordingCannotBeginAndIsReported)
 {
-    ASSERT_EQ(setenv("KVN_TEST_TRACE", path("trace").c_str(), 1), 0);
+    set_variable("KVN_TEST_TRACE", path("trace"));
     long nth = 0;
     do {
         plan = AllocationPlan{++nth, Allocator::any, true};
@@ -123,7 +124,7 @@ TEST_F(Memory, WithoutItARecordingCannotBeginAndIsReported)
             << nth;
     } while (plan.has_failed());
     EXPECT_GT(nth, 3);
-    (void)unsetenv("KVN_TEST_TRACE");
+    unset_variable("KVN_TEST_TRACE");
 }
 
 TEST_F(Memory, WithoutItAReplayAnswersACodeWithAText)

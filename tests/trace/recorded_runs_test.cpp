@@ -2,11 +2,12 @@
 #include "encoding.h"
 #include "recording.h"
 #include "support/process.h"
+#include "support/special_files.h"
+#include "system/dynamic_library.h"
 #include "trace_support.h"
 
 #include <gmock/gmock.h>
 #include <nlohmann/json.hpp>
-#include <sys/stat.h>
 
 #include <sstream>
 
@@ -323,7 +324,7 @@ TEST_F(RecordedRuns, TheDiskMayBeFull)
 
 TEST_F(RecordedRuns, ATraceThatIsNoRegularFileIsToldAndNotWaitedFor)
 {
-    ASSERT_EQ(mkfifo(path("trace").c_str(), 0600), 0);
+    make_fifo(path("trace"));
     const Outcome recorded = utility(
         LOAD,
         {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "virtual"}, {"MWTRACE_FILE", path("trace")}});
@@ -336,15 +337,16 @@ TEST_F(RecordedRuns, ATraceThatIsNoRegularFileIsToldAndNotWaitedFor)
 
 TEST_F(RecordedRuns, TheForwardingProviderNeedsAProvider)
 {
-    EXPECT_EQ(
-        utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}}).errors,
-        NOT_OPENED +
-            "set MWTRACE_PROVIDER to the library "
-            "with the Mw... functions, or to virtual: libmwapi.so: cannot open shared object file: No such "
-            "file or directory).\n");
-    EXPECT_EQ(utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", "libc.so.6"}}).errors,
+    EXPECT_EQ(utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}}).errors,
+              NOT_OPENED +
+                  "set MWTRACE_PROVIDER to the library "
+                  "with the Mw... functions, or to virtual: " +
+                  kvn::system::library_file("mwapi") +
+                  ": cannot open shared object file: No such file or directory).\n");
+    EXPECT_EQ(utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", SYSTEM_LIBRARY}}).errors,
               NOT_OPENED + "set MWTRACE_PROVIDER to the library "
-                           "with the Mw... functions, or to virtual: libc.so.6 has no function MwOpenS).\n");
+                           "with the Mw... functions, or to virtual: " SYSTEM_LIBRARY
+                           " has no function MwOpenS).\n");
     EXPECT_EQ(utility(LOAD, {{"KVN_MWAPI", MWTRACE_LIBRARY}, {"MWTRACE_PROVIDER", MWTRACE_LIBRARY}}).errors,
               NOT_OPENED + "MWTRACE_PROVIDER names the recorder "
                            "itself).\n");

@@ -2,14 +2,11 @@
 #include "recorder.h"
 
 #include "recording.h"
+#include "support/special_files.h"
 #include "trace_support.h"
 
 #include <gmock/gmock.h>
 
-#include <sys/resource.h>
-#include <sys/stat.h>
-
-#include <csignal>
 #include <thread>
 
 using mwtrace::Json;
@@ -149,29 +146,9 @@ TEST_F(RecorderTest, KeepsThePiecesOfThreadsApart)
     EXPECT_EQ(recording.record(2).data, (mwtrace::Bytes{'A', 'C'}));
 }
 
-TEST_F(RecorderTest, TellsOnceThatTheDiskIsFullAndGoesOn)
-{
-    // A limit on the size of files stands for the end of the disk.
-    rlimit usual{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &usual), 0);
-    const rlimit small{4096, usual.rlim_max};
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    testing::internal::CaptureStderr();
-    {
-        ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-        Recorder recorder{path("trace"), "test"};
-        recorder.add("MwErr2Text", {0, 0}, {{"code", 1}}, 0, {{"text", std::string(5000, 'x')}});
-        recorder.add("MwClose", {0, 0}, {{"handle", 1}}, 0, nullptr);
-    }
-    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &usual), 0);
-    (void)std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              "mwtrace: cannot write " + path("trace") + ": File too large; the run goes on unrecorded\n");
-}
-
 TEST_F(RecorderTest, RefusesWhatIsNoRegularFileOrCannotBeMadeAndDoesNotWaitForIt)
 {
-    ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0);
+    make_fifo(path("fifo"));
     const std::string irregular = "it is no regular file";
     for (const auto& [file, why] : {std::pair{path("fifo"), irregular},
                                     {folder.string(), irregular},

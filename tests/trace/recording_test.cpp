@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "recording.h"
+#include "support/special_files.h"
 
 #include "trace_support.h"
 
 #include <gmock/gmock.h>
-
-#include <sys/stat.h>
 
 #include <random>
 
@@ -130,8 +129,8 @@ TEST_F(RecordingTest, RefusesWhatIsNoTrace)
                         "\n"),
               ":1: only version 1 of the format is known");
     EXPECT_EQ(complaint_of(path("nothing")), ": No such file or directory");
-    ASSERT_EQ(mkfifo(path("fifo").c_str(), 0600), 0) << "it is not waited for";
-    for (const std::string& file : {path("fifo"), folder.string(), std::string{"/dev/zero"}})
+    make_fifo(path("fifo"));
+    for (const std::string& file : {path("fifo"), folder.string(), std::string{ENDLESS_FILE}})
         EXPECT_EQ(complaint_of(file), ": it is no regular file");
 }
 

@@ -2,8 +2,7 @@
 // The rack that MWVIRTUAL_RACK names, as a program meets it that knows nothing of virtual carriers.
 #include "support/folder_test.h"
 #include "support/process.h"
-
-#include <sys/stat.h>
+#include "support/special_files.h"
 
 #include <string>
 #include <utility>
@@ -67,7 +66,7 @@ TEST_F(Environment, ALongMistakeIsCutToWhatItsTextHolds)
 
 TEST_F(Environment, ARackThatIsNoRegularFileIsToldAndNotWaitedFor)
 {
-    ASSERT_EQ(mkfifo(path("rack.toml").c_str(), 0600), 0);
+    make_fifo(path("rack.toml"));
     const std::string mistake =
         path("rack.toml") + ": the rack description cannot be read: it is no regular file";
     EXPECT_EQ(probe(path("rack.toml"), {"mwc4a", "0"}),
@@ -103,7 +102,7 @@ TEST_F(Environment, AFolderForTheStateThatIsMissingIsToldOnceAndByEveryOpening)
 
 TEST_F(Environment, ATraceThatIsNoRegularFileIsToldAndTheRunGoesOn)
 {
-    ASSERT_EQ(mkfifo(path("trace").c_str(), 0600), 0);
+    make_fifo(path("trace"));
     EXPECT_EQ(probe("", {"mwc4a", "0"}, {{"MWVIRTUAL_TRACE", path("trace")}}),
               "mwtrace: cannot write " + path("trace") +
                   ": it is no regular file; the run goes on unrecorded\nmwc4a 0: 0x00000000 no error\n");

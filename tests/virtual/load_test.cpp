@@ -3,10 +3,10 @@
 #include "bus_support.h"
 
 #include "support/files.h"
+#include "support/special_files.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace
 {
@@ -291,7 +291,7 @@ TEST_F(Keep, WhatIsNoRegularFileIsLeftAlone)
     carrier.keep_folder(folder.path().string());
     write_whole_file(file("elsewhere"), "mine");
     std::filesystem::create_symlink(file("elsewhere"), file("link"));
-    ASSERT_EQ(mkfifo(file("fifo").c_str(), 0600), 0);
+    make_fifo(file("fifo"));
     std::filesystem::create_directory(file("folder"));
     for (const char* name : {"link", "fifo", "folder"}) {
         EXPECT_EQ(load(name), KEEP_FAILED);

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Opens the boards named by its arguments (type number ...) and prints each result with its text.
 #include "mwapi.h"
+#include "system/terminal.h"
 
 #include <cstdint>
 #include <cstdio>
@@ -8,6 +9,7 @@
 
 int main(int argc, char** argv)
 {
+    kvn::system::set_up_standard_streams();
     for (int i = 1; i + 1 < argc; i += 2) {
         MW_HANDLE* handle = nullptr;
         std::uint32_t reserved = 0;

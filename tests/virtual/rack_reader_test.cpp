@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rack descriptions: the racks they give, and the reports of mistakes in them.
 #include "bus_support.h"
+#include "support/special_files.h"
 #include "support/temporary_folder.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <fstream>
 #include <iterator>
@@ -262,8 +262,8 @@ TEST(RackReader, WhatIsNoRegularFileIsRefusedAndNotWaitedFor)
               "/no/such/rack.toml" + told + "No such file or directory");
     const TemporaryFolder folder;
     const std::string fifo = (folder.path() / "rack.toml").string();
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    for (const std::string& path : {fifo, std::string{"/dev/zero"}, folder.path().string()})
+    make_fifo(fifo);
+    for (const std::string& path : {fifo, std::string{ENDLESS_FILE}, folder.path().string()})
         EXPECT_EQ(mistake_in_file(path), path + told + "it is no regular file");
 }
 
