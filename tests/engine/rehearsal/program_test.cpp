@@ -17,17 +17,17 @@ ProgramOutcome shell(const std::string& script, std::string_view input = "",
                      std::vector<std::string_view> files = {}, std::chrono::milliseconds timeout = LONG)
 {
     return kvn::system::run_program({.program = "/bin/sh",
-                             .arguments = {"-c", script},
-                             .input = input,
-                             .files = std::move(files),
-                             .timeout = timeout});
+                                     .arguments = {"-c", script},
+                                     .input = input,
+                                     .files = std::move(files),
+                                     .timeout = timeout});
 }
 
 TEST(Program, GetsItsInputAndFilesAndGivesItsOutput)
 {
-    const ProgramOutcome outcome =
-        shell("cat; cat " + kvn::system::further_file(1) + " " + kvn::system::further_file(0) + "; echo wrong >&2; exit 3",
-              "input ", {"first ", "second "});
+    const ProgramOutcome outcome = shell("cat; cat " + kvn::system::further_file(1) + " " +
+                                             kvn::system::further_file(0) + "; echo wrong >&2; exit 3",
+                                         "input ", {"first ", "second "});
     EXPECT_EQ(outcome.status, 3);
     EXPECT_FALSE(outcome.timed_out);
     EXPECT_EQ(outcome.output, "input second first ");

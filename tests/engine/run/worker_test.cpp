@@ -3,13 +3,13 @@
 #include "run/worker.h"
 
 #include "../module/load_support.h"
-#include "system/descriptor.h"
 #include "errors/failure.h"
 #include "file/inspection.h"
 #include "rack.h"
 #include "run/event.h"
 #include "run/line_splitter.h"
 #include "run/worker_protocol.h"
+#include "system/descriptor.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
