@@ -266,7 +266,8 @@ std::vector<std::string> program_folders()
 std::optional<std::string> find_program(const std::vector<std::string>& folders, const std::string& name)
 {
     for (const std::string& folder : folders) {
-        std::string path = folder + "/" + name;
+        std::string path = folder;
+        path.append("/").append(name);
         if (::access(path.c_str(), X_OK) == 0)
             return path;
     }
