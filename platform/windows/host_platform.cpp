@@ -54,9 +54,8 @@ public:
     HostPlatform()
     {
         std::apply([&](const auto&... calls) { (find(functions_.*calls.function, calls.name), ...); }, CALLS);
-        host_text = std::exchange(functions_.MwErr2Text, &mwapi::error_text);
-        if (host_text == functions_by<Missing>().MwErr2Text)
-            host_text = nullptr;
+        const auto text = std::exchange(functions_.MwErr2Text, &mwapi::error_text);
+        host_text = text == functions_by<Missing>().MwErr2Text ? nullptr : text;
     }
 
     template <Function function, class... Arguments>

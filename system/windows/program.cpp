@@ -139,7 +139,8 @@ int milliseconds_until(Clock::time_point end)
 }
 
 /// Collects what the program writes, until it has ended and its pipes are empty.
-ProgramOutcome attend(Child& child, PipeReader output, PipeReader errors, std::chrono::milliseconds timeout)
+ProgramOutcome attend(const Child& child, PipeReader output, PipeReader errors,
+                      std::chrono::milliseconds timeout)
 {
     const auto end = Clock::now() + timeout;
     ProgramOutcome outcome;
