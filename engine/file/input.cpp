@@ -160,12 +160,13 @@ void read_all(const std::string& name, int descriptor, Filling& filling)
     for (;;) {
         const auto size =
             system::read_some(descriptor, {reinterpret_cast<char*>(block.data()), block.size()});
-        if (size == 0U)
-            return;
-        if (size)
-            filling.take(std::span{block}.first(*size));
-        else if (errno != EINTR)
+        if (!size && errno == EINTR)
+            continue;
+        if (!size)
             fail_to_read(name);
+        if (*size == 0)
+            return;
+        filling.take(std::span{block}.first(*size));
     }
 }
 

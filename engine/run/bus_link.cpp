@@ -147,11 +147,12 @@ void BusLink::end()
 
 void BusLink::add_to(std::vector<system::Awaited>& waiting) const
 {
+    using system::Awaited;
     using system::Waitable;
-    waiting.push_back({.what = worker_ ? worker_->output() : Waitable::none});
-    waiting.push_back({.what = worker_ ? worker_->errors() : Waitable::none});
-    waiting.push_back(
-        {.what = worker_ && worker_->has_to_send() ? worker_->input() : Waitable::none, .to_write = true});
+    const Waitable input = worker_ && worker_->has_to_send() ? worker_->input() : Waitable::none;
+    waiting.push_back(Awaited{.what = worker_ ? worker_->output() : Waitable::none});
+    waiting.push_back(Awaited{.what = worker_ ? worker_->errors() : Waitable::none});
+    waiting.push_back(Awaited{.what = input, .to_write = true});
 }
 
 void BusLink::serve(std::span<const system::Awaited> ready)
