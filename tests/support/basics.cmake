@@ -52,12 +52,15 @@ if(WIN32) # where streams of our own are no streams of the C library
     LINKER:--wrap=fgetc    LINKER:--wrap=getchar LINKER:--wrap=putc LINKER:--wrap=fputc LINKER:--wrap=fputs)
 endif()
 
-# Faults of system calls. Only a program that links this has its calls wrapped.
-add_library(kvn_test_system_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/system_faults.cpp)
-target_link_libraries(kvn_test_system_faults PUBLIC kvn_test_basics PRIVATE kvn_warnings)
-target_link_options(kvn_test_system_faults INTERFACE
-  LINKER:--wrap=open LINKER:--wrap=write LINKER:--wrap=fsync LINKER:--wrap=close LINKER:--wrap=rename
-  LINKER:--wrap=renameat2 LINKER:--wrap=link LINKER:--wrap=fdatasync LINKER:--wrap=ftruncate)
+# Takes the place of calls that only Linux has.
+if(NOT WIN32)
+  # Faults of system calls. Only a program that links this has its calls wrapped.
+  add_library(kvn_test_system_faults STATIC ${CMAKE_CURRENT_LIST_DIR}/system_faults.cpp)
+  target_link_libraries(kvn_test_system_faults PUBLIC kvn_test_basics PRIVATE kvn_warnings)
+  target_link_options(kvn_test_system_faults INTERFACE
+    LINKER:--wrap=open LINKER:--wrap=write LINKER:--wrap=fsync LINKER:--wrap=close LINKER:--wrap=rename
+    LINKER:--wrap=renameat2 LINKER:--wrap=link LINKER:--wrap=fdatasync LINKER:--wrap=ftruncate)
+endif()
 
 # Faults of allocation: of the operators new, and of malloc. All objects are linked, to take their names' place.
 foreach(allocator new malloc)
