@@ -55,18 +55,6 @@ void set_action(Interrupt interrupt, void (*handler)(int), int flags)
 
 } // namespace
 
-std::string_view name_of(Interrupt interrupt) noexcept
-{
-    switch (interrupt) {
-    case Interrupt::interrupt:
-        return "SIGINT";
-    case Interrupt::terminate:
-        return "SIGTERM";
-    default:
-        return "SIGHUP";
-    }
-}
-
 void handle_interrupts(std::span<const Interrupt> interrupts, InterruptHandler handler,
                        WhileHandled others) noexcept
 {

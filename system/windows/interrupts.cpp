@@ -48,18 +48,6 @@ BOOL WINAPI take(DWORD event)
 
 } // namespace
 
-std::string_view name_of(Interrupt interrupt) noexcept
-{
-    switch (interrupt) {
-    case Interrupt::interrupt:
-        return "SIGINT";
-    case Interrupt::terminate:
-        return "SIGTERM";
-    default:
-        return "SIGHUP";
-    }
-}
-
 // Each event has a thread of its own, so others never wait. Ctrl-C of a program that was started to ignore it
 // reaches no handler.
 void handle_interrupts(std::span<const Interrupt> interrupts, InterruptHandler handler,
