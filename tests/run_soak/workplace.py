@@ -340,12 +340,13 @@ class Run:
         self.process.kill()
 
     def workers(self):
-        """The processes that the controller has started and that have not ended."""
+        """The workers that the controller has started and that have not ended. Other children are no workers: where it
+        looks for leaks at its end, the sanitizer's helper must live, or the controller waits for it for ever."""
         try:
             children = pathlib.Path(f"/proc/{self.process.pid}/task/{self.process.pid}/children").read_text("ascii")
         except OSError:
             return []
-        return sorted(int(child) for child in children.split())
+        return sorted(int(child) for child in children.split() if is_worker(child))
 
     def of(self, kind):
         return [event for event in self.events if event.get("event") == kind]
@@ -359,6 +360,14 @@ class Run:
         if not path.exists():
             return []
         return [json.loads(line) for line in path.read_bytes().split(b"\n")[:-1]]
+
+
+def is_worker(process):
+    try:
+        words = pathlib.Path(f"/proc/{process}/cmdline").read_bytes().split(b"\0")
+    except OSError:
+        return False
+    return words[1:2] == [b"worker"]
 
 
 def limit_files(process, size):
