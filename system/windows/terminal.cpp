@@ -43,6 +43,18 @@ bool open_nothing_as(int descriptor) noexcept
     return is_done;
 }
 
+/// Whether two handles are of one opening of a file or pipe, as those are that shells make for "2>&1".
+bool are_of_one_opening(HANDLE one, HANDLE other) noexcept
+{
+    // Of Windows 10; import libraries do not name the DLL that has it.
+    using Compare = BOOL(WINAPI*)(HANDLE, HANDLE);
+    HMODULE base = GetModuleHandleW(L"kernelbase.dll");
+    const auto compare = base == nullptr ? nullptr
+                                         : reinterpret_cast<Compare>(reinterpret_cast<void*>(
+                                               GetProcAddress(base, "CompareObjectHandles")));
+    return one == other || (compare != nullptr && compare(one, other) != FALSE);
+}
+
 void use_control_sequences(int descriptor) noexcept
 {
     DWORD mode = 0;
@@ -106,13 +118,12 @@ bool echoes_interrupt_key() noexcept
     return false;
 }
 
-// Windows gives consoles and pipes no identity: two handles of one pipe look like those of two.
+// Files have an identity; a pipe's end is opened once, and has several handles.
 bool are_output_and_error_one_text() noexcept
 {
-    const bool errors_on_terminal = is_terminal(STANDARD_ERROR);
-    if (errors_on_terminal)
+    if (is_terminal(STANDARD_ERROR))
         return is_terminal(STANDARD_OUTPUT) || GetFileType(handle_of(STANDARD_OUTPUT)) == FILE_TYPE_PIPE;
-    if (handle_of(STANDARD_OUTPUT) == handle_of(STANDARD_ERROR))
+    if (are_of_one_opening(handle_of(STANDARD_OUTPUT), handle_of(STANDARD_ERROR)))
         return true;
     const auto output = identity_of(STANDARD_OUTPUT);
     return output && output == identity_of(STANDARD_ERROR);

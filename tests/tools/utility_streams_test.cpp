@@ -85,7 +85,7 @@ TEST_F(UtilityStreams, Error9112BeginsItsLineBehindProgress)
 
     Terminal terminal{load};
     EXPECT_EQ(terminal.finish(), 4);
-    EXPECT_EQ(terminal.shown(), apart.output + "\n" + error);
+    EXPECT_THAT(terminal.shown(), testing::EndsWith("\r% Done: 93\n" + error));
 }
 
 TEST_F(UtilityStreams, Error9112BeginsItsLineOnATerminalThatAlsoShowsAPipe)
@@ -137,7 +137,8 @@ TEST_F(UtilityStreams, ControlCharactersOfFilesAreEscapedOnATerminalOnly)
     EXPECT_EQ(terminal.finish(), 0);
     EXPECT_THAT(terminal.shown(),
                 testing::HasSubstr("Time and date string is:\n\\x1B[31m\\x07\\xC2\\x9B 2006\\x0D\xC3\xA9 "));
-    EXPECT_THAT(terminal.shown(), testing::HasSubstr("\r% Done: 100"));
+    // Windows' consoles leave out a carriage return at the beginning of a line.
+    EXPECT_THAT(terminal.shown(), testing::ContainsRegex("\n\r?% Done: 100"));
 }
 
 TEST_F(UtilityStreams, ControlCharactersInErrorsAreEscapedOnATerminalOnly)

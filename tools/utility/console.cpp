@@ -31,11 +31,9 @@ void take_question(void* console, std::string_view text)
 Console::Console()
     : output_{system::STANDARD_OUTPUT, system::is_terminal(system::STANDARD_OUTPUT)},
       errors_on_terminal_{system::is_terminal(system::STANDARD_ERROR)},
-      shared_{system::are_output_and_error_one_text()}
+      shared_{system::are_output_and_error_one_text()},
+      takes_questions_{system::replace_stdout(this, &take_question)}
 {
-    // Where the C library's stdout cannot be replaced, questions stay on it. The order holds: every text
-    // before a question ends in a line feed and has been written.
-    (void)system::replace_stdout(this, &take_question);
 }
 
 void Console::tell(std::string_view line)

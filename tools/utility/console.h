@@ -13,7 +13,7 @@
 namespace utility
 {
 
-/// One per program: it replaces the C library's stdout, so that the library's questions pass
+/// One per program: it replaces the C library's stdout where it can, so that the library's questions pass
 /// through it.
 class Console
 {
@@ -23,6 +23,8 @@ public:
     Console& operator=(const Console&) = delete;
 
     Output& output() { return output_; }
+    /// Whether the library's questions pass through it.
+    [[nodiscard]] bool takes_questions() const { return takes_questions_; }
     /// Writes a line to standard error, after everything printed so far. Ends an open line of standard output
     /// first if both are read as one text. Escapes control characters on a terminal.
     void tell(std::string_view line);
@@ -37,6 +39,7 @@ private:
     Output output_;
     bool errors_on_terminal_;
     bool shared_; ///< both streams are read as one text
+    bool takes_questions_;
 };
 
 /// The one console of the program, made at its first use.

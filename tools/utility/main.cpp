@@ -4,6 +4,7 @@
 #include "errors/catalogue.h"
 #include "interruption.h"
 #include "kvn_fpga.h"
+#include "questions.h"
 #include "system/arguments.h"
 #include "system/interrupts.h"
 #include "system/terminal.h"
@@ -91,6 +92,8 @@ ExitStatus obey(int argc, char** argv)
         const Arguments arguments{argv + (argc > 0 ? 1 : 0), argv + argc};
         kvn_fpga fpga;
         fpga.kvn_fpga_set_userprint([](char* text) { utility::console().output().print(text); });
+        if (!utility::console().takes_questions())
+            utility::ask_here(fpga);
         if (const Request request = find_request(arguments); request != Request::run)
             return show(fpga, request);
         utility::tell_interruptions(asks_for_conversion(arguments));
