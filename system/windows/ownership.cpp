@@ -3,6 +3,7 @@
 #include "system/ownership.h"
 
 #include "system/windows/api.h"
+#include "system/windows/security.h"
 
 #include <aclapi.h>
 #include <io.h>
@@ -30,22 +31,16 @@ struct LocalMemory {
     void operator()(void* memory) const noexcept { (void)::LocalFree(memory); }
 };
 
-/// Owner and rights of an open file.
-struct Security {
-    std::unique_ptr<void, LocalMemory> memory;
-    PSID owner = nullptr;
-    PACL rights = nullptr;
-};
+using Security = std::unique_ptr<void, LocalMemory>;
 
-std::optional<Security> security_of(HANDLE handle)
+/// Owner and rights of an open file. @return null when they cannot be read
+Security security_of(HANDLE handle)
 {
-    Security found;
-    PSECURITY_DESCRIPTOR memory = nullptr;
+    PSECURITY_DESCRIPTOR found = nullptr;
     if (::GetSecurityInfo(handle, SE_FILE_OBJECT, OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION,
-                          &found.owner, nullptr, &found.rights, nullptr, &memory) != ERROR_SUCCESS)
-        return std::nullopt;
-    found.memory.reset(memory);
-    return found;
+                          nullptr, nullptr, nullptr, nullptr, &found) != ERROR_SUCCESS)
+        return nullptr;
+    return Security{found};
 }
 
 /// The service that installs Windows owns what belongs to it.
@@ -99,17 +94,36 @@ std::string name_of(PSID user)
     return "user " + (at.empty() ? "" : at + "\\") + narrow(name.data());
 }
 
-/// Whether somebody else has one of the rights.
-bool have_others(DWORD wanted, const Security& security, UserId owner)
+/// The list of rights; null when everybody may do anything.
+PACL rights_of(PSECURITY_DESCRIPTOR security)
 {
-    if (security.rights == nullptr)
-        return true; // without a list everybody may do anything
-    for (DWORD i = 0; i < security.rights->AceCount; ++i) {
+    BOOL is_there = FALSE;
+    BOOL is_default = FALSE;
+    PACL rights = nullptr;
+    if (::GetSecurityDescriptorDacl(security, &is_there, &rights, &is_default) == FALSE || is_there == FALSE)
+        return nullptr;
+    return rights;
+}
+
+/// Entries that give rights: with a condition, too, as somebody may meet it.
+bool gives_rights(const ACE_HEADER& entry)
+{
+    const bool allows =
+        entry.AceType == ACCESS_ALLOWED_ACE_TYPE || entry.AceType == ACCESS_ALLOWED_CALLBACK_ACE_TYPE;
+    return allows && (entry.AceFlags & INHERIT_ONLY_ACE) == 0;
+}
+
+/// Whether somebody else has one of the rights.
+bool have_others(DWORD wanted, PSECURITY_DESCRIPTOR security, UserId owner)
+{
+    const PACL rights = rights_of(security);
+    if (rights == nullptr)
+        return true;
+    for (DWORD i = 0; i < rights->AceCount; ++i) {
         void* entry = nullptr;
-        if (::GetAce(security.rights, i, &entry) == FALSE)
+        if (::GetAce(rights, i, &entry) == FALSE)
             return true;
-        const auto* const head = static_cast<const ACE_HEADER*>(entry);
-        if (head->AceType != ACCESS_ALLOWED_ACE_TYPE || (head->AceFlags & INHERIT_ONLY_ACE) != 0)
+        if (!gives_rights(*static_cast<const ACE_HEADER*>(entry)))
             continue;
         auto* const allowed = static_cast<ACCESS_ALLOWED_ACE*>(entry);
         if ((allowed->Mask & wanted) != 0 && !may_write(&allowed->SidStart, owner))
@@ -118,20 +132,29 @@ bool have_others(DWORD wanted, const Security& security, UserId owner)
     return false;
 }
 
-std::optional<std::string> fault_in(HANDLE file, DWORD rights, const char* what, UserId owner)
+std::optional<std::string> fault_of(HANDLE opened, windows::Guarded what, UserId owner)
 {
-    const auto security = security_of(file);
-    if (!security || security->owner == nullptr)
-        return "its owner cannot be read";
-    if (!may_write(security->owner, owner))
-        return "it belongs to " + name_of(security->owner) +
-               (owner == ADMINISTRATOR ? ", not to the administrators" : ", not to the user");
-    if (have_others(rights, *security, owner))
-        return what;
-    return std::nullopt;
+    // The number of what is not open also stands for this process.
+    const Security security = opened == INVALID_HANDLE_VALUE ? nullptr : security_of(opened);
+    return security == nullptr ? "its owner cannot be read" : windows::fault_in(security.get(), what, owner);
 }
 
 } // namespace
+
+std::optional<std::string> windows::fault_in(PSECURITY_DESCRIPTOR security, Guarded what, UserId owner)
+{
+    PSID user = nullptr;
+    BOOL is_default = FALSE;
+    if (::GetSecurityDescriptorOwner(security, &user, &is_default) == FALSE || user == nullptr)
+        return "its owner cannot be read";
+    if (!may_write(user, owner))
+        return "it belongs to " + name_of(user) +
+               (owner == ADMINISTRATOR ? ", not to the administrators" : ", not to the user");
+    if (!have_others(what == Guarded::file ? WRITING : TAKING_AWAY, security, owner))
+        return std::nullopt;
+    return what == Guarded::file ? "others than its owner can write it"
+                                 : "others than its owner can remove files from it";
+}
 
 UserId own_user() noexcept
 {
@@ -140,8 +163,7 @@ UserId own_user() noexcept
 
 std::optional<std::string> fault_of_ownership(int descriptor, UserId owner)
 {
-    return fault_in(reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor)), WRITING,
-                    "others than its owner can write it", owner);
+    return fault_of(reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor)), windows::Guarded::file, owner);
 }
 
 std::optional<std::string> fault_of_folder(const std::string& file, UserId owner)
@@ -152,7 +174,7 @@ std::optional<std::string> fault_of_folder(const std::string& file, UserId owner
                                                nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr)};
     if (!handle.is_open())
         return std::nullopt; // whatever is wrong with it is wrong with the file, too
-    return fault_in(handle.get(), TAKING_AWAY, "others than its owner can remove files from it", owner);
+    return fault_of(handle.get(), windows::Guarded::folder, owner);
 }
 
 } // namespace kvn::system
