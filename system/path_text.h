@@ -23,6 +23,14 @@ namespace kvn::system
     return {text.begin(), text.end()};
 }
 
+/// The last component of a path: what is the same wherever the file lies. On Windows paths are divided by
+/// backslashes, too.
+[[nodiscard]] inline std::string last_component(std::string_view path)
+{
+    constexpr bool HAS_BACKSLASHES = std::filesystem::path::preferred_separator == '\\';
+    return std::string{path.substr(path.find_last_of(HAS_BACKSLASHES ? "/\\" : "/") + 1)};
+}
+
 } // namespace kvn::system
 
 #endif

@@ -72,10 +72,13 @@ private:
         }
     }
 
-    /// In names of Windows' files backslashes are what they are, except before a quotation mark.
+    /// In names of Windows' files backslashes are what they are, except in front of a quotation mark.
     [[nodiscard]] bool backslash_escapes() const
     {
-        return system::has_posix_shell() || (!rest_.empty() && rest_.front() == '"');
+        if (system::has_posix_shell())
+            return true;
+        const std::size_t end = rest_.find_first_not_of('\\');
+        return end != std::string_view::npos && rest_[end] == '"';
     }
 
     void end_word()
@@ -110,6 +113,20 @@ private:
     std::vector<std::string> words_;
 };
 
+/// As Windows' programs take it: backslashes count double in front of a quotation mark.
+std::string quoted(const std::string& word)
+{
+    std::string text = "\"";
+    std::size_t backslashes = 0;
+    for (const char c : word) {
+        if (c == '"')
+            text.append(backslashes + 1, '\\');
+        backslashes = c == '\\' ? backslashes + 1 : 0;
+        text += c;
+    }
+    return text.append(backslashes, '\\') + '"';
+}
+
 } // namespace
 
 std::string shell_word(const std::string& word)
@@ -126,8 +143,8 @@ std::string command_word(const std::string& word)
 {
     if (system::has_posix_shell())
         return shell_word(word);
-    const bool has_meaning = word.empty() || word.find_first_of(" \t'\"&|<>^;,=()") != std::string::npos;
-    return has_meaning ? '"' + word + '"' : word;
+    const bool has_meaning = word.empty() || word.find_first_of(" \t\n'\"&|<>^;,=()") != std::string::npos;
+    return has_meaning ? quoted(word) : word;
 }
 
 std::vector<std::string> split_words(std::string_view line)

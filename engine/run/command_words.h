@@ -17,8 +17,9 @@ namespace kvn
 [[nodiscard]] std::string command_word(const std::string& word);
 
 /// The words of a line, as a shell splits it: at blanks, but for quotes of both kinds and backslashes. On
-/// Windows a backslash is one of a file's name, except before a quotation mark.
-/// Nothing is expanded, and nothing but quotes and backslashes has a meaning of its own.
+/// Windows backslashes are those of a file's name, except in front of a quotation mark, where they count as
+/// in all command lines there. Nothing is expanded, and nothing but quotes and backslashes has a meaning of
+/// its own.
 /// @throws FailureError (ExitStatus::usage) for a quote or a backslash without what must follow it
 [[nodiscard]] std::vector<std::string> split_words(std::string_view line);
 

@@ -4,6 +4,7 @@
 
 #include "errors/failure.h"
 #include "hashing/sha256.h"
+#include "system/path_text.h"
 
 #include <algorithm>
 #include <span>
@@ -35,12 +36,6 @@ bool is_hexadecimal(char c)
 char lower(char c)
 {
     return c >= 'A' && c <= 'F' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-/// The last component: what is the same wherever the file lies.
-std::string base_name(const std::string& path)
-{
-    return path.substr(path.find_last_of('/') + 1);
 }
 
 struct Entry {
@@ -134,7 +129,7 @@ Manifest Manifest::parse(std::string_view text, const std::string& file)
         const std::string_view line = text.substr(0, text.find('\n'));
         text.remove_prefix(std::min(line.size() + 1, text.size()));
         Entry entry = lines.read(line);
-        manifest.digests_.emplace(base_name(entry.name), entry.digest);
+        manifest.digests_.emplace(system::last_component(entry.name), entry.digest);
         manifest.names_.emplace(std::move(entry.digest), std::move(entry.name));
     }
     if (manifest.names_.empty())
@@ -144,7 +139,7 @@ Manifest Manifest::parse(std::string_view text, const std::string& file)
 
 const std::string* Manifest::digest_for(const std::string& file) const
 {
-    const auto found = digests_.find(base_name(file));
+    const auto found = digests_.find(system::last_component(file));
     return found == digests_.end() ? nullptr : &found->second;
 }
 

@@ -88,6 +88,15 @@ TEST_F(SystemFolder, WritesAndReadsAtPlaces)
     EXPECT_EQ(read_all_at(file, read, 6), 0U);
 }
 
+TEST(PathText, HasALastComponent)
+{
+    EXPECT_EQ(last_component("design.bit"), "design.bit");
+    EXPECT_EQ(last_component("/boards/a/design.bit"), "design.bit");
+    EXPECT_EQ(last_component("boards/"), "");
+    const bool has_backslashes = std::filesystem::path{"a\\b"}.has_parent_path();
+    EXPECT_EQ(last_component("C:\\boards/a\\design.bit"), has_backslashes ? "design.bit" : "a\\design.bit");
+}
+
 TEST(PathText, IsUtf8InBothDirections)
 {
     EXPECT_EQ(text_of(path_of("st\u00E4tte/\u65E5.bit").filename()), "\u65E5.bit");

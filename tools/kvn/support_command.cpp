@@ -10,6 +10,7 @@
 #include "provider_options.h"
 #include "report/documents.h"
 #include "report/module_json.h"
+#include "system/path_text.h"
 #include "version.h"
 
 #include <algorithm>
@@ -61,7 +62,7 @@ Json versions(const std::optional<ProviderIdentity>& provider)
 std::string plain_name(const std::string& path)
 {
     constexpr std::size_t longest = 40;
-    std::string name = path.substr(path.find_last_of('/') + 1);
+    std::string name = system::last_component(path);
     std::ranges::replace_if(
         name, [](char c) { return std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '.' && c != '-'; },
         '_');
