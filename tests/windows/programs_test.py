@@ -3,8 +3,10 @@
 
     programs_test.py BIN EMULATOR...
 """
+import hashlib
 import json
 import pathlib
+import re
 import sys
 import tempfile
 import unittest
@@ -37,6 +39,37 @@ class Programs(unittest.TestCase):
             self.assertIn(json.dumps(name, ensure_ascii=False).encode(), loaded.stdout)
             self.run_program("KVN_FPGA", "-u", "-n", "-dmwc4a", "-b0", "-s1", f"-f{name}")
         self.assertEqual(sorted(path.name for path in folder.iterdir()), ["design one.bit", "design two.rbt"])
+
+    def test_slashes_and_backslashes_divide_paths(self):
+        (self.folder / "boards.v2" / "a").mkdir(parents=True)
+        self.run_program("kvn_bitgen", "2v3000fg676-4", "-o", "boards.v2/a\\design.bit")
+        for name in ("boards.v2/a/design", "boards.v2\\a\\design", ".\\boards.v2/a\\design"):
+            self.run_program("kvn", "load", f"{name}.bit", "mwc4a:0/1")
+            self.run_program("KVN_FPGA", "-u", "-n", "-dmwc4a", "-b0", "-s1", f"-f{name}.bit")
+            self.run_program("KVN_FPGA", "-u", "-c", f"-f{name}.bit")
+            self.run_program("KVN_FPGA", "-u", "-n", "-dmwc4a", "-b0", "-s1", f"-f{name}.mcb")
+            self.run_program("KVN_FPGA", "-u", "-n", "-dmwc4a", "-b0", "-s1", f"-f{name}")
+        self.assertEqual(sorted(path.name for path in (self.folder / "boards.v2" / "a").iterdir()), ["design.bit", "design.mcb"])
+
+    def test_a_manifest_approves_files_in_folders_divided_by_backslashes(self):
+        (self.folder / "boards").mkdir()
+        self.run_program("kvn_bitgen", "2v3000fg676-4", "-o", "boards\\design.bit")
+        (self.folder / "plan.toml").write_text("[[module]]\nmodule = \"mwc4a:0/1\"\nfile = 'boards\\design.bit'\n",
+                                               encoding="utf-8")
+        digest = hashlib.sha256((self.folder / "boards" / "design.bit").read_bytes()).hexdigest()
+        for listed, status in ((digest, 0), ("0" * 64, 10)):
+            (self.folder / "manifest").write_text(f"{listed}  design.bit\n", encoding="utf-8")
+            self.run_program("kvn", "run", "plan.toml", "--manifest", "manifest", "--journal", f"{status}.journal", status=status)
+
+    def test_a_suggested_command_can_be_copied(self):
+        (self.folder / "my boards").mkdir()
+        self.run_program("kvn_bitgen", "2v3000fg676-4", "-o", "my boards\\design.bit")
+        done = self.run_program("kvn", "load", "my boards\\design.bit", status=2)
+        self.assertIn(b'try: kvn load "my boards\\design.bit" mwc4a:0/1\n', done.stderr)
+        suggested = re.search(rb"try: kvn (.*)\n", done.stderr).group(1).decode()
+        (self.folder / "copied.cmd").write_text(f"@{windows_path(BIN / 'kvn.exe')} {suggested}\n", encoding="utf-8")
+        copied = self.wine.run("cmd.exe", "/c", "copied.cmd", folder=self.folder, KVN_MWAPI="virtual")
+        self.assertEqual(copied.returncode, 0, copied)
 
     def test_paths_may_be_longer_than_260_characters(self):
         folder = self.folder.joinpath(*["x" * 60] * 6)
