@@ -51,15 +51,31 @@ class Programs(unittest.TestCase):
             self.run_program("KVN_FPGA", "-u", "-n", "-dmwc4a", "-b0", "-s1", f"-f{name}")
         self.assertEqual(sorted(path.name for path in (self.folder / "boards.v2" / "a").iterdir()), ["design.bit", "design.mcb"])
 
-    def test_a_manifest_approves_files_in_folders_divided_by_backslashes(self):
+    def test_a_manifest_says_what_it_approves_under_a_name_behind_a_backslash(self):
         (self.folder / "boards").mkdir()
         self.run_program("kvn_bitgen", "2v3000fg676-4", "-o", "boards\\design.bit")
         (self.folder / "plan.toml").write_text("[[module]]\nmodule = \"mwc4a:0/1\"\nfile = 'boards\\design.bit'\n",
                                                encoding="utf-8")
+        words = ("run", "plan.toml", "--manifest", "manifest", "--progress", "none", "--journal")
         digest = hashlib.sha256((self.folder / "boards" / "design.bit").read_bytes()).hexdigest()
-        for listed, status in ((digest, 0), ("0" * 64, 10)):
-            (self.folder / "manifest").write_text(f"{listed}  design.bit\n", encoding="utf-8")
-            self.run_program("kvn", "run", "plan.toml", "--manifest", "manifest", "--journal", f"{status}.journal", status=status)
+        (self.folder / "manifest").write_text(f"{digest}  design.bit\n", encoding="utf-8")
+        self.run_program("kvn", *words, "approved.journal")
+        for name in ("design.bit", "others\\design.bit", "others/design.bit"):
+            (self.folder / "manifest").write_text(f"{'0' * 64}  {name}\n", encoding="utf-8")
+            done = self.run_program("kvn", *words, f"{len(name)}.journal", status=10)
+            self.assertIn(b"; approved under this name is " + b"0" * 64, done.stdout + done.stderr)
+
+    def test_a_folder_of_the_policy_that_a_user_has_made_stops_loads(self):
+        wine = Wine([EMULATOR[0], self.folder / "wine"])
+        variables = {"KVN_MWAPI": "virtual", "KVN_LOCK_FOLDER": windows_path(self.folder)}
+        self.run_program("kvn_bitgen", "2v3000fg676-4", "-o", "design.bit")
+        words = (BIN / "kvn.exe", "load", "design.bit", "mwc4a:0/1")
+        self.assertEqual(wine.run(*words, folder=self.folder, **variables).returncode, 0)
+        (self.folder / "wine" / "drive_c" / "ProgramData" / "kvn").mkdir()
+        done = wine.run(*words, folder=self.folder, **variables)
+        self.assertRegex(done.stderr.decode(), r"kvn: C:\\ProgramData\\kvn\\kvn.toml: the folder of the policy cannot be trusted: "
+                                               r"it belongs to user .+, not to the administrators\n")
+        self.assertEqual((done.returncode, done.stdout), (2, b""))
 
     def test_a_suggested_command_can_be_copied(self):
         (self.folder / "my boards").mkdir()
