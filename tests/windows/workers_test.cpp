@@ -30,7 +30,7 @@ std::vector<DWORD> started_by(DWORD process)
 
 TEST_F(WindowsWorkers, CutTheirLoadsOffAndEndInOrderWhenTheControllerIsKilled)
 {
-    use_boards("bytes_per_second = 2_000\n");
+    use_boards("bytes_per_second = 1_000\n");
     std::vector<Handle> workers;
     {
         Terminal console{kvn({"run", "plan.toml", "--journal", "run.journal"})};
