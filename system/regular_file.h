@@ -12,17 +12,18 @@ namespace kvn::system
 {
 
 /// An open file, or the reason why there is none. A folder, a FIFO or a device is refused without opening it
-/// or waiting for it. No operation throws, and none allocates on POSIX systems.
+/// or waiting for it. No operation throws or allocates, but for the opening ones on Windows, which throw
+/// std::bad_alloc when there is no memory for a name.
 // Choice: no exceptions for devices (docs/decisions/0026-regular-files.md).
 class RegularFile
 {
 public:
     /// Opens an existing file.
-    static RegularFile to_read(const char* path) noexcept;
+    static RegularFile to_read(const char* path);
     /// Creates a file, or empties an existing one.
-    static RegularFile to_write(const char* path) noexcept;
+    static RegularFile to_write(const char* path);
     /// The same for a plain name in a folder; a symbolic link of that name is refused.
-    static RegularFile to_write_in(const char* folder, const char* name) noexcept;
+    static RegularFile to_write_in(const char* folder, const char* name);
 
     ~RegularFile() { (void)close(); }
     RegularFile(RegularFile&& other) noexcept

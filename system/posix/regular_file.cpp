@@ -50,21 +50,21 @@ struct RegularFile::Opener {
     }
 };
 
-RegularFile RegularFile::to_read(const char* path) noexcept
+RegularFile RegularFile::to_read(const char* path)
 {
     RegularFile file;
     Opener::open(file, AT_FDCWD, path, O_RDONLY);
     return file;
 }
 
-RegularFile RegularFile::to_write(const char* path) noexcept
+RegularFile RegularFile::to_write(const char* path)
 {
     RegularFile file;
     Opener::open(file, AT_FDCWD, path, O_WRONLY | O_CREAT);
     return file;
 }
 
-RegularFile RegularFile::to_write_in(const char* folder, const char* name) noexcept
+RegularFile RegularFile::to_write_in(const char* folder, const char* name)
 {
     RegularFile file;
     const int descriptor = ::open(folder, O_PATH | O_DIRECTORY | O_CLOEXEC);

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <new>
 
 namespace kvn::system
 {
@@ -53,19 +52,9 @@ constexpr Wish WRITES_PLAIN_NAME{.access = GENERIC_WRITE, .creation = OPEN_ALWAY
 } // namespace
 
 struct RegularFile::Opener {
-    static void open(RegularFile& file, const std::string& path, const Wish& wish) noexcept
-    {
-        try {
-            open_or_throw(file, path, wish);
-        } catch (const std::bad_alloc&) {
-            errno = ENOMEM;
-            (void)file.fail();
-        }
-    }
-
     // The kind is checked before a device is opened with a wish to use it, and again of what was opened;
     // nothing is emptied before that.
-    static void open_or_throw(RegularFile& file, const std::string& path, const Wish& wish)
+    static void open(RegularFile& file, const std::string& path, const Wish& wish)
     {
         const std::wstring name = windows::wide_path(path);
         const DWORD links = wish.follows_links ? 0 : FILE_FLAG_OPEN_REPARSE_POINT;
@@ -106,21 +95,21 @@ struct RegularFile::Opener {
     }
 };
 
-RegularFile RegularFile::to_read(const char* path) noexcept
+RegularFile RegularFile::to_read(const char* path)
 {
     RegularFile file;
     Opener::open(file, path, READS);
     return file;
 }
 
-RegularFile RegularFile::to_write(const char* path) noexcept
+RegularFile RegularFile::to_write(const char* path)
 {
     RegularFile file;
     Opener::open(file, path, WRITES);
     return file;
 }
 
-RegularFile RegularFile::to_write_in(const char* folder, const char* name) noexcept
+RegularFile RegularFile::to_write_in(const char* folder, const char* name)
 {
     RegularFile file;
     Opener::open(file, std::string{folder} + "\\" + name, WRITES_PLAIN_NAME);
