@@ -23,6 +23,13 @@ namespace kvn::system
     return {text.begin(), text.end()};
 }
 
+/// With slashes, which every system takes, in place of backslashes that separate names.
+[[nodiscard]] inline std::string text_with_slashes_of(const std::filesystem::path& path)
+{
+    const std::u8string text = path.generic_u8string();
+    return {text.begin(), text.end()};
+}
+
 /// The last component of a path: what is the same wherever the file lies. On Windows paths are divided by
 /// backslashes, too.
 [[nodiscard]] inline std::string last_component(std::string_view path)

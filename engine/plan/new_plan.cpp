@@ -59,7 +59,8 @@ std::string name_in_plan(const std::string& plan, const std::string& file)
         whole.lexically_relative(fs::absolute(system::path_of(plan)).lexically_normal().parent_path());
     // Above the folder, names would mean something else where the folder is reached by a link.
     const bool lies_below = !near.empty() && *near.begin() != "..";
-    return system::text_of(lies_below ? near : whole);
+    // The plan may be read on another system.
+    return lies_below ? system::text_with_slashes_of(near) : system::text_of(whole);
 }
 
 std::string new_plan_text(const std::vector<PlannedModule>& modules, const std::string& comment)

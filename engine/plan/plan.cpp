@@ -69,7 +69,12 @@ void add_module(Plan& plan, PlannedModule module)
 std::string beside(const std::string& plan, const std::string& name)
 {
     const std::filesystem::path path = system::path_of(name);
-    return path.is_absolute() ? name : system::text_of(system::path_of(plan).parent_path() / path);
+    if (path.is_absolute())
+        return name;
+    const std::filesystem::path whole = system::path_of(plan).parent_path() / path;
+    // Who writes names with slashes sees them with slashes.
+    const bool has_backslash = (plan + name).find('\\') != std::string::npos;
+    return has_backslash ? system::text_of(whole) : system::text_with_slashes_of(whole);
 }
 
 Plan read_plan(const std::string& path, ConReading reading, const FileFinder& files)
