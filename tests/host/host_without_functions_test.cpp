@@ -1,25 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 // A program that has none of the platform's functions, where the maker's library is missing, too.
 #include "kvn_fpga.h"
+#include "support/folder_test.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <string>
 
 namespace
 {
 
-/// A bitstream file that is there.
-std::string some_file()
-{
-    const auto path = std::filesystem::temp_directory_path() / "kvn_host_test.rbt";
-    std::ofstream{path} << "Xilinx ASCII Bitstream\n";
-    return path.string();
-}
+using HostWithoutFunctions = FolderTest;
 
-TEST(HostWithoutFunctions, Error9301HasTheCodeOfAMissingFunction)
+TEST_F(HostWithoutFunctions, Error9301HasTheCodeOfAMissingFunction)
 {
     int device = 0;
     kvn_fpga fpga;
@@ -30,11 +23,12 @@ TEST(HostWithoutFunctions, Error9301HasTheCodeOfAMissingFunction)
                  "handle (API error 0xe3000004).");
 }
 
-TEST(HostWithoutFunctions, Error9201NamesTheMissingFunction)
+TEST_F(HostWithoutFunctions, Error9201NamesTheMissingFunction)
 {
     kvn_fpga fpga;
     std::string board = "mwc4a";
-    std::string file = some_file();
+    write("design.rbt", "Xilinx ASCII Bitstream\n");
+    std::string file = path("design.rbt");
     EXPECT_EQ(fpga.kvn_fpga_board(board.data(), 0, 1, file.data(), 0, 0), 9201);
     EXPECT_STREQ(fpga.kvn_fpga_getlasterr(),
                  "Error 9201. Cannot open KSB device on board \"mwc4a 0\" (neither the "
