@@ -42,17 +42,21 @@ TEST_F(SystemFile, IsAppendedToAndCut)
 
 TEST_F(SystemFile, IsMovedWhileItIsWritten)
 {
-    const Descriptor file{create_new(path("new"), true)};
-    write("taken", "old");
-    EXPECT_EQ(move_to_free_name(path("new"), path("taken")), EEXIST);
-    EXPECT_EQ(content("taken"), "old");
-    EXPECT_EQ(move_to_free_name(path("new"), path("free")), 0);
-    EXPECT_EQ(flush_folder_of(path("free")), 0);
-    EXPECT_EQ(write_all(file.number(), "more"), 0);
-    EXPECT_EQ(content("free"), "more");
-    EXPECT_EQ(move_over(path("free"), path("taken")), 0);
-    EXPECT_EQ(content("taken"), "more");
-    EXPECT_EQ(kind_of(path("free")), FileKind::none);
+    {
+        const Descriptor file{create_new(path("new"), true)};
+        write("taken", "old");
+        EXPECT_EQ(move_to_free_name(path("new"), path("taken")), EEXIST);
+        EXPECT_EQ(content("taken"), "old");
+        EXPECT_EQ(move_to_free_name(path("new"), path("free")), 0);
+        EXPECT_EQ(flush_folder_of(path("free")), 0);
+        EXPECT_EQ(write_all(file.number(), "more"), 0);
+        EXPECT_EQ(content("free"), "more");
+        EXPECT_EQ(move_over(path("free"), path("taken")), 0);
+        EXPECT_EQ(content("taken"), "more");
+        EXPECT_EQ(kind_of(path("free")), FileKind::none);
+        EXPECT_EQ(write_all(file.number(), " still"), 0);
+    }
+    EXPECT_EQ(content("taken"), "more still");
     EXPECT_EQ(remove_file(path("taken")), 0);
     EXPECT_EQ(remove_file(path("taken")), ENOENT);
 }
