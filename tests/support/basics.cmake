@@ -15,7 +15,7 @@ add_library(kvn_test_basics STATIC
   ${CMAKE_CURRENT_LIST_DIR}/environment.cpp ${CMAKE_CURRENT_LIST_DIR}/files.cpp
   ${CMAKE_CURRENT_LIST_DIR}/temporary_folder.cpp ${KVN_TEST_SYSTEM}/descriptors.cpp
   ${KVN_TEST_SYSTEM}/environment.cpp ${KVN_TEST_SYSTEM}/memory_in_use.cpp ${KVN_TEST_SYSTEM}/special_files.cpp
-  ${KVN_TEST_SYSTEM}/standard_streams.cpp)
+  ${KVN_TEST_SYSTEM}/standard_streams.cpp ${KVN_TEST_SYSTEM}/sudden_end.cpp)
 target_include_directories(kvn_test_basics PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(kvn_test_basics PRIVATE kvn_warnings)
 

@@ -1,17 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "file/input.h"
 
-#include "examples.h"
-#include "packing.h"
+#include "input_fixture.h"
 
 #include "hashing/sha256.h"
+#include "system/file.h"
+#include "system/terminal.h"
 
-#include <fcntl.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <thread>
 
 namespace
@@ -20,33 +15,11 @@ using kvn::ExitStatus;
 using kvn::Failure;
 using kvn::Input;
 using kvn::Packing;
+using kvn::system::FileKind;
+using kvn::system::kind_of;
+using kvn::system::open_to_read;
+using kvn::system::STANDARD_INPUT;
 using namespace std::string_literals;
-
-std::size_t open_descriptors()
-{
-    const std::filesystem::directory_iterator all{"/proc/self/fd"};
-    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
-}
-
-/// A text that is longer than any block, and does not pack well.
-std::string long_text(std::size_t size = 300'000)
-{
-    std::string text(size, '\0');
-    std::uint32_t state = 1;
-    for (char& c : text)
-        c = static_cast<char>((state = state * 1664525U + 1013904223U) >> 24U);
-    text[0] = 'x'; // no magic bytes
-    return text;
-}
-
-class InputTest : public ExampleTest
-{
-protected:
-    ~InputTest() override { EXPECT_EQ(open_descriptors(), descriptors_) << "a descriptor is left open"; }
-
-private:
-    std::size_t descriptors_ = open_descriptors();
-};
 
 TEST_F(InputTest, HoldsWhatIsInAFile)
 {
@@ -89,20 +62,6 @@ TEST_F(InputTest, KeepsItsContentWhenTheFileChanges)
     EXPECT_EQ(content_of(input), "before");
 }
 
-TEST_F(InputTest, CannotBeChangedAnyMore)
-{
-    const Input input = input_of("abc", "a");
-    const File file = input.open();
-    const std::string name = "/proc/self/fd/" + std::to_string(fileno(file.get()));
-    const int descriptor = open(name.c_str(), O_RDWR | O_CLOEXEC);
-    ASSERT_GE(descriptor, 0);
-    EXPECT_EQ(::write(descriptor, "x", 1), -1);
-    EXPECT_EQ(ftruncate(descriptor, 1), -1);
-    EXPECT_EQ(ftruncate(descriptor, 9), -1);
-    close(descriptor);
-    EXPECT_EQ(content_of(input), "abc");
-}
-
 TEST_F(InputTest, GivesEachReaderAPositionOfItsOwn)
 {
     const std::string text = long_text();
@@ -118,7 +77,7 @@ TEST_F(InputTest, GivesEachReaderAPositionOfItsOwn)
         EXPECT_EQ(each, text);
 }
 
-TEST_F(InputTest, AStreamOutlivesItsInputAndIsNotInherited)
+TEST_F(InputTest, AStreamOutlivesItsInput)
 {
     File file;
     {
@@ -128,40 +87,19 @@ TEST_F(InputTest, AStreamOutlivesItsInputAndIsNotInherited)
     EXPECT_EQ(std::getc(file.get()), 'a');
     std::rewind(file.get());
     EXPECT_EQ(std::getc(file.get()), 'a');
-    EXPECT_NE(fcntl(fileno(file.get()), F_GETFD) & FD_CLOEXEC, 0);
-}
-
-TEST_F(InputTest, ReadsANamedPipeToItsEnd)
-{
-    const std::string text = gzip(long_text());
-    ASSERT_EQ(mkfifo(path("pipe.bit").c_str(), 0600), 0);
-    std::thread writer{[&] { write("pipe.bit", text); }};
-    const Input input = Input::from_path(path("pipe.bit"));
-    writer.join();
-    EXPECT_EQ(content_of(input), long_text());
-    EXPECT_FALSE(input.name_states_format()) << "a pipe may have any name";
 }
 
 TEST_F(InputTest, ReadsStandardInputUnderBothNames)
 {
-    const int before = dup(STDIN_FILENO);
     for (const char* name : {"-", "/dev/stdin"}) {
         write("given", "from standard input");
-        const int given = open(path("given").c_str(), O_RDONLY | O_CLOEXEC);
-        ASSERT_EQ(dup2(given, STDIN_FILENO), STDIN_FILENO);
-        close(given);
+        const Redirected given{STANDARD_INPUT, open_to_read(path("given"))};
         const Input input = Input::from_path(name);
         EXPECT_EQ(content_of(input), "from standard input");
         EXPECT_EQ(input.name(), name);
         EXPECT_FALSE(input.name_states_format());
-        EXPECT_NE(fcntl(STDIN_FILENO, F_GETFD), -1) << "it stays open";
+        EXPECT_EQ(kind_of(STANDARD_INPUT), FileKind::regular) << "it stays open";
     }
-    const int folder_descriptor = open(folder.c_str(), O_RDONLY | O_CLOEXEC);
-    ASSERT_EQ(dup2(folder_descriptor, STDIN_FILENO), STDIN_FILENO);
-    close(folder_descriptor);
-    EXPECT_EQ(failure_of([] { (void)Input::from_path("-"); }).what, "-: Is a directory");
-    dup2(before, STDIN_FILENO);
-    close(before);
 }
 
 TEST_F(InputTest, WhatCannotBeReadIsAFailureOfTheFile)
@@ -174,9 +112,7 @@ TEST_F(InputTest, WhatCannotBeReadIsAFailureOfTheFile)
     };
     EXPECT_EQ(what("nothing.bit"), "nothing.bit: No such file or directory");
     EXPECT_EQ(what(folder.string()), folder.string() + ": not a regular file");
-    EXPECT_EQ(what("/dev/zero"), "/dev/zero: not a regular file");
     EXPECT_EQ(what(""), ": No such file or directory");
-    EXPECT_EQ(what("/proc/self/mem"), "/proc/self/mem: Input/output error");
 }
 
 TEST_F(InputTest, UnpacksByContentWhateverTheName)
@@ -324,48 +260,5 @@ TEST_F(InputTest, ABombIsStoppedAtTheLimit)
         EXPECT_EQ(failure.what, "a: more than 999999 bytes when unpacked");
     }
     EXPECT_EQ(failure_of([&] { (void)input_of(text, "a", {.size = 4}); }).what, "a: more than 4 bytes");
-}
-
-TEST_F(InputTest, FailsWithoutDescriptors)
-{
-    write("a.bit", "abc");
-    const Input input = input_of("abc", "b");
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
-    for (rlim_t free = 0; free < 2; ++free) {
-        const int next = dup(0);
-        close(next);
-        const rlimit few{static_cast<rlim_t>(next) + free, before.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &few);
-        std::string of_path;
-        std::string of_open;
-        try {
-            (void)Input::from_path(path("a.bit"));
-        } catch (const kvn::FailureError& error) {
-            of_path = error.what();
-        }
-        try {
-            (void)input.open();
-        } catch (const kvn::FailureError& error) {
-            of_open = error.what();
-        }
-        setrlimit(RLIMIT_NOFILE, &before);
-        EXPECT_EQ(of_path, path("a.bit") + ": Too many open files");
-        EXPECT_EQ(of_open, free == 0 ? "b: Too many open files" : "");
-    }
-}
-
-TEST_F(InputTest, FailsWithoutRoom)
-{
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
-    const rlimit small{100'000, before.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    const Failure failure = failure_of([] { (void)input_of(long_text(), "a"); });
-    setrlimit(RLIMIT_FSIZE, &before);
-    (void)std::signal(SIGXFSZ, handler);
-    EXPECT_EQ(failure.status, ExitStatus::file);
-    EXPECT_EQ(failure.what, "a: File too large");
 }
 } // namespace

@@ -3,8 +3,7 @@
 
 #include "examples.h"
 #include "packing.h"
-
-#include <sys/stat.h>
+#include "support/special_files.h"
 
 #include <thread>
 
@@ -91,7 +90,7 @@ TEST_F(JudgementTest, ARenamedPackedFileStaysPacked)
 
 TEST_F(JudgementTest, APipeHasNoNameThatCouldBeWrong)
 {
-    ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
+    make_fifo(path("pipe"));
     std::thread writer{[&] { write("pipe", good_); }};
     const kvn::Input input = kvn::Input::from_path(path("pipe"));
     writer.join();

@@ -27,7 +27,7 @@ inline std::span<const std::uint8_t> as_bytes(std::string_view text)
 inline std::string gzip(std::string_view text)
 {
     z_stream stream{};
-    std::string packed(compressBound(text.size()) + 32, '\0');
+    std::string packed(compressBound(static_cast<uLong>(text.size())) + 32, '\0');
     if (deflateInit2(&stream, 6, Z_DEFLATED, MAX_WBITS + 16, 8, Z_DEFAULT_STRATEGY) != Z_OK)
         throw std::runtime_error{"zlib"};
     stream.next_in = const_cast<std::uint8_t*>(as_bytes(text).data());

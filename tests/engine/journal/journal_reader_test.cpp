@@ -6,10 +6,9 @@
 #include "run/journal_line.h"
 #include "support/folder_test.h"
 #include "support/journals.h"
+#include "support/special_files.h"
 
 #include <gmock/gmock.h>
-
-#include <sys/stat.h>
 
 #include <fstream>
 #include <optional>
@@ -347,7 +346,7 @@ TEST_F(JournalReader, ALongLineIsReadWhole)
 
 TEST_F(JournalReader, OnlyRegularFilesAreOpened)
 {
-    ASSERT_EQ(::mkfifo(path("pipe.journal").c_str(), 0600), 0);
+    make_fifo(path("pipe.journal"));
     const std::pair<std::string, std::string> files[] = {{"pipe.journal", "is no regular file"},
                                                          {".", "is no regular file"},
                                                          {"none.journal", "No such file or directory"}};

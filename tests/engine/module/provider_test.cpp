@@ -7,6 +7,7 @@
 #include "rack.h"
 #include "support/fake_platform.h"
 #include "support/run_fixture.h"
+#include "system/dynamic_library.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,6 +22,8 @@ using testing::EndsWith;
 using testing::StartsWith;
 
 const void* const beside = nullptr;
+/// The provider where none is named.
+const std::string DEFAULT = kvn::system::library_file("mwapi");
 
 kvn::Failure failure_of(const std::string& name)
 {
@@ -52,7 +55,7 @@ TEST(Provider, OfAProcessIsOne)
               "the provider " LACKING_PROVIDER " cannot be used: " LACKING_PROVIDER
               " has no function MwKSBEndOfReceiveMessageEx");
     EXPECT_THAT(failure_of("").what,
-                StartsWith("the provider libmwapi.so cannot be used: libmwapi.so: cannot open"));
+                StartsWith("the provider " + DEFAULT + " cannot be used: " + DEFAULT + ": cannot open"));
 
     const std::shared_ptr<Provider> provider = Provider::open(MWVIRTUAL_LIBRARY, beside);
     const kvn::ProviderIdentity& identity = provider->identity();
@@ -69,7 +72,7 @@ TEST(Provider, OfAProcessIsOne)
     EXPECT_EQ(second.why, "a process has one provider, whose library stays loaded until it ends");
     EXPECT_EQ(second.remedy, "use another process for another provider");
     EXPECT_EQ(failure_of("").what,
-              "the provider libmwapi.so cannot be opened: this process uses " MWVIRTUAL_LIBRARY);
+              "the provider " + DEFAULT + " cannot be opened: this process uses " MWVIRTUAL_LIBRARY);
 }
 
 TEST(Provider, LibraryOfAMakerTellsNothingOfItself)
@@ -89,7 +92,7 @@ TEST(Provider, RecorderPassesOnWhatIsBehindIt)
     const mwapi::LoadedPlatform recorder{MWTRACE_LIBRARY};
     EXPECT_EQ(recorder.announcement(), "the boards are simulated, no hardware is reached.");
     EXPECT_EQ(recorder.version(), KVN_VERSION);
-    EXPECT_THAT(recorder.file(), EndsWith("/libmwtrace.so"));
+    EXPECT_THAT(recorder.file(), EndsWith(kvn::system::library_file("mwtrace")));
 }
 
 TEST(Provider, CanBeMadeFromAnyPlatform)

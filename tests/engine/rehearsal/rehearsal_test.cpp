@@ -6,8 +6,7 @@
 #include "hashing/sha256.h"
 #include "rack.h"
 #include "support/folder_test.h"
-
-#include <sys/stat.h>
+#include "support/special_files.h"
 
 #include <gmock/gmock.h>
 
@@ -119,7 +118,7 @@ protected:
             }
             std::string line = finding.place.text() +
                                (finding.severity == Severity::note ? ": note: " : ": ") + finding.what;
-            const std::string prefix = folder.string() + "/";
+            const std::string prefix = (folder / "").string();
             for (std::size_t at = line.find(prefix); at != std::string::npos; at = line.find(prefix))
                 line.erase(at, prefix.size());
             lines.push_back(line);
@@ -264,13 +263,18 @@ TEST_F(Rehearse, ADamagedFileOfManyModulesIsToldOnce)
     EXPECT_THAT(all[0], testing::EndsWith(" (also for 1 more module)"));
 }
 
-TEST_F(Rehearse, AnUnreadableFileAPipeAndAFolderAreProblems)
+TEST_F(Rehearse, APipeIsAProblem)
 {
-    ASSERT_EQ(::mkfifo(path("pipe.bit").c_str(), 0600), 0);
+    make_fifo(path("pipe.bit"));
+    set_plan(module("mwc4a:0/1", "", "pipe.bit"));
+    EXPECT_THAT(told(), ElementsAre("rack.toml:1: pipe.bit: it is no regular file"));
+}
+
+TEST_F(Rehearse, AnUnreadableFileAndAFolderAreProblems)
+{
     std::filesystem::create_directory(folder / "folder.bit");
-    set_plan(module("mwc4a:0/1", "", "pipe.bit") + module("mwc4a:0/2", "", "folder.bit"));
-    EXPECT_THAT(told(), ElementsAre("rack.toml:1: pipe.bit: it is no regular file",
-                                    "rack.toml:4: folder.bit: it is no regular file"));
+    set_plan(module("mwc4a:0/1", "", "folder.bit"));
+    EXPECT_THAT(told(), ElementsAre("rack.toml:1: folder.bit: it is no regular file"));
     set_plan(module("mwc4a:0/1"));
     std::filesystem::remove(folder / "design.bit");
     const std::vector<std::string> all = told();
@@ -413,7 +417,8 @@ TEST_F(Rehearse, UnderAPolicyNeedsAManifest)
 {
     set_plan(module("mwc4a:0/1"));
     request.policy.require_manifest = true;
-    EXPECT_THAT(told(), ElementsAre("/etc/kvn.toml: /etc/kvn.toml demands a manifest, and none is named"));
+    const std::string policy = kvn::policy_file();
+    EXPECT_THAT(told(), ElementsAre(policy + ": " + policy + " demands a manifest, and none is named"));
     const auto manifest = kvn::Manifest::parse(sha256(content("design.bit")) + "  x\n", "m");
     request.manifest = &manifest;
     EXPECT_EQ(told(), none());

@@ -4,16 +4,13 @@
 
 #include "errors/failure.h"
 #include "support/files.h"
+#include "support/special_files.h"
 #include "support/temporary_folder.h"
+#include "system/process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <filesystem>
 
 namespace kvn
@@ -40,9 +37,9 @@ TEST_F(BusLockTest, ASecondOneIsToldWhoHoldsIt)
     const auto second = take();
     ASSERT_TRUE(std::holds_alternative<BusHolder>(second));
     const BusHolder& holder = std::get<BusHolder>(second);
-    EXPECT_EQ(holder.process, std::to_string(getpid()));
+    EXPECT_EQ(holder.process, std::to_string(system::own_process_id()));
     EXPECT_EQ(holder.program, "kvn run");
-    EXPECT_THAT(holder.text(), HasSubstr("process " + std::to_string(getpid()) + " of "));
+    EXPECT_THAT(holder.text(), HasSubstr("process " + std::to_string(system::own_process_id()) + " of "));
     EXPECT_THAT(holder.text(), HasSubstr(" (kvn run) since 2"));
 }
 
@@ -61,29 +58,6 @@ TEST_F(BusLockTest, IsFreeAgainAfterwards)
     EXPECT_TRUE(std::holds_alternative<BusLock>(take()));
 }
 
-TEST_F(BusLockTest, IsFreedByDeath)
-{
-    int ready[2];
-    ASSERT_EQ(pipe(ready), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        const auto held = take();
-        (void)!write(ready[1], "x", 1);
-        for (;;)
-            pause();
-    }
-    char byte = 0;
-    ASSERT_EQ(read(ready[0], &byte, 1), 1);
-    const auto meanwhile = take();
-    ASSERT_TRUE(std::holds_alternative<BusHolder>(meanwhile));
-    EXPECT_EQ(std::get<BusHolder>(meanwhile).process, std::to_string(child));
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
-    EXPECT_TRUE(std::holds_alternative<BusLock>(take()));
-    close(ready[0]);
-    close(ready[1]);
-}
-
 TEST_F(BusLockTest, AFileWithoutSenseNamesNobody)
 {
     const auto first = take();
@@ -100,7 +74,7 @@ TEST_F(BusLockTest, TypesOfBoardsMakePlainNames)
 
 TEST_F(BusLockTest, WhatIsNoRegularFileIsRefused)
 {
-    ASSERT_EQ(mkfifo((folder.path() / "kvn-mwc4a-0.lock").c_str(), 0600), 0);
+    make_fifo((folder.path() / "kvn-mwc4a-0.lock").string());
     EXPECT_THROW((void)take(), FailureError);
     std::filesystem::create_symlink("elsewhere", folder.path() / "kvn-mwc4a-1.lock");
     EXPECT_THROW((void)take({"mwc4a", 1}), FailureError);
@@ -126,6 +100,5 @@ TEST(LockPrefix, BoardsWithOneStateAreTheSame)
     EXPECT_EQ(lock_prefix(provider, path.c_str()), lock_prefix(provider, (path + "/.").c_str()));
     EXPECT_NE(lock_prefix(provider, path.c_str()), lock_prefix(provider, "/"));
 }
-
 } // namespace
 } // namespace kvn

@@ -4,12 +4,13 @@
 
 #include "errors/failure.h"
 #include "run/event.h"
+#include "support/sudden_end.h"
+#include "system/interrupts.h"
 #include "test_signals.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <csignal>
 #include <map>
 #include <string>
 #include <vector>
@@ -55,7 +56,7 @@ public:
 class ControllerTest : public testing::Test
 {
 protected:
-    ControllerTest() { (void)std::signal(SIGPIPE, SIG_IGN); }
+    ControllerTest() { system::ignore_broken_pipes(); }
 
     /// @param faults such as "0=dies-in-load"
     void run(std::vector<std::string> faults, unsigned boards = 1)
@@ -159,7 +160,7 @@ TEST_F(ControllerTest, AWorkerThatDiesInALoadCostsItsOwnBus)
 {
     run({"0=dies-in-load"}, 2);
     EXPECT_EQ(outcome(0), "failed, interrupted, 7, 1");
-    EXPECT_EQ(what(0), "the worker of bus mwc4a:0 was ended by signal 9 (Killed)");
+    EXPECT_EQ(what(0), std::string{"the worker of bus mwc4a:0 "} + SUDDEN_END);
     EXPECT_EQ(outcome(1), "not tried, untouched, 7, 0");
     EXPECT_EQ(what(1), "the load of mwc4a:0/2 was not begun: " + what(0));
     EXPECT_EQ(outcome(2), CONFIGURED);
@@ -214,7 +215,7 @@ TEST_F(ControllerTest, AWorkerThatDiesWhenItAsksIsAFailureOfItsBus)
     run({"1=dies-when-asked"}, 2);
     EXPECT_EQ(inventory[0].failure, std::nullopt);
     ASSERT_TRUE(inventory[1].failure);
-    EXPECT_EQ(inventory[1].failure->what, "the worker of bus mwc4a:1 was ended by signal 9 (Killed)");
+    EXPECT_EQ(inventory[1].failure->what, std::string{"the worker of bus mwc4a:1 "} + SUDDEN_END);
 }
 
 TEST_F(ControllerTest, AWorkerThatEndsAtOnceIsAFailureOfItsBus)

@@ -4,11 +4,10 @@
 #include "report/module_json.h"
 #include "run/inventory.h"
 #include "run/worker_protocol.h"
+#include "support/sudden_end.h"
+#include "system/terminal.h"
 
-#include <unistd.h>
-
-#include <csignal>
-#include <cstdlib>
+#include <future>
 #include <iostream>
 #include <map>
 #include <string>
@@ -34,16 +33,10 @@ void say_text(const std::string& text)
     std::cout << text << std::flush;
 }
 
-[[noreturn]] void die()
-{
-    (void)std::raise(SIGKILL);
-    std::abort();
-}
-
 [[noreturn]] void hang()
 {
     for (;;)
-        pause();
+        std::promise<void>{}.get_future().wait();
 }
 
 kvn::Record record_of(const kvn::LoadJob& job)
@@ -92,7 +85,7 @@ void load(const kvn::LoadJob& job)
     const unsigned nth = ++loads[to_text(job.module)];
     const std::string& fault = fault_of(job.module.board.number);
     if (fault == "dies-before-load")
-        die();
+        end_suddenly();
     if (fault == "hangs-before-load")
         hang();
     babble_during_load(fault, job);
@@ -101,10 +94,10 @@ void load(const kvn::LoadJob& job)
     }
     say(kvn::step_event(job.module, kvn::LoadStep::begin));
     if (fault == "dies-at-begin")
-        die();
+        end_suddenly();
     say(kvn::progress_event(job.module, {.bytes = 10, .total = 100}));
     if (fault == "dies-in-load")
-        die();
+        end_suddenly();
     if (fault == "hangs-in-load")
         hang();
     if (fault == "heeds-cancel") {
@@ -112,7 +105,7 @@ void load(const kvn::LoadJob& job)
             if (kvn::read_job(line).kind == kvn::JobKind::cancel)
                 return finish(record_of(job), kvn::Verdict::cancelled, kvn::ModuleState::interrupted,
                               kvn::ExitStatus::cancelled);
-        die();
+        end_suddenly();
     }
     if (fault == "goes-back")
         say(kvn::progress_event(job.module, {.bytes = 5, .total = 100}));
@@ -124,7 +117,7 @@ void load(const kvn::LoadJob& job)
                       kvn::ExitStatus::bus);
     say(kvn::step_event(job.module, kvn::LoadStep::end));
     if (fault == "dies-after-end")
-        die();
+        end_suddenly();
     if (fault == "finishes-with-nonsense")
         return say({{"event", "finished"},
                     {"module", to_text(job.module)},
@@ -159,7 +152,7 @@ void ask(const kvn::InventoryJob& job)
     if (fault == "hangs-when-asked")
         hang();
     if (fault == "dies-when-asked")
-        die();
+        end_suddenly();
     if (fault == "answers-for-another-bus")
         return say(kvn::inventory_event(to_json(kvn::BusInventory{.bus = {"mwc4a", 15}})));
     if (fault == "answers-nonsense")
@@ -180,6 +173,7 @@ void skip_content(std::uint64_t size)
 
 int main(int argc, char** argv)
 {
+    kvn::system::set_up_standard_streams();
     for (int i = 1; i < argc; ++i) {
         const std::string word = argv[i];
         faults[static_cast<unsigned>(std::stoul(word))] = word.substr(word.find('=') + 1);

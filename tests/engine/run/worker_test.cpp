@@ -9,16 +9,15 @@
 #include "run/event.h"
 #include "run/line_splitter.h"
 #include "run/worker_protocol.h"
+#include "support/descriptors.h"
 #include "system/descriptor.h"
+#include "system/file.h"
+#include "system/interrupts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <array>
-#include <csignal>
 #include <cstdio>
 #include <future>
 #include <optional>
@@ -37,9 +36,7 @@ using testing::Not;
 struct Pipe {
     Pipe()
     {
-        std::array<int, 2> ends{-1, -1};
-        if (::pipe2(ends.data(), O_CLOEXEC) != 0)
-            throw std::runtime_error{"there is no pipe"};
+        const std::array<int, 2> ends = make_pipe();
         from = kvn::system::Descriptor{ends[0]};
         to = kvn::system::Descriptor{ends[1]};
     }
@@ -53,7 +50,7 @@ class WorkerTest : public testing::Test
 protected:
     WorkerTest()
     {
-        (void)std::signal(SIGPIPE, SIG_IGN);
+        system::ignore_broken_pipes();
         rack.keep_journal(false);
         const mwvirtual::Module fpga = mwvirtual::fpga_module(4).device("2v40cs144-4");
         rack.put_module(rack.add_board({"mwc4a", 0}), 1, &fpga);
@@ -68,14 +65,7 @@ protected:
             return ended;
         });
     }
-    void send(const std::string& text) const
-    {
-        for (std::string_view rest = text; !rest.empty();) {
-            const ssize_t written = ::write(jobs.to.number(), rest.data(), rest.size());
-            ASSERT_GT(written, 0);
-            rest.remove_prefix(static_cast<std::size_t>(written));
-        }
-    }
+    void send(const std::string& text) const { ASSERT_EQ(system::write_all(jobs.to.number(), text), 0); }
     void send_job(const Json& job) const { send(event_line(job)); }
     /// The controller has gone.
     void hang_up() { jobs.to = kvn::system::Descriptor{}; }
@@ -87,10 +77,10 @@ protected:
             if (const auto line = lines.next())
                 return read_worker_event(*line);
             std::array<char, 4096> block{};
-            const ssize_t size = ::read(events.from.number(), block.data(), block.size());
-            if (size <= 0)
+            const auto size = system::read_some(events.from.number(), block);
+            if (!size || *size == 0)
                 return std::nullopt;
-            lines.take({block.data(), static_cast<std::size_t>(size)});
+            lines.take({block.data(), *size});
         }
     }
     std::vector<WorkerEventKind> rest_but_progress()

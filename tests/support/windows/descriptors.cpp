@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 #include <cstdint>
+#include <stdexcept>
 
 namespace
 {
@@ -41,4 +42,26 @@ std::size_t count_descriptors()
 int open_for_writing(const std::string& file)
 {
     return _open(file.c_str(), _O_WRONLY | _O_CREAT | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+}
+
+std::array<int, 2> make_pipe()
+{
+    constexpr unsigned bytes = 65536;
+    std::array<int, 2> ends{-1, -1};
+    if (_pipe(ends.data(), bytes, _O_BINARY | _O_NOINHERIT) != 0)
+        throw std::runtime_error{"there is no pipe"};
+    return ends;
+}
+
+Redirected::Redirected(int descriptor, int to) : descriptor_{descriptor}, before_{_dup(descriptor)}
+{
+    if (_dup2(to, descriptor) < 0)
+        throw std::runtime_error{"no such descriptor"};
+    (void)_close(to);
+}
+
+Redirected::~Redirected()
+{
+    (void)_dup2(before_, descriptor_);
+    (void)_close(before_);
 }
