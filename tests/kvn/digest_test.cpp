@@ -18,7 +18,7 @@ TEST_F(KvnDigest, IsEqualForAllFormsOfADesign)
     EXPECT_EQ(digests.status, 0);
     EXPECT_EQ(digests.errors, "");
     const std::string digest = digests.output.substr(0, 64);
-    EXPECT_THAT(digest, testing::MatchesRegex("[0-9a-f]+"));
+    EXPECT_EQ(digest.find_first_not_of("0123456789abcdef"), std::string::npos) << digest;
     EXPECT_EQ(digests.output, digest + "  a.rbt\n" + digest + "  b.bit\n" + digest + "  b.mcb\n");
 }
 
@@ -28,7 +28,7 @@ TEST_F(KvnDigest, AFileThatHasNoneLeavesTheOthersTheirs)
     write("text.rbt", "hello\n");
     const Outcome digests = kvn({"digest", "none.bit", "text.rbt", "a.bit"});
     EXPECT_EQ(digests.status, 3) << "the first failure's";
-    EXPECT_THAT(digests.output, testing::MatchesRegex("[0-9a-f]+  a.bit\n"));
+    EXPECT_THAT(digests.output, testing::MatchesRegex("\\w+  a.bit\n"));
     EXPECT_THAT(digests.errors,
                 testing::StartsWith("kvn: none.bit: No such file or directory\nkvn: text.rbt: "));
     EXPECT_EQ(kvn({"digest", "text.rbt"}).status, 4);

@@ -6,6 +6,7 @@
 #include "run/bus_lock.h"
 #include "run/event.h"
 #include "run/worker_protocol.h"
+#include "system/process.h"
 
 #include <gmock/gmock.h>
 
@@ -205,9 +206,9 @@ TEST_F(KvnRun, AWorkerThatIsKilledCostsItsOwnBus)
     terminal.expect("mwc4a:0/1  ");
     const std::string process = std::to_string(terminal.process());
     std::istringstream children{read_whole_file("/proc/" + process + "/task/" + process + "/children")};
-    pid_t worker = 0;
+    std::string worker;
     ASSERT_TRUE(children >> worker);
-    ASSERT_EQ(kill(worker, SIGKILL), 0);
+    ASSERT_EQ(run({"kill", {"-KILL", worker}, folder, {}}).status, 0);
     EXPECT_EQ(terminal.finish(), 9);
     EXPECT_THAT(terminal.shown(), HasSubstr("was ended by signal 9 (Killed)"));
     EXPECT_THAT(terminal.shown(), HasSubstr("Result:  2 configured, 1 failed, 1 not tried"));
@@ -247,8 +248,8 @@ TEST_F(KvnRun, WorkersCloseTheirBusesWhenTheControllerIsKilled)
     {
         Terminal terminal{command(words({}))};
         terminal.expect("mwc4a:0/1  ");
-        terminal.signal(SIGKILL);
-        EXPECT_EQ(terminal.finish(), 128 + SIGKILL);
+        terminal.signal(KILL);
+        EXPECT_EQ(terminal.finish(), 128 + KILL);
     }
     // The folder can be emptied as soon as no module receives a message.
     while (run({KVN_RACK_PROGRAM, {"state", "--power-cycle"}, folder, {}}).status == 7) {
@@ -264,7 +265,8 @@ TEST_F(KvnRun, NamesWhoHoldsABus)
     const auto prefix = kvn::lock_prefix({.name = "virtual", .simulated = true}, path("state").c_str());
     const auto held = kvn::BusLock::take(path("locks"), prefix.value(), {"mwc4a", 1}, "the test");
     const std::vector<Line> all = events(words({}), 10);
-    const std::string what = "bus mwc4a:1 is held by process " + std::to_string(getpid());
+    const std::string what =
+        "bus mwc4a:1 is held by process " + std::to_string(kvn::system::own_process_id());
     EXPECT_THAT(all[2]["what"].get<std::string>(), HasSubstr(what));
     EXPECT_EQ(states(), "");
 }

@@ -61,7 +61,7 @@ protected:
         std::vector<std::string> all;
         for (const auto& entry : std::filesystem::directory_iterator{folder / of_folder})
             if (entry.path().extension() == ".journal")
-                all.push_back(entry.path());
+                all.push_back(entry.path().string());
         std::ranges::sort(all);
         return all;
     }
