@@ -118,8 +118,11 @@ Handle start(const Command& command, const Streams* streams, const std::vector<H
     PROCESS_INFORMATION child{};
     if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, inherited.empty() ? FALSE : TRUE,
                        CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT, environment.data(),
-                       command.folder.c_str(), &startup.StartupInfo, &child) == 0)
+                       command.folder.c_str(), &startup.StartupInfo, &child) == 0) {
+        check(GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND,
+              "start a program");
         return {};
+    }
     CloseHandle(child.hThread);
     return Handle{child.hProcess};
 }
