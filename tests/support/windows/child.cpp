@@ -72,6 +72,25 @@ std::vector<HANDLE> inherited_of(const Streams* streams, const std::vector<HANDL
                 handles.push_back(handle);
     return handles;
 }
+
+/// Wine 8.0 seldom loses a program between its start and its first step, and then says that nothing has
+/// started: on a busy machine once in thousands.
+PROCESS_INFORMATION create(const std::wstring& line, const std::vector<HANDLE>& inherited,
+                           std::wstring& environment, const Command& command, STARTUPINFOEXW& startup)
+{
+    constexpr int ATTEMPTS = 3;
+    PROCESS_INFORMATION child{};
+    for (int attempt = 1; attempt <= ATTEMPTS; ++attempt) {
+        std::wstring changeable = line;
+        if (CreateProcessW(nullptr, changeable.data(), nullptr, nullptr, inherited.empty() ? FALSE : TRUE,
+                           CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT, environment.data(),
+                           command.folder.c_str(), &startup.StartupInfo, &child) != 0)
+            return child;
+        if (GetLastError() != ERROR_INTERNAL_ERROR)
+            break;
+    }
+    return {};
+}
 } // namespace
 
 void check(bool good, const char* what)
@@ -113,12 +132,10 @@ Handle start(const Command& command, const Streams* streams, const std::vector<H
     }
     std::vector<std::string> words = command.arguments;
     words.insert(words.begin(), command.program);
-    std::wstring line = command_line(words);
+    const std::wstring line = command_line(words);
     std::wstring environment = environment_of(command);
-    PROCESS_INFORMATION child{};
-    if (CreateProcessW(nullptr, line.data(), nullptr, nullptr, inherited.empty() ? FALSE : TRUE,
-                       CREATE_UNICODE_ENVIRONMENT | EXTENDED_STARTUPINFO_PRESENT, environment.data(),
-                       command.folder.c_str(), &startup.StartupInfo, &child) == 0) {
+    const PROCESS_INFORMATION child = create(line, inherited, environment, command, startup);
+    if (child.hProcess == nullptr) {
         check(GetLastError() == ERROR_FILE_NOT_FOUND || GetLastError() == ERROR_PATH_NOT_FOUND,
               "start a program");
         return {};
