@@ -10,7 +10,6 @@
 namespace
 {
 using testing::HasSubstr;
-using testing::Not;
 
 using WindowsWorkers = WindowsCommands;
 
