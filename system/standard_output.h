@@ -13,7 +13,8 @@ namespace kvn::system
 /// @throws std::system_error
 [[nodiscard]] Descriptor take_standard_output();
 
-/// Whether standard output is a pipe that nobody reads any more.
+/// Whether nobody reads what is printed: standard output is a pipe whose reader has gone, or was closed when
+/// the program started.
 [[nodiscard]] bool reader_has_gone() noexcept;
 
 } // namespace kvn::system

@@ -8,6 +8,7 @@
 #include <io.h>
 
 #include <cerrno>
+#include <cstdio>
 
 namespace kvn::system
 {
@@ -37,6 +38,10 @@ Descriptor take_standard_output()
 
 bool reader_has_gone() noexcept
 {
+    // The C run-time gives a stream that was closed when the program started no descriptor, and writing to it
+    // fails, wherever the descriptor of that number leads later.
+    if (::_fileno(stdout) < 0)
+        return true;
     const HANDLE output = handle_of(STANDARD_OUTPUT);
     if (::GetFileType(output) != FILE_TYPE_PIPE)
         return false;
