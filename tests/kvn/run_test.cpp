@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn run and kvn worker on virtual boards that outlive their processes: what they say, and what the modules
 // hold.
-#include "kvn_fixture.h"
 #include "report/module_json.h"
 #include "run/bus_lock.h"
 #include "run/event.h"
 #include "run/worker_protocol.h"
 #include "system/process.h"
+#include "two_boards.h"
 
 #include <gmock/gmock.h>
 
@@ -21,45 +21,19 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-class KvnRun : public KvnOnBoards
+class KvnRun : public KvnOnTwoBoards
 {
 protected:
     void SetUp() override
     {
-        std::filesystem::create_directory(path("state"));
-        std::filesystem::create_directory(path("locks"));
-        variables["MWVIRTUAL_STATE"] = path("state");
-        variables["KVN_LOCK_FOLDER"] = path("locks");
-        variables["MWVIRTUAL_RACK"] = path("rack.toml");
+        KvnOnTwoBoards::SetUp();
         variables["NO_COLOR"] = "1";
-        make("2v40cs144-4", "design.bit");
         make("v300pq240-5", "old.bit");
-        use_boards();
-        plan({"mwc4a:0/1", "mwc4a:0/2", "mwc4a:1/1", "mwc4a:1/2"});
     }
 
-    /// Two boards with two modules each.
-    void use_boards(const std::string& of_boards = "", const std::string& of_slots = "") const
-    {
-        std::string rack;
-        for (const char* board : {"0", "1"}) {
-            rack += std::string{"[[board]]\ntype = \"mwc4a\"\nnumber = "} + board + "\n" + of_boards;
-            for (const char* slot : {"1", "2"})
-                rack += std::string{"[[board.slot]]\nnumber = "} + slot +
-                        "\nkind = \"fpga\"\nmodel = 4\ndevice = \"2v40cs144-4\"\n" + of_slots;
-        }
-        write("rack.toml", rack);
-    }
-    void plan(const std::vector<std::string>& modules, const std::string& more = "") const
-    {
-        std::string text;
-        for (const std::string& module : modules)
-            text += "[[module]]\nmodule = \"" + module + "\"\nfile = \"design.bit\"\n" + more;
-        write("rack.toml.plan.toml", text);
-    }
     [[nodiscard]] static std::vector<std::string> words(std::vector<std::string> options)
     {
-        options.insert(options.begin(), {"run", "rack.toml.plan.toml"});
+        options.insert(options.begin(), {"run", "plan.toml"});
         return options;
     }
     [[nodiscard]] Outcome run_plan(std::vector<std::string> options = {}) const
@@ -81,17 +55,6 @@ protected:
             all.push_back(event.value("event", "head") + " " + event.value("module", ""));
         return all;
     }
-    /// "running, running, empty, empty" by module
-    [[nodiscard]] std::string states() const
-    {
-        const Outcome shown = run({KVN_RACK_PROGRAM, {"state", "--json"}, folder, {}});
-        const Line document = Line::parse(shown.output);
-        std::string all;
-        for (const Line& module : document["modules"])
-            all += (all.empty() ? "" : ", ") + module["module"].get<std::string>() + " " +
-                   module["state"].get<std::string>();
-        return all;
-    }
     [[nodiscard]] std::string journal() const
     {
         for (const auto& entry : std::filesystem::directory_iterator{folder})
@@ -101,16 +64,13 @@ protected:
     }
 };
 
-constexpr const char* ALL_RUNNING =
-    "mwc4a:0/1 running, mwc4a:0/2 running, mwc4a:1/1 running, mwc4a:1/2 running";
-
 TEST_F(KvnRun, LoadsEveryModuleOfAPlan)
 {
     const Outcome outcome = run_plan({"--progress", "lines"});
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
     EXPECT_EQ(states(), ALL_RUNNING);
     EXPECT_THAT(outcome.output, HasSubstr("Result:  4 configured\n"));
-    EXPECT_THAT(outcome.output, HasSubstr("Journal: rack.toml.plan.toml.2"));
+    EXPECT_THAT(outcome.output, HasSubstr("Journal: plan.toml.2"));
     EXPECT_THAT(outcome.errors, HasSubstr(ANNOUNCED));
     EXPECT_THAT(outcome.errors, HasSubstr("mwc4a:1/2: loading design.bit, "));
     EXPECT_THAT(outcome.errors, HasSubstr("mwc4a:1/2: configured\n"));
@@ -140,9 +100,9 @@ TEST_F(KvnRun, SendsNothingInARehearsal)
 
 TEST_F(KvnRun, SendsNothingWhenTheRehearsalFindsAProblem)
 {
-    write("rack.toml.plan.toml", "[[module]]\nmodule = \"mwc4a:0/1\"\nfile = \"design.bit\"\n"
-                                 "[[module]]\nmodule = \"mwc4a:1/1\"\nfile = \"old.bit\"\n"
-                                 "[[module]]\nmodule = \"mwc4a:1/2\"\nfile = \"none.bit\"\n");
+    write("plan.toml", "[[module]]\nmodule = \"mwc4a:0/1\"\nfile = \"design.bit\"\n"
+                       "[[module]]\nmodule = \"mwc4a:1/1\"\nfile = \"old.bit\"\n"
+                       "[[module]]\nmodule = \"mwc4a:1/2\"\nfile = \"none.bit\"\n");
     const std::vector<Line> all = events(words({}), 10);
     EXPECT_THAT(names(all), Contains("problem ").Times(2));
     EXPECT_EQ(all.back()["counts"]["not tried"], 2) << "a line without its file makes no module";
@@ -153,8 +113,8 @@ TEST_F(KvnRun, EndsWithAResultOnEveryPath)
 {
     for (const std::vector<std::string>& wrong : {std::vector<std::string>{"run"},
                                                   {"run", "--jobs"},
-                                                  {"run", "rack.toml.plan.toml", "--jobz", "3"},
-                                                  {"run", "rack.toml.plan.toml", "--serial", "x"}}) {
+                                                  {"run", "plan.toml", "--jobz", "3"},
+                                                  {"run", "plan.toml", "--serial", "x"}}) {
         const std::vector<Line> all = events(wrong, 2);
         EXPECT_THAT(names(all), ElementsAre("head ", "result "));
         EXPECT_EQ(all.back()["failure"]["status"], 2);
@@ -302,8 +262,7 @@ TEST_F(KvnRun, OneDesignInTwoFilesIsLoadedFromBoth)
 TEST_F(KvnRun, ALimitOnTheSizeOfFilesIsReportedAsAFullDisk)
 {
     // The copy of a bitstream in memory is a file as well.
-    const std::string run_limited =
-        "ulimit -f 1; exec " KVN_PROGRAM " run rack.toml.plan.toml --progress none";
+    const std::string run_limited = "ulimit -f 1; exec " KVN_PROGRAM " run plan.toml --progress none";
     const Outcome outcome = run({"bash", {"-c", run_limited}, folder, variables});
     EXPECT_EQ(outcome.status, 10);
     EXPECT_THAT(outcome.errors, HasSubstr("design.bit: File too large"));
@@ -315,7 +274,7 @@ TEST_F(KvnRun, AResultThatTheJournalHasNoRoomForIsAFailure)
 {
     // Records larger than the bitstream, whose copy in memory counts as well.
     const std::string options = " --progress none --json --operator " + std::string(30'000, 'x');
-    const std::string run_plan = std::string{KVN_PROGRAM} + " run rack.toml.plan.toml" + options;
+    const std::string run_plan = std::string{KVN_PROGRAM} + " run plan.toml" + options;
     ASSERT_EQ(run({"bash", {"-c", run_plan + " --journal a.journal"}, folder, variables}).status, 0);
     const std::uintmax_t size = std::filesystem::file_size(path("a.journal"));
     const std::string run_limited = "exec prlimit --fsize=" + std::to_string(size - 100) + " " + run_plan;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Ctrl-C at a console: the first lets what is under way finish, the second cuts it off.
-#include "commands_fixture.h"
+#include "kvn/two_boards.h"
 
 #include <gmock/gmock.h>
 
@@ -14,15 +14,15 @@ using testing::HasSubstr;
 /// The status of a process that Ctrl-C has ended, as Windows sets it.
 constexpr int ENDED_BY_CTRL_C = static_cast<int>(0xC000013A);
 
-class CtrlC : public WindowsCommands
+class CtrlC : public KvnOnTwoBoards
 {
 protected:
     void SetUp() override
     {
-        WindowsCommands::SetUp();
+        KvnOnTwoBoards::SetUp();
         variables["NO_COLOR"] = "1";
     }
-    [[nodiscard]] Command load() const { return kvn({"load", "design.bit", "mwc4a:0/1", "--plain"}); }
+    [[nodiscard]] Command load() const { return command({"load", "design.bit", "mwc4a:0/1", "--plain"}); }
 };
 
 TEST_F(CtrlC, OnceLetsALoadFinish)
@@ -58,7 +58,7 @@ TEST_F(CtrlC, OnceLetsARunBeginNothingNew)
     // One bus: each begins when its worker has started.
     plan({"mwc4a:0/1", "mwc4a:0/2"});
     use_boards("bytes_per_second = 10_000\n");
-    Terminal console{kvn({"run", "plan.toml"})};
+    Terminal console{command({"run", "plan.toml"})};
     console.expect("mwc4a:0/1  ");
     console.signal(SIGINT);
     console.expect("kvn: what is under way is finished first; a second signal cuts it off\n");
@@ -71,7 +71,7 @@ TEST_F(CtrlC, OnceLetsARunBeginNothingNew)
 TEST_F(CtrlC, TwiceCutsTheLoadsOfARunOff)
 {
     use_boards("bytes_per_second = 1_000\n");
-    Terminal console{kvn({"run", "plan.toml"})};
+    Terminal console{command({"run", "plan.toml"})};
     console.expect("mwc4a:0/1  ");
     console.expect("mwc4a:1/1  ");
     console.signal(SIGINT);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // The workers of a run whose controller is ended at once.
-#include "commands_fixture.h"
+#include "kvn/two_boards.h"
 
 #include "support/windows/child.h"
 
@@ -11,7 +11,7 @@ namespace
 {
 using testing::HasSubstr;
 
-using WindowsWorkers = WindowsCommands;
+using WindowsWorkers = KvnOnTwoBoards;
 
 /// The processes of kvn.exe that a process has started.
 std::vector<DWORD> started_by(DWORD process)
@@ -32,7 +32,7 @@ TEST_F(WindowsWorkers, CutTheirLoadsOffAndEndInOrderWhenTheControllerIsKilled)
     use_boards("bytes_per_second = 1_000\n");
     std::vector<Handle> workers;
     {
-        Terminal console{kvn({"run", "plan.toml", "--journal", "run.journal"})};
+        Terminal console{command({"run", "plan.toml", "--journal", "run.journal"})};
         console.expect("mwc4a:0/1  ");
         console.expect("mwc4a:1/1  ");
         const std::vector<DWORD> controllers = started_by(static_cast<DWORD>(console.process()));
@@ -47,12 +47,13 @@ TEST_F(WindowsWorkers, CutTheirLoadsOffAndEndInOrderWhenTheControllerIsKilled)
         EXPECT_EQ(wait_for(worker.get()), 11) << "cancelled, and not killed";
     EXPECT_EQ(states(), "mwc4a:0/1 part of its data, mwc4a:1/1 part of its data");
 
-    const Outcome shown = run(kvn({"journal", "show", "run.journal"}));
+    const Outcome shown = run(command({"journal", "show", "run.journal"}));
     for (const char* module : {"mwc4a:0/1", "mwc4a:0/2", "mwc4a:1/1", "mwc4a:1/2"})
         EXPECT_THAT(shown.output, HasSubstr(module)) << shown.errors;
     use_boards();
-    const Outcome resumed = run(kvn({"run", "plan.toml", "--resume", "run.journal", "--progress", "none"}));
+    const Outcome resumed =
+        run(command({"run", "plan.toml", "--resume", "run.journal", "--progress", "none"}));
     EXPECT_EQ(resumed.status, 0) << "the buses are free: " << resumed.errors;
-    EXPECT_EQ(states(), "mwc4a:0/1 running, mwc4a:0/2 running, mwc4a:1/1 running, mwc4a:1/2 running");
+    EXPECT_EQ(states(), ALL_RUNNING);
 }
 } // namespace
