@@ -18,9 +18,6 @@ namespace kvn::system
 /// The program of this process, as it is started again.
 [[nodiscard]] std::string own_program();
 
-/// Whether command lines of this system are usually read by a POSIX shell.
-[[nodiscard]] bool has_posix_shell() noexcept;
-
 /// What is started, and how.
 struct ProcessStart {
     std::string program;                ///< path, or a name that PATH leads to

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-// Words of a shell's command line: as they are written, and as they are meant.
+// The words of a command line.
 #ifndef KVN_ENGINE_RUN_COMMAND_WORDS_H
 #define KVN_ENGINE_RUN_COMMAND_WORDS_H
 
@@ -9,12 +9,6 @@
 
 namespace kvn
 {
-
-/// A word as a POSIX shell takes it: in quotes if need be.
-[[nodiscard]] std::string shell_word(const std::string& word);
-
-/// A word as the usual shell of this system takes it: what a user may copy into a command line.
-[[nodiscard]] std::string command_word(const std::string& word);
 
 /// The words of a line, as a shell splits it: at blanks, but for quotes of both kinds and backslashes. On
 /// Windows backslashes are those of a file's name, except in front of a quotation mark, where they count as

@@ -7,6 +7,7 @@
 #include "run/bus_link.h"
 #include "run/command_words.h"
 #include "run/outcome.h"
+#include "system/command_words.h"
 #include "system/path_text.h"
 
 #include <algorithm>
@@ -281,7 +282,7 @@ WorkerProgram worker_behind(const std::string& via, std::span<const std::string>
     const bool meets_a_shell = std::ranges::any_of(words, &is_ssh);
     words.emplace_back("kvn");
     for (const std::string& argument : arguments)
-        words.push_back(meets_a_shell ? shell_word(argument) : argument);
+        words.push_back(meets_a_shell ? system::shell_word(argument) : argument);
     return {.program = words.front(), .arguments = {words.begin() + 1, words.end()}, .via = via};
 }
 

@@ -7,6 +7,7 @@
 #include "run/event.h"
 #include "run/line_splitter.h"
 #include "run/worker_protocol.h"
+#include "system/command_words.h"
 #include "target.h"
 
 #include <string>
@@ -60,7 +61,7 @@ void check_words(std::string_view line)
         const std::vector<std::string> words = kvn::split_words(line);
         std::string quoted;
         for (const std::string& word : words)
-            quoted += kvn::shell_word(word) + " ";
+            quoted += kvn::system::shell_word(word) + " ";
         require(kvn::split_words(quoted) == words, "words are split as they were quoted");
     } catch (const kvn::FailureError&) {
         return;

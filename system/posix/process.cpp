@@ -101,11 +101,6 @@ std::string own_program()
     return !path.empty() && std::filesystem::exists(path, unknown) ? path.string() : "/proc/self/exe";
 }
 
-bool has_posix_shell() noexcept
-{
-    return true;
-}
-
 struct Process::State {
     pid_t process = -1;
 };

@@ -47,11 +47,6 @@ std::string own_program()
     }
 }
 
-bool has_posix_shell() noexcept
-{
-    return false;
-}
-
 struct Process::State {
     windows::Started started;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "system/windows/start.h"
 
+#include "system/windows/quotes.h"
+
 #include <algorithm>
 #include <array>
 #include <memory>
@@ -43,25 +45,6 @@ private:
     std::unique_ptr<char[]> memory_; // NOLINT(modernize-avoid-c-arrays)
 };
 
-void append_word(std::wstring& line, const std::wstring& word)
-{
-    if (!word.empty() && word.find_first_of(L" \t\n\v\"") == std::wstring::npos) {
-        line += word;
-        return;
-    }
-    line += L'"';
-    std::size_t backslashes = 0;
-    for (const wchar_t c : word) {
-        // Backslashes count double only where a quotation mark follows.
-        if (c == L'"')
-            line.append(backslashes + 1, L'\\');
-        backslashes = c == L'\\' ? backslashes + 1 : 0;
-        line += c;
-    }
-    line.append(backslashes, L'\\');
-    line += L'"';
-}
-
 std::wstring block_of(const std::vector<std::wstring>& variables)
 {
     std::wstring block;
@@ -102,13 +85,14 @@ std::wstring variable(const wchar_t* name)
 
 std::wstring command_line(const std::vector<std::string>& words)
 {
-    std::wstring line;
+    std::string line;
     for (const std::string& word : words) {
         if (!line.empty())
-            line += L' ';
-        append_word(line, wide(word));
+            line += ' ';
+        const bool is_plain = !word.empty() && word.find_first_of(" \t\n\v\"") == std::string::npos;
+        line += is_plain ? word : in_quotes(word);
     }
-    return line;
+    return wide(line);
 }
 
 std::optional<std::wstring> path_of_program(const std::string& name)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn list: boards and modules, as a table and as JSON.
 #include "kvn_fixture.h"
-#include "run/command_words.h"
+#include "system/command_words.h"
 
 #include <gmock/gmock.h>
 
@@ -49,7 +49,7 @@ TEST_F(KvnList, NeverGuessesABoard)
               "try: kvn list mwc4a\n");
     EXPECT_EQ(kvn({"list", "mwc4a"}).status, 0) << "what the hint says";
     EXPECT_THAT(kvn({"list", "--rack", "my rack.toml"}).errors,
-                EndsWith("try: kvn list mwc4a --rack " + kvn::command_word("my rack.toml") + "\n"));
+                EndsWith("try: kvn list mwc4a --rack " + kvn::system::command_word("my rack.toml") + "\n"));
 }
 
 TEST_F(KvnList, OfAllBoardsOfATypeShowsThoseThatOpen)

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // kvn load: outcomes, refusals, progress and the record.
 #include "kvn_fixture.h"
-#include "run/command_words.h"
+#include "system/command_words.h"
 
 #include <gmock/gmock.h>
 
@@ -194,7 +194,7 @@ TEST_F(KvnLoad, OfSeveralModulesNoneIsLoadedAndEachHasItsCommand)
     make("v300pq240-5", "my design.bit");
     const Outcome refused = kvn({"load", "my design.bit", "--plain"});
     EXPECT_EQ(refused.status, 2);
-    const std::string file = kvn::command_word("my design.bit");
+    const std::string file = kvn::system::command_word("my design.bit");
     EXPECT_EQ(refused.errors, std::string{ANNOUNCED} +
                                   "kvn: no module is named, and there are 2\n"
                                   "try: kvn load " +

@@ -2,6 +2,7 @@
 // Words that users may copy into a command line of Windows, and lines that they have written.
 #include "run/command_words.h"
 
+#include "system/command_words.h"
 #include "system/windows/wide.h"
 
 #include <gmock/gmock.h>
@@ -33,12 +34,12 @@ Words words_of_program(const std::string& line)
 
 TEST(WindowsCommandWords, AreQuotedWhereTheShellWouldTakeThemApart)
 {
-    EXPECT_EQ(kvn::command_word("C:\\boards\\design.bit"), "C:\\boards\\design.bit");
-    EXPECT_EQ(kvn::command_word("C:\\my boards\\design.bit"), "\"C:\\my boards\\design.bit\"");
-    EXPECT_EQ(kvn::command_word("C:\\my boards\\"), "\"C:\\my boards\\\\\"");
-    EXPECT_EQ(kvn::command_word(""), "\"\"");
-    EXPECT_EQ(kvn::command_word("a&b"), "\"a&b\"");
-    EXPECT_EQ(kvn::command_word("say \"x\""), R"("say \"x\"")");
+    EXPECT_EQ(kvn::system::command_word("C:\\boards\\design.bit"), "C:\\boards\\design.bit");
+    EXPECT_EQ(kvn::system::command_word("C:\\my boards\\design.bit"), "\"C:\\my boards\\design.bit\"");
+    EXPECT_EQ(kvn::system::command_word("C:\\my boards\\"), "\"C:\\my boards\\\\\"");
+    EXPECT_EQ(kvn::system::command_word(""), "\"\"");
+    EXPECT_EQ(kvn::system::command_word("a&b"), "\"a&b\"");
+    EXPECT_EQ(kvn::system::command_word("say \"x\""), R"("say \"x\"")");
 }
 
 TEST(WindowsCommandWords, LeaveBackslashesOfNamesAlone)
@@ -57,7 +58,7 @@ TEST(WindowsCommandWords, AreTakenByProgramsAndReadBackAsTheyWere)
         std::string word;
         for (auto length = random() % 7; length != 0; --length)
             word += pieces[random() % pieces.size()];
-        const std::string quoted = kvn::command_word(word);
+        const std::string quoted = kvn::system::command_word(word);
         ASSERT_THAT(words_of_program(quoted), ElementsAre(word)) << quoted;
         ASSERT_THAT(kvn::split_words(quoted), ElementsAre(word)) << quoted;
     }

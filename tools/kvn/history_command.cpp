@@ -4,6 +4,7 @@
 #include "module/module_name.h"
 #include "report/journal_json.h"
 #include "streams.h"
+#include "system/command_words.h"
 #include "table.h"
 
 #include <iostream>
@@ -80,7 +81,7 @@ std::optional<Failure> failure_of(const History& history, const std::string& fol
                    folder + '/' + first.journal + ": " + first.what +
                        (others == 0 ? "" : " (and " + std::to_string(others) + " more)"),
                    "a journal counts up to the first line that was changed: later loads may be missing",
-                   "kvn journal verify " + command_word(folder + '/' + first.journal)};
+                   "kvn journal verify " + system::command_word(folder + '/' + first.journal)};
 }
 
 ExitStatus show(Request request)

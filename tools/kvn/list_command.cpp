@@ -8,6 +8,7 @@
 #include "report/documents.h"
 #include "report/plan_json.h"
 #include "streams.h"
+#include "system/command_words.h"
 #include "table.h"
 
 #include <algorithm>
@@ -87,7 +88,7 @@ void print_boards(const std::vector<BoardRow>& boards, const Request& request)
     table.print(std::cout);
     if (left_out != 0)
         std::cout << left_out << (left_out == 1 ? " board" : " boards") << " could not be opened: kvn list "
-                  << command_word(boards.front().name.type) << " --all" << as_words(request.provider)
+                  << system::command_word(boards.front().name.type) << " --all" << as_words(request.provider)
                   << " tells why\n";
 }
 

@@ -11,6 +11,7 @@
 #include "report/documents.h"
 #include "run/policy.h"
 #include "run/remote_load.h"
+#include "system/command_words.h"
 
 #include <iostream>
 #include <memory>
@@ -50,7 +51,7 @@ ModeWish mode_of(const Request& request)
 /// The command without its module, and what follows the module, as hints print them.
 std::string command_words(const Request& request)
 {
-    return "kvn load " + command_word(request.file);
+    return "kvn load " + system::command_word(request.file);
 }
 
 std::string option_words(const Request& request)
@@ -63,7 +64,7 @@ std::string option_words(const Request& request)
     if (request.smallest)
         words += " --smallest";
     if (!request.via.empty())
-        words += " --via " + command_word(request.via);
+        words += " --via " + system::command_word(request.via);
     return words;
 }
 
@@ -116,12 +117,12 @@ void print_record(std::ostream& out, const Record& record)
 /// What failed, with the command that goes on where there is one.
 Failure with_command(Failure failure, const Request& request, const ModuleName& module)
 {
-    const std::string command = command_words(request) + " " + command_word(to_text(module));
+    const std::string command = command_words(request) + " " + system::command_word(to_text(module));
     if (failure.status == ExitStatus::rehearsal)
         failure.remedy = command + option_words(request) + " --force";
     if (failure.status == ExitStatus::usage && request.compressed)
         failure.remedy = command + as_words(request.provider) +
-                         (request.via.empty() ? "" : " --via " + command_word(request.via));
+                         (request.via.empty() ? "" : " --via " + system::command_word(request.via));
     return failure;
 }
 

@@ -9,6 +9,7 @@
 #include "provider_options.h"
 #include "report/plan_json.h"
 #include "streams.h"
+#include "system/command_words.h"
 
 #include <algorithm>
 #include <iostream>
@@ -102,7 +103,8 @@ std::vector<ListRequest> boards_of(const NewRequest& request)
                             .what = "no board type is named, and the environment names no board",
                             .why = "which types of boards there are is not known here",
                             .remedy = "kvn plan new --from-list --board-type mwc4a -o " +
-                                      command_word(request.target.file) + as_words(request.provider)}};
+                                      system::command_word(request.target.file) +
+                                      as_words(request.provider)}};
     return boards;
 }
 
@@ -155,8 +157,8 @@ ExitStatus make_new(const NewRequest& request)
     if (modules.empty())
         throw FailureError{{.status = ExitStatus::no_module,
                             .what = "there is no module that a plan could name",
-                            .remedy = "kvn list " + command_word(boards.front().board_type) + " --all" +
-                                      as_words(request.provider)}};
+                            .remedy = "kvn list " + system::command_word(boards.front().board_type) +
+                                      " --all" + as_words(request.provider)}};
     name_files(modules, request.target);
     write(modules, comment_of(modules, *provider), request.target);
     tell_written(modules, {}, request.target);

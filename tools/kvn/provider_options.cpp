@@ -3,6 +3,7 @@
 #include "provider_options.h"
 
 #include "streams.h"
+#include "system/command_words.h"
 #include "system/environment.h"
 
 #include <cstdlib>
@@ -39,9 +40,9 @@ std::string as_words(const ProviderOptions& options)
 {
     std::string words;
     if (!options.provider.empty())
-        words += " --provider " + command_word(options.provider);
+        words += " --provider " + system::command_word(options.provider);
     if (!options.rack.empty())
-        words += " --rack " + command_word(options.rack);
+        words += " --rack " + system::command_word(options.rack);
     return words;
 }
 

@@ -4,7 +4,6 @@
 #define KVN_TOOLS_KVN_STREAMS_H
 
 #include "errors/failure.h"
-#include "run/command_words.h"
 #include "system/terminal.h"
 
 #include <iosfwd>

@@ -4,6 +4,7 @@
 
 #include "errors/failure.h"
 #include "run/remote_load.h"
+#include "system/command_words.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -60,7 +61,7 @@ TEST(CommandWords, ThatAreNotFinishedAreAnError)
 TEST(CommandWords, AreReadAsTheyWereQuoted)
 {
     for (const char* word : {"", "plain", "two words", "it's", "$HOME", "a\\b", "\"", "~", "new\nline"})
-        EXPECT_THAT(split_words(shell_word(word)), ElementsAre(word));
+        EXPECT_THAT(split_words(system::shell_word(word)), ElementsAre(word));
 }
 
 TEST(WorkersElsewhere, AreQuotedForTheShellThatSshStarts)
