@@ -19,9 +19,43 @@ public:
     /// Ends a run in front of each byte that changes has found among those from `first` on.
     void end_runs(std::size_t first, std::uint64_t changes)
     {
+        if (changes == 0)
+            return;
+        if (has_singles(changes))
+            return end_runs_and_singles(first, changes);
+        const std::size_t at = first + distance_of(changes);
+        end_run(at, data_[at - 1]);
+        end_short_runs(first, changes & (changes - 1));
+    }
+
+    /// Holds back what may go on: at most LONGEST_RUN bytes.
+    std::size_t hold_back_rest() { return write_full_runs(data_.size(), data_.back()); }
+
+    [[nodiscard]] std::uint8_t* end() const { return out_; }
+
+private:
+    // The mask of SINGLES bytes that all differ from the one before.
+    static constexpr std::uint64_t ALL_CHANGE = (std::uint64_t{1} << SINGLES) - 1;
+
+    [[nodiscard]] static std::size_t distance_of(std::uint64_t changes)
+    {
+        return static_cast<std::size_t>(std::countr_zero(changes));
+    }
+
+    /// Whether SINGLES bytes one after the other all differ from the one before.
+    [[nodiscard]] static bool has_singles(std::uint64_t changes)
+    {
+        static_assert(std::has_single_bit(SINGLES));
+        for (std::size_t found = 1; found < SINGLES; found *= 2)
+            changes &= changes >> found;
+        return changes != 0;
+    }
+
+    void end_runs_and_singles(std::size_t first, std::uint64_t changes)
+    {
         while (changes != 0) {
-            const int distance = std::countr_zero(changes);
-            const std::size_t at = first + static_cast<std::size_t>(distance);
+            const std::size_t distance = distance_of(changes);
+            const std::size_t at = first + distance;
             if ((~(changes >> distance) & ALL_CHANGE) == 0 && length_before(at) <= LONGEST_RUN) {
                 end_singles(at);
                 changes &= ~(ALL_CHANGE << distance);
@@ -32,12 +66,17 @@ public:
         }
     }
 
-    /// Holds back what may go on: at most LONGEST_RUN bytes.
-    std::size_t hold_back_rest() { return write_full_runs(data_.size(), data_.back()); }
+    /// Ends runs that began in the same block, and so are no longer than it.
+    void end_short_runs(std::size_t first, std::uint64_t changes)
+    {
+        static_assert(CHANGES_SIZE <= LONGEST_RUN);
+        for (; changes != 0; changes &= changes - 1) {
+            const std::size_t at = first + distance_of(changes);
+            write_pair(length_before(at), data_[at - 1]);
+            start_ = static_cast<std::ptrdiff_t>(at);
+        }
+    }
 
-    [[nodiscard]] std::uint8_t* end() const { return out_; }
-
-private:
     /// Ends the run in hand in front of a byte that differs from it.
     void end_run(std::size_t at, std::uint8_t value)
     {
@@ -45,9 +84,6 @@ private:
         write_pair(count, value);
         start_ = static_cast<std::ptrdiff_t>(at);
     }
-
-    // The mask of SINGLES bytes that all differ from the one before.
-    static constexpr std::uint64_t ALL_CHANGE = (std::uint64_t{1} << SINGLES) - 1;
 
     [[nodiscard]] std::size_t length_before(std::size_t at) const
     {
