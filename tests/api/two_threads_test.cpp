@@ -5,11 +5,11 @@
 #include "kvn_fpga.h"
 #include "stream.h"
 #include "support/folder_test.h"
+#include "support/meeting.h"
 #include "virtual_carrier.h"
 
 #include <gtest/gtest.h>
 
-#include <barrier>
 #include <cstring>
 #include <functional>
 #include <string>
@@ -38,7 +38,7 @@ protected:
 };
 
 /// Both loads wait here, each in the middle of its message, until the other has come as far.
-std::barrier both_loading{2};
+Meeting both_loading{2};
 
 void wait_in_the_middle_of_the_load(char* text)
 {

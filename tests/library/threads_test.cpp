@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 // Sessions in several threads, and what other threads may do with one.
 #include "library_fixture.h"
+#include "support/meeting.h"
 
 #include <array>
-#include <barrier>
 #include <memory>
 #include <thread>
 #include <utility>
@@ -49,7 +49,7 @@ protected:
 };
 
 /// All loads wait here, each in the middle of its message.
-std::barrier all_loading{LOADS};
+Meeting all_loading{LOADS};
 
 int wait_for_the_others(void* waited, const kvn_progress_info* /*progress*/)
 {
@@ -131,7 +131,7 @@ TEST_F(Threads, CancelAndPollWhileASessionIsClosed)
     for (int i = 0; i < 50; ++i) {
         kvn_session* closing = nullptr;
         ASSERT_EQ(kvn_open(&closing), KVN_DONE);
-        std::barrier begin{2};
+        Meeting begin{2};
         std::thread other{[&] {
             auto progress = sized<kvn_progress_info>();
             begin.arrive_and_wait();

@@ -4,11 +4,11 @@
 
 #include "load_support.h"
 #include "rack.h"
+#include "support/meeting.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <latch>
 #include <thread>
 
 namespace
@@ -466,20 +466,19 @@ TEST_F(Load, CancelledFromTheCallbackStopsAtTheNextCall)
 TEST_F(Load, CancelledFromAnotherThreadStops)
 {
     put(module_with(DEVICE));
-    std::latch is_loading{1};
-    std::latch is_cancelled{1};
+    Meeting both{2}; // when the load has begun, and when it has been cancelled
     std::thread other{[&] {
-        is_loading.wait();
+        both.arrive_and_wait();
         EXPECT_GT(control.progress().bytes, 0U);
         EXPECT_TRUE(control.progress().total);
         control.cancel();
-        is_cancelled.count_down();
+        both.arrive_and_wait();
     }};
     control.on_progress = [&](const Progress& progress) {
         if (progress.bytes != 2)
             return;
-        is_loading.count_down();
-        is_cancelled.wait();
+        both.arrive_and_wait();
+        both.arrive_and_wait();
     };
     const Record record = load(good);
     other.join();

@@ -2,10 +2,10 @@
 // Eight loads at once, on boards of one rack; run under the thread sanitizer too.
 #include "load_support.h"
 #include "rack.h"
+#include "support/meeting.h"
 
 #include <gtest/gtest.h>
 
-#include <barrier>
 #include <thread>
 
 namespace
@@ -45,7 +45,7 @@ TEST_F(EngineThreads, LoadAtOnceWithoutTouchingEachOther)
 {
     std::vector<kvn::Record> records(LOADS);
     std::vector<kvn::LoadControl> controls(LOADS);
-    std::barrier all_loading{LOADS};
+    Meeting all_loading{LOADS};
     in_all_threads([&](unsigned number) {
         controls[number].on_progress = [&](const kvn::Progress& progress) {
             if (progress.bytes == 2)

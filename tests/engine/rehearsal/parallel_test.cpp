@@ -2,9 +2,10 @@
 // Independent pieces of work in several threads.
 #include "run/parallel.h"
 
+#include "support/meeting.h"
+
 #include <gtest/gtest.h>
 
-#include <latch>
 #include <stdexcept>
 
 namespace
@@ -22,9 +23,13 @@ TEST(Parallel, DoesEachPieceOnce)
 
 TEST(Parallel, WorksOnSeveralPiecesAtOnce)
 {
-    std::latch both{2};
-    kvn::in_parallel(2, 2, [&](std::size_t) { both.arrive_and_wait(); });
-    EXPECT_TRUE(both.try_wait());
+    Meeting both{2};
+    std::atomic<int> met{0};
+    kvn::in_parallel(2, 2, [&](std::size_t) {
+        both.arrive_and_wait();
+        ++met;
+    });
+    EXPECT_EQ(met, 2);
 }
 
 TEST(Parallel, ThrowsWhatAPieceThrowsAndBeginsNoOther)
