@@ -10,6 +10,10 @@ namespace kvn
 namespace
 {
 
+// The clock counts nanoseconds, of which 292 years can be told; differences are to fit too.
+constexpr unsigned FIRST_YEAR = 1970;
+constexpr unsigned LAST_YEAR = 2261;
+
 std::optional<unsigned> digits(std::string_view text)
 {
     unsigned number = 0;
@@ -55,6 +59,8 @@ std::optional<std::chrono::system_clock::time_point> utc_time(std::string_view t
     const auto second = number(17, 2);
     const auto thousandth = number(20, 3);
     if (!year || !month || !day || !hour || !minute || !second || !thousandth)
+        return std::nullopt;
+    if (*year < FIRST_YEAR || *year > LAST_YEAR)
         return std::nullopt;
     const std::chrono::year_month_day date{std::chrono::year{static_cast<int>(*year)},
                                            std::chrono::month{*month}, std::chrono::day{*day}};

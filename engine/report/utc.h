@@ -13,7 +13,8 @@ namespace kvn
 
 /// "2026-11-22T03:44:37.125Z"
 [[nodiscard]] std::string utc_text(std::chrono::system_clock::time_point moment);
-/// The opposite. @return null for any other text
+/// The opposite, for the years 1970 to 2261.
+/// @return null for any other text
 [[nodiscard]] std::optional<std::chrono::system_clock::time_point> utc_time(std::string_view text);
 
 } // namespace kvn

@@ -157,6 +157,11 @@ TEST(Event, TimesAreReadBack)
     EXPECT_EQ(utc_time("2026-02-29T00:00:00.000Z"), std::nullopt);
     EXPECT_EQ(utc_time("2026-02-28T24:00:00.000Z"), std::nullopt);
     EXPECT_EQ(utc_time("2026-02-28T00:00:00.000"), std::nullopt);
+    // Beyond these years the clock, or a difference of two moments, would overflow.
+    for (const char* moment : {"1970-01-01T00:00:00.000Z", "2261-12-31T23:59:59.999Z"})
+        EXPECT_EQ(utc_text(utc_time(moment).value()), moment);
+    EXPECT_EQ(utc_time("1969-12-31T23:59:59.999Z"), std::nullopt);
+    EXPECT_EQ(utc_time("2262-01-01T00:00:00.000Z"), std::nullopt);
 }
 
 TEST(LineSplitter, CutsLinesWhereverTheBytesWereCut)
