@@ -9,6 +9,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <utility>
+
 namespace
 {
 
@@ -230,6 +233,48 @@ TEST(HtmlReport, HasALaneForEachBusWithItsLoads)
         page,
         HasSubstr("<path class=c d=M0,10h1996><title>mwc4a:9/1 configured, 0.500 s</title></path></g></svg>"
                   "<td>1 load in 0.500 s\n<tr><th scope=row>mwc4a:10<td>"));
+}
+
+TEST(HtmlReport, TellsDurationsInTheLargestUnitThatFits)
+{
+    constexpr std::int64_t hour = 3'600'000;
+    const std::pair<std::int64_t, const char*> durations[] = {
+        {1'500, "1.5 s"}, {600'000, "10 min"}, {3 * hour, "3 h"}, {36 * hour, "36 h"}, {48 * hour, "2 d"}};
+    for (const auto& [milliseconds, text] : durations) {
+        const std::string page = html_report(
+            merge_journals({ExampleRun{}.load(configured("mwc4a:0/1", 0, milliseconds)).content}));
+        EXPECT_THAT(page, HasSubstr(std::string{" UTC, "} + text + "</caption>\n"));
+    }
+}
+
+TEST(HtmlReport, ShowsModulesOfUnknownPlacesApart)
+{
+    Report report = merge_journals({ExampleRun{}.load(configured("mwc4a:0/1", 0, 1500), "dsp").content});
+    report.rows.front().slot = 0;
+    EXPECT_THAT(
+        html_report(report),
+        HasSubstr("<ul class=\"rack\">\n<li><h4>in no slot that is known</h4><ol><li class=m><a class=\"v "
+                  "c\" href=#m0>configured <small>dsp</small></a></ol>\n</ul>\n"));
+}
+
+TEST(HtmlReport, TellsWhatTheFilesOfModulesWereComplainedOf)
+{
+    Report report = merge_journals({ExampleRun{}.load(configured("mwc4a:0/1", 0, 1500)).content});
+    report.rows.front().record["problems"] = {
+        {{"fatal", true}, {"what", "cut <off>"}, {"remedy", "copy it again"}},
+        {{"fatal", false}, {"what", "no date"}}};
+    EXPECT_THAT(html_report(report),
+                HasSubstr("<p><b>problem:</b> cut &lt;off&gt;; copy it again<p><b>note:</b> no date\n"));
+}
+
+TEST(HtmlReport, WarnsOfDamagedJournals)
+{
+    Report report = merge_journals({ExampleRun{}.load(configured("mwc4a:0/1", 0, 1500)).content});
+    report.runs.front().doubts = {"line 3 was <changed>", "its end is torn off"};
+    EXPECT_THAT(
+        html_report(report),
+        HasSubstr("<p class=\"notice r\"><b>Damaged journal.</b> rack.journal: line 3 was &lt;changed&gt;.\n"
+                  "<p class=\"notice r\"><b>Damaged journal.</b> rack.journal: its end is torn off.\n"));
 }
 
 TEST(HtmlReport, ShowsTextsOfJournalsAndExecutesNone)
