@@ -125,7 +125,7 @@ TEST(RunCoding, RandomDataIsCodedAsByteByByteHoweverItIsCut)
     std::mt19937 random{4};
     for (int round = 0; round < 600; ++round) {
         const unsigned longest = 1U << round % 11;
-        const Bytes data = runs_of_random_length(random, random() % 3000, longest);
+        const Bytes data = runs_of_random_length(random, random() % 6000, longest);
         const Bytes expected = coded_byte_by_byte(data);
         ASSERT_EQ(coded_at_once(data), expected) << round;
         ASSERT_EQ(coded(data, [] { return 4U; }), expected) << round;
