@@ -2,11 +2,14 @@
 // What is in the slots of boards, without a question and without a load.
 #include "module/list.h"
 
+#include "module/device_check.h"
 #include "rack.h"
 #include "support/fake_platform.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <utility>
 
 namespace
 {
@@ -245,5 +248,25 @@ TEST(SlotKind, HasAWord)
     EXPECT_STREQ(name_of(SlotKind::without_bus), "without bus");
     EXPECT_STREQ(name_of(SlotKind::module), "module");
     EXPECT_STREQ(name_of(Compression::yes), "yes");
+}
+
+TEST(UnsuitableSlot, SaysWhatIsInItAndHowToLook)
+{
+    SlotRow slot;
+    slot.name = kvn::parse_module_name("mwc4a:3/2");
+    const std::pair<SlotKind, const char*> rows[] = {
+        {SlotKind::empty, "mwc4a:3/2 is empty"},
+        {SlotKind::processor, "mwc4a:3/2 holds a processor module, which is not loaded"},
+        {SlotKind::without_bus, "mwc4a:3/2 holds a module without a serial bus"}};
+    for (const auto& [kind, what] : rows) {
+        slot.kind = kind;
+        const auto failure = kvn::unsuitable_slot(slot);
+        ASSERT_TRUE(failure);
+        EXPECT_EQ(failure->status, ExitStatus::no_module);
+        EXPECT_EQ(failure->what, what);
+        EXPECT_EQ(failure->remedy, "check the slot; kvn list mwc4a:3 shows what the board has");
+    }
+    slot.kind = SlotKind::module;
+    EXPECT_FALSE(kvn::unsuitable_slot(slot));
 }
 } // namespace
