@@ -125,6 +125,35 @@ TEST_F(DifferenceTest, TheFirstAndTheLastFrameHaveTheirAddresses)
     EXPECT_EQ(pad.words, "the frames are the same; words around them differ");
 }
 
+TEST_F(DifferenceTest, AFrameThatOneFileDoesNotWriteDiffersInAllItsBits)
+{
+    constexpr std::size_t LEFT_OUT = 2;
+    const std::size_t words = LEFT_OUT * v2.frame_size;
+    Data partial = data;
+    std::size_t header = 0;
+    while (partial.at(header) != 0x50)
+        header += 4;
+    const std::size_t count = (std::size_t{partial[header + 2]} << 8 | partial[header + 3]) +
+                              (std::size_t{partial[header + 1]} << 16);
+    const std::size_t end = header + 4 + count * 4;
+    for (std::size_t i = 1; i <= 3; ++i)
+        partial[header + i] = static_cast<std::uint8_t>((count - words) >> (24 - 8 * i));
+    // The word behind the frames is their check sum, wherever they end.
+    for (std::size_t at = end - words * 4; at <= end; at += 4) {
+        partial[at] = 0x20; // a packet without an operation
+        partial[at + 1] = partial[at + 2] = partial[at + 3] = 0;
+    }
+    const Difference less = compare_with(partial);
+    const Difference more = kvn::compare(bit(v2, partial, "a.bit"), bit(v2, data, "b.bit"));
+    for (const Difference& difference : {less, more}) {
+        ASSERT_EQ(difference.frames.size(), LEFT_OUT) << difference.words;
+        EXPECT_EQ(difference.bits, words * 32);
+        EXPECT_EQ(difference.frames_compared, 404U);
+    }
+    EXPECT_TRUE(less.frames[0].in_first && !less.frames[0].in_second);
+    EXPECT_TRUE(!more.frames[0].in_first && more.frames[0].in_second);
+}
+
 TEST_F(DifferenceTest, NamesRegistersThatDiffer)
 {
     Data other = data;

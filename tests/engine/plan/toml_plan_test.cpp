@@ -109,7 +109,7 @@ TEST(TomlPlan, AMistakeInOneModuleLeavesTheOthers)
 
 TEST(TomlPlan, WhatIsWrittenIsReadBack)
 {
-    kvn::PlannedModule full{.label = "a \"name\" with \\ and \x01",
+    kvn::PlannedModule full{.label = "a \"name\" with \\ and \x1F",
                             .module = kvn::parse_module_name("mwc4a:0/1.2"),
                             .file = "/abs/main.mcb",
                             .mode = kvn::ModeWish::compressed,
@@ -123,7 +123,7 @@ TEST(TomlPlan, WhatIsWrittenIsReadBack)
     const std::string text = kvn::write_plan({full, plain}, "two modules\nby hand");
     EXPECT_THAT(text, testing::StartsWith(
                           "# two modules\n# by hand\n\n[[module]]\nname = \"a \\\"name\\\" with \\\\ and "
-                          "\\u0001\"\nmodule = \"mwc4a:0/1.2\"\nfile = \"/abs/main.mcb\"\n"));
+                          "\\u001F\"\nmodule = \"mwc4a:0/1.2\"\nfile = \"/abs/main.mcb\"\n"));
     kvn::Plan plan = read(text);
     EXPECT_THAT(told(plan), IsEmpty());
     for (kvn::PlannedModule& module : plan.modules)

@@ -130,6 +130,14 @@ TEST(Event, MembersOfOtherTypesAreRefused)
         "progress: seconds_left is no number of seconds");
     EXPECT_EQ(problem_of(R"({"event":"finished","module":"mwc4a:0/2","record":{"module":"mwc4a:0/1"}})"),
               "record: module is not that of the event");
+    const auto finished_with = [](const std::string& members) {
+        return R"({"event":"finished","module":"mwc4a:0/2","record":{"module":"mwc4a:0/2",)" + members + "}}";
+    };
+    EXPECT_EQ(problem_of(finished_with(R"("verdict":"burnt")")), "record: verdict is no verdict");
+    EXPECT_EQ(problem_of(finished_with(R"("verdict":"failed","state":"burnt")")),
+              "record: state is no state of a module");
+    EXPECT_EQ(problem_of(finished_with(R"("verdict":"failed","state":"unknown","attempts":1,"failure":7)")),
+              "record: failure is no object");
     EXPECT_EQ(problem_of(R"({"event":"result","status":13,"class":"x","counts":{}})"),
               "result: status is no exit status");
 }
