@@ -271,6 +271,7 @@ INSTANTIATE_TEST_SUITE_P(
                     std::pair{"ends-first", "the steps of a load come once and in order"},
                     std::pair{"says-verdict-first", "a module has no verdict before its load has ended"},
                     std::pair{"names-other-module", "this module is not being loaded"},
+                    std::pair{"stands-still", "the bytes of a load become more, after its begin"},
                     std::pair{"goes-back", "the bytes of a load become more, after its begin"}),
     [](const auto& test) {
         std::string name = test.param.first;

@@ -107,6 +107,8 @@ void load(const kvn::LoadJob& job)
                               kvn::ExitStatus::cancelled);
         end_suddenly();
     }
+    if (fault == "stands-still")
+        say(kvn::progress_event(job.module, {.bytes = 10, .total = 100}));
     if (fault == "goes-back")
         say(kvn::progress_event(job.module, {.bytes = 5, .total = 100}));
     if (fault == "fails-by-bus-once" && nth == 1)
