@@ -19,6 +19,14 @@ protected:
     {
         return kvn::compare(bit(v2, data, "a.bit"), bit(v2, other, "b.bit"));
     }
+    /// Where the frames begin: behind the type 2 header that counts their words.
+    [[nodiscard]] std::size_t begin_of_frames() const
+    {
+        std::size_t header = 0;
+        while (data.at(header) != 0x50)
+            header += 4;
+        return header + 4;
+    }
     /// The data with bits of a byte inverted.
     [[nodiscard]] static Data spoilt(Data data, std::size_t place, std::uint8_t mask)
     {
@@ -106,10 +114,7 @@ TEST_F(DifferenceTest, NamesFramesThatDifferByTheirAddress)
 
 TEST_F(DifferenceTest, TheFirstAndTheLastFrameHaveTheirAddresses)
 {
-    std::size_t begin = 0; // the type 2 header for the frame data
-    while (data.at(begin) != 0x50)
-        begin += 4;
-    begin += 4;
+    const std::size_t begin = begin_of_frames();
     const Difference first = compare_with(spoilt(data, begin, 1));
     ASSERT_EQ(first.frames.size(), 1U);
     EXPECT_EQ(first.frames[0].block + first.frames[0].major + first.frames[0].minor, 0U);
@@ -130,12 +135,11 @@ TEST_F(DifferenceTest, AFrameThatOneFileDoesNotWriteDiffersInAllItsBits)
     constexpr std::size_t LEFT_OUT = 2;
     const std::size_t words = LEFT_OUT * v2.frame_size;
     Data partial = data;
-    std::size_t header = 0;
-    while (partial.at(header) != 0x50)
-        header += 4;
-    const std::size_t count = (std::size_t{partial[header + 2]} << 8 | partial[header + 3]) +
-                              (std::size_t{partial[header + 1]} << 16);
-    const std::size_t end = header + 4 + count * 4;
+    const std::size_t begin = begin_of_frames();
+    const std::size_t header = begin - 4;
+    const std::size_t count =
+        std::size_t{partial[header + 1]} << 16 | std::size_t{partial[header + 2]} << 8 | partial[header + 3];
+    const std::size_t end = begin + count * 4;
     for (std::size_t i = 1; i <= 3; ++i)
         partial[header + i] = static_cast<std::uint8_t>((count - words) >> (24 - 8 * i));
     // The word behind the frames is their check sum, wherever they end.

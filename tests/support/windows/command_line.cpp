@@ -6,7 +6,8 @@
 
 namespace
 {
-/// Between quotation marks. Backslashes in front of a mark are doubled, others stay as they are.
+/// Between quotation marks. Backslashes in front of a mark are doubled, others stay as they are. The programs
+/// under test have their own: an error there must not start them with the words that would hide it.
 std::string quoted(std::string_view word)
 {
     std::string text = "\"";
