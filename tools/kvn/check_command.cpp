@@ -38,11 +38,11 @@ Action add_check(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
     auto load = std::make_shared<std::string>("both");
-    CLI::App* command = program.add_subcommand("check", "Tells whether a module would start");
-    command->add_option("file", request->file, "The RBT, BIT or MCB file")->required();
-    command->add_option("--device", request->device,
-                        "The module's device, such as 2v3000fg676-4; default: the one that the file names");
-    command->add_option("--load", *load, "The kind of load that must succeed")
+    CLI::App* command = add_command(program, "check", "Tells whether a module would start");
+    add_option(*command, "file", request->file, "The RBT, BIT or MCB file")->required();
+    add_option(*command, "--device", request->device,
+               "The module's device, such as 2v3000fg676-4; default: the one that the file names");
+    add_option(*command, "--load", *load, "The kind of load that must succeed")
         ->check(one_of({"plain", "compressed", "both"}))
         ->capture_default_str();
     add_json(*command, request->json);

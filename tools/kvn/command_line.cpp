@@ -5,6 +5,8 @@
 #include "config/nearest_word.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <optional>
 
 namespace kvn
 {
@@ -94,9 +96,33 @@ std::string usage_problem(const CLI::App& program, const CLI::ParseError& error)
     return std::string{error.what()} + "; " + help + " tells more";
 }
 
+CLI::App* add_command(CLI::App& program, const char* name, const char* description)
+{
+    return program.add_subcommand(name, description);
+}
+
+template <typename T>
+CLI::Option* add_option(CLI::App& command, const char* names, T& value, const char* description)
+{
+    return command.add_option(names, value, description);
+}
+
+template CLI::Option* add_option(CLI::App&, const char*, double&, const char*);
+template CLI::Option* add_option(CLI::App&, const char*, std::size_t&, const char*);
+template CLI::Option* add_option(CLI::App&, const char*, unsigned&, const char*);
+template CLI::Option* add_option(CLI::App&, const char*, std::string&, const char*);
+template CLI::Option* add_option(CLI::App&, const char*, std::optional<std::string>&, const char*);
+template CLI::Option* add_option(CLI::App&, const char*, std::vector<int>&, const char*);
+template CLI::Option* add_option(CLI::App&, const char*, std::vector<std::string>&, const char*);
+
+CLI::Option* add_flag(CLI::App& command, const char* names, bool& value, const char* description)
+{
+    return command.add_flag(names, value, description);
+}
+
 void add_json(CLI::App& command, bool& json)
 {
-    command.add_flag("--json", json, "Print JSON");
+    add_flag(command, "--json", json, "Print JSON");
 }
 
 CLI::Option* add_module_timeout(CLI::App& command, std::chrono::milliseconds& timeout,

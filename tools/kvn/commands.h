@@ -27,6 +27,16 @@ public:
 /// What a subcommand does once the command line was read; its result is the exit status.
 using Action = std::function<ExitStatus()>;
 
+/// @name What the command line is described with
+/// CLI11 is all in headers. Each file that called it to describe a command would compile most of it again,
+/// for seconds; these are compiled once, for the types that command_line.cpp names.
+/// @{
+CLI::App* add_command(CLI::App& program, const char* name, const char* description);
+template <typename T>
+CLI::Option* add_option(CLI::App& command, const char* names, T& value, const char* description = "");
+CLI::Option* add_flag(CLI::App& command, const char* names, bool& value, const char* description);
+/// @}
+
 /// Ends the help of a command with examples.
 void add_examples(CLI::App& command, std::initializer_list<const char*> examples);
 

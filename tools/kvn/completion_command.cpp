@@ -48,12 +48,12 @@ Action add_completion(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
     CLI::App* command =
-        program.add_subcommand("completion", "Prints a script that completes command lines in a shell");
-    command->add_option("shell", request->shell, "The shell")
+        add_command(program, "completion", "Prints a script that completes command lines in a shell");
+    add_option(*command, "shell", request->shell, "The shell")
         ->required()
         ->check(one_of({"bash", "zsh", "fish"}));
     // What the scripts ask for: the words of a command line, the last to be completed.
-    command->add_option("word", request->words)->group("");
+    add_option(*command, "word", request->words)->group("");
     add_examples(*command, {"kvn completion bash", "kvn completion fish -- explain 91"});
     return [request, &program] { return answer(program, *request); };
 }

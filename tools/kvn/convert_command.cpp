@@ -82,19 +82,19 @@ ExitStatus run_conversion(const Request& request)
 Action add_convert(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("convert", "Writes a bitstream file in another form");
-    command->add_option("file", request->file, "The file, packed or not; - for standard input")->required();
-    command->add_option("target", request->conversion.target,
-                        "The file to write; - for standard output; default: the same name with the extension "
-                        "of the form");
-    command
-        ->add_option("--to", request->format, "The form: rbt, bit or mcb; default: by the target's extension")
+    CLI::App* command = add_command(program, "convert", "Writes a bitstream file in another form");
+    add_option(*command, "file", request->file, "The file, packed or not; - for standard input")->required();
+    add_option(*command, "target", request->conversion.target,
+               "The file to write; - for standard output; default: the same name with the extension "
+               "of the form");
+    add_option(*command, "--to", request->format,
+               "The form: rbt, bit or mcb; default: by the target's extension")
         ->check(one_of({"rbt", "bit", "mcb"}));
-    command->add_flag("--overwrite", request->conversion.overwrite, "Replace a file that exists");
-    command->add_flag("--normalise", request->conversion.normalise,
-                      "Make the result loadable in every mode, or write nothing");
-    command->add_option("--part", request->conversion.part,
-                        "The part to name where the file names none, such as 2v3000fg676");
+    add_flag(*command, "--overwrite", request->conversion.overwrite, "Replace a file that exists");
+    add_flag(*command, "--normalise", request->conversion.normalise,
+             "Make the result loadable in every mode, or write nothing");
+    add_option(*command, "--part", request->conversion.part,
+               "The part to name where the file names none, such as 2v3000fg676");
     add_json(*command, request->json);
     add_examples(*command, {"kvn convert design.bit design.mcb",
                             "kvn convert design.rbt --to bit --normalise --overwrite"});

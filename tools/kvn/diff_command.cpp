@@ -89,10 +89,10 @@ ExitStatus show(const Request& request)
 Action add_diff(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("diff", "Compares two files as configuration");
-    command->add_option("first", request->first, "A file")->required();
-    command->add_option("second", request->second, "Another file, in any form")->required();
-    command->add_flag("--all", request->all, "Show every frame that differs, not the first 20 only");
+    CLI::App* command = add_command(program, "diff", "Compares two files as configuration");
+    add_option(*command, "first", request->first, "A file")->required();
+    add_option(*command, "second", request->second, "Another file, in any form")->required();
+    add_flag(*command, "--all", request->all, "Show every frame that differs, not the first 20 only");
     add_json(*command, request->json);
     add_examples(*command, {"kvn diff design.bit design.rbt", "kvn diff design.bit other.bit --json"});
     return [request] { return show(*request); };

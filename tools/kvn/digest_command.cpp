@@ -101,8 +101,8 @@ Action add_digest(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
     CLI::App* command =
-        program.add_subcommand("digest", "Prints the fingerprint of a design, equal in all forms of file");
-    command->add_option("files", request->files, "RBT, BIT and MCB files")->required();
+        add_command(program, "digest", "Prints the fingerprint of a design, equal in all forms of file");
+    add_option(*command, "files", request->files, "RBT, BIT and MCB files")->required();
     add_json(*command, request->json);
     add_examples(*command, {"kvn digest design.bit design.rbt design.mcb", "kvn digest design.bit --json"});
     return [request] { return show(*request); };

@@ -83,19 +83,18 @@ Action add_estimate(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
     CLI::App* command =
-        program.add_subcommand("estimate", "Tells what a load would send, and how long it takes");
-    command->add_option("file", request->file, "The RBT, BIT or MCB file, packed or not")->required();
-    command->add_option("--device", request->estimate.device,
-                        "The module's device, 2v3000fg676-4; default: the one that the file names");
-    CLI::Option* plain = command->add_flag("--plain", request->plain, "A load without compression");
-    CLI::Option* compressed = command->add_flag("--compressed", request->compressed, "A compressed load");
+        add_command(program, "estimate", "Tells what a load would send, and how long it takes");
+    add_option(*command, "file", request->file, "The RBT, BIT or MCB file, packed or not")->required();
+    add_option(*command, "--device", request->estimate.device,
+               "The module's device, 2v3000fg676-4; default: the one that the file names");
+    CLI::Option* plain = add_flag(*command, "--plain", request->plain, "A load without compression");
+    CLI::Option* compressed = add_flag(*command, "--compressed", request->compressed, "A compressed load");
     CLI::Option* smallest =
-        command->add_flag("--smallest", request->smallest, "The mode that sends fewer bytes");
+        add_flag(*command, "--smallest", request->smallest, "The mode that sends fewer bytes");
     plain->excludes(compressed)->excludes(smallest);
     compressed->excludes(smallest);
-    command
-        ->add_option("--bytes-per-second", request->bytes_per_second,
-                     "Speed of the bus, for the time that the load takes")
+    add_option(*command, "--bytes-per-second", request->bytes_per_second,
+               "Speed of the bus, for the time that the load takes")
         ->check(CLI::PositiveNumber);
     add_json(*command, request->json);
     add_examples(*command, {"kvn estimate design.bit --bytes-per-second 250000",

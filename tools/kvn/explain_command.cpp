@@ -108,9 +108,9 @@ ExitStatus explain(const Request& request)
 Action add_explain(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("explain", "Explains error numbers and the statuses of loads");
-    command->add_option("number", request->numbers,
-                        "Error numbers (9103), or statuses of a load (4); default: a list of all errors");
+    CLI::App* command = add_command(program, "explain", "Explains error numbers and the statuses of loads");
+    add_option(*command, "number", request->numbers,
+               "Error numbers (9103), or statuses of a load (4); default: a list of all errors");
     add_examples(*command, {"kvn explain 9103", "kvn explain 4 --json"});
     add_json(*command, request->json);
     return [request] { return explain(*request); };

@@ -106,10 +106,10 @@ Action add_history(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
     CLI::App* command =
-        program.add_subcommand("history", "Tells the last load of each module that journals have seen");
-    command->add_option("module", request->module, "Only this module (mwc4a:0/1); default: all");
-    command
-        ->add_option("--journals", request->folder, "The folder with the journals, of one host or of several")
+        add_command(program, "history", "Tells the last load of each module that journals have seen");
+    add_option(*command, "module", request->module, "Only this module (mwc4a:0/1); default: all");
+    add_option(*command, "--journals", request->folder,
+               "The folder with the journals, of one host or of several")
         ->capture_default_str();
     add_json(*command, request->json);
     add_examples(*command, {"kvn history", "kvn history mwc4a:0/1 --journals journals --json"});

@@ -36,11 +36,10 @@ ExitStatus show(const Request& request)
 Action add_info(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("info", "Tells what a bitstream file is");
-    command->add_option("file", request->file, "The RBT, BIT or MCB file")->required();
-    command
-        ->add_option("--bytes-per-second", request->bytes_per_second,
-                     "Speed of the bus, for the time that a load would take")
+    CLI::App* command = add_command(program, "info", "Tells what a bitstream file is");
+    add_option(*command, "file", request->file, "The RBT, BIT or MCB file")->required();
+    add_option(*command, "--bytes-per-second", request->bytes_per_second,
+               "Speed of the bus, for the time that a load would take")
         ->check(CLI::PositiveNumber);
     add_json(*command, request->json);
     add_examples(*command, {"kvn info design.bit", "kvn info design.rbt --bytes-per-second 250000 --json"});

@@ -117,16 +117,14 @@ ExitStatus act(const Request& request)
 Action add_journal(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command =
-        program.add_subcommand("journal", "Checks the journal of a run, or shows its records");
-    command
-        ->add_option("action", request->action,
-                     "verify: find changed bytes and a torn last line; show: the record of each module")
+    CLI::App* command = add_command(program, "journal", "Checks the journal of a run, or shows its records");
+    add_option(*command, "action", request->action,
+               "verify: find changed bytes and a torn last line; show: the record of each module")
         ->required()
         ->check(one_of({"verify", "show"}));
-    command->add_option("file", request->file, "The journal")->required();
-    command->add_option("--head", request->head,
-                        "The SHA-256 of a line, noted when the journal had come so far; verify looks for it");
+    add_option(*command, "file", request->file, "The journal")->required();
+    add_option(*command, "--head", request->head,
+               "The SHA-256 of a line, noted when the journal had come so far; verify looks for it");
     add_json(*command, request->json);
     add_examples(*command, {"kvn journal verify rack.journal", "kvn journal show rack.journal --json"});
     return [request] { return act(*request); };

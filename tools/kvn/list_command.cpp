@@ -205,14 +205,14 @@ ExitStatus show(const Request& request)
 Action add_list(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("list", "Lists boards and their modules; loads nothing");
-    command->add_option("board", request->what,
-                        "A board (mwc4a:0), a board type (mwc4a: boards 0 to 15) or a module (mwc4a:0/1, or "
-                        "mwc4a:0/1.2 for slot 2 of board 1 over board 0); default: MWAPIKSB or MWAPIJTAG");
+    CLI::App* command = add_command(program, "list", "Lists boards and their modules; loads nothing");
+    add_option(*command, "board", request->what,
+               "A board (mwc4a:0), a board type (mwc4a: boards 0 to 15) or a module (mwc4a:0/1, or "
+               "mwc4a:0/1.2 for slot 2 of board 1 over board 0); default: MWAPIKSB or MWAPIJTAG");
     add_provider_options(*command, request->provider);
-    command->add_flag("--all", request->all, "Show the boards that cannot be opened too");
-    command->add_option("--expect", request->plan,
-                        "A plan: asks its modules, and compares them with what it expects");
+    add_flag(*command, "--all", request->all, "Show the boards that cannot be opened too");
+    add_option(*command, "--expect", request->plan,
+               "A plan: asks its modules, and compares them with what it expects");
     add_json(*command, request->json);
     add_examples(*command, {"kvn list mwc4a:0", "kvn list mwc4a --provider virtual --json"});
     return [request] { return show(*request); };

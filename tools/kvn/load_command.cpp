@@ -232,12 +232,12 @@ ExitStatus load_file(const Request& request)
 
 void add_modes(CLI::App& command, Request& request)
 {
-    CLI::Option* plain = command.add_flag("--plain", request.plain, "Load without compression");
+    CLI::Option* plain = add_flag(command, "--plain", request.plain, "Load without compression");
     CLI::Option* compressed =
-        command.add_flag("--compressed", request.compressed, "Load compressed, or not at all");
-    CLI::Option* smallest = command.add_flag("--smallest", request.smallest,
-                                             "Load in the mode that sends fewer bytes; default: compressed "
-                                             "where the module takes it");
+        add_flag(command, "--compressed", request.compressed, "Load compressed, or not at all");
+    CLI::Option* smallest = add_flag(command, "--smallest", request.smallest,
+                                     "Load in the mode that sends fewer bytes; default: compressed "
+                                     "where the module takes it");
     plain->excludes(compressed)->excludes(smallest);
     compressed->excludes(smallest);
 }
@@ -247,32 +247,30 @@ void add_modes(CLI::App& command, Request& request)
 Action add_load(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("load", "Loads a bitstream file into a module");
-    command
-        ->add_option("file", request->file,
-                     "The RBT, BIT or MCB file, or the same packed by gzip, xz or zstd; - for standard input")
+    CLI::App* command = add_command(program, "load", "Loads a bitstream file into a module");
+    add_option(*command, "file", request->file,
+               "The RBT, BIT or MCB file, or the same packed by gzip, xz or zstd; - for standard input")
         ->required();
-    command->add_option(
-        "module", request->module,
-        "Board type, board and slot: mwc4a:0/1, or mwc4a:0/1.2 for slot 2 of board 1 over the "
-        "bus of board 0; default: the only module on the board of MWAPIKSB or MWAPIJTAG");
+    add_option(*command, "module", request->module,
+               "Board type, board and slot: mwc4a:0/1, or mwc4a:0/1.2 for slot 2 of board 1 over the "
+               "bus of board 0; default: the only module on the board of MWAPIKSB or MWAPIJTAG");
     add_modes(*command, *request);
-    command->add_flag("--force", request->force, "Load a file that cannot be judged; never another device's");
-    command->add_option("--device", request->device, "The device that the module must have, 2v3000fg676-4");
-    command->add_option("--serial", request->serial_number, "The module's serial number, for the record");
-    command->add_option("--operator", request->operator_name, "Who loads, for the record");
-    command->add_option("--station", request->station, "Where, for the record");
+    add_flag(*command, "--force", request->force,
+             "Load a file that cannot be judged; never another device's");
+    add_option(*command, "--device", request->device, "The device that the module must have, 2v3000fg676-4");
+    add_option(*command, "--serial", request->serial_number, "The module's serial number, for the record");
+    add_option(*command, "--operator", request->operator_name, "Who loads, for the record");
+    add_option(*command, "--station", request->station, "Where, for the record");
     CLI::Option* via =
-        command->add_option("--via", request->via,
-                            "The words that lead to the host whose kvn shall load, such as \"ssh bench3\"");
+        add_option(*command, "--via", request->via,
+                   "The words that lead to the host whose kvn shall load, such as \"ssh bench3\"");
     add_module_timeout(
         *command, request->module_timeout,
         "With --via: seconds without an answer or a byte moved after which the load is given up")
         ->needs(via);
-    command
-        ->add_option("--progress", request->progress,
-                     "What standard error shows: auto, bar, lines or none; auto is a bar on a terminal, else "
-                     "lines")
+    add_option(*command, "--progress", request->progress,
+               "What standard error shows: auto, bar, lines or none; auto is a bar on a terminal, else "
+               "lines")
         ->check(one_of({"auto", "bar", "lines", "none"}))
         ->default_str("auto");
     add_provider_options(*command, request->provider);

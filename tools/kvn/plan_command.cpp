@@ -188,22 +188,22 @@ ExitStatus convert_plan(const ConvertRequest& request)
 
 void add_target(CLI::App& command, Target& target)
 {
-    command.add_option("-o,--output", target.file, "The plan file to write, .toml; - for standard output")
+    add_option(command, "-o,--output", target.file, "The plan file to write, .toml; - for standard output")
         ->required();
-    command.add_flag("--overwrite", target.overwrite, "Replace a file that exists");
+    add_flag(command, "--overwrite", target.overwrite, "Replace a file that exists");
     add_json(command, target.json);
 }
 
 Action add_new(CLI::App& plan)
 {
     auto request = std::make_shared<NewRequest>();
-    CLI::App* command = plan.add_subcommand("new", "Writes a plan of the rack that is there");
-    command->add_flag("--from-list", request->from_list, "Name each module that answers, with its device");
-    command->add_option("--board-type", request->board_types,
-                        "Boards 0 to 15 of a type, or one board (mwc4a:0); may be given several times; "
-                        "default: MWAPIKSB or MWAPIJTAG");
-    command->add_option("--file", request->files,
-                        "A bitstream file; modules with its device get it; may be given several times");
+    CLI::App* command = add_command(plan, "new", "Writes a plan of the rack that is there");
+    add_flag(*command, "--from-list", request->from_list, "Name each module that answers, with its device");
+    add_option(*command, "--board-type", request->board_types,
+               "Boards 0 to 15 of a type, or one board (mwc4a:0); may be given several times; "
+               "default: MWAPIKSB or MWAPIJTAG");
+    add_option(*command, "--file", request->files,
+               "A bitstream file; modules with its device get it; may be given several times");
     add_provider_options(*command, request->provider);
     add_target(*command, request->target);
     add_examples(*command, {"kvn plan new --from-list --board-type mwc4a -o rack.toml",
@@ -214,10 +214,10 @@ Action add_new(CLI::App& plan)
 Action add_convert_plan(CLI::App& plan)
 {
     auto request = std::make_shared<ConvertRequest>();
-    CLI::App* command = plan.add_subcommand("convert", "Writes a plan file of a .con file");
-    command->add_option("plan", request->plan, "The .con file")->required();
-    command->add_flag("--classic", request->classic,
-                      "Read it as KVN_FPGA does, which skips or misreads odd lines");
+    CLI::App* command = add_command(plan, "convert", "Writes a plan file of a .con file");
+    add_option(*command, "plan", request->plan, "The .con file")->required();
+    add_flag(*command, "--classic", request->classic,
+             "Read it as KVN_FPGA does, which skips or misreads odd lines");
     add_target(*command, request->target);
     add_examples(*command,
                  {"kvn plan convert rack.con -o rack.toml", "kvn plan convert rack.con -o - --classic"});
@@ -228,7 +228,7 @@ Action add_convert_plan(CLI::App& plan)
 
 Action add_plan(CLI::App& program)
 {
-    CLI::App* command = program.add_subcommand("plan", "Writes plan files for kvn run");
+    CLI::App* command = add_command(program, "plan", "Writes plan files for kvn run");
     command->require_subcommand(1);
     add_examples(*command, {"kvn plan new --from-list --board-type mwc4a -o found.toml",
                             "kvn plan convert rack.con -o rack.toml"});

@@ -2,6 +2,7 @@
 // Which provider a command uses.
 #include "provider_options.h"
 
+#include "commands.h"
 #include "streams.h"
 #include "system/command_words.h"
 #include "system/environment.h"
@@ -19,10 +20,10 @@ constexpr const char* VIRTUAL = "virtual";
 
 void add_provider_options(CLI::App& command, ProviderOptions& options)
 {
-    command.add_option("--provider", options.provider,
-                       "The library with the Mw... functions, virtual, or replay:FILE; default: KVN_MWAPI");
-    command.add_option("--rack", options.rack,
-                       "The TOML file that describes the virtual boards; default: MWVIRTUAL_RACK");
+    add_option(command, "--provider", options.provider,
+               "The library with the Mw... functions, virtual, or replay:FILE; default: KVN_MWAPI");
+    add_option(command, "--rack", options.rack,
+               "The TOML file that describes the virtual boards; default: MWVIRTUAL_RACK");
 }
 
 // A rack is one of virtual carriers: who names it asks for them.

@@ -84,15 +84,15 @@ ExitStatus write_all(const Request& request)
 Action add_report(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("report", "Writes a report out of the journals of runs");
-    command->add_option("journals", request->journals, "Journals of kvn run, also of several hosts")
+    CLI::App* command = add_command(program, "report", "Writes a report out of the journals of runs");
+    add_option(*command, "journals", request->journals, "Journals of kvn run, also of several hosts")
         ->required();
-    command->add_option("--html", request->html,
-                        "A page for people; - for standard output, as for the others");
-    command->add_option("--junit", request->junit, "JUnit XML for test systems");
-    command->add_option("--csv", request->csv, "A table for spreadsheets");
-    command->add_option("--json", request->json, "JSON for programs");
-    command->add_flag("--overwrite", request->overwrite, "Replace files that exist");
+    add_option(*command, "--html", request->html,
+               "A page for people; - for standard output, as for the others");
+    add_option(*command, "--junit", request->junit, "JUnit XML for test systems");
+    add_option(*command, "--csv", request->csv, "A table for spreadsheets");
+    add_option(*command, "--json", request->json, "JSON for programs");
+    add_flag(*command, "--overwrite", request->overwrite, "Replace files that exist");
     add_examples(*command, {"kvn report run.journal --html report.html --junit report.xml",
                             "kvn report run.journal again.journal --csv -"});
     return [request] { return write_all(*request); };

@@ -110,27 +110,25 @@ ExitStatus run_plan(const Request& request)
 
 void add_run_options(CLI::App& command, Request& request)
 {
-    command.add_flag("--dry-run", request.run.dry_run, "Rehearse only: nothing is sent");
-    command.add_flag("--classic", request.classic, "Read a .con file as KVN_FPGA does");
+    add_flag(command, "--dry-run", request.run.dry_run, "Rehearse only: nothing is sent");
+    add_flag(command, "--classic", request.classic, "Read a .con file as KVN_FPGA does");
     add_load_options(command, request);
-    command.add_flag("--force", request.run.force,
-                     "Load files that cannot be judged; never another device's");
+    add_flag(command, "--force", request.run.force,
+             "Load files that cannot be judged; never another device's");
 }
 
 void add_record_options(CLI::App& command, Request& request)
 {
     PlanRunRequest& run = request.run;
-    command.add_option("--journal", run.journal, "The new file for the journal; default: beside the plan");
-    command.add_option("--resume", run.resume, "Load only what this journal leaves to do");
-    command.add_flag("--resume-anyway", run.resume_anyway, "Resume although plan or files have changed");
-    command
-        .add_option("--report", request.reports,
-                    "A report of the run: .html, .xml (JUnit), .csv or .json; may be repeated")
+    add_option(command, "--journal", run.journal, "The new file for the journal; default: beside the plan");
+    add_option(command, "--resume", run.resume, "Load only what this journal leaves to do");
+    add_flag(command, "--resume-anyway", run.resume_anyway, "Resume although plan or files have changed");
+    add_option(command, "--report", request.reports,
+               "A report of the run: .html, .xml (JUnit), .csv or .json; may be repeated")
         ->allow_extra_args(false);
     add_approval_options(command, request);
-    command
-        .add_option("--serial", request.serial_numbers,
-                    "A module and its serial number, mwc4a:0/2=0815; may be repeated")
+    add_option(command, "--serial", request.serial_numbers,
+               "A module and its serial number, mwc4a:0/2=0815; may be repeated")
         ->allow_extra_args(false);
     add_people_options(command, request);
 }
@@ -141,7 +139,7 @@ Action add_run(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
     CLI::App* command =
-        program.add_subcommand("run", "Loads all modules of a plan, all buses at once, and keeps a journal");
+        add_command(program, "run", "Loads all modules of a plan, all buses at once, and keeps a journal");
     add_plan(*command, *request);
     add_run_options(*command, *request);
     add_record_options(*command, *request);

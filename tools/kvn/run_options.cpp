@@ -25,21 +25,21 @@ WorkerProgram worker_program(const ProviderOptions& provider)
 
 void add_plan(CLI::App& command, RunOptions& options)
 {
-    command.add_option("plan", options.run.plan, "A .con file, or a plan file in .toml")->required();
+    add_option(command, "plan", options.run.plan, "A .con file, or a plan file in .toml")->required();
 }
 
 void add_load_options(CLI::App& command, RunOptions& options)
 {
     RunSettings& settings = options.run.settings;
-    command.add_option("--jobs", settings.jobs, "Buses at the same time; default: all")
+    add_option(command, "--jobs", settings.jobs, "Buses at the same time; default: all")
         ->check(CLI::Range(std::size_t{1}, std::size_t{4096}));
-    CLI::Option* goes_on = command.add_flag("--keep-going", options.keep_going,
-                                            "Load what can be loaded after a failure (default)");
-    command.add_flag("--stop-on-failure", settings.stop_on_failure, "Begin nothing new after a failure")
+    CLI::Option* goes_on = add_flag(command, "--keep-going", options.keep_going,
+                                    "Load what can be loaded after a failure (default)");
+    add_flag(command, "--stop-on-failure", settings.stop_on_failure, "Begin nothing new after a failure")
         ->excludes(goes_on);
     add_module_timeout(command, settings.module_timeout,
                        "Seconds without a byte moved after which a bus is given up");
-    command.add_option("--retries", settings.retries, "Further attempts after a failure of the bus")
+    add_option(command, "--retries", settings.retries, "Further attempts after a failure of the bus")
         ->check(CLI::Range(0U, 100U))
         ->default_str("0");
 }
@@ -47,26 +47,25 @@ void add_load_options(CLI::App& command, RunOptions& options)
 void add_approval_options(CLI::App& command, RunOptions& options)
 {
     ApprovalFiles& approval = options.run.approval;
-    command.add_option("--manifest", approval.manifest,
-                       "The approved files, as sha256sum writes them: others are not loaded");
-    command.add_option("--signature", approval.signature, "The signature of the manifest");
-    command.add_option("--signers", approval.signers, "Those who may sign it");
+    add_option(command, "--manifest", approval.manifest,
+               "The approved files, as sha256sum writes them: others are not loaded");
+    add_option(command, "--signature", approval.signature, "The signature of the manifest");
+    add_option(command, "--signers", approval.signers, "Those who may sign it");
 }
 
 void add_people_options(CLI::App& command, RunOptions& options)
 {
     RunSettings& settings = options.run.settings;
-    command.add_option("--operator", settings.operator_name, "Who loads, for the records");
-    command.add_option("--station", settings.station, "Where, for the records");
+    add_option(command, "--operator", settings.operator_name, "Who loads, for the records");
+    add_option(command, "--station", settings.station, "Where, for the records");
 }
 
 void add_common_options(CLI::App& command, RunOptions& options)
 {
-    command
-        .add_option(
-            "--progress", options.progress,
-            "What standard error shows: auto, bar, lines or none; auto is a row for each bus on a terminal, "
-            "else lines")
+    add_option(
+        command, "--progress", options.progress,
+        "What standard error shows: auto, bar, lines or none; auto is a row for each bus on a terminal, "
+        "else lines")
         ->check(one_of({"auto", "bar", "lines", "none"}))
         ->default_str("auto");
     add_provider_options(command, options.provider);

@@ -129,12 +129,13 @@ ExitStatus run_station(const RunOptions& options)
 Action add_station(CLI::App& program)
 {
     auto options = std::make_shared<RunOptions>();
-    CLI::App* command = program.add_subcommand(
-        "station", "Loads one unit after the other by a plan: asks for serial numbers, shows PASS or FAIL");
+    CLI::App* command =
+        add_command(program, "station",
+                    "Loads one unit after the other by a plan: asks for serial numbers, shows PASS or FAIL");
     add_plan(*command, *options);
     add_load_options(*command, *options);
-    command->add_option("--journals", options->run.journal_folder,
-                        "The folder for the journals, one for each unit; default: beside the plan");
+    add_option(*command, "--journals", options->run.journal_folder,
+               "The folder for the journals, one for each unit; default: beside the plan");
     add_approval_options(*command, *options);
     add_people_options(*command, *options);
     add_common_options(*command, *options);

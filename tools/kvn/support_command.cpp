@@ -207,15 +207,15 @@ Action add_support(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
     CLI::App* command =
-        program.add_subcommand("support", "Writes one file to mail, with what helps to find a fault");
-    command->add_option("target", request->target, "The .tar.gz file to write; - for standard output")
+        add_command(program, "support", "Writes one file to mail, with what helps to find a fault");
+    add_option(*command, "target", request->target, "The .tar.gz file to write; - for standard output")
         ->required();
-    command->add_option("files", request->files, "Bitstream files to describe; their data stay here");
-    command->add_option("--boards", request->boards,
-                        "A board (mwc4a:0) or a board type to list; default: those of MWAPIKSB or MWAPIJTAG");
-    command->add_option("--trace", request->trace, "A recording of platform calls to add as it is");
-    command->add_option("--journal", request->journal, "The journal of a run to add as it is");
-    command->add_flag("--overwrite", request->overwrite, "Replace a file that exists");
+    add_option(*command, "files", request->files, "Bitstream files to describe; their data stay here");
+    add_option(*command, "--boards", request->boards,
+               "A board (mwc4a:0) or a board type to list; default: those of MWAPIKSB or MWAPIJTAG");
+    add_option(*command, "--trace", request->trace, "A recording of platform calls to add as it is");
+    add_option(*command, "--journal", request->journal, "The journal of a run to add as it is");
+    add_flag(*command, "--overwrite", request->overwrite, "Replace a file that exists");
     add_provider_options(*command, request->provider);
     add_json(*command, request->json);
     add_examples(*command, {"kvn support fault.tar.gz design.bit --boards mwc4a:0",

@@ -162,9 +162,9 @@ ExitStatus show(const Request& request)
 Action add_trace(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand("trace", "Shows a recording of platform calls as a table");
-    command->add_option("file", request->file, "The recording")->required();
-    command->add_flag("--summary", request->summary, "Count the calls only");
+    CLI::App* command = add_command(program, "trace", "Shows a recording of platform calls as a table");
+    add_option(*command, "file", request->file, "The recording")->required();
+    add_flag(*command, "--summary", request->summary, "Count the calls only");
     add_json(*command, request->json);
     add_examples(*command, {"kvn trace run.jsonl", "kvn trace run.jsonl --summary --json"});
     return [request] { return show(*request); };

@@ -36,10 +36,10 @@ ExitStatus work(const Request& request)
 Action add_worker(CLI::App& program)
 {
     auto request = std::make_shared<Request>();
-    CLI::App* command = program.add_subcommand(
-        "worker", "Works on one bus for kvn run: jobs on standard input, events on standard output");
-    command->add_flag("--approved", request->approved,
-                      "The loads are those of a run that was rehearsed under the policy of this host");
+    CLI::App* command = add_command(
+        program, "worker", "Works on one bus for kvn run: jobs on standard input, events on standard output");
+    add_flag(*command, "--approved", request->approved,
+             "The loads are those of a run that was rehearsed under the policy of this host");
     add_provider_options(*command, request->provider);
     add_examples(*command, {"kvn worker --provider virtual", "kvn worker --provider replay:run.jsonl"});
     return [request] { return work(*request); };
