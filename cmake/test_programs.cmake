@@ -6,24 +6,39 @@ check_linker_flag(CXX -fuse-ld=gold KVN_HAS_GOLD)
 
 add_library(kvn_test_quickly INTERFACE)
 target_compile_options(kvn_test_quickly INTERFACE -O0)
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=.*undefined")
+  # These checks are a fifth of the code of a test. A null pointer or an object that is gone ends a test without them too,
+  # by the address sanitizer; what the tests examine has all checks.
+  target_compile_options(kvn_test_quickly INTERFACE -fno-sanitize=null,alignment,object-size,vptr)
+endif()
 if(KVN_HAS_GOLD)
   target_link_options(kvn_test_quickly INTERFACE -fuse-ld=gold)
 endif()
 
-if(KVN_PRECOMPILE)
-  file(CONFIGURE OUTPUT precompiled.cpp CONTENT "")
-  add_library(kvn_test_headers OBJECT EXCLUDE_FROM_ALL ${CMAKE_CURRENT_BINARY_DIR}/precompiled.cpp)
-  target_link_libraries(kvn_test_headers PRIVATE kvn_warnings kvn_test_quickly GTest::gtest GTest::gmock)
-  target_precompile_headers(kvn_test_headers PRIVATE
-    <algorithm> <array> <cstdint> <cstdio> <cstdlib> <cstring> <filesystem> <fstream> <functional> <iterator> <map>
-    <memory> <optional> <span> <sstream> <string> <string_view> <tuple> <utility> <vector>
-    <gtest/gtest.h> <gmock/gmock.h>)
+# Precompiles headers for programs of tests: kvn_precompile_for_tests(TARGET <HEADER>...)
+function(kvn_precompile_for_tests target)
+  file(CONFIGURE OUTPUT ${target}.cpp CONTENT "")
+  add_library(${target} OBJECT EXCLUDE_FROM_ALL ${CMAKE_CURRENT_BINARY_DIR}/${target}.cpp)
+  target_link_libraries(${target} PRIVATE kvn_warnings kvn_test_quickly GTest::gtest GTest::gmock)
+  target_precompile_headers(${target} PRIVATE
+    <algorithm> <array> <atomic> <chrono> <cstdint> <cstdio> <cstdlib> <cstring> <filesystem> <fstream> <functional>
+    <iterator> <map> <memory> <mutex> <optional> <random> <span> <sstream> <string> <string_view> <thread> <tuple>
+    <utility> <variant> <vector> <gtest/gtest.h> <gmock/gmock.h> ${ARGN})
   # The same options as the programs that use them. All code for Windows can be moved, without options.
-  set_target_properties(kvn_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE OFF)
   if(NOT WIN32)
-    target_compile_options(kvn_test_headers PRIVATE -fPIE)
+    target_compile_options(${target} PRIVATE -fPIE)
   endif()
+endfunction()
+
+if(KVN_PRECOMPILE)
   target_compile_options(kvn_test_quickly INTERFACE ${KVN_PRECOMPILED_OPTIONS})
+  kvn_precompile_for_tests(kvn_test_headers)
+  if(KVN_BUILD_TOOLS)
+    find_package(nlohmann_json REQUIRED)
+    kvn_precompile_for_tests(kvn_test_json_headers <nlohmann/json.hpp>)
+    target_link_libraries(kvn_test_json_headers PRIVATE nlohmann_json::nlohmann_json)
+  endif()
 endif()
 
 # Sets `programs` to the programs of a folder, and of those in it, that are linked with GoogleTest.
@@ -86,7 +101,11 @@ foreach(program IN LISTS programs)
   get_target_property(folder ${program} SOURCE_DIR)
   get_directory_property(extension DIRECTORY ${folder} DEFINITION CMAKE_PCH_EXTENSION)
   if(KVN_PRECOMPILE AND extension STREQUAL CMAKE_PCH_EXTENSION)
-    target_precompile_headers(${program} REUSE_FROM kvn_test_headers)
+    if(libraries MATCHES "kvn_engine|kvn_example_runs|nlohmann_json")
+      target_precompile_headers(${program} REUSE_FROM kvn_test_json_headers)
+    else()
+      target_precompile_headers(${program} REUSE_FROM kvn_test_headers)
+    endif()
   endif()
 endforeach()
 kvn_list_programs(library_tests ${library_tests})
