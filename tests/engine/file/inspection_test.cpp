@@ -68,6 +68,10 @@ TEST_F(InspectionTest, DamageOfABitHeaderIsNamedWithItsPlace)
     EXPECT_THAT(problems_of(file),
                 Contains("the key letter 'a' is missing at offset 13, where byte 00 stands"));
     file = BitFile{64};
+    file.a_key = ' ';
+    EXPECT_THAT(problems_of(file),
+                Contains("the key letter 'a' is missing at offset 13, where byte 20 stands"));
+    file = BitFile{64};
     file.key_length = 2;
     EXPECT_THAT(problems_of(file),
                 Contains("the length in front of the key letter 'a' is 2, not 1, at offset 11"));

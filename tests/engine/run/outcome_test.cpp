@@ -51,6 +51,14 @@ TEST_F(Outcome, AModuleThatWasNotTriedHasAllThatIsKnown)
     EXPECT_TRUE(record.provider.simulated);
 }
 
+TEST_F(Outcome, TheFormOfAFileIsToldWhereItIsKnown)
+{
+    EXPECT_EQ(not_tried(load, facts, {}).format, std::nullopt);
+    ModuleLoad known = load;
+    known.judged.format = Format::bit;
+    EXPECT_EQ(not_tried(known, facts, {}).format->value, "BIT");
+}
+
 TEST_F(Outcome, TheStateOfALostLoadFollowsFromWhatWasSeen)
 {
     EXPECT_EQ(lost_as({}, ExitStatus::bus), "not tried, untouched");

@@ -251,6 +251,14 @@ TEST_F(RemoteLoad, TheSecondSignalCutsALoadOff)
     EXPECT_EQ(outcome({"0=heeds-cancel"}), "cancelled, interrupted, 11, 1");
 }
 
+TEST_F(RemoteLoad, ALoadThatIsCutOffAndDoesNotEndIsGivenUp)
+{
+    timeout = 3s; // in which the worker must have started
+    watcher.on_bytes = [this](std::uint64_t bytes) { signals.send(bytes == 10 ? 2 : 0); };
+    EXPECT_EQ(outcome({"0=hangs-in-load"}), "cancelled, interrupted, 11, 1");
+    EXPECT_EQ(record.failure->what, "the load of mwc4a:0/1 was cancelled, and did not end");
+}
+
 TEST(ReadRecord, IsTheOppositeOfWriting)
 {
     using Clock = std::chrono::system_clock;
