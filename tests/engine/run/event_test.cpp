@@ -19,7 +19,8 @@ namespace
 const ModuleName MODULE{.board = {"mwc4a", 0}, .slot = 2};
 constexpr std::chrono::system_clock::time_point MOMENT{std::chrono::milliseconds{1'795'319'077'125}};
 
-template <typename Read> std::string problem_of(const std::string& line, Read read)
+template <typename Read>
+std::string problem_of(const std::string& line, Read read)
 {
     try {
         (void)read(line);
