@@ -164,6 +164,10 @@ TEST_F(Normalised, FilledUpWordsAreTold)
               "24 zeros were added behind the configuration, so that its size is a multiple of 32 bits");
     EXPECT_EQ(zeros.changes[1].what,
               "16 bytes of zeros were added behind the configuration, as a load holds back the last 16");
+    std::string end(24, '0');
+    for (int line = 0; line < 4; ++line)
+        end += '\n' + std::string(32, '0');
+    EXPECT_THAT(content("b.rbt"), testing::EndsWith(end + '\n'));
     make_without("2vpx20ff896", 24, "c.bit");
     EXPECT_EQ(normalise("c.bit", "c.rbt").changes[0].what,
               "16 bytes of no-operation words were added behind the configuration, as a load holds back the "

@@ -88,6 +88,24 @@ TEST_F(DifferenceTest, ADateIsTheSameHoweverItIsWritten)
     EXPECT_EQ(words("b.rbt", "c.rbt"), "same configuration; header date, time differ");
 }
 
+TEST_F(DifferenceTest, MonthsHaveTheirNumbers)
+{
+    const char* const months[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                  "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+    for (std::size_t i = 0; i < std::size(months); ++i) {
+        fpga::FileLabels made = labels(v2);
+        made.rbt_date = std::string{"Sat "} + months[i] + " 1 02:03:04 2007";
+        made.bit_date = "2007/" + std::string(i < 9 ? "0" : "") + std::to_string(i + 1) + "/01";
+        made.bit_time = "02:03:04";
+        fpga::write_bit(path("b.bit"), data, made);
+        fpga::write_rbt(path("b.rbt"), data, made);
+        EXPECT_EQ(
+            kvn::compare(kvn::Input::from_path(path("b.bit")), kvn::Input::from_path(path("b.rbt"))).words,
+            "same configuration")
+            << months[i];
+    }
+}
+
 TEST_F(DifferenceTest, NamesFramesThatDifferByTheirAddress)
 {
     const std::size_t middle = data.size() / 2;

@@ -242,6 +242,55 @@ TEST_F(InspectionTest, APartOfAFamilyThatNoModuleCarries)
     EXPECT_EQ(kvn::to_json(inspection, std::nullopt)["other_family"], inspection.other_family->name);
 }
 
+TEST_F(InspectionTest, ALabelNeedsNoBlankBehindItsColon)
+{
+    std::string text = rbt_text();
+    const std::size_t label = text.find("Design name:");
+    text.replace(label, text.find('\n', label) - label, "Design name:top.ncd");
+    const Inspection inspection = kvn::inspect(input_of(text, "a.rbt"));
+    EXPECT_EQ(inspection.header.design, "top.ncd");
+    ASSERT_NE(inspection.device, nullptr);
+    EXPECT_EQ(kvn::device_text(*inspection.device), "2v40 (Virtex-2)");
+}
+
+TEST_F(InspectionTest, ADeviceIdNamesOneDeviceWhereThePartIsMissing)
+{
+    std::string bits = rbt_text();
+    bits.erase(0, bits.find('\n', bits.find("Bits:")) + 1);
+    std::erase(bits, '\n');
+    const Inspection inspection =
+        kvn::inspect(input_of("Xilinx ASCII Bitstream\nDate: today\n" + bits + "\n", "a.rbt"));
+    EXPECT_EQ(inspection.part, "");
+    EXPECT_THAT(inspection.candidates, testing::ElementsAre(&v2));
+}
+
+TEST_F(InspectionTest, EmptyLastLinesAreToBeDeleted)
+{
+    const auto remedy_of = [](const std::string& text) {
+        return kvn::inspect(input_of(text, "a.rbt")).problems.at(0).remedy;
+    };
+    EXPECT_EQ(remedy_of(rbt_text() + "\n"), "delete it");
+    EXPECT_EQ(remedy_of(rbt_text() + "\n\n"), "delete them");
+}
+
+TEST_F(InspectionTest, AFileThatWasPackedTwiceIsUnpackedOnce)
+{
+    const auto problem_of = [](const std::string& packed) {
+        const Inspection inspection = kvn::inspect(input_of(gzip(packed), "a.bit.gz"));
+        const kvn::Problem& problem = inspection.problems.front();
+        return problem.what + ": " + problem.remedy;
+    };
+    EXPECT_EQ(problem_of(gzip("abc")),
+              "the file is compressed by gzip, no RBT, BIT or MCB file: unpack it (gunzip) "
+              "and give what was in it");
+    EXPECT_EQ(problem_of(xz("abc")),
+              "the file is compressed by xz, no RBT, BIT or MCB file: unpack it (unxz) and "
+              "give what was in it");
+    EXPECT_EQ(problem_of(zstd("abc")),
+              "the file is compressed by zstd, no RBT, BIT or MCB file: unpack it (unzstd) "
+              "and give what was in it");
+}
+
 TEST_F(InspectionTest, ASecondXzStreamThatIsNone)
 {
     const kvn::Failure failure =

@@ -42,6 +42,18 @@ TEST_F(JournalTest, EachLineRepeatsTheHashOfTheLineBeforeAndIsOnTheDiskWhenTheCa
     EXPECT_EQ(journal.head(), sha256_of(line));
 }
 
+TEST_F(JournalTest, AReadThatFailsIsTold)
+{
+    // A file of which every process may read its own beginning, where nothing is.
+    try {
+        (void)kvn::inspect_journal("/proc/self/mem");
+        FAIL();
+    } catch (const kvn::FailureError& error) {
+        EXPECT_EQ(error.failure().status, ExitStatus::file);
+        EXPECT_EQ(error.failure().what, "/proc/self/mem: Input/output error");
+    }
+}
+
 TEST_F(JournalTest, TheFolderIsFlushedWhenTheFileIsMade)
 {
     const SystemCalls calls;

@@ -335,6 +335,16 @@ TEST_F(ControllerTest, TriesNothingElseAgain)
     EXPECT_EQ(outcome(0), "refused, refused, 8, 1");
 }
 
+TEST_F(ControllerTest, ASignalEndsTheAsking)
+{
+    signals.send();
+    run({"0=hangs-when-asked"});
+    ASSERT_TRUE(inventory[0].failure);
+    EXPECT_EQ(inventory[0].failure->status, ExitStatus::cancelled);
+    EXPECT_EQ(inventory[0].failure->what, "the run was ended by a signal");
+    EXPECT_EQ(outcome(0), "not tried, untouched, 11, 0");
+}
+
 TEST_F(ControllerTest, BeginsNothingAfterASignal)
 {
     watcher.on_line = [this](const std::string& line) {

@@ -289,6 +289,17 @@ TEST(ReadRecord, IsTheOppositeOfWriting)
     EXPECT_EQ(to_json(read_record(to_json(empty))), to_json(empty));
 }
 
+TEST(ReadRecord, AnAnswerIsAByte)
+{
+    Record record;
+    record.module = {parse_module_name("mwc4a:0/2"), Source::given};
+    Json json = to_json(record);
+    json["answer"] = 255;
+    EXPECT_EQ(read_record(json).answer, std::uint8_t{255});
+    json["answer"] = 256;
+    EXPECT_THROW((void)read_record(json), EventError);
+}
+
 TEST(ReadRecord, RefusesMembersOfOtherTypes)
 {
     Record record;
