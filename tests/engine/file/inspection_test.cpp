@@ -253,15 +253,18 @@ TEST_F(InspectionTest, ALabelNeedsNoBlankBehindItsColon)
     EXPECT_EQ(kvn::device_text(*inspection.device), "2v40 (Virtex-2)");
 }
 
-TEST_F(InspectionTest, ADeviceIdNamesOneDeviceWhereThePartIsMissing)
+TEST_F(InspectionTest, TheDataNameTheDeviceWhereThePartIsMissing)
 {
-    std::string bits = rbt_text();
-    bits.erase(0, bits.find('\n', bits.find("Bits:")) + 1);
-    std::erase(bits, '\n');
-    const Inspection inspection =
-        kvn::inspect(input_of("Xilinx ASCII Bitstream\nDate: today\n" + bits + "\n", "a.rbt"));
-    EXPECT_EQ(inspection.part, "");
-    EXPECT_THAT(inspection.candidates, testing::ElementsAre(&v2));
+    for (const char* name : {"2v40", "s05"}) {
+        (void)rbt(device(name), fpga::make_stream(device(name)));
+        std::string bits = content("a.rbt");
+        bits.erase(0, bits.find('\n', bits.find("Bits:")) + 1);
+        std::erase(bits, '\n');
+        const Inspection inspection =
+            kvn::inspect(input_of("Xilinx ASCII Bitstream\nDate: today\n" + bits + "\n", "a.rbt"));
+        EXPECT_EQ(inspection.part, "");
+        EXPECT_THAT(inspection.candidates, testing::ElementsAre(&device(name))) << name;
+    }
 }
 
 TEST_F(InspectionTest, EmptyLastLinesAreToBeDeleted)
