@@ -253,6 +253,14 @@ TEST_F(InspectionTest, ALabelNeedsNoBlankBehindItsColon)
     EXPECT_EQ(kvn::device_text(*inspection.device), "2v40 (Virtex-2)");
 }
 
+TEST_F(InspectionTest, ALineOfTheHeaderThatIsTooLongIsTold)
+{
+    std::string text = rbt_text();
+    text.insert(text.find('\n') + 1, std::string(260, 'x') + '\n');
+    EXPECT_THAT(problems_of(text, "a.rbt"),
+                Contains("line 2 is longer than 254 characters and is taken for several"));
+}
+
 TEST_F(InspectionTest, TheDataNameTheDeviceWhereThePartIsMissing)
 {
     for (const char* name : {"2v40", "s05"}) {

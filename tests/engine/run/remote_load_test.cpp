@@ -168,6 +168,9 @@ TEST_F(RemoteLoad, ALoadThatHangsTimesOut)
 {
     timeout = 3s; // in which the worker must have started
     EXPECT_EQ(outcome({"0=hangs-in-load"}), "timed out, unknown, 12, 1");
+    EXPECT_EQ(record.failure->remedy,
+              "load the module again, with a longer --module-timeout for a slow bus; restart "
+              "what drives the bus if it hangs again");
 }
 
 TEST_F(RemoteLoad, NoWorkerAnswersWhereTheWayIsClosed)
