@@ -121,6 +121,15 @@ TEST_F(Console, AsksForALineBehindAMarkAndCutsItToTheAnswer)
     }
 }
 
+TEST_F(Console, TellsALineFromTheEndOfTheInput)
+{
+    output_of("design\n\nlast", [&] {
+        char answer[256];
+        for (const int result : {1, 1, 1, 0, 0})
+            EXPECT_EQ(session.xaskstring("Which file?", answer), result);
+    });
+}
+
 TEST_F(Console, CutsABoardTypeAt31Characters)
 {
     session.slot = 0x5A;

@@ -387,6 +387,7 @@ std::uint32_t FakePlatform::receive_whole(const char* function, const std::strin
                                           std::uint32_t* received, std::uint32_t timeout)
 {
     FakeHandle& bus = open_handle(handle, function);
+    expect(*type == 0, "MwKSBReceiveMessage or MwKSBReceiveMessageEx with a type that is not cleared");
     const std::uint32_t code =
         call(function, where + " size " + number(size) + timeout_text(timeout) + on(bus));
     Module* module = std::exchange(bus.queried, nullptr);
