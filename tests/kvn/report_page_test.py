@@ -57,6 +57,11 @@ class Requests(http.server.SimpleHTTPRequestHandler):
         self.asked.append(self.path)
         super().do_GET()
 
+    def end_headers(self):
+        # Or the browser may show a page once more without asking for it.
+        self.send_header("Cache-Control", "no-store")
+        super().end_headers()
+
     def log_message(self, *_):
         pass
 
