@@ -387,7 +387,8 @@ std::uint32_t FakePlatform::receive_whole(const char* function, const std::strin
                                           std::uint32_t* received, std::uint32_t timeout)
 {
     FakeHandle& bus = open_handle(handle, function);
-    expect(*type == 0, "MwKSBReceiveMessage or MwKSBReceiveMessageEx with a type that is not cleared");
+    expect(*type == 0 && *received == 0,
+           "MwKSBReceiveMessage or MwKSBReceiveMessageEx with a type or a count that is not cleared");
     const std::uint32_t code =
         call(function, where + " size " + number(size) + timeout_text(timeout) + on(bus));
     Module* module = std::exchange(bus.queried, nullptr);
@@ -469,6 +470,7 @@ std::uint32_t FakePlatform::receive_data(MW_HANDLE* handle, void* data, std::uin
 {
     FakeHandle& bus = open_handle(handle, "MwKSBReceiveMessageDataEx");
     expect(bus.receiving, "reply data outside a reply");
+    expect(*received == 0, "MwKSBReceiveMessageDataEx with a count that is not cleared");
     const std::uint32_t code =
         call("ReceiveMessageDataEx", " size " + number(size) + timeout_text(timeout) + on(bus));
     if (code == 0 && bus.answering != nullptr) {
