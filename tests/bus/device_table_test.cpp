@@ -22,7 +22,7 @@ protected:
     std::string statistics(const char* name)
     {
         clear_log();
-        session.Print_Device_Statistics(name);
+        EXPECT_EQ(session.Print_Device_Statistics(name), 0);
         return transcript();
     }
 };

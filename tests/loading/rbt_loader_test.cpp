@@ -134,6 +134,17 @@ TEST_F(RbtLoader, CountAndVerdictDecideOnError9113Or9118Or9119)
         }
 }
 
+TEST_F(RbtLoader, AnOlderFamilyIsSentAWordWhoseFirstBitLiesInFrontOfTheTail)
+{
+    session.virtex2_family = 0;
+    const Bytes data = sample_data(24);
+    const std::pair<int, std::ptrdiff_t> rows[] = {{128, 0}, {129, 4}, {160, 4}, {161, 8}, {192, 8}};
+    for (const auto& [stated, sent] : rows) {
+        load_rbt(RbtFile{data}.stated_bits(stated));
+        EXPECT_EQ(module.received(), Bytes(data.begin(), data.begin() + sent)) << stated;
+    }
+}
+
 // The line gives the found bits first, the message the stated ones.
 TEST_F(RbtLoader, Error9113IsRecordedAndTheLoadGoesOnAsFarAsError9114)
 {
