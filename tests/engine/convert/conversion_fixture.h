@@ -11,6 +11,7 @@
 #include "support/bitstreams.h"
 #include "support/folder_test.h"
 
+#include <algorithm>
 #include <cstring>
 #include <optional>
 #include <stdexcept>
