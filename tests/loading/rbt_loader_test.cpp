@@ -134,7 +134,7 @@ TEST_F(RbtLoader, CountAndVerdictDecideOnError9113Or9118Or9119)
         }
 }
 
-TEST_F(RbtLoader, AnOlderFamilyIsSentAWordWhoseFirstBitLiesInFrontOfTheTail)
+TEST_F(RbtLoader, AnOlderFamilyIsSentAWordThatBeginsBeforeTheTailAndTheCountIsError9113)
 {
     session.virtex2_family = 0;
     const Bytes data = sample_data(24);
