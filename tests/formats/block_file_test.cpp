@@ -144,7 +144,6 @@ TEST(BlockWriter, TellsTheByteThatFoundNoRoomWhereNothingIsGathered)
 
 TEST(BlockReader, GivesEveryByteWithoutMemoryForABlock)
 {
-    const FaultScope faults;
     const std::string bytes = sample(20000);
     const TemporaryFolder folder;
     const auto name = folder.path() / "bytes";
@@ -152,6 +151,7 @@ TEST(BlockReader, GivesEveryByteWithoutMemoryForABlock)
     for (const std::size_t begin : {0U, 1U, 4000U, 5000U}) {
         const File file{std::fopen(name.string().c_str(), "rb")};
         ASSERT_EQ(std::fseek(file.get(), static_cast<long>(begin), SEEK_SET), 0);
+        const FaultScope faults;
         fail_allocation_at(1);
         BlockReader reader{file.get()};
         std::string read;
